@@ -1,0 +1,31 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace core {
+
+/// Intrusive reference count of a session class. A new object counts 0: whoever creates it takes the first reference.
+template <typename Session>
+class RefCnt {
+ public:
+  /// Both return the new count and may be called from any thread.
+  virtual std::uint32_t AddRef() { return count_.fetch_add(1, std::memory_order_relaxed) + 1; }
+  /// Destroys the whole object when the count goes from 1 to 0.
+  virtual std::uint32_t Release() {
+    const std::uint32_t left = count_.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0) delete this;
+    return left;
+  }
+  virtual ~RefCnt() = default;
+
+ protected:
+  RefCnt() = default;
+  RefCnt(const RefCnt&) = delete;
+  RefCnt& operator=(const RefCnt&) = delete;
+
+ private:
+  std::atomic<std::uint32_t> count_{0};
+};
+
+}  // namespace core
