@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "media-server/io/byte_source.h"
+
+namespace media_server {
+
+/// What kind of content a file holds, as far as its bytes prove it.
+enum class ContentKind {
+  kMedia,       ///< sound, moving pictures or timed text: `demuxer` names the libavformat demuxer that opens it
+  kStillImage,  ///< a still or animated picture format: belongs to the image reader, never to libavformat
+  kSvg,         ///< an SVG document
+  kOther,       ///< certainly no media: archives, documents, MIDI, ...
+};
+
+/// The names of a container format. Both texts are static.
+struct FormatNames {
+  std::string_view short_name;  ///< as a person says it: "mp4", "mkv", "mpegts"
+  std::string_view long_name;
+};
+
+/// What the first bytes of a file prove about its format. All texts are static.
+struct FormatIdentity {
+  ContentKind kind = ContentKind::kOther;
+  std::string_view demuxer;  ///< libavformat's demuxer, as `av_find_input_format` takes it; empty unless kind is kMedia
+  FormatNames names;
+  std::uint64_t content_offset = 0;  ///< bytes of leading ID3v2 tags in front of the content that was recognised
+};
+
+/// Recognises the format of `source` from its first 4 KiB and, where ID3v2 tags stand in front (up to 16 in a row), from the
+/// 4 KiB behind them. Formats whose sync word is short (MPEG audio, ADTS, AC-3, DTS, transport streams) are only named when
+/// several frames in a row prove them. Empty when the bytes prove nothing: libavformat may then probe the file.
+std::optional<FormatIdentity> IdentifyFormat(IByteSource& source);
+
+/// Names of the format that libavformat's demuxer `demuxer` reads, where it is one of those `IdentifyFormat` knows.
+/// `demuxer` may be a list as libavformat prints it ("mov,mp4,m4a,3gp,3g2,mj2"). Empty for others.
+std::optional<FormatNames> NamesOfDemuxer(std::string_view demuxer);
+
+/// Names by the major brand of a `ftyp` box, all four characters ("isom", "qt  ", "M4A "). An unknown brand is MP4.
+FormatNames NamesOfMp4Brand(std::string_view brand);
+
+/// Names by the document type of an EBML header ("webm", "matroska"). An unknown type is Matroska.
+FormatNames NamesOfDocType(std::string_view doc_type);
+
+}  // namespace media_server
