@@ -21,16 +21,17 @@ enum CoreLogLevel : int {
 
 extern "C" {
 
-/// Writes one line: `tag` names the module, `level` is a CoreLogLevel, the rest is as for printf (UTF-8). Never fails; safe to
-/// call from any thread. Protected texts are masked. It is not declared as printf-like to the compiler because two of its
-/// callers pass fewer or more values than their format names, on purpose.
+/// Writes one line: `tag` names the module, `level` is a CoreLogLevel, the rest is as for printf (UTF-8). Never fails;
+/// safe to call from any thread. Protected texts are masked. It is not declared as printf-like to the compiler because
+/// two of its callers pass fewer or more values than their format names, on purpose.
 CORE_API void CoreLogPrint(const char* tag, int level, const char* format, ...);
 
 /// Lines below `level` are dropped from now on. At start the threshold is kCoreLogWarning.
 CORE_API void CoreLogSetLevel(int level);
 
-/// From now on lines go to the file "mediainfo.log" in `folder` (UTF-8; created if missing) as well as to standard error; null
-/// or an empty text closes the file. Returns false, and logs to standard error only, when the file cannot be opened.
+/// From now on lines go to the file "mediainfo.log" in `folder` (UTF-8; created if missing) as well as to standard
+/// error; null or an empty text closes the file. Returns false, and logs to standard error only, when the file cannot
+/// be opened.
 CORE_API bool CoreLogSetFolder(const char* folder);
 
 /// From now on every occurrence of `text` (UTF-8) in a line is written as "***". Null and empty texts are ignored.

@@ -11,8 +11,8 @@ namespace core {
 /// A 128-bit identifier, bytes in the order in which its text shows them.
 class CORE_API Uuid {
  public:
-  /// Reads the canonical form of 36 characters (8-4-4-4-12 hexadecimal digits of either case). Returns false and changes
-  /// nothing when `text` is null or of another form.
+  /// Reads the canonical form of 36 characters (8-4-4-4-12 hexadecimal digits of either case). Returns false and
+  /// changes nothing when `text` is null or of another form.
   bool FromString(const char* text);
   /// Canonical form with upper-case digits.
   std::string ToString() const;

@@ -30,9 +30,9 @@ enum class ValType : std::uint32_t {
   kBoxed = 272,
 };
 
-/// One tagged value: a 64-bit payload and a type tag. A tag of 255 or more means a boxed object, which the holder owns: it
-/// is cloned by a copy and destroyed when overwritten. A kBuffer payload is never freed here: copies share the pointer, and the
-/// metadata store that the value was given to frees it.
+/// One tagged value: a 64-bit payload and a type tag. A tag of 255 or more means a boxed object, which the holder owns:
+/// it is cloned by a copy and destroyed when overwritten. A kBuffer payload is never freed here: copies share the
+/// pointer, and the metadata store that the value was given to frees it.
 class ValAny {
  public:
   static constexpr std::uint32_t kFirstBoxedTag = 255;

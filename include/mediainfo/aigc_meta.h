@@ -9,8 +9,8 @@
 
 namespace service::mediainfo::metedata_keys {
 
-/// Record that marks AI-generated content: the label's text as the file holds it, usually JSON. Owns its text, which comes from
-/// the C allocator. A record with a text but length 0 copies to an empty one.
+/// Record that marks AI-generated content: the label's text as the file holds it, usually JSON. Owns its text, which
+/// comes from the C allocator. A record with a text but length 0 copies to an empty one.
 struct AIGC_META {
   char* text = nullptr;      ///< NUL-terminated; null when absent
   std::uint32_t length = 0;  ///< characters in text without the terminator
@@ -24,8 +24,8 @@ struct AIGC_META {
     length = other.length;
     std::strncpy(text, other.text, length);
   }
-  AIGC_META(AIGC_META&& other) noexcept
-      : text(std::exchange(other.text, nullptr)), length(std::exchange(other.length, 0)) {}
+  AIGC_META(AIGC_META&& other)
+  noexcept : text(std::exchange(other.text, nullptr)), length(std::exchange(other.length, 0)) {}
   AIGC_META& operator=(AIGC_META other) noexcept {
     std::swap(text, other.text);
     std::swap(length, other.length);

@@ -7,7 +7,8 @@
 
 namespace service::mediainfo {
 
-/// A program of a media file: streams that play together. Pointers handed out are borrowed and live as long as the program.
+/// A program of a media file: streams that play together. Pointers handed out are borrowed and live as long as the
+/// program.
 class IProgramInfo {
  public:
   virtual ~IProgramInfo() = default;

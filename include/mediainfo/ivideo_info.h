@@ -13,8 +13,8 @@ inline constexpr std::uint32_t kVideoAlpha = 1u << 2;
 inline constexpr std::uint32_t kVideoEncrypted = 1u << 3;
 inline constexpr std::uint32_t kVideoHighDynamicRange = 1u << 4;
 
-/// A picture stream's details. Names follow the format record that the values come from; what our media server puts there is
-/// said beside each.
+/// A picture stream's details. Names follow the format record that the values come from; what our media server puts
+/// there is said beside each.
 class IVideoInfo {
  public:
   virtual ~IVideoInfo() = default;

@@ -2,8 +2,8 @@
 
 namespace service::mediainfo {
 
-/// Names and UUIDs of the four services of the media information module. The first name is itself a UUID text: hosts find the
-/// service by exactly this string.
+/// Names and UUIDs of the four services of the media information module. The first name is itself a UUID text: hosts
+/// find the service by exactly this string.
 inline constexpr char kMediaFileInfoServiceName[] = "0CE15DAE-8176-4622-8DA4-A5C5C2E9AC1C";
 inline constexpr char kMediaFileInfoServiceUuid[] = "C37973D9-22DC-4DEE-A187-07AB091E1633";
 inline constexpr char kImageInfoServiceName[] = "mediainfo/image";

@@ -1,7 +1,8 @@
 #pragma once
 
-/// Visibility of what a shared library gives to others. Everything else in our libraries is hidden. A library's own headers
-/// choose PLATFORM_EXPORT while that library is built and PLATFORM_IMPORT everywhere else; outside Windows the two are one.
+/// Visibility of what a shared library gives to others. Everything else in our libraries is hidden. A library's own
+/// headers choose PLATFORM_EXPORT while that library is built and PLATFORM_IMPORT everywhere else; outside Windows the
+/// two are one.
 #if defined(_WIN32)
 #define PLATFORM_EXPORT __declspec(dllexport)
 #define PLATFORM_IMPORT __declspec(dllimport)

@@ -4,14 +4,14 @@
 #include <windows.h>
 #else
 
-/// Run-time loading of shared libraries with its Windows meaning. File names are the same on every platform: a library named
-/// "COMSupport.dll" is an ELF shared object of that name. All functions return null on failure.
+/// Run-time loading of shared libraries with its Windows meaning. File names are the same on every platform: a library
+/// named "COMSupport.dll" is an ELF shared object of that name. All functions return null on failure.
 using HMODULE = void*;
 
 /// Loads the library at `path`, or adds a reference when it is loaded already.
 HMODULE LoadLibraryW(const char16_t* path);
-/// As LoadLibraryW, from UTF-8 text. A bare file name is looked for in the folder of the calling module first, then in the
-/// loader's usual places.
+/// As LoadLibraryW, from UTF-8 text. A bare file name is looked for in the folder of the calling module first, then in
+/// the loader's usual places.
 HMODULE LoadLibraryA(const char* path);
 /// The library at `path` if it is loaded already; never loads, adds no reference.
 HMODULE GetModuleHandleW(const char16_t* path);

@@ -5,15 +5,15 @@
 #include <utility>
 
 #if defined(_WIN32)
-#include <windows.h>
 #include <oleauto.h>
+#include <windows.h>
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
 #else
 
 #include "platform/export.h"
 
-/// A length-prefixed, NUL-terminated UTF-16 string that travels between libraries: the four bytes before the first unit hold
-/// the length in bytes. Null stands for the empty string.
+/// A length-prefixed, NUL-terminated UTF-16 string that travels between libraries: the four bytes before the first unit
+/// hold the length in bytes. Null stands for the empty string.
 using BSTR = char16_t*;
 
 #if defined(CORE_LIBRARY)

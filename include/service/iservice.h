@@ -7,8 +7,8 @@
 
 namespace service {
 
-/// One service of a module. Made by its descriptor's create function and handed back to the same descriptor's release function.
-/// The framework's own names of some operations are not known; their answers are fixed all the same.
+/// One service of a module. Made by its descriptor's create function and handed back to the same descriptor's release
+/// function. The framework's own names of some operations are not known; their answers are fixed all the same.
 class IService {
  public:
   virtual ~IService() = default;
@@ -20,11 +20,11 @@ class IService {
 
   /// A new session with one reference, or null. Give it back to DestroySession.
   virtual ISession* CreateSession() = 0;
-  /// Drops one reference of a session of this service. The media file and media UUID services answer 0 when the session was
-  /// theirs and 1 when not; the image and SVG services answer 1 when they destroyed it and 0 when not.
+  /// Drops one reference of a session of this service. The media file and media UUID services answer 0 when the session
+  /// was theirs and 1 when not; the image and SVG services answer 1 when they destroyed it and 0 when not.
   virtual std::uint32_t DestroySession(ISession* session) = 0;
-  /// A session whose last owner gives it back by itself; empty when the service has no shared sessions. The service must
-  /// outlive it.
+  /// A session whose last owner gives it back by itself; empty when the service has no shared sessions. The service
+  /// must outlive it.
   virtual std::shared_ptr<ISession> CreateSharedSession(std::uintptr_t reserved) = 0;
 
   virtual std::uint32_t KeyedQuery(std::uintptr_t first, std::uintptr_t second, std::uint32_t* result) = 0;

@@ -8,7 +8,8 @@
 
 namespace service {
 
-/// What a module tells of one of its services. Nine pointer-sized words; the module owns the table, the host only reads it.
+/// What a module tells of one of its services. Nine pointer-sized words; the module owns the table, the host only reads
+/// it.
 struct ServiceDescriptor {
   const char* name;         ///< the key under which the host registers the service
   const char* description;  ///< for people
