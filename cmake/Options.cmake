@@ -1,0 +1,55 @@
+# mediainfo_options: how our own sources are compiled. Every target of ours links it PRIVATE; outside code never does.
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug or Release" FORCE)
+endif()
+set(CMAKE_C_FLAGS_RELEASE "-O2 -g0 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g0 -DNDEBUG")
+set(CMAKE_C_FLAGS_DEBUG "-Og -g1")
+set(CMAKE_CXX_FLAGS_DEBUG "-Og -g1")
+
+find_program(MEDIAINFO_CCACHE ccache)
+if(MEDIAINFO_CCACHE)
+  foreach(language C CXX)
+    if(NOT CMAKE_${language}_COMPILER_LAUNCHER)
+      set(CMAKE_${language}_COMPILER_LAUNCHER "${MEDIAINFO_CCACHE}")
+    endif()
+  endforeach()
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+
+add_library(mediainfo_options INTERFACE)
+target_compile_features(mediainfo_options INTERFACE cxx_std_20)
+target_compile_options(mediainfo_options INTERFACE
+  -Wall
+  -Wextra
+  -Wpedantic
+  -Wconversion
+  -Wshadow
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+  -Werror)
+# An undefined symbol is an error of the link, not of the first dlopen. Sanitizer builds leave theirs to the executable.
+if(NOT MEDIAINFO_SANITIZE)
+  target_link_options(mediainfo_options INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:--no-undefined>
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>:LINKER:--no-undefined>)
+endif()
+target_link_libraries(mediainfo_options INTERFACE Threads::Threads)
+
+# For the whole tree rather than through the target: a container annotation or a vtable check is only sound when every
+# translation unit of the process was compiled with it.
+if(MEDIAINFO_SANITIZE)
+  list(JOIN MEDIAINFO_SANITIZE "," sanitizers)
+  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${sanitizers})
+endif()
