@@ -30,9 +30,10 @@ struct FormatIdentity {
   std::uint64_t content_offset = 0;  ///< bytes of leading ID3v2 tags in front of the content that was recognised
 };
 
-/// Recognises the format of `source` from its first 4 KiB and, where ID3v2 tags stand in front (up to 16 in a row), from the
-/// 4 KiB behind them. Formats whose sync word is short (MPEG audio, ADTS, AC-3, DTS, transport streams) are only named when
-/// several frames in a row prove them. Empty when the bytes prove nothing: libavformat may then probe the file.
+/// Recognises the format of `source` from its first 4 KiB and, where ID3v2 tags stand in front (up to 16 in a row),
+/// from the 4 KiB behind them. Formats whose sync word is short (MPEG audio, ADTS, AC-3, DTS, transport streams) are
+/// only named when several frames in a row prove them. Empty when the bytes prove nothing: libavformat may then probe
+/// the file.
 std::optional<FormatIdentity> IdentifyFormat(IByteSource& source);
 
 /// Names of the format that libavformat's demuxer `demuxer` reads, where it is one of those `IdentifyFormat` knows.
