@@ -7,14 +7,14 @@
 
 namespace media_server {
 
-/// The bytes of one input, wherever they lie. All readers of the media server take their bytes from here, so that budgets
-/// and deadlines hold for every one of them. Not thread-safe: one source belongs to one open at a time.
+/// The bytes of one input, wherever they lie. All readers of the media server take their bytes from here, so that
+/// budgets and deadlines hold for every one of them. Not thread-safe: one source belongs to one open at a time.
 class IByteSource {
  public:
   virtual ~IByteSource() = default;
 
-  /// Reads up to `out.size()` bytes that start at `offset`. Returns how many were read: fewer than asked only at the end of
-  /// the input, on a read error, or when the source's budget is spent.
+  /// Reads up to `out.size()` bytes that start at `offset`. Returns how many were read: fewer than asked only at the
+  /// end of the input, on a read error, or when the source's budget is spent.
   virtual std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
 
   /// Length of the input in bytes; empty when the input does not tell it (a network stream without a length).
