@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace spdlog::sinks {
+class sink;
+}
+
+namespace core {
+
+/// Where log lines end up. Safe to call from any thread; operations may throw what allocation and spdlog throw.
+class LogWriter {
+ public:
+  LogWriter() = default;
+  ~LogWriter();
+  LogWriter(const LogWriter&) = delete;
+  LogWriter& operator=(const LogWriter&) = delete;
+
+  /// Masks, cleans and writes one line; `level` is a CoreLogLevel, values outside the range count as its ends.
+  void Write(std::string_view tag, int level, std::string_view text);
+  /// From now on lines go to "mediainfo.log" in `folder` too, behind what the file holds. Throws when the file cannot
+  /// be opened; then, as with an empty `folder`, no file is open.
+  void SetFolder(const std::string& folder);
+  /// `text` must not be empty.
+  void Protect(std::string text);
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> protected_texts_;
+  std::shared_ptr<spdlog::sinks::sink> standard_error_;
+  std::shared_ptr<spdlog::sinks::sink> file_;
+};
+
+}  // namespace core
