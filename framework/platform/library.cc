@@ -62,3 +62,8 @@ void* GetProcAddress(HMODULE library, const char* name) {
   // To dlsym a null handle means every library of the process.
   return library && name ? dlsym(library, name) : nullptr;
 }
+
+std::string platform::LibraryErrorText() {
+  const char* text = dlerror();
+  return text ? text : "";
+}

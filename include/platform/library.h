@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -18,3 +20,11 @@ HMODULE GetModuleHandleW(const char16_t* path);
 /// Address of an exported symbol.
 void* GetProcAddress(HMODULE library, const char* name);
 #endif
+
+namespace platform {
+
+/// Why the last call of LoadLibraryW, LoadLibraryA or GetProcAddress on this thread failed, in words for people; tells it
+/// once.
+std::string LibraryErrorText();
+
+}  // namespace platform
