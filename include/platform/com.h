@@ -13,7 +13,9 @@ inline constexpr ComStatus kOk = 0;
 inline constexpr ComStatus kNoInterface = static_cast<ComStatus>(0x80004002);
 inline constexpr ComStatus kInvalidPointer = static_cast<ComStatus>(0x80004003);
 inline constexpr ComStatus kFail = static_cast<ComStatus>(0x80004005);
+inline constexpr ComStatus kNoAggregation = static_cast<ComStatus>(0x80040110);
 inline constexpr ComStatus kClassNotRegistered = static_cast<ComStatus>(0x80040154);
+inline constexpr ComStatus kOutOfMemory = static_cast<ComStatus>(0x8007000E);
 inline constexpr ComStatus kInvalidArgument = static_cast<ComStatus>(0x80070057);
 
 constexpr bool Failed(ComStatus status) { return status < 0; }
