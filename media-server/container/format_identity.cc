@@ -223,7 +223,8 @@ std::optional<FormatIdentity> IdentifyMpeg(Bytes head) {
   const bool has_marker = (head[10] & 0x20) != 0;
   if (head[3] != 0xB3 || !has_size || !has_marker) return std::nullopt;
   const std::string_view text = AsText(head);
-  for (auto at = text.find("\0\0\1"sv, 4); at + 3 < text.size(); at = text.find("\0\0\1"sv, at + 1)) {
+  for (auto at = text.find("\0\0\1"sv, 4); at != text.npos && at + 3 < text.size();
+       at = text.find("\0\0\1"sv, at + 1)) {
     const std::uint8_t code = head[at + 3];
     if (code == 0xB5 || code == 0xB8 || code == 0xB2 || code == 0x00) return kMpegVideo;
   }
