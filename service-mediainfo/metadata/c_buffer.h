@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+
+#include "mediainfo/imetedata_info.h"
+
+namespace service::mediainfo {
+
+struct CFree {
+  void operator()(void* buffer) const { std::free(buffer); }
+};
+
+/// A buffer from the C allocator, as metadata stores keep them.
+using CBuffer = std::unique_ptr<void, CFree>;
+
+/// `size` zero bytes. Throws std::bad_alloc when memory runs out.
+CBuffer MakeCBuffer(std::size_t size);
+
+/// Gives `buffer` into the store's keeping under `key`; it is freed here when the store does not take it.
+void StoreBuffer(IMetedataInfo& store, const char* key, CBuffer buffer);
+
+}  // namespace service::mediainfo
