@@ -1,0 +1,91 @@
+#include "service-mediainfo/media_info/url_validation.h"
+
+#include <cstring>
+#include <ghc/filesystem.hpp>
+#include <string_view>
+
+#include "core/error_text.h"
+#include "core/log.h"
+
+namespace service::mediainfo {
+namespace {
+
+namespace fs = ghc::filesystem;
+
+constexpr char kFunction[] = "service::mediainfo::IsValidPath";
+/// Length of "file:/".
+constexpr std::size_t kSkippedPrefix = 6;
+
+struct FileQuery {
+  explicit FileQuery(const char* text) : path(text) {
+    path.make_preferred();
+    type = fs::status(path, error).type();
+  }
+  bool IsFile() const { return type == fs::file_type::regular || type == fs::file_type::unknown; }
+
+  fs::path path;
+  std::error_code error;
+  fs::file_type type = fs::file_type::none;
+};
+
+/// ASCII letters only, whatever the locale.
+char SwapCase(char letter) {
+  const bool is_letter = (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
+  return is_letter ? static_cast<char>(letter ^ ('a' ^ 'A')) : letter;
+}
+
+void SwapExtensionCase(char* path) {
+  char* dot = std::strrchr(path, '.');
+  if (dot == nullptr) return;
+  for (char* at = dot + 1; *at != '\0'; ++at) *at = SwapCase(*at);
+}
+
+void SetReason(const FileQuery& query) {
+  switch (query.type) {
+    case fs::file_type::not_found:
+      return CoreSetErrorText("no such file");
+    case fs::file_type::directory:
+      return CoreSetErrorText("is a folder");
+    case fs::file_type::none:
+      return CoreSetErrorText(query.error.message().c_str());
+    default:
+      return CoreSetErrorText("not a regular file");
+  }
+}
+
+}  // namespace
+
+bool IsValidPath(char* url, std::string* path_out) {
+  const std::string_view text(url);
+  if (text.starts_with("http")) {
+    *path_out = text;
+    return true;
+  }
+
+  char* path = url;
+  if (text.find(":/") != std::string_view::npos) {
+    if (text.find("file:/") == std::string_view::npos) {
+      CoreLogPrint("mediainfo", kCoreLogError, "kErrorProtocol: %s  %s %d failed!", kFunction, url, 92);
+      CoreSetErrorText("unknown protocol");
+      return false;
+    }
+    path += kSkippedPrefix;
+  }
+
+  FileQuery query(path);
+  if (!query.IsFile()) {
+    SwapExtensionCase(path);
+    query = FileQuery(path);
+  }
+  if (!query.IsFile()) {
+    CoreLogPrint("mediainfo", kCoreLogError,
+                 "fs::status: %s [url] %s [path] %s [LINE] %d [fs::file_type] %d [std::error_code] %s failed!",
+                 kFunction, url, path, 109, static_cast<int>(query.type), query.error.message().c_str());
+    SetReason(query);
+    return false;
+  }
+  *path_out = query.path.string();
+  return true;
+}
+
+}  // namespace service::mediainfo
