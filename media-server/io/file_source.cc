@@ -53,7 +53,7 @@ const char* OpenFailure(int error) {
 
 }  // namespace
 
-std::unique_ptr<IByteSource> OpenFileSource(const char* path, const char** reason) {
+std::unique_ptr<IByteSource> OpenFileSource(const char* path, std::string* reason) {
   // Opening a pipe or a device for reading may block until somebody writes.
   const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) {

@@ -1,0 +1,81 @@
+#include "media-server/media_server.h"
+
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "core/error_text.h"
+#include "media-server/io/bounded_source.h"
+#include "media-server/io/file_source.h"
+#include "media-server/io/network_source.h"
+#include "media-server/objects/com_object.h"
+#include "media-server/objects/media_info_object.h"
+#include "media-server/probe/media_prober.h"
+#include "platform/text.h"
+
+namespace media_server {
+namespace {
+
+class MediaServer final : public ComObject<IMediaServer> {
+ public:
+  explicit MediaServer(ServerSettings settings) : settings_(std::move(settings)) {}
+
+  std::int32_t SetOption(const char* name, const core::ValAny* value) override {
+    if (name == nullptr || value == nullptr) return platform::kInvalidPointer;
+    if (std::string_view(name) != kEncryptKeyOption || value->type() != core::ValType::kBuffer) {
+      return platform::kInvalidArgument;
+    }
+    const char* key = value->AsBuffer();
+    const std::scoped_lock lock(mutex_);
+    decryption_key_ = key != nullptr ? key : "";
+    return platform::kOk;
+  }
+
+  void Reserved4() override {}
+
+  std::int32_t GetMediaInfo(const char16_t* path, IMediaInfo** out) override {
+    if (out == nullptr) return 0;
+    *out = nullptr;
+    if (path == nullptr) return 0;
+    std::string reason;
+    try {
+      *out = Open(platform::ToUtf8(path), &reason).Detach();
+    } catch (const std::bad_alloc&) {
+      reason = "out of memory";
+    }
+    CoreSetErrorText(*out != nullptr ? nullptr : reason.c_str());
+    return *out != nullptr ? 1 : 0;
+  }
+
+  std::int64_t QueryImage(const char16_t*, imagecore::QkImageInfo*) override { return 0; }
+
+ private:
+  platform::ComPtr<IMediaInfo> Open(const std::string& path, std::string* reason) {
+    const std::unique_ptr<IByteSource> source =
+        IsNetworkUrl(path) ? OpenNetworkSource(path, settings_.proxy, reason) : OpenFileSource(path.c_str(), reason);
+    if (!source) return {};
+    BoundedSource bounded(*source, ReadBudget());
+    auto media = probe::ProbeMedia(bounded, DecryptionKey(), reason);
+    if (!media) return {};
+    return MakeMediaInfo(std::move(media));
+  }
+
+  std::string DecryptionKey() {
+    const std::scoped_lock lock(mutex_);
+    return decryption_key_;
+  }
+
+  const ServerSettings settings_;
+  std::mutex mutex_;  // guards the key: sessions on several threads share one server
+  std::string decryption_key_;
+};
+
+}  // namespace
+
+platform::ComPtr<IMediaServer> MakeMediaServer(ServerSettings settings) {
+  return platform::ComPtr<IMediaServer>::Attach(new MediaServer(std::move(settings)));
+}
+
+}  // namespace media_server

@@ -1,0 +1,115 @@
+#include "media-server/probe/analysis_policy.h"
+
+#include <algorithm>
+#include <span>
+#include <string_view>
+
+#include "media-server/probe/ffmpeg.h"
+
+namespace media_server::probe {
+namespace {
+
+std::span<AVStream* const> Streams(const AVFormatContext& context) { return {context.streams, context.nb_streams}; }
+
+bool IsOneOf(AVCodecID codec, std::initializer_list<AVCodecID> codecs) {
+  return std::find(codecs.begin(), codecs.end(), codec) != codecs.end();
+}
+
+bool KnowsSound(const AVCodecParameters& codec) { return codec.sample_rate > 0 && codec.ch_layout.nb_channels > 0; }
+
+bool KnowsSize(const AVCodecParameters& codec) { return codec.width > 0 && codec.height > 0; }
+
+bool IsCover(const AVStream& stream) { return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0; }
+
+// A picture stream that a sample entry describes fully. Covers are read from their own bytes.
+bool KnowsMp4Picture(const AVStream& stream) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  if (IsCover(stream)) return true;
+  if (!KnowsSize(codec)) return false;
+  if (IsOneOf(codec.codec_id, {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_AV1, AV_CODEC_ID_MPEG4})) {
+    return codec.extradata_size > 0;
+  }
+  return IsOneOf(codec.codec_id, {AV_CODEC_ID_VP8, AV_CODEC_ID_PRORES, AV_CODEC_ID_H263});
+}
+
+bool KnowsMatroskaPicture(const AVStream& stream) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  if (IsCover(stream)) return true;
+  if (!KnowsSize(codec) || stream.avg_frame_rate.num == 0) return false;
+  if (codec.codec_id == AV_CODEC_ID_VP8) return true;
+  return IsOneOf(codec.codec_id, {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_AV1}) && codec.extradata_size > 0;
+}
+
+bool KnowsMatroskaSound(const AVStream& stream) {
+  // What these are can only be seen in their frames: channels of AC-3, sample rate of E-AC-3 and DTS.
+  return KnowsSound(*stream.codecpar) &&
+         !IsOneOf(stream.codecpar->codec_id, {AV_CODEC_ID_AC3, AV_CODEC_ID_EAC3, AV_CODEC_ID_DTS, AV_CODEC_ID_TRUEHD});
+}
+
+bool AllKnown(const AVFormatContext& context, bool (*knows_picture)(const AVStream&),
+              bool (*knows_sound)(const AVStream&)) {
+  return context.nb_streams > 0 && std::ranges::all_of(Streams(context), [&](const AVStream* stream) {
+           switch (stream->codecpar->codec_type) {
+             case AVMEDIA_TYPE_VIDEO:
+               return knows_picture(*stream);
+             case AVMEDIA_TYPE_AUDIO:
+               return knows_sound(*stream);
+             default:
+               return true;
+           }
+         });
+}
+
+bool KnowsSoundOf(const AVStream& stream) { return KnowsSound(*stream.codecpar); }
+
+bool NoPicture(const AVStream& stream) { return IsCover(stream); }
+
+bool KnowsMp4(const AVFormatContext& context) { return AllKnown(context, &KnowsMp4Picture, &KnowsSoundOf); }
+
+bool KnowsMatroska(const AVFormatContext& context) {
+  return context.duration > 0 && AllKnown(context, &KnowsMatroskaPicture, &KnowsMatroskaSound);
+}
+
+// A WAV or AIFF header tells all; analysis would run a DTS probe over 16-bit samples, 300 times the cost of the open.
+bool KnowsPcm(const AVFormatContext& context) { return AllKnown(context, &NoPicture, &KnowsSoundOf); }
+
+bool KnowsTimedSound(const AVFormatContext& context) {
+  return AllKnown(context, &NoPicture, [](const AVStream& stream) {
+    return KnowsSound(*stream.codecpar) && stream.duration != AV_NOPTS_VALUE && stream.duration > 0;
+  });
+}
+
+bool KnowsOgg(const AVFormatContext& context) {
+  return KnowsTimedSound(context) && std::ranges::all_of(Streams(context), [](const AVStream* stream) {
+           return stream->codecpar->codec_id != AV_CODEC_ID_FLAC;  // its depth stands in the frames
+         });
+}
+
+bool KnowsAsf(const AVFormatContext& context) {
+  return context.duration > 0 && AllKnown(context, &NoPicture, &KnowsSoundOf);
+}
+
+struct Family {
+  std::string_view demuxer;
+  bool (*knows_all)(const AVFormatContext& context);
+};
+
+// Families whose headers are trusted; all others are analysed.
+constexpr Family kFamilies[] = {
+    {"mov,mp4,m4a,3gp,3g2,mj2", &KnowsMp4},
+    {"matroska,webm", &KnowsMatroska},
+    {"wav", &KnowsPcm},
+    {"aiff", &KnowsPcm},
+    {"flac", &KnowsTimedSound},
+    {"ogg", &KnowsOgg},
+    {"asf", &KnowsAsf},
+};
+
+}  // namespace
+
+bool NeedsAnalysis(const AVFormatContext& context) {
+  const auto* family = std::ranges::find(kFamilies, std::string_view(context.iformat->name), &Family::demuxer);
+  return family == std::end(kFamilies) || !family->knows_all(context);
+}
+
+}  // namespace media_server::probe

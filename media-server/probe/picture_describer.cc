@@ -1,0 +1,228 @@
+#include "media-server/probe/picture_describer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/orientation.h"
+#include "media-server/probe/side_data.h"
+#include "media-server/probe/timing.h"
+#include "mediainfo/ivideo_info.h"
+
+namespace media_server::probe {
+namespace {
+
+using codec::FieldOrder;
+using codec::PictureParameters;
+
+// H.273 transfer functions of high dynamic range: perceptual quantisation, hybrid log-gamma.
+constexpr int kTransferPq = 16;
+constexpr int kTransferHlg = 18;
+
+std::optional<std::int32_t> Described(int h273_code) {
+  if (h273_code == 0 || h273_code == 2) return std::nullopt;  // reserved, unspecified
+  return h273_code;
+}
+
+std::optional<std::int32_t> FirstOf(std::optional<std::int32_t> header, std::optional<std::int32_t> container) {
+  return header ? header : container;
+}
+
+struct PixelFormat {
+  std::optional<int> chroma_sampling;
+  std::optional<int> bit_depth;
+  bool alpha = false;
+};
+
+// What a decoder's pixel format tells; analysis knows it for codecs that have a decoder here.
+PixelFormat ReadPixelFormat(const AVStream& stream) {
+  const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(stream.codecpar->format));
+  if (format == nullptr || (format->flags & (AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_PAL)) != 0) return {};
+  PixelFormat result;
+  result.bit_depth = format->comp[0].depth;
+  result.alpha = (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+  if ((format->flags & AV_PIX_FMT_FLAG_RGB) != 0) {
+    result.chroma_sampling = codec::kChromaRgb;
+  } else if (format->nb_components < 3) {
+    result.chroma_sampling = codec::kChroma400;
+  } else {
+    constexpr int kSamplings[3][3] = {{codec::kChroma444, codec::kChroma440, 0},
+                                      {codec::kChroma422, codec::kChroma420, 0},
+                                      {codec::kChroma411, 0, codec::kChroma410}};
+    const int sampling = kSamplings[std::min<int>(format->log2_chroma_w, 2)][std::min<int>(format->log2_chroma_h, 2)];
+    if (sampling != 0) result.chroma_sampling = sampling;
+  }
+  return result;
+}
+
+// Codecs that have one pixel format only.
+PixelFormat PixelFormatOfCodec(AVCodecID codec) {
+  switch (codec) {
+    case AV_CODEC_ID_VP8:
+    case AV_CODEC_ID_MPEG1VIDEO:
+    case AV_CODEC_ID_MPEG4:
+    case AV_CODEC_ID_H261:
+    case AV_CODEC_ID_H263:
+    case AV_CODEC_ID_FLV1:
+    case AV_CODEC_ID_MSMPEG4V1:
+    case AV_CODEC_ID_MSMPEG4V2:
+    case AV_CODEC_ID_MSMPEG4V3:
+    case AV_CODEC_ID_WMV1:
+    case AV_CODEC_ID_WMV2:
+    case AV_CODEC_ID_WMV3:
+    case AV_CODEC_ID_VC1:
+    case AV_CODEC_ID_RV10:
+    case AV_CODEC_ID_RV20:
+    case AV_CODEC_ID_RV30:
+    case AV_CODEC_ID_RV40:
+      return {codec::kChroma420, 8, false};
+    default:
+      return {};
+  }
+}
+
+std::int32_t FieldOrderOf(const AVStream& stream, const PictureParameters& header) {
+  if (header.progressive_only.value_or(false) || header.field_order == FieldOrder::kProgressive) return 1;
+  if (header.field_order == FieldOrder::kTopFirst) return 2;
+  if (header.field_order == FieldOrder::kBottomFirst) return 3;
+  switch (stream.codecpar->field_order) {
+    case AV_FIELD_PROGRESSIVE:
+      return 1;
+    case AV_FIELD_TT:
+    case AV_FIELD_BT:  // coded bottom first, displayed top first
+      return 2;
+    case AV_FIELD_BB:
+    case AV_FIELD_TB:
+      return 3;
+    default:
+      return 0;
+  }
+}
+
+std::int32_t ScaledBy(std::uint32_t size, double ratio) {
+  return static_cast<std::int32_t>(std::clamp(std::round(size * ratio), 0.0, 2147483647.0));
+}
+
+// The container's ratio wins over the codec's, as players have it.
+double SampleAspectRatio(const AVStream& stream, const PictureParameters& header) {
+  for (const AVRational ratio : {stream.sample_aspect_ratio, stream.codecpar->sample_aspect_ratio}) {
+    if (ratio.num > 0 && ratio.den > 0) return av_q2d(ratio);
+  }
+  const auto& ratio = header.sample_aspect_ratio;
+  return ratio ? static_cast<double>(ratio->numerator) / static_cast<double>(ratio->denominator) : 1;
+}
+
+void DescribeSize(const AVStream& stream, const PictureParameters& header, PictureFormat& picture) {
+  picture.width = header.width.value_or(static_cast<std::uint32_t>(std::max(stream.codecpar->width, 0)));
+  picture.height = header.height.value_or(static_cast<std::uint32_t>(std::max(stream.codecpar->height, 0)));
+  picture.display_width = ScaledBy(picture.width, SampleAspectRatio(stream, header));
+  picture.display_height = ScaledBy(picture.height, 1);
+}
+
+void DescribeRate(const AVStream& stream, const PictureParameters& header, StreamDescription& description) {
+  PictureFormat& picture = description.picture;
+  picture.frame_rate = FrameRate(stream);
+  if (picture.frame_rate == 0 && header.frame_rate) {
+    picture.frame_rate =
+        static_cast<double>(header.frame_rate->numerator) / static_cast<double>(header.frame_rate->denominator);
+  }
+  picture.frame_count = FrameCount(stream, description.duration, picture.frame_rate);
+  picture.bit_rate = static_cast<std::int32_t>(
+      std::min<std::uint32_t>(description.bit_rate, std::numeric_limits<std::int32_t>::max()));
+}
+
+void DescribeColor(const AVStream& stream, const PictureParameters& header, StreamDescription& description) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  PictureProperties& properties = description.properties;
+  properties.transfer_characteristics = FirstOf(header.color.transfer, Described(codec.color_trc));
+  properties.matrix_coefficients =
+      FirstOf(header.color.matrix, codec.color_space == AVCOL_SPC_RGB ? std::nullopt : Described(codec.color_space));
+  description.picture.color_primaries = FirstOf(header.color.primaries, Described(codec.color_primaries)).value_or(0);
+  if (header.color.full_range) {
+    description.picture.color_range = *header.color.full_range ? 2 : 1;
+  } else {
+    description.picture.color_range = codec.color_range;  // numbered alike: 0 unknown, 1 limited, 2 full
+  }
+
+  const PixelFormat decoded = ReadPixelFormat(stream);
+  const PixelFormat only = PixelFormatOfCodec(codec.codec_id);
+  const auto choose = [](std::optional<int> first, std::optional<int> second, std::optional<int> third) {
+    return first ? *first : second ? *second : third.value_or(0);
+  };
+  description.picture.chroma = choose(header.chroma_sampling, decoded.chroma_sampling, only.chroma_sampling);
+  description.picture.bit_depth = choose(header.bit_depth, decoded.bit_depth, only.bit_depth);
+
+  // WebM keeps the alpha picture in a second coded picture of each block and says so in a tag.
+  const bool tagged_alpha = StreamTag(stream, "alpha_mode").value_or("0") == "1";
+  if (header.alpha || tagged_alpha || decoded.bit_depth) {
+    properties.alpha_channel = header.alpha.value_or(false) || tagged_alpha || decoded.alpha ? 1 : 0;
+  }
+}
+
+// Clean aperture out of whole pixels cut from the edges.
+void DescribeCropping(const PictureSideData::Cropping& cropping, const PictureFormat& picture,
+                      PictureProperties& properties) {
+  const std::int64_t width = std::int64_t{picture.width} - cropping.left - cropping.right;
+  const std::int64_t height = std::int64_t{picture.height} - cropping.top - cropping.bottom;
+  if (width <= 0 || height <= 0) return;
+  properties.clean_aperture_width = static_cast<std::int32_t>(width);
+  properties.clean_aperture_height = static_cast<std::int32_t>(height);
+  properties.clean_aperture_xoff = static_cast<std::int32_t>((std::int64_t{cropping.left} - cropping.right) / 2);
+  properties.clean_aperture_yoff = static_cast<std::int32_t>((std::int64_t{cropping.top} - cropping.bottom) / 2);
+}
+
+void DescribeProperties(const AVStream&, const PictureFacts& facts, const PictureSideData& side_data,
+                        StreamDescription& description) {
+  const auto& [header, track, truncated] = facts;
+  PictureProperties& properties = description.properties;
+  properties.max_frame_rate = track.max_frame_rate;
+  properties.format_settings_gop = track.gop;
+  if (header.cabac) properties.format_settings_cabac = *header.cabac ? 1 : 0;
+  properties.format_settings_ref_frame = header.reference_frames;
+  if (truncated) properties.is_truncated = *truncated ? 1 : 0;
+  properties.is_dolby_vision = side_data.dolby_vision ? 1 : 0;
+  properties.count_of_views = FirstOf(side_data.views, header.views);
+  if (track.full_idr) properties.full_idr = *track.full_idr ? 1 : 0;
+  properties.frame_view_3d_mode = side_data.stereo_mode;
+  properties.frame_view_3d_angle = side_data.field_of_view;
+  if (const auto& aperture = track.clean_aperture) {
+    properties.clean_aperture_width = aperture->width;
+    properties.clean_aperture_height = aperture->height;
+    properties.clean_aperture_xoff = aperture->x_offset;
+    properties.clean_aperture_yoff = aperture->y_offset;
+  } else if (side_data.cropping) {
+    DescribeCropping(*side_data.cropping, description.picture, properties);
+  }
+}
+
+std::uint32_t FlagsOf(const StreamDescription& description, const TrackFacts& track, const PictureSideData& side_data) {
+  const int transfer = description.properties.transfer_characteristics.value_or(0);
+  const bool high_dynamic_range =
+      transfer == kTransferPq || transfer == kTransferHlg || side_data.dolby_vision || side_data.mastering_display;
+  std::uint32_t flags = 0;
+  if (description.picture.field_order > 1) flags |= service::mediainfo::kVideoInterlaced;
+  if (!track.constant_frame_rate.value_or(true)) flags |= service::mediainfo::kVideoVariableFrameRate;
+  if (description.properties.alpha_channel.value_or(0) != 0) flags |= service::mediainfo::kVideoAlpha;
+  if (track.encrypted) flags |= service::mediainfo::kVideoEncrypted;
+  if (high_dynamic_range) flags |= service::mediainfo::kVideoHighDynamicRange;
+  return flags;
+}
+
+}  // namespace
+
+void DescribePicture(const AVStream& stream, const PictureFacts& facts, StreamDescription& description) {
+  const PictureSideData side_data = ReadPictureSideData(stream);
+  PictureFormat& picture = description.picture;
+  description.profile = facts.header.profile.value_or(stream.codecpar->profile);
+  picture.level = facts.header.level.value_or(stream.codecpar->level);
+  picture.field_order = FieldOrderOf(stream, facts.header);
+  DescribeSize(stream, facts.header, picture);
+  DescribeRate(stream, facts.header, description);
+  DescribeColor(stream, facts.header, description);
+  DescribeProperties(stream, facts, side_data, description);
+  picture.flags = FlagsOf(description, facts.track, side_data);
+  description.orientation = OrientationOf(stream);
+}
+
+}  // namespace media_server::probe

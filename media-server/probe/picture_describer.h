@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+
+#include "media-server/codec/picture_parameters.h"
+#include "media-server/model/media_description.h"
+#include "media-server/probe/track_facts.h"
+
+struct AVStream;
+
+namespace media_server::probe {
+
+/// What is known about a picture stream, and from where.
+struct PictureFacts {
+  codec::PictureParameters header;  ///< from the codec's own header
+  TrackFacts track;                 ///< from the container, where libavformat hides it
+  std::optional<bool> file_is_truncated;
+};
+
+/// Fills the picture part of `description`, whose duration is set already, from libavformat's stream and the other
+/// facts. Where they differ, sizes and colours of the codec's header win over the container's: they are what a decoder
+/// shows.
+void DescribePicture(const AVStream& stream, const PictureFacts& facts, StreamDescription& description);
+
+}  // namespace media_server::probe

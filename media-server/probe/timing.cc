@@ -1,0 +1,114 @@
+#include "media-server/probe/timing.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <span>
+
+#include "media-server/probe/ffmpeg.h"
+
+namespace media_server::probe {
+namespace {
+
+constexpr double kLargestCount = std::numeric_limits<std::uint32_t>::max();
+
+std::span<AVStream* const> Streams(const AVFormatContext& context) { return {context.streams, context.nb_streams}; }
+
+std::optional<std::uint64_t> NumberTag(const AVStream& stream, const char* key) {
+  const auto text = StreamTag(stream, key);
+  std::uint64_t value = 0;
+  if (!text || std::from_chars(text->data(), text->data() + text->size(), value).ec != std::errc()) return std::nullopt;
+  return value;
+}
+
+double Seconds(std::int64_t ticks, AVRational time_base) { return static_cast<double>(ticks) * av_q2d(time_base); }
+
+bool IsTimed(const AVStream& stream) {
+  const AVMediaType type = stream.codecpar->codec_type;
+  return (type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) ||
+         type == AVMEDIA_TYPE_AUDIO;
+}
+
+// Cover pictures and pictures of an unknown rate count as one.
+std::uint32_t AtLeastOne(double count) {
+  return count >= 1 ? static_cast<std::uint32_t>(std::min(std::round(count), kLargestCount)) : 1;
+}
+
+}  // namespace
+
+std::optional<std::string> StreamTag(const AVStream& stream, const char* key) {
+  const AVDictionaryEntry* entry = av_dict_get(stream.metadata, key, nullptr, 0);
+  if (entry == nullptr) {
+    const std::string with_language = std::string(key) + "-";
+    entry = av_dict_get(stream.metadata, with_language.c_str(), nullptr, AV_DICT_IGNORE_SUFFIX);
+  }
+  if (entry == nullptr) return std::nullopt;
+  return entry->value;
+}
+
+std::optional<double> StreamDuration(const AVStream& stream) {
+  if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0) return Seconds(stream.duration, stream.time_base);
+  const auto text = StreamTag(stream, "DURATION");
+  unsigned hours = 0;
+  unsigned minutes = 0;
+  double seconds = 0;
+  if (!text || std::sscanf(text->c_str(), "%u:%u:%lf", &hours, &minutes, &seconds) != 3) return std::nullopt;
+  const double duration = hours * 3600.0 + minutes * 60.0 + seconds;
+  if (!std::isfinite(duration) || duration <= 0) return std::nullopt;
+  return duration;
+}
+
+double FileDuration(const AVFormatContext& context) {
+  if (context.duration != AV_NOPTS_VALUE && context.duration > 0) {
+    return static_cast<double>(context.duration) / AV_TIME_BASE;
+  }
+  double start = std::numeric_limits<double>::infinity();
+  double end = 0;
+  for (const AVStream* stream : Streams(context)) {
+    const auto duration = StreamDuration(*stream);
+    if (!IsTimed(*stream) || !duration) continue;
+    const double stream_start =
+        stream->start_time == AV_NOPTS_VALUE ? 0 : Seconds(stream->start_time, stream->time_base);
+    start = std::min(start, stream_start);
+    end = std::max(end, stream_start + *duration);
+  }
+  return end > start ? end - start : 0;
+}
+
+std::uint64_t FileBitRate(const AVFormatContext& context, std::optional<std::uint64_t> size, double duration) {
+  if (size && duration > 0) {
+    const double rate = static_cast<double>(*size) * 8 / duration;
+    if (rate < 1e18) return static_cast<std::uint64_t>(rate);
+  }
+  return context.bit_rate > 0 ? static_cast<std::uint64_t>(context.bit_rate) : 0;
+}
+
+std::uint64_t StreamBitRate(const AVStream& stream) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  if (codec.codec_type == AVMEDIA_TYPE_AUDIO && codec.sample_rate > 0 && codec.ch_layout.nb_channels > 0) {
+    if (const int bits = av_get_exact_bits_per_sample(codec.codec_id); bits > 0) {
+      return std::uint64_t{static_cast<unsigned>(bits)} * static_cast<unsigned>(codec.sample_rate) *
+             static_cast<unsigned>(codec.ch_layout.nb_channels);
+    }
+  }
+  if (codec.bit_rate > 0) return static_cast<std::uint64_t>(codec.bit_rate);
+  return NumberTag(stream, "BPS").value_or(0);
+}
+
+double FrameRate(const AVStream& stream) {
+  for (const AVRational rate : {stream.avg_frame_rate, stream.r_frame_rate}) {
+    if (rate.num > 0 && rate.den > 0) return av_q2d(rate);
+  }
+  return 0;
+}
+
+std::uint32_t FrameCount(const AVStream& stream, double duration, double frame_rate) {
+  if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) return 1;
+  if (stream.nb_frames > 0) return AtLeastOne(static_cast<double>(stream.nb_frames));
+  if (const auto counted = NumberTag(stream, "NUMBER_OF_FRAMES")) return AtLeastOne(static_cast<double>(*counted));
+  return AtLeastOne(duration * frame_rate);
+}
+
+}  // namespace media_server::probe

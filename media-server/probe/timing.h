@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+struct AVFormatContext;
+struct AVStream;
+
+namespace media_server::probe {
+
+/// Value of a metadata tag of a stream; a key may carry a language ("BPS" finds "BPS-eng"). Empty when there is none.
+std::optional<std::string> StreamTag(const AVStream& stream, const char* key);
+
+/// Duration of the whole file in seconds; 0 unknown. What the container tells as a whole, else from the start of the
+/// earliest to the end of the latest sound or picture stream.
+double FileDuration(const AVFormatContext& context);
+
+/// Duration of a stream in seconds: its own, else the one its statistics tag tells ("01:02:03.004"), else empty.
+std::optional<double> StreamDuration(const AVStream& stream);
+
+/// Overall bit rate in bits/s from size and duration; what the container claims when either is unknown; 0 unknown.
+std::uint64_t FileBitRate(const AVFormatContext& context, std::optional<std::uint64_t> size, double duration);
+
+/// Bit rate of a stream in bits/s; 0 unknown. Exact for uncompressed sound, else what header or statistics tags tell.
+std::uint64_t StreamBitRate(const AVStream& stream);
+
+/// Frames per second; 0 unknown.
+double FrameRate(const AVStream& stream);
+
+/// Number of pictures: counted by the container where it counts, else estimated from `duration` (seconds) and
+/// `frame_rate`, and never 0.
+std::uint32_t FrameCount(const AVStream& stream, double duration, double frame_rate);
+
+}  // namespace media_server::probe
