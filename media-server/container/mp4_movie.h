@@ -1,0 +1,136 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "media-server/container/mp4_boxes.h"
+#include "media-server/io/byte_source.h"
+
+namespace media_server {
+
+/// Times of a header box. Unix seconds (UTC): the file counts from 1904; a value below 1970 was written as Unix time by
+/// mistake and is taken as such, a zero is no time.
+struct Mp4HeaderTimes {
+  std::optional<std::int64_t> creation_unix_s;
+  std::optional<std::int64_t> modification_unix_s;
+};
+
+/// A length in units of 1/timescale second; timescale is never 0.
+struct Mp4Duration {
+  std::uint64_t value = 0;
+  std::uint32_t timescale = 1;
+};
+
+/// The fractions of a `clap` box as they stand, in pixels; denominators may be 0 in a broken file.
+struct Mp4CleanAperture {
+  std::uint32_t width_n = 0, width_d = 0;
+  std::uint32_t height_n = 0, height_d = 0;
+  std::int32_t horizontal_offset_n = 0;
+  std::uint32_t horizontal_offset_d = 0;
+  std::int32_t vertical_offset_n = 0;
+  std::uint32_t vertical_offset_d = 0;
+};
+
+/// The protection scheme of an encrypted sample entry (ISO/IEC 14496-12 8.12, ISO/IEC 23001-7 8.2).
+struct Mp4Encryption {
+  std::string original_format;  ///< sample entry behind the encryption ("avc1"); empty when not told
+  std::string scheme;           ///< "cenc", "cbcs", ...; empty when not told
+  bool is_protected = true;     ///< default_isProtected of `tenc`
+  std::optional<std::array<std::uint8_t, 16>> default_key_id;
+};
+
+/// What the decoding times say (`stts`). The last sample has no successor, so its delta counts only when it is the only
+/// one.
+struct Mp4DecodingTimes {
+  std::uint64_t sample_count = 0;
+  std::uint32_t smallest_delta = 0;  ///< above 0 unless all deltas are 0; in units of the track's timescale
+  bool constant = false;             ///< all deltas are equal
+  bool complete = true;              ///< false: the table was longer than is read (65536 entries) or cut
+};
+
+struct Mp4Track {
+  std::uint32_t id = 0;
+  std::uint32_t flags = 0;  ///< tkhd: 1 enabled, 2 in movie, 4 in preview
+  Mp4HeaderTimes track_times;
+  Mp4HeaderTimes media_times;
+  std::optional<Mp4Duration> duration;  ///< mdhd
+  std::string language;                 ///< elng, else the three letters of mdhd; empty when not told
+  std::string handler;                  ///< "vide", "soun", "text", ...
+  std::string sample_entry;             ///< first sample entry, as it stands ("avc1", "encv")
+  std::uint32_t width = 0;              ///< of the first picture sample entry, in pixels
+  std::uint32_t height = 0;
+  std::uint32_t channels = 0;  ///< of the first sound sample entry
+  std::uint32_t sample_rate_hz = 0;
+  std::optional<Mp4Encryption> encryption;  ///< set when the first sample entry is encv, enca, ...
+  std::optional<Mp4CleanAperture> clean_aperture;
+  std::optional<std::uint32_t> sample_count;  ///< stsz or stz2
+  std::optional<Mp4DecodingTimes> decoding_times;
+  std::optional<std::uint32_t> sync_sample_count;  ///< stss; empty: no table, every sample is a sync sample
+  bool has_composition_offsets = false;            ///< ctts
+  std::optional<std::uint64_t> last_chunk_offset;  ///< file offset of the last chunk
+  /// False when a sample table declares more entries than its box, or more samples than the file, can hold: such a
+  /// track makes libavformat's index grow without bound.
+  bool plausible = true;
+};
+
+/// Where a piece of metadata stands.
+enum class Mp4MetaScope {
+  kFile,           ///< beside moov: top-level `meta`, XMP `uuid`
+  kMovieMeta,      ///< moov.meta
+  kMovieUserData,  ///< moov.udta and moov.udta.meta
+  kTrackMeta,      ///< trak.meta
+  kTrackUserData,  ///< trak.udta and trak.udta.meta
+};
+
+/// Which naming system a metadata key belongs to.
+enum class Mp4MetaNamespace {
+  kNamedKey,  ///< `keys` table: "com.apple.quicktime.make", "AIGC"
+  kItunes,    ///< `ilst` item by four characters: "©nam", "trkn" (as "3/12" or "3")
+  kFreeform,  ///< iTunes `----` item: key is its name, `mean` its mean
+  kUserData,  ///< atom directly in udta: "©xyz", "titl", "loci" (as an ISO 6709 text)
+  kXmp,       ///< an XMP packet; key is "XMP"
+};
+
+struct Mp4MetaEntry {
+  Mp4MetaScope scope = Mp4MetaScope::kFile;
+  std::uint32_t track_id = 0;  ///< 0 unless the scope is a track
+  Mp4MetaNamespace name_space = Mp4MetaNamespace::kNamedKey;
+  std::string mean;   ///< kFreeform only: "com.apple.iTunes"
+  std::string key;    ///< UTF-8; four-character keys with their © as U+00A9
+  std::string value;  ///< UTF-8; invalid sequences are U+FFFD, cut at a NUL
+};
+
+/// What the headers of an ISO base media or QuickTime file tell.
+struct Mp4Movie {
+  std::string major_brand;  ///< four characters; empty when there is no `ftyp`
+  std::vector<std::string> compatible_brands;
+  bool has_moov = false;
+  bool has_mdat = false;
+  bool has_fragments = false;  ///< mvex or a top-level moof
+  /// A top-level box, a chunk or an indexed segment ends beyond the end of the input.
+  bool truncated = false;
+  /// A budget ran out: what stands here is right but not all.
+  bool incomplete = false;
+  Mp4HeaderTimes times;
+  std::optional<Mp4Duration> duration;           ///< mvhd; empty when 0 or unknown
+  std::optional<Mp4Duration> fragment_duration;  ///< mehd, else sidx, else the end of the last fragment
+  std::vector<Mp4Track> tracks;
+  std::vector<Mp4MetaEntry> metadata;  ///< in file order
+
+  /// Media data without a movie box: the writer was stopped before it wrote the box that comes last.
+  bool MoovMissing() const { return has_mdat && !has_moov && !has_fragments; }
+};
+
+/// Bounds on metadata, which hostile files inflate.
+inline constexpr std::size_t kMp4LargestValueBytes = std::size_t{1} << 20;
+inline constexpr std::size_t kMp4LargestMetadataBytes = std::size_t{16} << 20;
+inline constexpr std::size_t kMp4MostMetadataEntries = 4096;
+
+/// Reads the headers of `source` in one pass. Never fails: what is broken or missing stays empty. Sample tables are not
+/// read, save up to 512 KiB of `stts` and the last chunk offset, so that long files cost no more than short ones.
+Mp4Movie ReadMp4Movie(IByteSource& source, const Mp4BoxLimits& limits = {});
+
+}  // namespace media_server
