@@ -5,6 +5,13 @@
 
 namespace core {
 
+// GCC 12 sees through `delete this` to the whole object's destructor, finds the object's start before this base, and
+// takes the adjusted pointer for one that was never allocated.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wfree-nonheap-object"
+#endif
+
 /// Intrusive reference count of a session class. A new object counts 0: whoever creates it takes the first reference.
 template <typename Session>
 class RefCnt {
@@ -27,5 +34,9 @@ class RefCnt {
  private:
   std::atomic<std::uint32_t> count_{0};
 };
+
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 }  // namespace core
