@@ -16,6 +16,7 @@ namespace {
 enum NalType : unsigned {
   kSlice = 1,
   kIdrSlice = 5,
+  kSei = 6,
   kSequenceParameterSet = 7,
   kPictureParameterSet = 8,
   kSequenceParameterSetExtension = 13,
@@ -196,14 +197,14 @@ std::optional<SequenceParameterSet> ReadSequenceParameterSet(BitReader& bits) {
 
 /// num_views_minus1 + 1 of a subset sequence parameter set of the multi-view profiles (annex H).
 std::optional<int> ReadViews(BitReader& bits) {
-  constexpr std::uint32_t kMaxViews = 1024;
+  constexpr std::uint32_t kMaxViews = 1024;  // H.7.4.2.1.4: num_views_minus1 is at most 1023
   const auto set = ReadSequenceParameterSet(bits);
   if (!set || (set->picture.profile != 118 && set->picture.profile != 128 && set->picture.profile != 134)) {
     return std::nullopt;
   }
   if (!bits.Flag()) return std::nullopt;  // bit_equal_to_one
   const std::uint32_t views_minus1 = bits.UnsignedGolomb();
-  if (!bits.Ok() || views_minus1 >= kMaxViews) return std::nullopt;
+  if (!bits.Ok() || views_minus1 == 0 || views_minus1 >= kMaxViews) return std::nullopt;
   return static_cast<int>(views_minus1) + 1;
 }
 
@@ -306,7 +307,7 @@ std::optional<NalConfiguration> ReadH264Configuration(std::span<const std::uint8
   if (extradata.size() >= kRecordHeaderSize && extradata.front() == 1) return ReadRecord(extradata);
   const auto picture = ReadH264ParameterSets(extradata, kAnnexB);
   if (!picture) return std::nullopt;
-  return NalConfiguration{kAnnexB, *picture};
+  return NalConfiguration{kAnnexB, *picture, ReadH264Sei(extradata, kAnnexB)};
 }
 
 std::optional<PictureParameters> ReadH264ParameterSets(std::span<const std::uint8_t> sample, int nal_length_size) {
@@ -317,6 +318,15 @@ std::optional<PictureParameters> ReadH264ParameterSets(std::span<const std::uint
   PictureParameters picture;
   sets.Complete(picture);
   return picture;
+}
+
+SeiFacts ReadH264Sei(std::span<const std::uint8_t> sample, int nal_length_size) {
+  NalReader nals(sample, nal_length_size);
+  SeiFacts facts;
+  for (auto nal = nals.Next(); !nal.empty() && !IsSlice(nal); nal = nals.Next()) {
+    if (TypeOf(nal) == kSei) ReadSei(NalPayload(nal, 1), facts);
+  }
+  return facts;
 }
 
 std::optional<bool> IsH264Idr(std::span<const std::uint8_t> sample, int nal_length_size) {

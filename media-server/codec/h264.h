@@ -4,15 +4,10 @@
 #include <optional>
 #include <span>
 
+#include "media-server/codec/nal_configuration.h"
 #include "media-server/codec/picture_parameters.h"
 
 namespace media_server::codec {
-
-/// What a codec configuration tells: how samples are cut into NAL units, and the pictures.
-struct NalConfiguration {
-  int nal_length_size = 0;  ///< as `NalReader` takes it: `kAnnexB`, or 1 to 4
-  PictureParameters picture;
-};
 
 /// Reads H.264 extradata: an avcC (or mvcC) record, or parameter sets behind start codes. Uses the first sequence
 /// parameter set that can be read; where a record holds none, its own profile and level remain. Empty when the bytes
@@ -26,5 +21,8 @@ std::optional<PictureParameters> ReadH264ParameterSets(std::span<const std::uint
 /// True when the first coded slice of the sample belongs to an IDR picture, false for another picture; empty when no
 /// slice is found. The first bytes of a sample are enough as long as they reach the slice's header byte.
 std::optional<bool> IsH264Idr(std::span<const std::uint8_t> sample, int nal_length_size);
+
+/// What the SEI messages before the first slice of a sample tell.
+SeiFacts ReadH264Sei(std::span<const std::uint8_t> sample, int nal_length_size);
 
 }  // namespace media_server::codec

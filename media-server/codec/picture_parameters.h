@@ -58,7 +58,7 @@ struct PictureParameters {
   std::optional<bool> progressive_only;
   std::optional<FieldOrder> field_order;
   std::optional<core::Rational> frame_rate;  ///< frames per second
-  std::optional<int> views;                  ///< views of a multi-view stream, 1 for a plain one where the codec tells
+  std::optional<int> views;                  ///< views of a multi-view stream, 2 and up; empty for a plain one
 };
 
 }  // namespace media_server::codec

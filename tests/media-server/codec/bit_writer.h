@@ -26,6 +26,7 @@ class BitWriter {
   }
 
   const std::vector<std::uint8_t>& Bytes() const { return bytes_; }
+  unsigned BitCount() const { return used_; }
 
  private:
   std::vector<std::uint8_t> bytes_;
