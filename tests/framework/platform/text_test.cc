@@ -1,0 +1,96 @@
+#include "platform/text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace {
+
+using platform::ToUtf16;
+using platform::ToUtf8;
+using platform::ToValidUtf8;
+
+struct Pair {
+  std::string_view utf8;
+  std::u16string_view utf16;
+};
+
+/// The ends of the ranges of one, two, three and four bytes, and of the surrogates' surroundings.
+constexpr Pair kPairs[] = {
+    {"", u""},
+    {"plain", u"plain"},
+    {"\x7F", u"\u007F"},
+    {"\xC2\x80", u"\u0080"},
+    {"\xDF\xBF", u"\u07FF"},
+    {"\xE0\xA0\x80", u"\u0800"},
+    {"\xED\x9F\xBF", u"\uD7FF"},
+    {"\xEE\x80\x80", u"\uE000"},
+    {"\xEF\xBF\xBF", u"\uFFFF"},
+    {"\xF0\x90\x80\x80", u"\U00010000"},
+    {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
+    {"a\xE2\x82\xAC\xF0\x9F\x98\x80z", u"a\u20AC\U0001F600z"},
+    {std::string_view("a\0b", 3), std::u16string_view(u"a\0b", 3)},
+};
+
+TEST(TextTest, ValidTextSurvivesBothWays) {
+  for (const Pair& pair : kPairs) {
+    EXPECT_EQ(ToUtf8(pair.utf16), pair.utf8);
+    EXPECT_EQ(ToUtf16(pair.utf8), pair.utf16);
+    EXPECT_EQ(ToValidUtf8(pair.utf8), pair.utf8);
+  }
+}
+
+struct BrokenUtf16 {
+  std::u16string_view text;
+  std::string_view expected;
+};
+
+constexpr char16_t kHighAtEnd[] = {u'a', 0xD83D, 0};
+constexpr char16_t kHighBeforeText[] = {0xD83D, u'b', 0};
+constexpr char16_t kLowAlone[] = {u'a', 0xDE00, u'b', 0};
+constexpr char16_t kHighTwice[] = {0xD83D, 0xD83D, 0xDE00, 0};
+constexpr char16_t kLowFirst[] = {0xDE00, 0xD83D, 0};
+
+constexpr BrokenUtf16 kBrokenUtf16[] = {
+    {kHighAtEnd, "a\xEF\xBF\xBD"},           {kHighBeforeText, "\xEF\xBF\xBD\x62"},
+    {kLowAlone, "a\xEF\xBF\xBD\x62"},        {kHighTwice, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
+    {kLowFirst, "\xEF\xBF\xBD\xEF\xBF\xBD"},
+};
+
+TEST(TextTest, UnpairedSurrogatesBecomeReplacementCharacters) {
+  for (const BrokenUtf16& broken : kBrokenUtf16) EXPECT_EQ(ToUtf8(broken.text), broken.expected);
+}
+
+struct BrokenUtf8 {
+  std::string_view text;
+  std::string_view expected;
+};
+
+constexpr BrokenUtf8 kBrokenUtf8[] = {
+    {"a\xFFz", "a\xEF\xBF\xBDz"},            // never a byte of UTF-8
+    {"\x80z", "\xEF\xBF\xBDz"},              // continuation without a start
+    {"a\xE2\x82", "a\xEF\xBF\xBD"},          // cut at the end
+    {"\xE2\x82z", "\xEF\xBF\xBDz"},          // cut by the next character
+    {"\xC0\xAFz", "\xEF\xBF\xBDz"},          // overlong slash
+    {"\xED\xA0\x80z", "\xEF\xBF\xBDz"},      // surrogate
+    {"\xF4\x90\x80\x80z", "\xEF\xBF\xBDz"},  // past U+10FFFF
+};
+
+TEST(TextTest, InvalidUtf8BecomesReplacementCharacters) {
+  for (const BrokenUtf8& broken : kBrokenUtf8) {
+    EXPECT_EQ(ToValidUtf8(broken.text), broken.expected);
+    EXPECT_EQ(ToUtf8(ToUtf16(broken.text)), broken.expected);
+  }
+}
+
+TEST(TextTest, EverySingleByteGivesValidText) {
+  for (int value = 0; value < 256; ++value) {
+    const std::string byte(1, static_cast<char>(value));
+    const std::u16string text = ToUtf16(byte);
+    ASSERT_EQ(text.size(), 1U);
+    EXPECT_EQ(text[0], value < 0x80 ? static_cast<char16_t>(value) : u'\uFFFD') << value;
+  }
+}
+
+}  // namespace
