@@ -80,6 +80,7 @@ class ValAny {
 
   /// Any integer that fits. Throws AnyBadAccess for other types and for values out of range.
   std::int32_t AsInt32() const;
+  std::int64_t AsInt64() const;
   /// Any number. Throws AnyBadAccess for other types.
   double AsDouble() const;
   /// Address of the buffer (null when the payload is null), still owned as before. Throws AnyBadAccess for other types.
@@ -113,23 +114,26 @@ class ValAny {
 };
 static_assert(sizeof(ValAny) == 16 && std::is_standard_layout_v<ValAny>);
 
-inline std::int32_t ValAny::AsInt32() const {
-  const auto narrow = [](auto value) {
-    if (!std::in_range<std::int32_t>(value)) throw AnyBadAccess();
-    return static_cast<std::int32_t>(value);
-  };
+inline std::int64_t ValAny::AsInt64() const {
   switch (type_) {
     case ValType::kInt32:
       return static_cast<std::int32_t>(payload_);
     case ValType::kUInt32:
-      return narrow(static_cast<std::uint32_t>(payload_));
+      return static_cast<std::uint32_t>(payload_);
     case ValType::kInt64:
-      return narrow(static_cast<std::int64_t>(payload_));
+      return static_cast<std::int64_t>(payload_);
     case ValType::kUInt64:
-      return narrow(payload_);
+      if (!std::in_range<std::int64_t>(payload_)) throw AnyBadAccess();
+      return static_cast<std::int64_t>(payload_);
     default:
       throw AnyBadAccess();
   }
+}
+
+inline std::int32_t ValAny::AsInt32() const {
+  const std::int64_t value = AsInt64();
+  if (!std::in_range<std::int32_t>(value)) throw AnyBadAccess();
+  return static_cast<std::int32_t>(value);
 }
 
 inline double ValAny::AsDouble() const {
