@@ -1,0 +1,49 @@
+#include "host.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace mediaprobe {
+namespace {
+
+constexpr char kLibraryFolderVariable[] = "MEDIAPROBE_LIBRARY_DIR";
+constexpr char kModuleName[] = "service-mediainfo.so";
+
+}  // namespace
+
+std::string LibraryFolder() {
+  if (const char* folder = std::getenv(kLibraryFolderVariable); folder && *folder) return folder;
+  std::error_code no_link;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", no_link);
+  return program.parent_path().parent_path() / "lib" / "mediainfo";
+}
+
+Host::Config::Config(const std::string& application_folder)
+    : values_{{service::config_keys::kMediaInfoPath, application_folder},
+              {service::config_keys::kMediaProxyPath, ""},
+              {service::config_keys::kSetAppPath, application_folder},
+              {service::config_keys::kSetAppResPath, application_folder},
+              {service::config_keys::kSetLogPath, ""}} {}
+
+const char* Host::Config::GetString(const char* key, std::uintptr_t /*reserved*/) {
+  const auto found = key ? values_.find(std::string_view(key)) : values_.end();
+  return found == values_.end() ? nullptr : found->second.c_str();
+}
+
+Host::Host(const std::string& library_folder)
+    : config_(library_folder),
+      module_path_(library_folder + "/" + kModuleName),
+      manager_(ZORServiceMrgAcqire(/*reserved=*/0)) {
+  if (manager_ && !manager_->LoadModule(module_path_.c_str(), &config_)) manager_ = nullptr;
+}
+
+Host::~Host() {
+  if (manager_) manager_->ReleaseServices();
+}
+
+std::shared_ptr<service::IService> Host::AcquireService(const char* name) const {
+  return manager_ ? manager_->AcquireService(name, /*create=*/true, /*reserved=*/0) : nullptr;
+}
+
+}  // namespace mediaprobe

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "service/iconfig.h"
+#include "service/iservice.h"
+#include "service/iservice_manager.h"
+
+namespace mediaprobe {
+
+/// Folder of the libraries that the tool loads: the environment variable MEDIAPROBE_LIBRARY_DIR where it is set and not
+/// empty, else lib/mediainfo beside the folder of the running program.
+std::string LibraryFolder();
+
+/// The process's service host with the media information module loaded.
+class Host {
+ public:
+  /// Loads the module from `library_folder` and tells it the folders of the application.
+  explicit Host(const std::string& library_folder);
+  /// Releases the services; sessions and services that were handed out must be gone.
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  /// The service named `name`; empty when the module could not be loaded or has no such service.
+  std::shared_ptr<service::IService> AcquireService(const char* name) const;
+  const std::string& module_path() const { return module_path_; }
+
+ private:
+  class Config final : public service::IConfig {
+   public:
+    explicit Config(const std::string& application_folder);
+    void Reserved1() override {}
+    void Reserved2() override {}
+    void Reserved3() override {}
+    const char* GetString(const char* key, std::uintptr_t reserved) override;
+
+   private:
+    std::map<std::string, std::string, std::less<>> values_;
+  };
+
+  Config config_;
+  std::string module_path_;
+  service::IServiceManager* manager_;
+};
+
+}  // namespace mediaprobe

@@ -1,0 +1,76 @@
+#include "input_path.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <filesystem>
+#include <system_error>
+
+namespace mediaprobe {
+namespace {
+
+constexpr std::array<std::string_view, 2> kNetworkSchemes = {"http://", "https://"};
+constexpr std::array<std::string_view, 2> kFileSchemes = {"file:", "files:"};
+constexpr std::string_view kLocalHost = "//localhost/";
+
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+/// "%20" becomes a blank; what is no escape, or would be a NUL, stays as it is.
+std::string DecodePercent(std::string_view text) {
+  std::string decoded;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const int high = text[at] == '%' && at + 2 < text.size() ? HexDigit(text[at + 1]) : -1;
+    const int low = high >= 0 ? HexDigit(text[at + 2]) : -1;
+    const int byte = low >= 0 ? high * 16 + low : 0;
+    if (byte == 0) {
+      decoded += text[at];
+      continue;
+    }
+    decoded += static_cast<char>(byte);
+    at += 2;
+  }
+  return decoded;
+}
+
+bool Exists(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0;
+}
+
+/// The path that the part of a file URL after its scheme names.
+std::string PathOfFileUrl(std::string_view rest) {
+  if (rest.starts_with(kLocalHost)) rest.remove_prefix(kLocalHost.size() - 1);
+  while (rest.starts_with("//")) rest.remove_prefix(1);
+  std::string path(rest);
+  return Exists(path) ? path : DecodePercent(path);
+}
+
+std::string Absolute(const std::string& path) {
+  if (path.starts_with('/') || path.empty()) return path;
+  std::error_code no_current_folder;
+  const std::filesystem::path folder = std::filesystem::current_path(no_current_folder);
+  return no_current_folder ? path : (folder / path).native();
+}
+
+}  // namespace
+
+InputPath ToInputPath(std::string_view input) {
+  for (const std::string_view scheme : kNetworkSchemes) {
+    if (input.starts_with(scheme)) return {std::string(input), std::nullopt};
+  }
+  std::string path(input);
+  for (const std::string_view scheme : kFileSchemes) {
+    if (input.starts_with(scheme)) path = PathOfFileUrl(input.substr(scheme.size()));
+  }
+  path = Absolute(path);
+  // The service drops the first six characters of such a URL, whatever they are, and keeps the path's own slash.
+  const bool looks_like_url = path.find(":/") != std::string::npos;
+  return {looks_like_url ? "file:/" + path : path, path};
+}
+
+}  // namespace mediaprobe
