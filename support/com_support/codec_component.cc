@@ -50,8 +50,11 @@ std::int32_t CodecComponent::OpenMediaInfo(const char16_t* path, std::uint32_t /
   if (!out) return platform::kInvalidPointer;
   *out = nullptr;
   if (!path) return platform::kInvalidArgument;
-  if (media_server_->GetMediaInfo(path, out) == 0) return platform::kFail;
-  return *out ? platform::kOk : platform::kFail;
+
+  ComPtr<IMediaInfo> media_info;
+  if (media_server_->GetMediaInfo(path, media_info.Put()) == 0 || !media_info) return platform::kFail;
+  *out = media_info.Detach();
+  return platform::kOk;
 }
 
 }  // namespace com_support
