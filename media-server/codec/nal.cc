@@ -15,20 +15,29 @@ std::span<const std::uint8_t> AfterStartCode(std::span<const std::uint8_t> bytes
 
 }  // namespace
 
-NalReader::NalReader(std::span<const std::uint8_t> bytes, int length_size)
-    : left_(bytes), length_size_(static_cast<std::size_t>(std::clamp(length_size, 0, 4))) {
-  if (length_size_ == kAnnexB) left_ = AfterStartCode(left_);
+StartCodeReader::StartCodeReader(std::span<const std::uint8_t> bytes) : left_(AfterStartCode(bytes)) {}
+
+std::span<const std::uint8_t> StartCodeReader::Next() {
+  while (!left_.empty()) {
+    const auto start_code = std::ranges::search(left_, kStartCode);
+    const std::span<const std::uint8_t> unit(left_.begin(), start_code.begin());
+    left_ = {start_code.end(), left_.end()};
+    if (!unit.empty()) return unit;
+  }
+  return {};
 }
+
+NalReader::NalReader(std::span<const std::uint8_t> bytes, int length_size)
+    : length_size_(static_cast<std::size_t>(std::clamp(length_size, 0, 4))),
+      start_codes_(length_size_ == kAnnexB ? bytes : std::span<const std::uint8_t>()),
+      left_(bytes) {}
 
 std::span<const std::uint8_t> NalReader::Next() {
   return length_size_ == kAnnexB ? NextAnnexB() : NextLengthPrefixed();
 }
 
 std::span<const std::uint8_t> NalReader::NextAnnexB() {
-  while (!left_.empty()) {
-    const auto start_code = std::ranges::search(left_, kStartCode);
-    std::span<const std::uint8_t> nal(left_.begin(), start_code.begin());
-    left_ = {start_code.end(), left_.end()};
+  for (auto nal = start_codes_.Next(); !nal.empty(); nal = start_codes_.Next()) {
     while (!nal.empty() && nal.back() == 0) nal = nal.first(nal.size() - 1);
     if (!nal.empty()) return nal;
   }

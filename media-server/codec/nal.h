@@ -7,6 +7,19 @@
 
 namespace media_server::codec {
 
+/// Walks the units between start codes (00 00 01) as MPEG-1, MPEG-2 and MPEG-4 Visual use them. Borrows the bytes.
+class StartCodeReader {
+ public:
+  explicit StartCodeReader(std::span<const std::uint8_t> bytes);
+
+  /// The next unit from the start code's last byte on, never empty before the end; empty when no unit is left. Zero
+  /// bytes in front of the next start code are part of it: they may be the unit's own.
+  std::span<const std::uint8_t> Next();
+
+ private:
+  std::span<const std::uint8_t> left_;
+};
+
 /// NAL length size that stands for Annex B: units between start codes (00 00 01) instead of behind their lengths.
 inline constexpr int kAnnexB = 0;
 
@@ -25,8 +38,9 @@ class NalReader {
   std::span<const std::uint8_t> NextAnnexB();
   std::span<const std::uint8_t> NextLengthPrefixed();
 
-  std::span<const std::uint8_t> left_;
   std::size_t length_size_;
+  StartCodeReader start_codes_;
+  std::span<const std::uint8_t> left_;
 };
 
 /// The raw payload of a NAL unit: `nal` from `header_size` on without emulation prevention bytes (the 03 of 00 00 03).

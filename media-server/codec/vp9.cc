@@ -1,0 +1,94 @@
+#include "media-server/codec/vp9.h"
+
+#include <array>
+
+#include "media-server/codec/bit_reader.h"
+#include "media-server/codec/video_usability.h"
+
+namespace media_server::codec {
+namespace {
+
+constexpr std::uint32_t kMaxProfile = 3;
+constexpr std::uint32_t kUnspecified = 2;
+
+// color_space (7.2.2) as H.273 matrix coefficients: unknown, BT.601, BT.709, SMPTE 170, SMPTE 240, BT.2020, reserved,
+// RGB.
+constexpr std::array<std::uint32_t, 8> kMatrixOfColorSpace = {kUnspecified, 5, 1, 6, 7, 9, kUnspecified, 0};
+
+std::optional<int> ChromaOf(bool subsampling_x, bool subsampling_y, const ColorDescription& color) {
+  if (!subsampling_x && !subsampling_y) return ChromaSampling(3, color);
+  if (!subsampling_x) return kChroma440;
+  return subsampling_y ? kChroma420 : kChroma422;
+}
+
+/// bitdepth_colorspace_sampling; false where reserved bits are set or profile and format do not go together.
+bool ReadColor(BitReader& bits, std::uint32_t profile, PictureParameters& picture) {
+  const bool any_sampling = profile % 2 == 1;
+  picture.bit_depth = profile < 2 ? 8 : bits.Flag() ? 12 : 10;
+  const std::uint32_t matrix = kMatrixOfColorSpace[bits.Bits(3)];
+  picture.color = NamedColor(kUnspecified, kUnspecified, matrix);
+  if (matrix == 0) {
+    picture.color.full_range = true;
+    picture.chroma_sampling = kChromaRgb;
+    return any_sampling && !bits.Flag();  // reserved_zero
+  }
+  picture.color.full_range = bits.Flag();
+  picture.chroma_sampling = kChroma420;
+  if (!any_sampling) return true;
+  const bool subsampling_x = bits.Flag();
+  const bool subsampling_y = bits.Flag();
+  picture.chroma_sampling = ChromaOf(subsampling_x, subsampling_y, picture.color);
+  return !bits.Flag() && !(subsampling_x && subsampling_y);  // reserved_zero; 4:2:0 belongs to profiles 0 and 2
+}
+
+}  // namespace
+
+std::optional<PictureParameters> ReadVp9Configuration(std::span<const std::uint8_t> box) {
+  constexpr std::array<int, 4> kSampling = {kChroma420, kChroma420, kChroma422, kChroma444};  // 0: vertical siting
+  BitReader bits(box);
+  if (bits.Bits(8) != 1) return std::nullopt;
+  bits.Skip(24);  // flags
+  const std::uint32_t profile = bits.Bits(8);
+  const std::uint32_t level = bits.Bits(8);
+  const std::uint32_t bit_depth = bits.Bits(4);
+  const std::uint32_t chroma = bits.Bits(3);
+  const bool full_range = bits.Flag();
+  const std::uint32_t primaries = bits.Bits(8);
+  const std::uint32_t transfer = bits.Bits(8);
+  const std::uint32_t matrix = bits.Bits(8);
+  if (!bits.Ok() || profile > kMaxProfile) return std::nullopt;
+  PictureParameters picture;
+  picture.profile = static_cast<int>(profile);
+  if (level != 0) picture.level = static_cast<int>(level);
+  if (bit_depth == 8 || bit_depth == 10 || bit_depth == 12) picture.bit_depth = static_cast<int>(bit_depth);
+  picture.color = NamedColor(primaries, transfer, matrix);
+  picture.color.full_range = full_range;
+  if (chroma < kSampling.size()) picture.chroma_sampling = kSampling[chroma];
+  if (chroma == 3) picture.chroma_sampling = ChromaSampling(3, picture.color);
+  return picture;
+}
+
+std::optional<PictureParameters> ReadVp9Frame(std::span<const std::uint8_t> sample) {
+  constexpr std::uint32_t kFrameMarker = 2;
+  constexpr std::uint32_t kSyncCode = 0x498342;
+  BitReader bits(sample);
+  if (bits.Bits(2) != kFrameMarker) return std::nullopt;
+  const std::uint32_t low = bits.Bits(1);
+  const std::uint32_t profile = bits.Bits(1) << 1 | low;
+  if (profile == kMaxProfile && bits.Flag()) return std::nullopt;  // reserved_zero
+  PictureParameters picture;
+  picture.profile = static_cast<int>(profile);
+  const bool show_existing = bits.Flag();
+  if (show_existing) return bits.Ok() ? std::optional(picture) : std::nullopt;
+  const bool is_key = !bits.Flag();
+  bits.Skip(2);  // show_frame, error_resilient_mode
+  if (!bits.Ok()) return std::nullopt;
+  if (!is_key) return picture;
+  if (bits.Bits(24) != kSyncCode || !ReadColor(bits, profile, picture)) return std::nullopt;
+  const std::uint32_t width = bits.Bits(16) + 1;
+  const std::uint32_t height = bits.Bits(16) + 1;
+  if (!bits.Ok() || !SetPictureSize(picture, width, height, 0, 0)) return std::nullopt;
+  return picture;
+}
+
+}  // namespace media_server::codec
