@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "media-server/model/media_tags.h"
 #include "media_server/format_records.h"
 #include "media_server/istream.h"
 
@@ -77,6 +78,8 @@ struct MediaDescription {
   double duration = 0;         ///< seconds, 0 unknown
   std::uint64_t bit_rate = 0;  ///< bits/s, 0 unknown
   std::uint64_t file_size = 0;
+  MediaTags tags;
+  /// Creation and modification time in local time, as IMetadata::GetDate gives them; empty for none.
   std::string date_text;
   std::vector<StreamDescription> streams;
   std::vector<ProgramDescription> programs;

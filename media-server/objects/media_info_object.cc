@@ -1,6 +1,9 @@
 #include "media-server/objects/media_info_object.h"
 
+#include <cmath>
 #include <new>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -8,6 +11,8 @@
 #include "media-server/objects/object_list.h"
 #include "media-server/objects/stream_objects.h"
 #include "media-server/objects/text.h"
+#include "media_server/imetadata.h"
+#include "media_server/metadata_keys.h"
 
 namespace media_server {
 namespace {
@@ -29,6 +34,27 @@ ComStatus GiveList(IObjectList<Item>** out, const MakeItems& make_items) {
     return platform::kFail;
   }
 }
+
+struct KeyedText {
+  std::u16string_view key;
+  std::string (*text)(const MediaTags& tags);
+};
+
+constexpr KeyedText kKeyedTexts[] = {
+    // Hosts show this one as the artist too, and few files name actors.
+    {metadata_keys::kActor, [](const MediaTags& tags) { return tags.artist.empty() ? tags.actor : tags.artist; }},
+    {metadata_keys::kAigc, [](const MediaTags& tags) { return tags.aigc; }},
+    {metadata_keys::kGpsLatitudeRef,
+     [](const MediaTags& tags) -> std::string {
+       if (!tags.location) return "";
+       return tags.location->latitude < 0 ? "S" : "N";
+     }},
+    {metadata_keys::kGpsLongitudeRef,
+     [](const MediaTags& tags) -> std::string {
+       if (!tags.location) return "";
+       return tags.location->longitude < 0 ? "W" : "E";
+     }},
+};
 
 class Program final : public ComObject<IProgram> {
  public:
@@ -64,7 +90,7 @@ class Program final : public ComObject<IProgram> {
   const ProgramDescription& program_;  // within *media_
 };
 
-class MediaInfo final : public ComObject<IMediaInfo> {
+class MediaInfo final : public ComObject<IMediaInfo, IMetadata> {
  public:
   explicit MediaInfo(SharedMedia media) : media_(std::move(media)) {}
 
@@ -75,6 +101,32 @@ class MediaInfo final : public ComObject<IMediaInfo> {
   std::uint64_t GetBitRate() override { return media_->bit_rate; }
   std::uint64_t GetFileSize() override { return media_->file_size; }
   std::int32_t GetDateText(BSTR* out) override { return GiveText(media_->date_text, out); }
+
+  std::int32_t GetArtist(BSTR* out) override { return GiveText(tags().artist, out); }
+  std::int32_t GetTitle(BSTR* out) override { return GiveText(tags().title, out); }
+  std::int32_t GetTrackNumber(BSTR* out) override { return GiveText(tags().track_number, out); }
+  std::int32_t GetAlbum(BSTR* out) override { return GiveText(tags().album, out); }
+  std::int32_t GetDate(BSTR* out) override { return GiveText(media_->date_text, out); }
+  std::int32_t GetGenre(BSTR* out) override { return GiveText(tags().genre, out); }
+  std::int32_t GetPublisher(BSTR* out) override { return GiveText(tags().publisher, out); }
+  std::int32_t GetMaker(BSTR* out) override { return GiveText(tags().maker, out); }
+  std::int32_t GetModel(BSTR* out) override { return GiveText(tags().model, out); }
+  double GetGpsLatitude() override { return tags().location ? std::abs(tags().location->latitude) : 0; }
+  double GetGpsLongitude() override { return tags().location ? std::abs(tags().location->longitude) : 0; }
+
+  std::int32_t GetInteger(const char16_t* key, std::int32_t* out) override {
+    if (key == nullptr || out == nullptr) return platform::kInvalidPointer;
+    return platform::kFail;  // the one integer, an alpha mode, is a fact of images
+  }
+
+  std::int32_t GetText(const char16_t* key, BSTR* out) override {
+    if (key == nullptr || out == nullptr) return platform::kInvalidPointer;
+    *out = nullptr;
+    for (const auto& [known, text] : kKeyedTexts) {
+      if (known == key) return GiveText(text(tags()), out);
+    }
+    return platform::kFail;
+  }
 
   std::int32_t GetPrograms(IProgramCollection** out) override {
     return GiveList(out, [&] {
@@ -87,6 +139,8 @@ class MediaInfo final : public ComObject<IMediaInfo> {
   }
 
  private:
+  const MediaTags& tags() const { return media_->tags; }
+
   SharedMedia media_;
 };
 

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "media-server/container/mp4_movie.h"
 #include "media-server/io/byte_source.h"
 #include "media-server/probe/track_facts.h"
 
@@ -15,12 +14,15 @@ namespace media_server::probe {
 
 /// What our own container readers tell of a file.
 struct ContainerFacts {
-  bool stacked_alpha = false;  ///< an alpha picture is stacked under the colour picture
-  bool any_encrypted = false;
+  std::optional<Mp4Movie> movie;       ///< of the MP4 family
   std::optional<bool> truncated;       ///< the file is shorter than its container says
   std::optional<std::string> refusal;  ///< why the file must not be opened, in words
-  std::map<int, TrackFacts> tracks;    ///< by the container's own stream id
+  std::string aigc;                    ///< label in a place of the container that libavformat does not read
+  std::string xmp;                     ///< XMP packet, likewise
 
+  /// An alpha picture is stacked under the colour picture.
+  bool HasStackedAlpha() const;
+  bool AnyEncrypted() const;
   TrackFacts FactsOf(const AVStream& stream) const;
 };
 

@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "core/log.h"
 #include "media-server/container/format_identity.h"
+#include "media-server/metadata/timestamp.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/codec_tags.h"
 #include "media-server/probe/container_facts.h"
@@ -17,6 +19,7 @@
 #include "media-server/probe/program_describer.h"
 #include "media-server/probe/sample_reader.h"
 #include "media-server/probe/sound_describer.h"
+#include "media-server/probe/tag_reader.h"
 #include "media-server/probe/timing.h"
 #include "platform/text.h"
 
@@ -88,6 +91,11 @@ std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions op
   return demuxer;
 }
 
+// A 128-bit key as hexadecimal text.
+bool IsDecryptionKey(const std::string& key) {
+  return key.size() == 32 && key.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+}
+
 std::uint32_t Saturated(std::uint64_t value) {
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::uint32_t>::max()));
 }
@@ -127,7 +135,7 @@ void DescribeStreams(const AVFormatContext& context, IByteSource& source, const 
 }
 
 std::uint32_t FourCCOf(std::string_view short_name, const ContainerFacts& container) {
-  if (container.stacked_alpha) return kStackedAlphaMp4;
+  if (container.HasStackedAlpha()) return kStackedAlphaMp4;
   if (short_name == "mpegts") short_name = "ts";  // as its files are named
   if (short_name == "mpegps") short_name = "ps";
   std::uint32_t code = 0;
@@ -171,9 +179,17 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
     *reason = *container.refusal;
     return nullptr;
   }
-  // Analysis would hand scrambled samples to decoders, which may invent facts.
-  const auto demuxer = OpenAndAnalyse(source, {.demuxer = named_demuxer, .decryption_key = decryption_key},
-                                      /*may_analyse=*/!container.any_encrypted, reason);
+  const bool encrypted = container.AnyEncrypted();
+  if (encrypted && !decryption_key.empty() && !IsDecryptionKey(decryption_key)) {
+    *reason = "the decryption key is malformed: 32 hexadecimal digits are wanted";
+    CoreLogPrint("media server", kCoreLogError, "%s", reason->c_str());
+    return nullptr;
+  }
+  // The key is for protected files only: libavformat refuses to open others with it. Analysis would hand scrambled
+  // samples to decoders, which may invent facts.
+  const auto demuxer =
+      OpenAndAnalyse(source, {.demuxer = named_demuxer, .decryption_key = encrypted ? decryption_key : ""},
+                     /*may_analyse=*/!encrypted, reason);
   if (!demuxer) return nullptr;
 
   const AVFormatContext& context = demuxer->Context();
@@ -182,6 +198,8 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   media->duration = FileDuration(context);
   media->bit_rate = FileBitRate(context, size, media->duration);
   DescribeFormat(context, identity, container, *media);
+  media->tags = ReadTags(context, container);
+  media->date_text = CombinedDateText(media->tags.created, media->tags.modified);
   DescribeStreams(context, source, container, *media);
   if (media->streams.empty()) {
     *reason = "not a media file";

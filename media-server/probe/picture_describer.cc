@@ -172,19 +172,51 @@ void DescribeCropping(const PictureSideData::Cropping& cropping, const PictureFo
   properties.clean_aperture_yoff = static_cast<std::int32_t>((std::int64_t{cropping.top} - cropping.bottom) / 2);
 }
 
-void DescribeProperties(const AVStream&, const PictureFacts& facts, const PictureSideData& side_data,
-                        StreamDescription& description) {
+// The profile's name from the numbers that the description gives, whoever knew them.
+std::optional<std::string> ProfileTextOf(const PictureHeader& header, const StreamDescription& description) {
+  if (!header.profiled_codec) return std::nullopt;
+  PictureParameters named = header.parameters;
+  if (!named.profile && description.profile >= 0) named.profile = description.profile;
+  if (!named.level && description.picture.level >= 0) named.level = description.picture.level;
+  std::string text = codec::ProfileText(*header.profiled_codec, named);
+  if (text.empty()) return std::nullopt;
+  return text;
+}
+
+std::int32_t StereoModeOf(codec::FramePacking packing) {
+  switch (packing) {
+    case codec::FramePacking::kCheckerboard:
+      return AV_STEREO3D_CHECKERBOARD;
+    case codec::FramePacking::kColumns:
+      return AV_STEREO3D_COLUMNS;
+    case codec::FramePacking::kRows:
+      return AV_STEREO3D_LINES;
+    case codec::FramePacking::kSideBySide:
+      return AV_STEREO3D_SIDEBYSIDE;
+    case codec::FramePacking::kTopBottom:
+      return AV_STEREO3D_TOPBOTTOM;
+    case codec::FramePacking::kFrameSequence:
+      return AV_STEREO3D_FRAMESEQUENCE;
+  }
+  return AV_STEREO3D_2D;
+}
+
+void DescribeProperties(const PictureFacts& facts, const PictureSideData& side_data, StreamDescription& description) {
   const auto& [header, track, truncated] = facts;
+  const PictureParameters& parameters = header.parameters;
   PictureProperties& properties = description.properties;
   properties.max_frame_rate = track.max_frame_rate;
-  properties.format_settings_gop = track.gop;
-  if (header.cabac) properties.format_settings_cabac = *header.cabac ? 1 : 0;
-  properties.format_settings_ref_frame = header.reference_frames;
+  properties.format_profile = ProfileTextOf(header, description);
+  if (parameters.cabac) properties.format_settings_cabac = *parameters.cabac ? 1 : 0;
+  properties.format_settings_ref_frame = parameters.reference_frames;
   if (truncated) properties.is_truncated = *truncated ? 1 : 0;
   properties.is_dolby_vision = side_data.dolby_vision ? 1 : 0;
-  properties.count_of_views = FirstOf(side_data.views, header.views);
-  if (track.full_idr) properties.full_idr = *track.full_idr ? 1 : 0;
+  properties.count_of_views = FirstOf(side_data.views, parameters.views);
+  if (header.full_idr) properties.full_idr = *header.full_idr ? 1 : 0;
   properties.frame_view_3d_mode = side_data.stereo_mode;
+  if (!properties.frame_view_3d_mode && header.sei.frame_packing) {
+    properties.frame_view_3d_mode = StereoModeOf(*header.sei.frame_packing);
+  }
   properties.frame_view_3d_angle = side_data.field_of_view;
   if (const auto& aperture = track.clean_aperture) {
     properties.clean_aperture_width = aperture->width;
@@ -196,16 +228,21 @@ void DescribeProperties(const AVStream&, const PictureFacts& facts, const Pictur
   }
 }
 
-std::uint32_t FlagsOf(const StreamDescription& description, const TrackFacts& track, const PictureSideData& side_data) {
-  const int transfer = description.properties.transfer_characteristics.value_or(0);
-  const bool high_dynamic_range =
-      transfer == kTransferPq || transfer == kTransferHlg || side_data.dolby_vision || side_data.mastering_display;
+bool IsHighDynamicRange(const StreamDescription& description, const codec::SeiFacts& sei,
+                        const PictureSideData& side_data) {
+  const auto is_hdr = [](std::optional<int> transfer) { return transfer == kTransferPq || transfer == kTransferHlg; };
+  return is_hdr(description.properties.transfer_characteristics) || is_hdr(sei.preferred_transfer) ||
+         sei.mastering_display || side_data.dolby_vision || side_data.mastering_display;
+}
+
+std::uint32_t FlagsOf(const StreamDescription& description, const PictureFacts& facts,
+                      const PictureSideData& side_data) {
   std::uint32_t flags = 0;
   if (description.picture.field_order > 1) flags |= service::mediainfo::kVideoInterlaced;
-  if (!track.constant_frame_rate.value_or(true)) flags |= service::mediainfo::kVideoVariableFrameRate;
+  if (!facts.track.constant_frame_rate.value_or(true)) flags |= service::mediainfo::kVideoVariableFrameRate;
   if (description.properties.alpha_channel.value_or(0) != 0) flags |= service::mediainfo::kVideoAlpha;
-  if (track.encrypted) flags |= service::mediainfo::kVideoEncrypted;
-  if (high_dynamic_range) flags |= service::mediainfo::kVideoHighDynamicRange;
+  if (facts.track.encrypted) flags |= service::mediainfo::kVideoEncrypted;
+  if (IsHighDynamicRange(description, facts.header.sei, side_data)) flags |= service::mediainfo::kVideoHighDynamicRange;
   return flags;
 }
 
@@ -213,15 +250,16 @@ std::uint32_t FlagsOf(const StreamDescription& description, const TrackFacts& tr
 
 void DescribePicture(const AVStream& stream, const PictureFacts& facts, StreamDescription& description) {
   const PictureSideData side_data = ReadPictureSideData(stream);
+  const PictureParameters& header = facts.header.parameters;
   PictureFormat& picture = description.picture;
-  description.profile = facts.header.profile.value_or(stream.codecpar->profile);
-  picture.level = facts.header.level.value_or(stream.codecpar->level);
-  picture.field_order = FieldOrderOf(stream, facts.header);
-  DescribeSize(stream, facts.header, picture);
-  DescribeRate(stream, facts.header, description);
-  DescribeColor(stream, facts.header, description);
-  DescribeProperties(stream, facts, side_data, description);
-  picture.flags = FlagsOf(description, facts.track, side_data);
+  description.profile = header.profile.value_or(stream.codecpar->profile);
+  picture.level = header.level.value_or(stream.codecpar->level);
+  picture.field_order = FieldOrderOf(stream, header);
+  DescribeSize(stream, header, picture);
+  DescribeRate(stream, header, description);
+  DescribeColor(stream, header, description);
+  DescribeProperties(facts, side_data, description);
+  picture.flags = FlagsOf(description, facts, side_data);
   description.orientation = OrientationOf(stream);
 }
 

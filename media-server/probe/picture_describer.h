@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "media-server/codec/picture_parameters.h"
 #include "media-server/model/media_description.h"
+#include "media-server/probe/picture_header.h"
 #include "media-server/probe/track_facts.h"
 
 struct AVStream;
@@ -12,8 +12,8 @@ namespace media_server::probe {
 
 /// What is known about a picture stream, and from where.
 struct PictureFacts {
-  codec::PictureParameters header;  ///< from the codec's own header
-  TrackFacts track;                 ///< from the container, where libavformat hides it
+  PictureHeader header;  ///< from the codec's own header
+  TrackFacts track;      ///< from the container, where libavformat hides it
   std::optional<bool> file_is_truncated;
 };
 

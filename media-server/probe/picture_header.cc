@@ -1,15 +1,140 @@
 #include "media-server/probe/picture_header.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "media-server/codec/av1.h"
 #include "media-server/codec/h264.h"
+#include "media-server/codec/hevc.h"
+#include "media-server/codec/image_size.h"
+#include "media-server/codec/mpeg2.h"
+#include "media-server/codec/mpeg4_visual.h"
+#include "media-server/codec/prores.h"
+#include "media-server/codec/vp9.h"
 #include "media-server/probe/ffmpeg.h"
 
 namespace media_server::probe {
-codec::PictureParameters ReadPictureHeader(AVStream& stream, const SampleReader&) {
-  const AVCodecParameters& par = *stream.codecpar;
-  const std::span<const std::uint8_t> extradata(par.extradata, static_cast<std::size_t>(par.extradata_size));
-  if (par.codec_id == AV_CODEC_ID_H264) {
-    if (auto c = codec::ReadH264Configuration(extradata)) return c->picture;
-  }
-  return {};
+namespace {
+
+using codec::PictureParameters;
+using codec::ProfiledCodec;
+using Bytes = std::span<const std::uint8_t>;
+
+// Enough for a sample's headers: an encoder that signs its work puts up to 1 KiB of text before the first slice.
+constexpr std::size_t kSampleStart = 4096;
+
+// Key samples looked at for their kind; a stream that mixes kinds does so from the start.
+constexpr int kMostKeySamples = 8;
+
+Bytes Extradata(const AVStream& stream) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  return {codec.extradata, static_cast<std::size_t>(std::max(codec.extradata_size, 0))};
 }
+
+// Whether every key frame is one that nothing before it is needed for. Empty when no key sample could be seen.
+template <typename IsIdr>
+std::optional<bool> AllKeySamplesAre(IsIdr is_idr, AVStream& stream, const SampleReader& samples) {
+  std::optional<bool> all;
+  int seen = 0;
+  for (int i = 0; i < samples.SampleCount(stream) && seen < kMostKeySamples; ++i) {
+    if (!samples.IsKeySample(stream, i)) continue;
+    ++seen;
+    if (const std::optional<bool> idr = is_idr(samples.ReadStart(stream, i, kSampleStart))) {
+      all = all.value_or(true) && *idr;
+    }
+  }
+  return all;
+}
+
+PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
+  const auto configuration = codec::ReadH264Configuration(Extradata(stream));
+  if (!configuration) return {};
+  const int length_size = configuration->nal_length_size;
+  PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
+  header.full_idr =
+      AllKeySamplesAre([&](Bytes sample) { return codec::IsH264Idr(sample, length_size); }, stream, samples);
+  return header;
+}
+
+PictureHeader ReadHevc(AVStream& stream, const SampleReader& samples) {
+  const auto configuration = codec::ReadHevcConfiguration(Extradata(stream));
+  if (!configuration) return {};
+  const int length_size = configuration->nal_length_size;
+  PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
+  header.full_idr = AllKeySamplesAre(
+      [&](Bytes sample) -> std::optional<bool> {
+        const auto kind = codec::KindOfHevcPicture(sample, length_size);
+        if (!kind) return std::nullopt;
+        return *kind == codec::HevcPictureKind::kIdr;
+      },
+      stream, samples);
+  const bool told_already = header.sei.mastering_display || header.sei.preferred_transfer;
+  if (!told_already && samples.SampleCount(stream) > 0) {
+    header.sei = codec::ReadHevcSei(samples.ReadStart(stream, 0, kSampleStart), length_size);
+  }
+  return header;
+}
+
+PictureHeader ReadProRes(AVStream& stream, const SampleReader& samples) {
+  PictureHeader header;
+  header.parameters = codec::ProResFormat(stream.codecpar->codec_tag).value_or(PictureParameters());
+  if (samples.SampleCount(stream) == 0) return header;
+  const auto frame = codec::ReadProResFrame(samples.ReadStart(stream, 0, kSampleStart));
+  if (!frame) return header;
+  const PictureParameters format = header.parameters;
+  header.parameters = *frame;
+  header.parameters.profile = format.profile;
+  header.parameters.bit_depth = format.bit_depth;
+  return header;
+}
+
+PictureHeader ReadCover(AVStream& stream, const SampleReader&) {
+  const AVPacket& picture = stream.attached_pic;
+  return {.parameters = codec::ReadImageSize({picture.data, static_cast<std::size_t>(std::max(picture.size, 0))})
+                            .value_or(PictureParameters())};
+}
+
+// The container's copy of the header is all there is to read.
+template <std::optional<PictureParameters> (*read)(Bytes)>
+PictureHeader ReadExtradata(AVStream& stream, const SampleReader&) {
+  return {.parameters = read(Extradata(stream)).value_or(PictureParameters())};
+}
+
+// VP9 has its header in every key frame; where the index places none, analysis has decoded one.
+PictureHeader ReadVp9(AVStream& stream, const SampleReader& samples) {
+  if (samples.SampleCount(stream) == 0) return {};
+  return {.parameters = codec::ReadVp9Frame(samples.ReadStart(stream, 0, kSampleStart)).value_or(PictureParameters())};
+}
+
+struct Reader {
+  AVCodecID codec;
+  std::optional<ProfiledCodec> profiled_codec;
+  PictureHeader (*read)(AVStream& stream, const SampleReader& samples);
+};
+
+constexpr Reader kReaders[] = {
+    {AV_CODEC_ID_H264, ProfiledCodec::kH264, &ReadH264},
+    {AV_CODEC_ID_HEVC, ProfiledCodec::kHevc, &ReadHevc},
+    {AV_CODEC_ID_AV1, ProfiledCodec::kAv1, &ReadExtradata<&codec::ReadAv1Configuration>},
+    {AV_CODEC_ID_VP9, ProfiledCodec::kVp9, &ReadVp9},
+    {AV_CODEC_ID_MPEG1VIDEO, std::nullopt, &ReadExtradata<&codec::ReadMpegVideo>},
+    {AV_CODEC_ID_MPEG2VIDEO, ProfiledCodec::kMpeg2, &ReadExtradata<&codec::ReadMpegVideo>},
+    {AV_CODEC_ID_MPEG4, ProfiledCodec::kMpeg4Visual, &ReadExtradata<&codec::ReadMpeg4Visual>},
+    {AV_CODEC_ID_PRORES, ProfiledCodec::kProRes, &ReadProRes},
+};
+
+}  // namespace
+
+PictureHeader ReadPictureHeader(AVStream& stream, const SampleReader& samples) {
+  if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) return ReadCover(stream, samples);
+  const auto* reader = std::ranges::find(kReaders, stream.codecpar->codec_id, &Reader::codec);
+  if (reader == std::end(kReaders)) return {};
+  PictureHeader header = reader->read(stream, samples);
+  header.profiled_codec = reader->profiled_codec;
+  return header;
+}
+
 }  // namespace media_server::probe

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 namespace media_server::probe {
 
@@ -20,9 +19,6 @@ struct TrackFacts {
     std::int32_t y_offset = 0;
   };
   std::optional<CleanAperture> clean_aperture;
-
-  std::optional<std::string> gop;  ///< as "M=1, N=12"; only of a regular one
-  std::optional<bool> full_idr;    ///< whether every key frame is an IDR picture
 };
 
 }  // namespace media_server::probe

@@ -1,0 +1,101 @@
+#include "media-server/metadata/timestamp.h"
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+
+namespace media_server {
+namespace {
+
+/// Takes `digits` decimal digits off the front; empty when there are fewer.
+std::optional<int> TakeNumber(std::string_view& text, std::size_t digits) {
+  int value = 0;
+  if (text.size() < digits) return std::nullopt;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + digits, value);
+  if (error != std::errc() || end != text.data() + digits || value < 0) return std::nullopt;
+  text.remove_prefix(digits);
+  return value;
+}
+
+bool TakeOneOf(std::string_view& text, std::string_view characters) {
+  if (text.empty() || characters.find(text[0]) == std::string_view::npos) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+void SkipFraction(std::string_view& text) {
+  if (!TakeOneOf(text, ".,")) return;
+  while (TakeOneOf(text, "0123456789")) {
+  }
+}
+
+/// Seconds east of UTC; 0 for a text without a zone; empty for one that is malformed.
+std::optional<int> TakeZone(std::string_view& text) {
+  while (TakeOneOf(text, " ")) {
+  }
+  if (text.empty() || TakeOneOf(text, "Zz")) return 0;
+  const bool west = text[0] == '-';
+  if (!TakeOneOf(text, "+-")) return std::nullopt;
+  const auto hours = TakeNumber(text, 2);
+  TakeOneOf(text, ":");
+  const auto minutes = text.empty() ? std::optional(0) : TakeNumber(text, 2);
+  if (!hours || !minutes || *hours > 23 || *minutes > 59) return std::nullopt;
+  const int offset = *hours * 3600 + *minutes * 60;
+  return west ? -offset : offset;
+}
+
+}  // namespace
+
+std::optional<std::int64_t> ParseTimestamp(std::string_view text) {
+  struct Field {
+    std::size_t digits;
+    std::string_view separators;  // before the field
+  };
+  constexpr std::array<Field, 6> kFields = {{{4, ""}, {2, "-:/"}, {2, "-:/"}, {2, "T "}, {2, ":"}, {2, ":"}}};
+  std::array<int, kFields.size()> numbers{};
+  for (std::size_t i = 0; i < kFields.size(); ++i) {
+    if (i > 0 && !TakeOneOf(text, kFields[i].separators)) return std::nullopt;
+    const auto number = TakeNumber(text, kFields[i].digits);
+    if (!number) return std::nullopt;
+    numbers[i] = *number;
+  }
+  SkipFraction(text);
+  const auto offset = TakeZone(text);
+  const auto [year, month, day, hour, minute, second] = numbers;
+  const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
+                                         std::chrono::day(static_cast<unsigned>(day))};
+  if (!offset || !text.empty() || !date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
+  const std::chrono::sys_seconds midnight = std::chrono::sys_days(date);
+  return midnight.time_since_epoch().count() + hour * 3600 + minute * 60 + second - *offset;
+}
+
+std::optional<std::string> ToLocalDateText(std::int64_t seconds) {
+  const std::time_t time = seconds;
+  std::tm local{};
+  if (localtime_r(&time, &local) == nullptr) return std::nullopt;
+  // The reader takes the text for standard time. Where daylight saving is in effect the clock is ahead of that by what
+  // the conversion back comes out late.
+  std::tm standard = local;
+  standard.tm_isdst = 0;
+  const std::time_t ahead = std::mktime(&standard) - time;
+  const std::time_t clock = timegm(&local) - ahead;
+  std::tm fields{};
+  if (gmtime_r(&clock, &fields) == nullptr || fields.tm_year < 1 - 1900 || fields.tm_year > 9999 - 1900) {
+    return std::nullopt;
+  }
+  char text[64];
+  std::snprintf(text, sizeof text, "%d:%d:%d:%d:%d:%d", fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday,
+                fields.tm_hour, fields.tm_min, fields.tm_sec);
+  return text;
+}
+
+std::string CombinedDateText(std::optional<std::int64_t> created, std::optional<std::int64_t> modified) {
+  const auto first = created ? ToLocalDateText(*created) : std::nullopt;
+  const auto second = modified ? ToLocalDateText(*modified) : std::nullopt;
+  if (first && second) return *first + "," + *second;
+  return first.value_or(second.value_or(""));
+}
+
+}  // namespace media_server

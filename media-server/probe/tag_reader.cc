@@ -1,0 +1,137 @@
+#include "media-server/probe/tag_reader.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+#include "media-server/metadata/iso6709.h"
+#include "media-server/metadata/timestamp.h"
+#include "media-server/metadata/xmp_label.h"
+#include "media-server/probe/ffmpeg.h"
+#include "platform/text.h"
+
+namespace media_server::probe {
+namespace {
+
+// Longer texts are cut: no tag for people is, and hosts copy every one.
+constexpr std::size_t kLongestText = std::size_t{1} << 20;
+
+struct Field {
+  std::string MediaTags::*text;
+  /// Names under which containers keep it, best first; letter case does not matter. The short ones beginning with © and
+  /// the four-letter ones are atoms of MP4 user data and iTunes lists.
+  std::span<const std::string_view> keys;
+};
+
+constexpr std::string_view kTitleKeys[] = {"title", "com.apple.quicktime.title", "\u00A9nam", "titl"};
+constexpr std::string_view kArtistKeys[] = {"artist", "com.apple.quicktime.artist", "\u00A9ART", "perf",
+                                            "author", "com.apple.quicktime.author", "auth"};
+constexpr std::string_view kAlbumKeys[] = {"album", "com.apple.quicktime.album", "\u00A9alb", "albm", "product"};
+constexpr std::string_view kTrackKeys[] = {"track", "trkn", "tracknumber"};
+constexpr std::string_view kGenreKeys[] = {"genre", "com.apple.quicktime.genre", "\u00A9gen", "gnre"};
+constexpr std::string_view kPublisherKeys[] = {"publisher", "com.apple.quicktime.publisher", "\u00A9pub",
+                                               "organization", "label"};
+constexpr std::string_view kActorKeys[] = {"actor", "performer", "\u00A9prf"};
+constexpr std::string_view kMakerKeys[] = {
+    "make", "com.apple.quicktime.make", "com.android.manufacturer", "\u00A9mak", "manu", "maker", "manufacturer"};
+constexpr std::string_view kModelKeys[] = {"model", "com.apple.quicktime.model", "com.android.model", "\u00A9mod",
+                                           "modl"};
+constexpr std::string_view kAigcKeys[] = {"AIGC"};
+constexpr std::string_view kLocationKeys[] = {"location", "com.apple.quicktime.location.ISO6709", "\u00A9xyz", "loci"};
+constexpr std::string_view kCreationKeys[] = {"creation_time", "com.apple.quicktime.creationdate"};
+constexpr std::string_view kModificationKeys[] = {"modification_time", "modification_date"};
+
+constexpr Field kFields[] = {
+    {&MediaTags::title, kTitleKeys}, {&MediaTags::artist, kArtistKeys},      {&MediaTags::album, kAlbumKeys},
+    {&MediaTags::genre, kGenreKeys}, {&MediaTags::track_number, kTrackKeys}, {&MediaTags::publisher, kPublisherKeys},
+    {&MediaTags::actor, kActorKeys}, {&MediaTags::maker, kMakerKeys},        {&MediaTags::model, kModelKeys},
+    {&MediaTags::aigc, kAigcKeys},
+};
+
+std::string Clean(std::string_view text) {
+  if (text.size() > kLongestText) {
+    std::size_t end = kLongestText;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;  // not within a character
+    text = text.substr(0, end);
+  }
+  return platform::ToValidUtf8(text);
+}
+
+bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  return std::ranges::equal(a, b, {}, lower, lower);
+}
+
+/// Looks for tags in one place after another.
+class TagSources {
+ public:
+  TagSources(const AVFormatContext& context, const ContainerFacts& container)
+      : context_(context), container_(container) {}
+
+  /// The value under the best key of the first place that has one; borrowed; empty when there is none.
+  std::string_view Find(std::span<const std::string_view> keys) const {
+    if (const auto found = FindInMovie(keys); !found.empty()) return found;
+    if (const auto found = FindInDictionary(context_.metadata, keys); !found.empty()) return found;
+    for (const AVStream* stream : std::span(context_.streams, context_.nb_streams)) {
+      const bool cover = (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;  // its title is the picture's
+      if (cover || !TagsAreOnStreams()) continue;
+      if (const auto found = FindInDictionary(stream->metadata, keys); !found.empty()) return found;
+    }
+    return {};
+  }
+
+ private:
+  bool TagsAreOnStreams() const { return std::string_view(context_.iformat->name) == "ogg"; }
+
+  // libavformat mixes several tables of named keys up and lets a track's title replace the movie's; our own reader does
+  // not.
+  std::string_view FindInMovie(std::span<const std::string_view> keys) const {
+    if (!container_.movie) return {};
+    for (const std::string_view key : keys) {
+      for (const Mp4MetaEntry& entry : container_.movie->metadata) {
+        const bool of_file = entry.track_id == 0 && entry.name_space != Mp4MetaNamespace::kXmp;
+        if (of_file && !entry.value.empty() && EqualIgnoringCase(entry.key, key)) return entry.value;
+      }
+    }
+    return {};
+  }
+
+  static std::string_view FindInDictionary(const AVDictionary* tags, std::span<const std::string_view> keys) {
+    for (const std::string_view key : keys) {
+      const AVDictionaryEntry* entry = av_dict_get(tags, std::string(key).c_str(), nullptr, 0);
+      if (entry != nullptr && *entry->value != '\0') return entry->value;
+    }
+    return {};
+  }
+
+  const AVFormatContext& context_;
+  const ContainerFacts& container_;
+};
+
+std::string_view XmpOf(const ContainerFacts& container) {
+  if (!container.movie) return container.xmp;
+  const auto& metadata = container.movie->metadata;
+  const auto found = std::ranges::find(metadata, Mp4MetaNamespace::kXmp, &Mp4MetaEntry::name_space);
+  return found != metadata.end() ? std::string_view(found->value) : std::string_view();
+}
+
+}  // namespace
+
+MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& container) {
+  const TagSources sources(context, container);
+  MediaTags tags;
+  for (const Field& field : kFields) tags.*field.text = Clean(sources.Find(field.keys));
+  if (tags.aigc.empty()) tags.aigc = Clean(container.aigc);
+  if (tags.aigc.empty()) tags.aigc = Clean(ReadXmpAigcLabel(XmpOf(container)).value_or(""));
+  tags.location = ParseIso6709(sources.Find(kLocationKeys));
+  if (container.movie) {
+    tags.created = container.movie->times.creation_unix_s;
+    tags.modified = container.movie->times.modification_unix_s;
+  }
+  if (!tags.created) tags.created = ParseTimestamp(sources.Find(kCreationKeys));
+  if (!tags.modified) tags.modified = ParseTimestamp(sources.Find(kModificationKeys));
+  return tags;
+}
+
+}  // namespace media_server::probe

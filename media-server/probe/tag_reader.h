@@ -1,0 +1,14 @@
+#pragma once
+
+#include "media-server/model/media_tags.h"
+#include "media-server/probe/container_facts.h"
+
+struct AVFormatContext;
+
+namespace media_server::probe {
+
+/// Collects the tags of a file: what our own container readers found first, then libavformat's tags of the file, then
+/// those of its streams (where Ogg keeps them). The first source that has a value wins.
+MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& container);
+
+}  // namespace media_server::probe
