@@ -67,9 +67,9 @@ constexpr FormatIdentity k3gp = Media("mov", "3gp", "3GPP multimedia file");
 
 constexpr std::array kBrands = {
     Brand{"qt  ", kMov},
-    Brand{"M4A ", kM4a},
-    Brand{"M4B ", kM4b},
-    Brand{"M4P ", Media("mov", "m4p", "MPEG-4 audio, protected")},
+    Brand{"M4A", kM4a},
+    Brand{"M4B", kM4b},
+    Brand{"M4P", Media("mov", "m4p", "MPEG-4 audio, protected")},
     Brand{"M4V", kM4v},
     Brand{"3gp", k3gp},
     Brand{"3gs", k3gp},

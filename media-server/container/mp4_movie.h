@@ -56,7 +56,8 @@ struct Mp4Track {
   std::uint32_t flags = 0;  ///< tkhd: 1 enabled, 2 in movie, 4 in preview
   Mp4HeaderTimes track_times;
   Mp4HeaderTimes media_times;
-  std::optional<Mp4Duration> duration;  ///< mdhd
+  std::uint32_t timescale = 0;          ///< mdhd, in 1/s; 0 when not told
+  std::optional<Mp4Duration> duration;  ///< mdhd; empty when 0 or unknown
   std::string language;                 ///< elng, else the three letters of mdhd; empty when not told
   std::string handler;                  ///< "vide", "soun", "text", ...
   std::string sample_entry;             ///< first sample entry, as it stands ("avc1", "encv")
@@ -103,7 +104,8 @@ struct Mp4MetaEntry {
   std::string value;  ///< UTF-8; invalid sequences are U+FFFD, cut at a NUL
 };
 
-/// What the headers of an ISO base media or QuickTime file tell.
+/// What the headers of an ISO base media or QuickTime file tell. Four-character codes are texts of four code points,
+/// one a byte.
 struct Mp4Movie {
   std::string major_brand;  ///< four characters; empty when there is no `ftyp`
   std::vector<std::string> compatible_brands;

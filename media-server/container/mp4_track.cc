@@ -1,0 +1,320 @@
+#include "media-server/container/mp4_track.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "media-server/container/byte_reader.h"
+#include "media-server/container/text.h"
+
+namespace media_server {
+namespace {
+
+using namespace std::string_view_literals;
+
+std::optional<std::int64_t> UnixTime(std::uint64_t seconds_since_1904) {
+  constexpr std::uint64_t kFrom1904To1970 = 2'082'844'800;
+  constexpr std::uint64_t kLatest = std::uint64_t{1} << 40;  // some thirty thousand years: garbage beyond
+  if (seconds_since_1904 == 0 || seconds_since_1904 > kLatest) return std::nullopt;
+  const bool written_as_unix_time = seconds_since_1904 < kFrom1904To1970;
+  return static_cast<std::int64_t>(seconds_since_1904 - (written_as_unix_time ? 0 : kFrom1904To1970));
+}
+
+/// Creation and modification time of a full box, whose fields are twice as wide from version 1 on.
+Mp4HeaderTimes TakeTimes(ByteReader& reader, std::size_t width) {
+  Mp4HeaderTimes times;
+  times.creation_unix_s = UnixTime(reader.BigEndian(width));
+  times.modification_unix_s = UnixTime(reader.BigEndian(width));
+  return times;
+}
+
+/// A four-character code as text; an empty one where the bytes ended.
+std::string TakeCode(ByteReader& reader) { return KeyFromFourCharacters(AsText(reader.Take(4))); }
+
+std::string LanguageText(std::uint16_t packed) {
+  constexpr std::uint16_t kFirstPacked = 0x400;
+  if (packed < kFirstPacked || packed == 0x7FFF) return {};
+  std::string language;
+  for (const int shift : {10, 5, 0}) {
+    const auto letter = static_cast<char>((packed >> shift & 0x1F) + 0x60);
+    if (letter < 'a' || letter > 'z') return {};
+    language += letter;
+  }
+  return language;
+}
+
+/// Reads one track box by box into `track_`.
+class TrackReader {
+ public:
+  TrackReader(Mp4BoxReader& boxes, std::optional<std::uint64_t> input_size, Mp4MetadataReader& metadata)
+      : boxes_(boxes), input_size_(input_size), metadata_(metadata) {}
+
+  Mp4Track Read(const Mp4Box& trak) {
+    ReadChildren(trak);
+    return std::move(track_);
+  }
+
+ private:
+  using BoxHandler = void (TrackReader::*)(const Mp4Box& box);
+  struct Row {
+    std::string_view type;
+    BoxHandler handle;
+  };
+  static const std::array<Row, 18> kRows;
+
+  // The names are unique within a track, so one table serves all levels.
+  void ReadChildren(const Mp4Box& box) {
+    Mp4BoxRange range = boxes_.Children(box);
+    while (const auto child = boxes_.Next(range)) {
+      const auto row = std::ranges::find(kRows, child->Type(), &Row::type);
+      if (row != kRows.end()) (this->*row->handle)(*child);
+    }
+  }
+
+  void ReadTrackHeader(const Mp4Box& box) {
+    const auto bytes = boxes_.Payload(box, 64);
+    ByteReader reader(bytes);
+    const std::uint8_t version = reader.U8();
+    track_.flags = reader.Be24();
+    track_.track_times = TakeTimes(reader, version == 0 ? 4 : 8);
+    track_.id = reader.Be32();
+  }
+
+  void ReadMediaHeader(const Mp4Box& box) {
+    const auto header = ReadMp4MediaHeader(boxes_, box);
+    if (!header) return;
+    track_.media_times = header->times;
+    track_.timescale = header->timescale;
+    track_.duration = header->duration;
+    if (track_.language.empty()) track_.language = LanguageText(header->packed_language);
+  }
+
+  void ReadExtendedLanguage(const Mp4Box& box) {
+    const auto bytes = boxes_.Payload(box, 64, /*skip=*/4);
+    if (IsPlainUtf8(std::span(bytes).first(bytes.empty() ? 0 : bytes.size() - 1)))
+      track_.language = TextFromUtf8(bytes);
+  }
+
+  void ReadHandler(const Mp4Box& box) {
+    // minf of QuickTime files holds a second one, which names the data handler.
+    const auto bytes = boxes_.Payload(box, 12);
+    ByteReader reader(bytes);
+    reader.Skip(8);
+    if (track_.handler.empty()) track_.handler = TakeCode(reader);
+  }
+
+  void ReadMeta(const Mp4Box& box) { metadata_.ReadMeta(box, Mp4MetaScope::kTrackMeta); }
+  void ReadUserData(const Mp4Box& box) { metadata_.ReadUserData(box, Mp4MetaScope::kTrackUserData); }
+
+  void ReadSampleDescriptions(const Mp4Box& box) {
+    constexpr std::uint64_t kVersionAndCount = 8;
+    Mp4BoxRange range = boxes_.Children(box, kVersionAndCount);
+    const auto entry = boxes_.Next(range);
+    if (!entry || !track_.sample_entry.empty()) return;
+    track_.sample_entry = KeyFromFourCharacters(entry->Type());
+    if (std::ranges::find(kEncryptedEntries, entry->Type()) != kEncryptedEntries.end()) track_.encryption.emplace();
+
+    const auto bytes = boxes_.Payload(*entry, 64);
+    if (track_.handler == "soun") {
+      ReadChildrenBehind(*entry, ReadSoundEntry(bytes));
+    } else if (track_.handler == "vide" || track_.handler == "auxv") {
+      constexpr std::uint64_t kPictureEntrySize = 78;
+      ByteReader reader(bytes);
+      reader.Skip(24);
+      track_.width = reader.Be16();
+      track_.height = reader.Be16();
+      ReadChildrenBehind(*entry, kPictureEntrySize);
+    } else if (track_.encryption) {
+      constexpr std::uint64_t kPlainEntrySize = 8;
+      ReadChildrenBehind(*entry, kPlainEntrySize);
+    }
+  }
+
+  /// Returns where the boxes of the sound sample entry begin: QuickTime's versions 1 and 2 are longer.
+  std::uint64_t ReadSoundEntry(std::span<const std::uint8_t> bytes) {
+    constexpr std::uint64_t kVersion0Size = 28;
+    constexpr std::uint64_t kVersion1Size = kVersion0Size + 16;
+    constexpr std::uint64_t kVersion2Size = kVersion0Size + 36;
+    ByteReader reader(bytes);
+    reader.Skip(8);
+    const std::uint16_t version = reader.Be16();
+    reader.Skip(6);
+    track_.channels = reader.Be16();
+    reader.Skip(6);
+    track_.sample_rate_hz = reader.Be32() >> 16;
+    return version == 2 ? kVersion2Size : version == 1 ? kVersion1Size : kVersion0Size;
+  }
+
+  void ReadChildrenBehind(const Mp4Box& entry, std::uint64_t skip) {
+    Mp4BoxRange range = boxes_.Children(entry, skip);
+    while (const auto child = boxes_.Next(range)) {
+      if (child->Is("clap")) ReadCleanAperture(*child);
+      if (child->Is("sinf") && track_.encryption) ReadProtection(*child);
+    }
+  }
+
+  void ReadCleanAperture(const Mp4Box& box) {
+    const auto bytes = boxes_.Payload(box, 32);
+    ByteReader reader(bytes);
+    Mp4CleanAperture aperture;
+    aperture.width_n = reader.Be32();
+    aperture.width_d = reader.Be32();
+    aperture.height_n = reader.Be32();
+    aperture.height_d = reader.Be32();
+    aperture.horizontal_offset_n = static_cast<std::int32_t>(reader.Be32());
+    aperture.horizontal_offset_d = reader.Be32();
+    aperture.vertical_offset_n = static_cast<std::int32_t>(reader.Be32());
+    aperture.vertical_offset_d = reader.Be32();
+    if (reader.Ok()) track_.clean_aperture = aperture;
+  }
+
+  void ReadProtection(const Mp4Box& box) {
+    Mp4BoxRange range = boxes_.Children(box);
+    while (const auto child = boxes_.Next(range)) {
+      const auto bytes = boxes_.Payload(*child, 32);
+      ByteReader reader(bytes);
+      if (child->Is("frma")) track_.encryption->original_format = TakeCode(reader);
+      if (child->Is("schm")) {
+        reader.Skip(4);
+        track_.encryption->scheme = TakeCode(reader);
+      }
+      if (child->Is("schi")) ReadProtection(*child);
+      if (child->Is("tenc")) ReadTrackEncryption(reader);
+    }
+  }
+
+  void ReadTrackEncryption(ByteReader& reader) {
+    reader.Skip(6);  // version, flags, reserved, pattern
+    const std::uint8_t is_protected = reader.U8();
+    reader.Skip(1);  // initialisation vector size
+    const auto key_id = reader.Take(16);
+    if (!reader.Ok()) return;
+    track_.encryption->is_protected = is_protected != 0;
+    std::ranges::copy(key_id, track_.encryption->default_key_id.emplace().begin());
+  }
+
+  /// The entry count behind version and flags, checked against what the box can hold.
+  std::uint32_t ReadCount(const Mp4Box& box, std::uint64_t head_size, std::uint64_t entry_bits) {
+    const auto bytes = boxes_.Payload(box, 4, head_size - 4);
+    const std::uint32_t count = ByteReader(bytes).Be32();
+    const std::uint64_t room = box.payload_size - std::min(head_size, box.payload_size);
+    if (std::uint64_t{count} * entry_bits > room * 8) track_.plausible = false;
+    return count;
+  }
+
+  static constexpr std::uint64_t kTableHead = 8;  // version, flags, count
+  static constexpr std::uint64_t kSizeTableHead = 12;
+
+  void ReadSampleSizes(const Mp4Box& box) {
+    const auto bytes = boxes_.Payload(box, 4, /*skip=*/4);
+    const std::uint32_t common_size = ByteReader(bytes).Be32();
+    const std::uint32_t count = ReadCount(box, kSizeTableHead, common_size == 0 ? 32 : 0);
+    track_.sample_count = count;
+    if (common_size == 0 || !input_size_) return;
+    // Old sound codecs declare one byte a sample and pack several samples into one.
+    const std::uint64_t most = common_size == 1 ? *input_size_ * 8 : *input_size_;
+    if (count > most) track_.plausible = false;
+  }
+
+  void ReadCompactSampleSizes(const Mp4Box& box) {
+    const auto bytes = boxes_.Payload(box, 4, /*skip=*/4);
+    const std::uint32_t field_bits = ByteReader(bytes).Be32() & 0xFF;
+    track_.sample_count = ReadCount(box, kSizeTableHead, field_bits);
+  }
+
+  void ReadDecodingTimes(const Mp4Box& box) {
+    constexpr std::uint32_t kMostEntries = 65536;
+    const std::uint32_t count = ReadCount(box, kTableHead, 64);
+    const auto bytes = boxes_.Payload(box, std::size_t{std::min(count, kMostEntries)} * 8, kTableHead);
+    ByteReader reader(bytes);
+    Mp4DecodingTimes times;
+    const std::size_t entries = bytes.size() / 8;
+    times.complete = entries == count;
+    std::optional<std::uint32_t> first_delta;
+    times.constant = true;
+    for (std::size_t i = 0; i < entries; ++i) {
+      const std::uint32_t samples = reader.Be32();
+      const std::uint32_t delta = reader.Be32();
+      times.sample_count += samples;
+      const bool only_the_last_sample = i > 0 && i + 1 == entries && times.complete && samples == 1;
+      if (samples == 0 || only_the_last_sample) continue;
+      if (delta != 0 && (times.smallest_delta == 0 || delta < times.smallest_delta)) times.smallest_delta = delta;
+      if (!first_delta) first_delta = delta;
+      times.constant = times.constant && delta == *first_delta;
+    }
+    if (times.sample_count > 0) track_.decoding_times = times;
+  }
+
+  void ReadSyncSamples(const Mp4Box& box) { track_.sync_sample_count = ReadCount(box, kTableHead, 32); }
+  void ReadCompositionOffsets(const Mp4Box& box) {
+    track_.has_composition_offsets = ReadCount(box, kTableHead, 64) > 0;
+  }
+  void ReadSampleToChunk(const Mp4Box& box) { ReadCount(box, kTableHead, 96); }
+  void ReadChunkOffsets(const Mp4Box& box) { ReadLastChunkOffset(box, 4); }
+  void ReadLargeChunkOffsets(const Mp4Box& box) { ReadLastChunkOffset(box, 8); }
+
+  void ReadLastChunkOffset(const Mp4Box& box, std::size_t width) {
+    const std::uint32_t count = ReadCount(box, kTableHead, width * 8);
+    if (count == 0) return;
+    const auto bytes = boxes_.Payload(box, width, kTableHead + (std::uint64_t{count} - 1) * width);
+    if (bytes.size() == width) track_.last_chunk_offset = ByteReader(bytes).BigEndian(width);
+  }
+
+  static constexpr std::array kEncryptedEntries = {"encv"sv, "enca"sv, "enct"sv, "encs"sv, "encm"sv};
+
+  Mp4BoxReader& boxes_;
+  std::optional<std::uint64_t> input_size_;
+  Mp4MetadataReader& metadata_;
+  Mp4Track track_;
+};
+
+constexpr std::array<TrackReader::Row, 18> TrackReader::kRows = {{
+    {"mdia", &TrackReader::ReadChildren},
+    {"minf", &TrackReader::ReadChildren},
+    {"stbl", &TrackReader::ReadChildren},
+    {"tkhd", &TrackReader::ReadTrackHeader},
+    {"mdhd", &TrackReader::ReadMediaHeader},
+    {"elng", &TrackReader::ReadExtendedLanguage},
+    {"hdlr", &TrackReader::ReadHandler},
+    {"meta", &TrackReader::ReadMeta},
+    {"udta", &TrackReader::ReadUserData},
+    {"stsd", &TrackReader::ReadSampleDescriptions},
+    {"stsz", &TrackReader::ReadSampleSizes},
+    {"stz2", &TrackReader::ReadCompactSampleSizes},
+    {"stts", &TrackReader::ReadDecodingTimes},
+    {"stss", &TrackReader::ReadSyncSamples},
+    {"ctts", &TrackReader::ReadCompositionOffsets},
+    {"stsc", &TrackReader::ReadSampleToChunk},
+    {"stco", &TrackReader::ReadChunkOffsets},
+    {"co64", &TrackReader::ReadLargeChunkOffsets},
+}};
+
+}  // namespace
+
+std::optional<Mp4MediaHeader> ReadMp4MediaHeader(Mp4BoxReader& boxes, const Mp4Box& box) {
+  const auto bytes = boxes.Payload(box, 40);
+  ByteReader reader(bytes);
+  const std::uint8_t version = reader.U8();
+  reader.Skip(3);
+  const std::size_t width = version == 0 ? 4 : 8;
+  Mp4MediaHeader header;
+  header.times = TakeTimes(reader, width);
+  header.timescale = reader.Be32();
+  const std::uint64_t duration = reader.BigEndian(width);
+  if (!reader.Ok()) return std::nullopt;
+  const std::uint64_t unknown = width == 4 ? UINT32_MAX : UINT64_MAX;
+  if (header.timescale != 0 && duration != 0 && duration != unknown) {
+    header.duration = Mp4Duration{duration, header.timescale};
+  }
+  header.packed_language = reader.Be16();  // mvhd has its rate here, which nobody asks for
+  return header;
+}
+
+Mp4Track ReadMp4Track(Mp4BoxReader& boxes, const Mp4Box& trak, std::optional<std::uint64_t> input_size,
+                      Mp4MetadataReader& metadata) {
+  return TrackReader(boxes, input_size, metadata).Read(trak);
+}
+
+}  // namespace media_server
