@@ -107,7 +107,7 @@ std::string_view Find(std::span<const Name> names, int number) {
   return found == names.end() ? std::string_view() : found->text;
 }
 
-/// "4" or "4.1": a level without its zero after the point.
+/// "L4" or "L4.1": a minor number of zero is not written.
 std::string Dotted(int major, int minor) {
   std::string text = "L" + std::to_string(major);
   if (minor != 0) text += "." + std::to_string(minor);
@@ -157,7 +157,11 @@ std::string Mpeg4VisualLevel(int level, int profile) {
   return level >= 0 && level <= 5 ? Dotted(level, 0) : std::string();
 }
 
-std::string Vp9Level(int level, int) { return level >= 10 && level <= 62 ? Dotted(level / 10, level % 10) : ""; }
+/// Only the Advanced profile of VC-1 numbers its levels.
+std::string Vc1Level(int level, int profile) {
+  constexpr int kAdvanced = 3;
+  return profile == kAdvanced && level >= 0 && level <= 4 ? Dotted(level, 0) : std::string();
+}
 
 std::string NoLevel(int, int) { return {}; }
 
@@ -172,11 +176,11 @@ constexpr std::array<Codec, 9> kCodecs = {{
     {ProfiledCodec::kHevc, kHevcProfiles, HevcLevel},
     {ProfiledCodec::kVvc, kVvcProfiles, VvcLevel},
     {ProfiledCodec::kAv1, kAv1Profiles, Av1Level},
-    {ProfiledCodec::kVp9, kVp9Profiles, Vp9Level},
+    {ProfiledCodec::kVp9, kVp9Profiles, NoLevel},
     {ProfiledCodec::kMpeg2, kMpeg2Profiles, Mpeg2Level},
     {ProfiledCodec::kMpeg4Visual, kMpeg4VisualProfiles, Mpeg4VisualLevel},
     {ProfiledCodec::kProRes, kProResProfiles, NoLevel},
-    {ProfiledCodec::kVc1, kVc1Profiles, NoLevel},
+    {ProfiledCodec::kVc1, kVc1Profiles, Vc1Level},
 }};
 
 /// AV1's short form leaves the tier out.

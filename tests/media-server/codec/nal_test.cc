@@ -44,6 +44,16 @@ TEST(NalReader, GivesWhatIsThereOfAUnitCutShort) {
   EXPECT_EQ(UnitsOf(Hex("00000001"), 4), Units{});
 }
 
+TEST(StartCodeReader, KeepsZerosInFrontOfTheNextStartCode) {
+  const auto bytes = Hex("00 000001 b3 1600 00000001 b5 00");
+  StartCodeReader reader(bytes);
+  const auto first = reader.Next();
+  EXPECT_EQ(std::vector(first.begin(), first.end()), Hex("b3 1600 00"));
+  const auto second = reader.Next();
+  EXPECT_EQ(std::vector(second.begin(), second.end()), Hex("b5 00"));
+  EXPECT_TRUE(reader.Next().empty());
+}
+
 TEST(NalPayload, RemovesEmulationPreventionBytes) {
   EXPECT_EQ(NalPayload(Hex("67 000003 01 000003 000003 03"), 1), Hex("0000 01 0000 0000 03"));
 }

@@ -1,0 +1,74 @@
+#include "media-server/codec/vp9.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/media-server/codec/bit_writer.h"
+
+namespace media_server::codec {
+namespace {
+
+std::optional<PictureParameters> Read(const char* hex) { return ReadVp9Frame(Hex(hex)); }
+
+TEST(Vp9, ReadsAKeyFrame) {
+  const auto picture = Read("824983420013f00ef606");
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->profile, 0);
+  EXPECT_EQ(picture->level, std::nullopt);
+  EXPECT_EQ(picture->width, 320U);
+  EXPECT_EQ(picture->height, 240U);
+  EXPECT_EQ(picture->bit_depth, 8);
+  EXPECT_EQ(picture->chroma_sampling, 420);
+  EXPECT_EQ(picture->color, (ColorDescription{{}, {}, {}, false}));
+}
+
+TEST(Vp9, ReadsFormatsOfTheOtherProfiles) {
+  const auto rgb = Read("a2498342e013f00ef606");
+  ASSERT_TRUE(rgb);
+  EXPECT_EQ(rgb->profile, 1);
+  EXPECT_EQ(rgb->chroma_sampling, kChromaRgb);
+  EXPECT_EQ(rgb->color, (ColorDescription{{}, {}, 0, true}));
+  EXPECT_EQ(Read("a249834204027e01dec0c7")->chroma_sampling, 440);
+  const auto deep = Read("b124c1a142009f8077b031");
+  ASSERT_TRUE(deep);
+  EXPECT_EQ(deep->profile, 3);
+  EXPECT_EQ(deep->bit_depth, 12);
+  EXPECT_EQ(deep->chroma_sampling, 422);
+}
+
+TEST(Vp9, TellsOnlyTheProfileOfOtherFrames) {
+  for (const char* hex : {"86 00", "88"}) {  // an inter frame, a frame that is shown again
+    const auto picture = Read(hex);
+    ASSERT_TRUE(picture) << hex;
+    EXPECT_EQ(picture->profile, 0);
+    EXPECT_EQ(picture->width, std::nullopt);
+  }
+}
+
+TEST(Vp9, RefusesWhatIsNoFrame) {
+  EXPECT_FALSE(Read(""));
+  EXPECT_FALSE(Read("42 49 83 42 00 13 f0 0e f6 06")) << "frame marker";
+  EXPECT_FALSE(Read("82 49 83 43 00 13 f0 0e f6 06")) << "sync code";
+  EXPECT_FALSE(Read("82 49 83 42 00 13 f0 0e")) << "cut short";
+  EXPECT_FALSE(Read("b9 24 c1 a1 42 00 9f 80 77 b0 31")) << "reserved bit of profile 3";
+  EXPECT_FALSE(Read("82 49 83 42 e0 13 f0 0e f6 06")) << "RGB does not go with profile 0";
+}
+
+TEST(Vp9, ReadsAConfigurationBox) {
+  // version, flags; profile 2, level 3.1; 10 bits, chroma 1, full range; BT.2020, PQ, BT.2020; no codec data
+  const auto picture = ReadVp9Configuration(Hex("01 000000 02 1f a3 09 10 09 0000"));
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->profile, 2);
+  EXPECT_EQ(picture->level, 31);
+  EXPECT_EQ(picture->bit_depth, 10);
+  EXPECT_EQ(picture->chroma_sampling, 420);
+  EXPECT_EQ(picture->color, (ColorDescription{9, 16, 9, true}));
+}
+
+TEST(Vp9, RefusesConfigurationBoxesOfOtherVersions) {
+  EXPECT_FALSE(ReadVp9Configuration(Hex("00 000000 02 1f a3 09 10 09 0000")));
+  EXPECT_FALSE(ReadVp9Configuration(Hex("01 000000 04 1f a3 09 10 09 0000"))) << "profile 4";
+  EXPECT_FALSE(ReadVp9Configuration(Hex("01 000000 02 1f a3 09 10")));
+}
+
+}  // namespace
+}  // namespace media_server::codec
