@@ -5,11 +5,10 @@
 #include <string_view>
 
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/streams.h"
 
 namespace media_server::probe {
 namespace {
-
-std::span<AVStream* const> Streams(const AVFormatContext& context) { return {context.streams, context.nb_streams}; }
 
 bool IsOneOf(AVCodecID codec, std::initializer_list<AVCodecID> codecs) {
   return std::find(codecs.begin(), codecs.end(), codec) != codecs.end();
@@ -18,8 +17,6 @@ bool IsOneOf(AVCodecID codec, std::initializer_list<AVCodecID> codecs) {
 bool KnowsSound(const AVCodecParameters& codec) { return codec.sample_rate > 0 && codec.ch_layout.nb_channels > 0; }
 
 bool KnowsSize(const AVCodecParameters& codec) { return codec.width > 0 && codec.height > 0; }
-
-bool IsCover(const AVStream& stream) { return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0; }
 
 // A picture stream that a sample entry describes fully. Covers are read from their own bytes.
 bool KnowsMp4Picture(const AVStream& stream) {

@@ -1,27 +1,21 @@
 #include "media-server/probe/media_prober.h"
 
 #include <algorithm>
-#include <limits>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "core/log.h"
 #include "media-server/container/format_identity.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/probe/analysis_policy.h"
-#include "media-server/probe/codec_tags.h"
 #include "media-server/probe/container_facts.h"
 #include "media-server/probe/demuxer.h"
 #include "media-server/probe/ffmpeg.h"
-#include "media-server/probe/picture_describer.h"
-#include "media-server/probe/picture_header.h"
 #include "media-server/probe/program_describer.h"
-#include "media-server/probe/sample_reader.h"
-#include "media-server/probe/sound_describer.h"
+#include "media-server/probe/stream_describer.h"
+#include "media-server/probe/streams.h"
 #include "media-server/probe/tag_reader.h"
 #include "media-server/probe/timing.h"
-#include "platform/text.h"
 
 namespace media_server::probe {
 namespace {
@@ -41,26 +35,8 @@ std::string_view RefusalOf(ContentKind kind) {
   }
 }
 
-bool IsCover(const AVStream& stream) { return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0; }
-
-std::optional<StreamKind> KindOf(const AVStream& stream, std::uint32_t codec_tag) {
-  switch (stream.codecpar->codec_type) {
-    case AVMEDIA_TYPE_VIDEO:
-      return StreamKind::kPicture;
-    case AVMEDIA_TYPE_AUDIO:
-      return StreamKind::kSound;
-    case AVMEDIA_TYPE_SUBTITLE:
-      return StreamKind::kSubpicture;
-    default:
-      // Recordings of input devices and markers ride along as data.
-      return codec_tag == kKeyboardStream || codec_tag == kMouseStream || codec_tag == kMarkerStream
-                 ? std::optional(StreamKind::kPicture)
-                 : std::nullopt;
-  }
-}
-
 bool LacksFacts(const AVFormatContext& context) {
-  return std::ranges::any_of(std::span(context.streams, context.nb_streams), [](const AVStream* stream) {
+  return std::ranges::any_of(Streams(context), [](const AVStream* stream) {
     const AVCodecParameters& codec = *stream->codecpar;
     switch (codec.codec_type) {
       case AVMEDIA_TYPE_VIDEO:
@@ -94,44 +70,6 @@ std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions op
 // A 128-bit key as hexadecimal text.
 bool IsDecryptionKey(const std::string& key) {
   return key.size() == 32 && key.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-}
-
-std::uint32_t Saturated(std::uint64_t value) {
-  return static_cast<std::uint32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::uint32_t>::max()));
-}
-
-StreamDescription DescribeStream(const AVFormatContext& context, const AVStream& stream, StreamKind kind,
-                                 const PictureFacts& facts, double file_duration) {
-  StreamDescription description;
-  description.kind = kind;
-  description.index = static_cast<std::uint32_t>(stream.index);
-  description.id = static_cast<std::uint32_t>(stream.id);
-  description.codec_tag = CodecTag(context, *stream.codecpar);
-  description.bit_rate = Saturated(StreamBitRate(stream));
-  description.codec_name = avcodec_get_name(stream.codecpar->codec_id);
-  const AVCodecDescriptor* codec = avcodec_descriptor_get(stream.codecpar->codec_id);
-  description.codec_long_name = codec != nullptr && codec->long_name != nullptr ? codec->long_name : "";
-  description.language = platform::ToValidUtf8(StreamTag(stream, "language").value_or(""));
-  description.duration = StreamDuration(stream).value_or(file_duration);
-  description.disposition = static_cast<std::uint32_t>(stream.disposition);
-  if (kind == StreamKind::kPicture && stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
-    DescribePicture(stream, facts, description);
-  } else if (kind == StreamKind::kSound) {
-    DescribeSound(stream, facts.track.encrypted, description);
-  }
-  return description;
-}
-
-void DescribeStreams(const AVFormatContext& context, IByteSource& source, const ContainerFacts& container,
-                     MediaDescription& media) {
-  const SampleReader samples(context, source);
-  for (AVStream* stream : std::span(context.streams, context.nb_streams)) {
-    const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
-    if (!kind) continue;
-    PictureFacts facts{.header = {}, .track = container.FactsOf(*stream), .file_is_truncated = container.truncated};
-    if (kind == StreamKind::kPicture) facts.header = ReadPictureHeader(*stream, samples);
-    media.streams.push_back(DescribeStream(context, *stream, *kind, facts, media.duration));
-  }
 }
 
 std::uint32_t FourCCOf(std::string_view short_name, const ContainerFacts& container) {
@@ -192,7 +130,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
                      /*may_analyse=*/!encrypted, reason);
   if (!demuxer) return nullptr;
 
-  const AVFormatContext& context = demuxer->Context();
+  AVFormatContext& context = demuxer->Context();
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
   media->duration = FileDuration(context);

@@ -7,6 +7,7 @@
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/orientation.h"
 #include "media-server/probe/side_data.h"
+#include "media-server/probe/streams.h"
 #include "media-server/probe/timing.h"
 #include "mediainfo/ivideo_info.h"
 
@@ -120,14 +121,18 @@ void DescribeSize(const AVStream& stream, const PictureParameters& header, Pictu
   picture.display_height = ScaledBy(picture.height, 1);
 }
 
-void DescribeRate(const AVStream& stream, const PictureParameters& header, StreamDescription& description) {
+void DescribeRate(const AVStream& stream, const PictureFacts& facts, StreamDescription& description) {
   PictureFormat& picture = description.picture;
+  const auto& header_rate = facts.header.parameters.frame_rate;
   picture.frame_rate = FrameRate(stream);
-  if (picture.frame_rate == 0 && header.frame_rate) {
-    picture.frame_rate =
-        static_cast<double>(header.frame_rate->numerator) / static_cast<double>(header.frame_rate->denominator);
+  if (picture.frame_rate == 0 && header_rate && !IsCover(stream)) {
+    picture.frame_rate = static_cast<double>(header_rate->numerator) / static_cast<double>(header_rate->denominator);
   }
-  picture.frame_count = FrameCount(stream, description.duration, picture.frame_rate);
+  picture.frame_count = FrameCount(stream, facts.sample_count, description.duration, picture.frame_rate);
+  if (facts.timing) {
+    picture.frame_rate = facts.timing->frame_rate;
+    picture.frame_count = facts.timing->frame_count;
+  }
   picture.bit_rate = static_cast<std::int32_t>(
       std::min<std::uint32_t>(description.bit_rate, std::numeric_limits<std::int32_t>::max()));
 }
@@ -202,14 +207,15 @@ std::int32_t StereoModeOf(codec::FramePacking packing) {
 }
 
 void DescribeProperties(const PictureFacts& facts, const PictureSideData& side_data, StreamDescription& description) {
-  const auto& [header, track, truncated] = facts;
+  const PictureHeader& header = facts.header;
+  const TrackFacts& track = facts.track;
   const PictureParameters& parameters = header.parameters;
   PictureProperties& properties = description.properties;
   properties.max_frame_rate = track.max_frame_rate;
   properties.format_profile = ProfileTextOf(header, description);
   if (parameters.cabac) properties.format_settings_cabac = *parameters.cabac ? 1 : 0;
   properties.format_settings_ref_frame = parameters.reference_frames;
-  if (truncated) properties.is_truncated = *truncated ? 1 : 0;
+  if (facts.file_is_truncated) properties.is_truncated = *facts.file_is_truncated ? 1 : 0;
   properties.is_dolby_vision = side_data.dolby_vision ? 1 : 0;
   properties.count_of_views = FirstOf(side_data.views, parameters.views);
   if (header.full_idr) properties.full_idr = *header.full_idr ? 1 : 0;
@@ -256,7 +262,7 @@ void DescribePicture(const AVStream& stream, const PictureFacts& facts, StreamDe
   picture.level = header.level.value_or(stream.codecpar->level);
   picture.field_order = FieldOrderOf(stream, header);
   DescribeSize(stream, header, picture);
-  DescribeRate(stream, header, description);
+  DescribeRate(stream, facts, description);
   DescribeColor(stream, header, description);
   DescribeProperties(facts, side_data, description);
   picture.flags = FlagsOf(description, facts, side_data);

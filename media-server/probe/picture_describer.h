@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "media-server/model/media_description.h"
+#include "media-server/probe/elementary_stream.h"
 #include "media-server/probe/picture_header.h"
 #include "media-server/probe/track_facts.h"
 
@@ -15,6 +17,8 @@ struct PictureFacts {
   PictureHeader header;  ///< from the codec's own header
   TrackFacts track;      ///< from the container, where libavformat hides it
   std::optional<bool> file_is_truncated;
+  std::uint32_t sample_count = 0;       ///< in the container's index of all samples; 0 where it has none
+  std::optional<PictureTiming> timing;  ///< of a stream without a clock; wins over libavformat's guess
 };
 
 /// Fills the picture part of `description`, whose duration is set already, from libavformat's stream and the other

@@ -15,6 +15,7 @@
 #include "media-server/codec/prores.h"
 #include "media-server/codec/vp9.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/streams.h"
 
 namespace media_server::probe {
 namespace {
@@ -129,7 +130,7 @@ constexpr Reader kReaders[] = {
 }  // namespace
 
 PictureHeader ReadPictureHeader(AVStream& stream, const SampleReader& samples) {
-  if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) return ReadCover(stream, samples);
+  if (IsCover(stream)) return ReadCover(stream, samples);
   const auto* reader = std::ranges::find(kReaders, stream.codecpar->codec_id, &Reader::codec);
   if (reader == std::end(kReaders)) return {};
   PictureHeader header = reader->read(stream, samples);

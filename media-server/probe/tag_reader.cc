@@ -9,6 +9,7 @@
 #include "media-server/metadata/timestamp.h"
 #include "media-server/metadata/xmp_label.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/streams.h"
 #include "platform/text.h"
 
 namespace media_server::probe {
@@ -73,9 +74,9 @@ class TagSources {
   std::string_view Find(std::span<const std::string_view> keys) const {
     if (const auto found = FindInMovie(keys); !found.empty()) return found;
     if (const auto found = FindInDictionary(context_.metadata, keys); !found.empty()) return found;
-    for (const AVStream* stream : std::span(context_.streams, context_.nb_streams)) {
-      const bool cover = (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;  // its title is the picture's
-      if (cover || !TagsAreOnStreams()) continue;
+    for (const AVStream* stream : Streams(context_)) {
+      const bool title_is_of_picture = IsCover(*stream);
+      if (title_is_of_picture || !TagsAreOnStreams()) continue;
       if (const auto found = FindInDictionary(stream->metadata, keys); !found.empty()) return found;
     }
     return {};

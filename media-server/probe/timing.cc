@@ -8,13 +8,15 @@
 #include <span>
 
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/streams.h"
 
 namespace media_server::probe {
 namespace {
 
-constexpr double kLargestCount = std::numeric_limits<std::uint32_t>::max();
+// A counted number of frames that is this many times what duration and rate amount to is no count of frames.
+constexpr double kMostFramesOverEstimate = 8;
 
-std::span<AVStream* const> Streams(const AVFormatContext& context) { return {context.streams, context.nb_streams}; }
+constexpr double kLargestCount = std::numeric_limits<std::uint32_t>::max();
 
 std::optional<std::uint64_t> NumberTag(const AVStream& stream, const char* key) {
   const auto text = StreamTag(stream, key);
@@ -27,8 +29,7 @@ double Seconds(std::int64_t ticks, AVRational time_base) { return static_cast<do
 
 bool IsTimed(const AVStream& stream) {
   const AVMediaType type = stream.codecpar->codec_type;
-  return (type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) ||
-         type == AVMEDIA_TYPE_AUDIO;
+  return (type == AVMEDIA_TYPE_VIDEO && !IsCover(stream)) || type == AVMEDIA_TYPE_AUDIO;
 }
 
 // Cover pictures and pictures of an unknown rate count as one.
@@ -98,17 +99,25 @@ std::uint64_t StreamBitRate(const AVStream& stream) {
 }
 
 double FrameRate(const AVStream& stream) {
+  if (IsCover(stream)) return 0;  // libavformat gives a cover the rate of its clock
   for (const AVRational rate : {stream.avg_frame_rate, stream.r_frame_rate}) {
     if (rate.num > 0 && rate.den > 0) return av_q2d(rate);
   }
   return 0;
 }
 
-std::uint32_t FrameCount(const AVStream& stream, double duration, double frame_rate) {
-  if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) return 1;
-  if (stream.nb_frames > 0) return AtLeastOne(static_cast<double>(stream.nb_frames));
+std::uint32_t FrameCount(const AVStream& stream, std::uint32_t sample_count, double duration, double frame_rate) {
+  if (IsCover(stream)) return 1;
+  const double estimated = duration * frame_rate;
+  if (stream.nb_frames > 0) {
+    // Some writers of IVF put the length in clock ticks where the count belongs.
+    const bool believable =
+        estimated < 1 || static_cast<double>(stream.nb_frames) <= kMostFramesOverEstimate * estimated;
+    if (believable) return AtLeastOne(static_cast<double>(stream.nb_frames));
+  }
+  if (sample_count > 0) return sample_count;
   if (const auto counted = NumberTag(stream, "NUMBER_OF_FRAMES")) return AtLeastOne(static_cast<double>(*counted));
-  return AtLeastOne(duration * frame_rate);
+  return AtLeastOne(estimated);
 }
 
 }  // namespace media_server::probe

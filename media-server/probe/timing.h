@@ -28,8 +28,8 @@ std::uint64_t StreamBitRate(const AVStream& stream);
 /// Frames per second; 0 unknown.
 double FrameRate(const AVStream& stream);
 
-/// Number of pictures: counted by the container where it counts, else estimated from `duration` (seconds) and
-/// `frame_rate`, and never 0.
-std::uint32_t FrameCount(const AVStream& stream, double duration, double frame_rate);
+/// Number of pictures: counted by the container where it counts, else the samples in its index (`sample_count`, 0 for
+/// none), else estimated from `duration` (seconds) and `frame_rate`, and never 0.
+std::uint32_t FrameCount(const AVStream& stream, std::uint32_t sample_count, double duration, double frame_rate);
 
 }  // namespace media_server::probe

@@ -1,0 +1,58 @@
+#include "media-server/probe/elementary_stream.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "media-server/probe/av_handles.h"
+#include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/timing.h"
+
+namespace media_server::probe {
+namespace {
+
+// Files up to this size are counted to the end; parsing this much takes some milliseconds.
+constexpr std::uint64_t kMostBytesCounted = std::uint64_t{2} << 20;
+
+struct Count {
+  std::uint64_t pictures = 0;
+  std::uint64_t bytes = 0;
+  bool to_the_end = false;
+};
+
+Count CountPictures(AVFormatContext& context) {
+  Count count;
+  const PacketHandle packet(av_packet_alloc());
+  if (!packet) return count;
+  while (count.bytes < kMostBytesCounted) {
+    if (av_read_frame(&context, packet.get()) < 0) {
+      count.to_the_end = true;
+      break;
+    }
+    ++count.pictures;
+    count.bytes += static_cast<std::uint64_t>(std::max(packet->size, 0));
+    av_packet_unref(packet.get());
+  }
+  return count;
+}
+
+}  // namespace
+
+bool IsElementaryPictureStream(const AVFormatContext& context) {
+  constexpr int kHasNoClock = AVFMT_GENERIC_INDEX | AVFMT_NOTIMESTAMPS;  // libavformat's raw picture demuxers
+  return (context.iformat->flags & kHasNoClock) == kHasNoClock && context.nb_streams == 1 &&
+         context.streams[0]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
+}
+
+std::optional<PictureTiming> TimeElementaryStream(AVFormatContext& context, double header_rate, std::uint64_t size) {
+  // libavformat assumes 25 frames per second where nothing tells.
+  const double rate = header_rate > 0 ? header_rate : FrameRate(*context.streams[0]);
+  const Count count = CountPictures(context);
+  if (rate <= 0 || count.bytes == 0) return std::nullopt;
+  const double part = count.to_the_end ? 1 : static_cast<double>(size) / static_cast<double>(count.bytes);
+  const double pictures = std::clamp<double>(std::round(static_cast<double>(count.pictures) * std::max(part, 1.0)), 1,
+                                             std::numeric_limits<std::uint32_t>::max());
+  return PictureTiming{rate, static_cast<std::uint32_t>(pictures), pictures / rate};
+}
+
+}  // namespace media_server::probe

@@ -1,0 +1,95 @@
+#include "media-server/probe/stream_describer.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "media-server/probe/codec_tags.h"
+#include "media-server/probe/elementary_stream.h"
+#include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/picture_describer.h"
+#include "media-server/probe/picture_header.h"
+#include "media-server/probe/sample_reader.h"
+#include "media-server/probe/sound_describer.h"
+#include "media-server/probe/streams.h"
+#include "media-server/probe/timing.h"
+#include "platform/text.h"
+
+namespace media_server::probe {
+namespace {
+
+std::optional<StreamKind> KindOf(const AVStream& stream, std::uint32_t codec_tag) {
+  switch (stream.codecpar->codec_type) {
+    case AVMEDIA_TYPE_VIDEO:
+      return StreamKind::kPicture;
+    case AVMEDIA_TYPE_AUDIO:
+      return StreamKind::kSound;
+    case AVMEDIA_TYPE_SUBTITLE:
+      return StreamKind::kSubpicture;
+    default:
+      // Recordings of input devices and markers ride along as data.
+      return codec_tag == kKeyboardStream || codec_tag == kMouseStream || codec_tag == kMarkerStream
+                 ? std::optional(StreamKind::kPicture)
+                 : std::nullopt;
+  }
+}
+
+std::uint32_t Saturated(std::uint64_t value) {
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::uint32_t>::max()));
+}
+
+StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVStream& stream, StreamKind kind,
+                                      double file_duration) {
+  StreamDescription description;
+  description.kind = kind;
+  description.index = static_cast<std::uint32_t>(stream.index);
+  description.id = static_cast<std::uint32_t>(stream.id);
+  description.codec_tag = CodecTag(context, *stream.codecpar);
+  description.bit_rate = Saturated(StreamBitRate(stream));
+  description.codec_name = avcodec_get_name(stream.codecpar->codec_id);
+  const AVCodecDescriptor* codec = avcodec_descriptor_get(stream.codecpar->codec_id);
+  description.codec_long_name = codec != nullptr && codec->long_name != nullptr ? codec->long_name : "";
+  description.language = platform::ToValidUtf8(StreamTag(stream, "language").value_or(""));
+  description.duration = StreamDuration(stream).value_or(file_duration);
+  description.disposition = static_cast<std::uint32_t>(stream.disposition);
+  return description;
+}
+
+double HeaderRate(const PictureHeader& header) {
+  const auto& rate = header.parameters.frame_rate;
+  return rate ? static_cast<double>(rate->numerator) / static_cast<double>(rate->denominator) : 0;
+}
+
+}  // namespace
+
+void DescribeStreams(AVFormatContext& context, IByteSource& source, const ContainerFacts& container,
+                     MediaDescription& media) {
+  const SampleReader samples(context, source);
+  for (AVStream* stream : Streams(context)) {
+    const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
+    if (!kind) continue;
+    StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
+    const TrackFacts track = container.FactsOf(*stream);
+    if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+      PictureFacts facts{.header = ReadPictureHeader(*stream, samples),
+                         .track = track,
+                         .file_is_truncated = container.truncated,
+                         .sample_count = static_cast<std::uint32_t>(samples.SampleCount(*stream)),
+                         .timing = std::nullopt};
+      if (IsElementaryPictureStream(context)) {
+        facts.timing = TimeElementaryStream(context, HeaderRate(facts.header), media.file_size);
+        if (facts.timing) {
+          media.duration = description.duration = facts.timing->duration;
+          media.bit_rate = FileBitRate(context, media.file_size, media.duration);
+        }
+      }
+      DescribePicture(*stream, facts, description);
+    } else if (*kind == StreamKind::kSound) {
+      DescribeSound(*stream, track.encrypted, description);
+    }
+    media.streams.push_back(std::move(description));
+  }
+}
+
+}  // namespace media_server::probe
