@@ -61,6 +61,7 @@ std::optional<core::Rational> FrameRate(IVideoInfo& video, std::uint64_t duratio
   video.GetFrameRate(&rate);
   if (rate.numerator <= 0 || rate.denominator <= 0) return std::nullopt;
   if (rate.numerator != rate.denominator) return rate;
+  if (duration_100ns == 0) return std::nullopt;
   const double seconds = static_cast<double>(duration_100ns) / static_cast<double>(kTicksPerSecond);
   return std::abs(seconds - video.GetFrameCount()) <= 1 ? std::optional(rate) : std::nullopt;
 }

@@ -1,0 +1,158 @@
+#include "command_line.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "core/log.h"
+
+namespace mediaprobe {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+/// A writable argument vector, as main gets one.
+class CommandLineTest : public ::testing::Test {
+ protected:
+  std::variant<Options, EarlyExit> Parse(std::vector<std::string> words) {
+    arguments_ = std::move(words);
+    arguments_.insert(arguments_.begin(), "mediaprobe");
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments_) pointers.push_back(argument.data());
+    return ParseCommandLine(static_cast<int>(pointers.size()), pointers.data());
+  }
+  Options ParseGood(std::vector<std::string> words) {
+    const auto parsed = Parse(std::move(words));
+    if (const auto* leave = std::get_if<EarlyExit>(&parsed)) ADD_FAILURE() << leave->text;
+    return std::holds_alternative<Options>(parsed) ? std::get<Options>(parsed) : Options{};
+  }
+  EarlyExit ParseToExit(std::vector<std::string> words) {
+    const auto parsed = Parse(std::move(words));
+    if (std::holds_alternative<Options>(parsed)) ADD_FAILURE() << "taken for good";
+    return std::holds_alternative<EarlyExit>(parsed) ? std::get<EarlyExit>(parsed) : EarlyExit{-1, {}};
+  }
+  std::string FileOf(const std::string& content) {
+    const std::string path = ::testing::TempDir() + "mediaprobe_key_file";
+    std::ofstream(path, std::ios::binary) << content;
+    return path;
+  }
+
+  std::vector<std::string> arguments_;
+};
+
+TEST_F(CommandLineTest, Defaults) {
+  const Options options = ParseGood({"a.mp4"});
+  EXPECT_THAT(options.inputs, ElementsAre("a.mp4"));
+  EXPECT_EQ(options.form, OutputForm::kText);
+  EXPECT_EQ(options.key, "");
+  EXPECT_EQ(options.log_level, kCoreLogOff);
+}
+
+TEST_F(CommandLineTest, InputsAreTakenAsTheyAre) {
+  const Options options = ParseGood({"a b", "[1,2]", "[x].mp4", "{}", "", "c,d", "--", "--json", "-k"});
+  EXPECT_THAT(options.inputs, ElementsAre("a b", "[1,2]", "[x].mp4", "{}", "", "c,d", "--json", "-k"));
+  EXPECT_EQ(options.form, OutputForm::kText);
+}
+
+TEST_F(CommandLineTest, OptionsMayStandBetweenInputs) {
+  const Options options = ParseGood({"a", "--json", "b"});
+  EXPECT_THAT(options.inputs, ElementsAre("a", "b"));
+  EXPECT_EQ(options.form, OutputForm::kJson);
+}
+
+TEST_F(CommandLineTest, OutputForms) {
+  EXPECT_EQ(ParseGood({"--text", "a"}).form, OutputForm::kText);
+  EXPECT_EQ(ParseGood({"--json", "a"}).form, OutputForm::kJson);
+  EXPECT_EQ(ParseGood({"--ndjson", "a"}).form, OutputForm::kNdjson);
+}
+
+TEST_F(CommandLineTest, OutputFormsExcludeEachOther) {
+  for (const auto& [one, other] : {std::pair("--text", "--json"), {"--json", "--ndjson"}, {"--ndjson", "--text"}}) {
+    const EarlyExit leave = ParseToExit({one, other, "a"});
+    EXPECT_EQ(leave.status, 2);
+    EXPECT_THAT(leave.text, StartsWith("mediaprobe: choose one of --text, --json and --ndjson\n"));
+  }
+}
+
+TEST_F(CommandLineTest, LogLevels) {
+  EXPECT_EQ(ParseGood({"--log-level", "trace", "a"}).log_level, 2);
+  EXPECT_EQ(ParseGood({"--log-level=fatal", "a"}).log_level, 7);
+  EXPECT_EQ(ParseGood({"--log-level", "off", "a"}).log_level, 8);
+  EXPECT_EQ(ParseToExit({"--log-level", "loud", "a"}).status, 2);
+}
+
+TEST_F(CommandLineTest, WrongUsageNamesTheFault) {
+  const EarlyExit nothing = ParseToExit({});
+  EXPECT_EQ(nothing.status, 2);
+  EXPECT_THAT(nothing.text, AllOf(HasSubstr("INPUT"), HasSubstr("--help")));
+  const EarlyExit unknown = ParseToExit({"--bogus", "a"});
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_THAT(unknown.text, HasSubstr("--bogus"));
+  EXPECT_EQ(ParseToExit({"a", "--key"}).status, 2);
+}
+
+TEST_F(CommandLineTest, HelpAndVersionNeedNoInput) {
+  const EarlyExit help = ParseToExit({"--help"});
+  EXPECT_EQ(help.status, 0);
+  for (const char* option : {"--text", "--json", "--ndjson", "--key", "--key-file", "--log-level", "--version"}) {
+    EXPECT_THAT(help.text, HasSubstr(option));
+  }
+  const EarlyExit version = ParseToExit({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.text, ::testing::MatchesRegex("mediaprobe [0-9.]+\n"));
+}
+
+TEST_F(CommandLineTest, KeyIsOverwrittenInEveryForm) {
+  const std::string key = "00112233445566778899aabbccddeeff";
+  const std::string stars(32, '*');
+  EXPECT_EQ(ParseGood({"--key", key, "a"}).key, key);
+  EXPECT_THAT(arguments_, ElementsAre("mediaprobe", "--key", stars, "a"));
+  EXPECT_EQ(ParseGood({"--key=" + key, "a"}).key, key);
+  EXPECT_THAT(arguments_, ElementsAre("mediaprobe", "--key=" + stars, "a"));
+  EXPECT_EQ(ParseGood({"-k" + key, "a"}).key, key);
+  EXPECT_THAT(arguments_, ElementsAre("mediaprobe", "-k" + stars, "a"));
+}
+
+TEST_F(CommandLineTest, EveryKeyIsOverwrittenAndTheLastOneHolds) {
+  EXPECT_EQ(ParseGood({"-k", "aaaa", "-k", "bbbb", "x"}).key, "bbbb");
+  EXPECT_THAT(arguments_, ElementsAre("mediaprobe", "-k", "****", "-k", "****", "x"));
+}
+
+TEST_F(CommandLineTest, KeyIsOverwrittenAndNotRepeatedWhenTheUsageIsWrong) {
+  const EarlyExit leave = ParseToExit({"-k", "aaaa", "--bogus", "x"});
+  EXPECT_THAT(arguments_, ElementsAre("mediaprobe", "-k", "****", "--bogus", "x"));
+  EXPECT_THAT(leave.text, Not(HasSubstr("aaaa")));
+}
+
+TEST_F(CommandLineTest, KeyFileIsReadWithoutTheWhiteSpaceAround) {
+  EXPECT_EQ(ParseGood({"--key-file", FileOf(" \n0011aabb\r\n"), "a"}).key, "0011aabb");
+}
+
+TEST_F(CommandLineTest, KeyFilesWithoutAKeyAreWrongUsage) {
+  for (const std::string& content : {std::string(), std::string("\n \n"), std::string(4097, 'a')}) {
+    EXPECT_EQ(ParseToExit({"--key-file", FileOf(content), "a"}).status, 2) << content.size();
+  }
+  EXPECT_EQ(ParseGood({"--key-file", FileOf(std::string(4096, 'a')), "a"}).key.size(), 4096u);
+  const EarlyExit missing = ParseToExit({"--key-file", "/no/such/file", "a"});
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_THAT(missing.text, HasSubstr("/no/such/file: No such file or directory"));
+}
+
+TEST_F(CommandLineTest, KeyAndKeyFileExcludeEachOther) {
+  const EarlyExit leave = ParseToExit({"-k", "aaaa", "--key-file", FileOf("bbbb"), "a"});
+  EXPECT_EQ(leave.status, 2);
+  EXPECT_THAT(leave.text, StartsWith("mediaprobe: choose one of --key and --key-file\n"));
+}
+
+TEST_F(CommandLineTest, UsageErrorsAreFitForATerminal) {
+  EXPECT_THAT(ParseToExit({"--\x1b[31m", "a"}).text, AllOf(HasSubstr("\\x1b"), Not(HasSubstr("\x1b"))));
+}
+
+}  // namespace
+}  // namespace mediaprobe

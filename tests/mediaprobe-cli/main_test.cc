@@ -1,0 +1,220 @@
+/// The built tool as its users see it: what it writes and how it ends. The module behind it is fake_module.cc.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "scratch_folder.h"
+
+namespace mediaprobe {
+namespace {
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::Not;
+using testing::ScratchFolder;
+
+constexpr char kKey[] = "00112233445566778899aabbccddeeff";
+
+struct Outcome {
+  int status;
+  std::string output;
+  std::string errors;
+};
+
+std::string ContentOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class MainTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("MEDIAPROBE_LIBRARY_DIR", FAKE_MODULE_DIR, /*overwrite=*/1);
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", /*overwrite=*/1);
+    ASSERT_EQ(chdir(folder_.path().c_str()), 0);
+  }
+  void TearDown() override { ASSERT_EQ(chdir("/"), 0); }
+
+  /// Runs the tool through a shell: `arguments` are shell words.
+  Outcome Run(const std::string& arguments) {
+    const std::string output = outputs_.path() + "/output";
+    const std::string errors = outputs_.path() + "/errors";
+    const std::string command = std::string(MEDIAPROBE) + " " + arguments + " > " + output + " 2> " + errors;
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ContentOf(output), ContentOf(errors)};
+  }
+
+  ScratchFolder folder_;
+  ScratchFolder outputs_;
+};
+
+TEST_F(MainTest, TextIsTheDefault) {
+  folder_.AddFile("full.mp4");
+  const Outcome outcome = Run("full.mp4");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_EQ(outcome.output,
+            "full.mp4: mp4, 0:00:10.005, 2.79 MB (2,788,750 bytes), 2.23 Mb/s\n"
+            "  video 0     h264 High@L4.1  1440x1080 (shown 1920x1080) 29.97 fps  2.1 Mb/s  4:2:0 10 bit bt2020, "
+            "interlaced (top first), HDR (PQ), rotated 90, eng, default\n"
+            "  audio 1     aac LC          44.1 kHz stereo                        128 kb/s  16 bit, variable bit rate, "
+            "deu, default\n"
+            "  subtitle 2  mov_text        fra, forced\n"
+            "  title     Am Meer\n"
+            "  artist    Ada\n"
+            "  created   2023-05-17 12:20:30 +02:00\n"
+            "  modified  2024-01-02 04:04:05 +01:00\n"
+            "  place     33.8568 S, 151.2153 E\n"
+            "  camera    Acme Cam 9\n"
+            "  AI label  Label 1, ContentProducer Studio\n");
+  EXPECT_EQ(Run("--text full.mp4").output, outcome.output);
+}
+
+TEST_F(MainTest, NdjsonIsARecordALineInTheOrderOfTheInputs) {
+  folder_.AddFile("full.mp4");
+  folder_.AddFile("plain.wav");
+  const Outcome outcome = Run("--ndjson plain.wav none.mp4 full.mp4");
+  EXPECT_EQ(outcome.status, 1);
+  std::vector<json> records;
+  std::istringstream lines(outcome.output);
+  for (std::string line; std::getline(lines, line);) records.push_back(json::parse(line));
+  ASSERT_EQ(records.size(), 3u);
+  EXPECT_EQ(records[0]["input"], "plain.wav");
+  EXPECT_EQ(records[0]["status"], "ok");
+  EXPECT_EQ(records[1]["input"], "none.mp4");
+  EXPECT_EQ(records[1]["status"], "error");
+  EXPECT_EQ(records[1]["error"], "no such file");
+  EXPECT_EQ(records[2]["input"], "full.mp4");
+  EXPECT_EQ(records[2]["created"], "2023-05-17T12:20:30+02:00");
+  EXPECT_EQ(records[2]["location"], json({{"latitude", -33.8568}, {"longitude", 151.2153}}));
+  EXPECT_EQ(records[2]["aigc"], json({{"Label", "1"}, {"ContentProducer", "Studio"}}));
+}
+
+TEST_F(MainTest, JsonIsOneArray) {
+  folder_.AddFile("full.mp4");
+  const Outcome outcome = Run("--json full.mp4 full.mp4");
+  EXPECT_EQ(outcome.status, 0);
+  const json records = json::parse(outcome.output);
+  ASSERT_EQ(records.size(), 2u);
+  EXPECT_EQ(records[0], records[1]);
+}
+
+TEST_F(MainTest, FailuresAreARecordAndALineOfWords) {
+  folder_.AddFile("full.mp4");
+  folder_.AddFile("empty.mp4", "");
+  folder_.AddFile("short.mp4");
+  folder_.AddFile("notes.txt");
+  const Outcome outcome = Run("none.mp4 . empty.mp4 short.mp4 notes.txt full.mp4");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors,
+            "mediaprobe: none.mp4: no such file\n"
+            "mediaprobe: .: is a folder\n"
+            "mediaprobe: empty.mp4: empty file\n"
+            "mediaprobe: short.mp4: file ends early\n"
+            "mediaprobe: notes.txt: not a media file\n");
+  EXPECT_THAT(outcome.output, HasSubstr("none.mp4: no such file\n\n.: is a folder\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("full.mp4: mp4, "));
+}
+
+TEST_F(MainTest, WrongUsage) {
+  for (const char* arguments : {"", "--bogus a", "--json --text a", "a --key"}) {
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.status, 2) << arguments;
+    EXPECT_EQ(outcome.output, "") << arguments;
+    EXPECT_THAT(outcome.errors, MatchesRegex("mediaprobe: .+\nTry 'mediaprobe --help'.\n")) << arguments;
+  }
+}
+
+TEST_F(MainTest, HelpAndVersion) {
+  const Outcome help = Run("--help");
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.output, HasSubstr("--ndjson"));
+  EXPECT_EQ(help.errors, "");
+  const Outcome version = Run("--version");
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.output, MatchesRegex("mediaprobe [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(MainTest, PathsAreFilesWhateverTheyLookLike) {
+  for (const char* name : {"http_clips/full.mp4", "http:/full.mp4", "c:/full.mp4", "[full]", "full %41.mp4"}) {
+    folder_.AddFile(name);
+  }
+  EXPECT_EQ(Run("http_clips/full.mp4 http:/full.mp4 c:/full.mp4 'full %41.mp4'").status, 0);
+  EXPECT_THAT(Run("'[full]'").errors, HasSubstr("[full]: not a media file"));
+}
+
+TEST_F(MainTest, FileUrls) {
+  const std::string path = folder_.AddFile("full movie.mp4");
+  EXPECT_EQ(Run("'file://" + path + "' 'file:" + path + "' 'files://" + path + "'").status, 0);
+  EXPECT_EQ(Run("file://" + folder_.path() + "/full%20movie.mp4").status, 0);
+}
+
+TEST_F(MainTest, NetworkUrlsPass) { EXPECT_EQ(Run("http://host.invalid/full.mp4").status, 0); }
+
+TEST_F(MainTest, OutputIsValidUtf8AndHarmlessWhateverTheFileHolds) {
+  folder_.AddFile("odd.wav");
+  folder_.AddFile("odd\xff.wav");
+  const Outcome outcome = Run("--ndjson odd*");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.output, HasSubstr("\"input\":\"odd\uFFFD.wav\""));
+  EXPECT_THAT(outcome.output, HasSubstr("red \\u001b[31m \uFFFD end"));
+  EXPECT_THAT(outcome.output, HasSubstr("\"aigc\":\"by a machine\""));
+  EXPECT_THAT(Run("odd*").output, Not(HasSubstr("\x1b")));
+  EXPECT_THAT(Run("$(printf 'none\\033[31m')").errors, HasSubstr("none\\x1b[31m: no such file"));
+}
+
+TEST_F(MainTest, KeyOpensAProtectedFile) {
+  folder_.AddFile("locked.mp4");
+  folder_.AddFile("key", std::string(kKey) + "\n");
+  EXPECT_EQ(Run("locked.mp4").status, 1);
+  EXPECT_EQ(Run(std::string("-k ") + kKey + " locked.mp4").status, 0);
+  EXPECT_EQ(Run("--key-file key locked.mp4").status, 0);
+}
+
+TEST_F(MainTest, KeyIsShownNowhere) {
+  folder_.AddFile("locked.mp4");
+  const Outcome outcome = Run("--log-level trace --key 0123456789abcdef0123456789abcdef locked.mp4");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.errors, HasSubstr("no file opens with ***"));
+  EXPECT_THAT(outcome.errors, HasSubstr("mediaprobe: locked.mp4: wrong key"));
+  EXPECT_THAT(outcome.errors + outcome.output, Not(HasSubstr("0123456789abcdef")));
+}
+
+TEST_F(MainTest, LogIsSilentUnlessAskedFor) {
+  folder_.AddFile("locked.mp4");
+  EXPECT_EQ(Run("locked.mp4").errors, "mediaprobe: locked.mp4: wrong key\n");
+}
+
+TEST_F(MainTest, ColorsAreForTerminals) {
+  folder_.AddFile("plain.wav");
+  EXPECT_THAT(Run("plain.wav").output, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(MainTest, MissingModuleIsNamed) {
+  setenv("MEDIAPROBE_LIBRARY_DIR", folder_.path().c_str(), /*overwrite=*/1);
+  const Outcome outcome = Run("a.mp4");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors,
+            "mediaprobe: cannot load the media information module " + folder_.path() + "/service-mediainfo.so\n");
+}
+
+TEST_F(MainTest, OutputThatCannotBeWrittenIsAFailure) {
+  folder_.AddFile("plain.wav");
+  const std::string command = std::string(MEDIAPROBE) + " plain.wav > /dev/full 2> " + outputs_.path() + "/errors";
+  EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
+  EXPECT_EQ(ContentOf(outputs_.path() + "/errors"), "mediaprobe: cannot write the output: No space left on device\n");
+}
+
+}  // namespace
+}  // namespace mediaprobe

@@ -1,0 +1,193 @@
+#include "text_formatter.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <time.h>
+
+#include "mediainfo/metedata_keys.h"
+
+namespace mediaprobe {
+namespace {
+
+namespace keys = service::mediainfo::metedata_keys;
+
+AudioRecord Audio(std::uint32_t index, const std::string& codec) {
+  AudioRecord audio;
+  audio.index = index;
+  audio.codec = codec;
+  audio.sample_rate_hz = 48'000;
+  audio.channels = 2;
+  return audio;
+}
+
+VideoRecord Video() {
+  VideoRecord video;
+  video.codec = "h264";
+  video.flip = "none";
+  video.width = 1920;
+  video.height = 1080;
+  video.bit_rate_bps = 2'000'000;
+  return video;
+}
+
+Record Media() {
+  Record record;
+  record.input = "a.mp4";
+  record.media.format = "mp4";
+  return record;
+}
+
+class TextFormatterTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", /*overwrite=*/1);
+    tzset();
+  }
+  static std::string Format(const Record& record) { return TextFormatter(/*use_colors=*/false).Format(record); }
+  static std::string FactLines(const Record& record) {
+    const std::string text = Format(record);
+    return text.substr(text.find('\n') + 1);
+  }
+  static std::string TitleLine(const std::string& title) {
+    Record record = Media();
+    record.media.metadata = {{keys::kTitle, title}};
+    return FactLines(record);
+  }
+};
+
+TEST_F(TextFormatterTest, HeadlineHoldsWhatIsKnown) {
+  Record record = Media();
+  EXPECT_EQ(Format(record), "a.mp4: mp4\n");
+  record.media.duration_100ns = 100'050'000;
+  record.media.size_bytes = 2'788'750;
+  record.media.bit_rate_bps = 2'230'000;
+  EXPECT_EQ(Format(record), "a.mp4: mp4, 0:00:10.005, 2.79 MB (2,788,750 bytes), 2.23 Mb/s\n");
+}
+
+TEST_F(TextFormatterTest, StreamsStandInAlignedColumns) {
+  Record record = Media();
+  ProgramRecord program;
+  program.video.push_back(Video());
+  program.audio.push_back(Audio(1, "pcm_s16le"));
+  program.audio[0].language = "eng";
+  SubpictureRecord subpicture;
+  subpicture.index = 2;
+  subpicture.codec = "ass";
+  program.subpicture.push_back(subpicture);
+  record.media.programs.push_back(program);
+  EXPECT_EQ(Format(record),
+            "a.mp4: mp4\n"
+            "  video 0     h264       1920x1080      2 Mb/s\n"
+            "  audio 1     pcm_s16le  48 kHz stereo          eng\n"
+            "  subtitle 2  ass\n");
+}
+
+TEST_F(TextFormatterTest, ColumnsThatNoStreamFillsTakeNoRoom) {
+  Record record = Media();
+  ProgramRecord program;
+  program.audio.push_back(Audio(0, "aac"));
+  program.audio[0].language = "eng";
+  record.media.programs.push_back(program);
+  EXPECT_EQ(Format(record), "a.mp4: mp4\n  audio 0  aac  48 kHz stereo  eng\n");
+}
+
+TEST_F(TextFormatterTest, SeveralProgramsGetALineEach) {
+  Record record = Media();
+  ProgramRecord program;
+  program.id = 1;
+  program.duration_100ns = 10'000'000;
+  program.bit_rate_bps = 5'000;
+  program.audio.push_back(Audio(0, "aac"));
+  record.media.programs.push_back(program);
+  program.id = 2;
+  program.duration_100ns.reset();
+  program.bit_rate_bps.reset();
+  program.audio[0].index = 10;
+  record.media.programs.push_back(program);
+  EXPECT_EQ(Format(record),
+            "a.mp4: mp4\n"
+            "  program 1, 0:00:01.000, 5 kb/s\n"
+            "    audio 0   aac  48 kHz stereo\n"
+            "  program 2\n"
+            "    audio 10  aac  48 kHz stereo\n");
+}
+
+TEST_F(TextFormatterTest, FactsFollowTheStreams) {
+  Record record = Media();
+  record.created_s = 1'684'318'830;
+  record.modified_s = 1'704'164'645;
+  record.location = Location{-33.8568, 151.2153};
+  record.aigc = R"({"Label":"1","ContentProducer":"Studio","ProduceID":""})";
+  record.media.metadata = {{keys::kArtist, std::string("Ada")},
+                           {keys::kTitle, std::string("Am Meer")},
+                           {keys::kActor, std::string("Ada")},
+                           {keys::kMaker, std::string("Acme")},
+                           {keys::kModel, std::string("Cam 9")}};
+  EXPECT_EQ(FactLines(record),
+            "  title     Am Meer\n"
+            "  artist    Ada\n"
+            "  created   2023-05-17 12:20:30 +02:00\n"
+            "  modified  2024-01-02 04:04:05 +01:00\n"
+            "  place     33.8568 S, 151.2153 E\n"
+            "  camera    Acme Cam 9\n"
+            "  AI label  Label 1, ContentProducer Studio\n");
+}
+
+TEST_F(TextFormatterTest, EqualDatesAreToldOnce) {
+  Record record = Media();
+  record.created_s = record.modified_s = 1'684'318'830;
+  EXPECT_EQ(FactLines(record), "  created  2023-05-17 12:20:30 +02:00\n");
+}
+
+TEST_F(TextFormatterTest, PlaceNamesTheHemispheres) {
+  Record record = Media();
+  record.location = Location{40.5, -74.25};
+  EXPECT_EQ(FactLines(record), "  place  40.5 N, 74.25 W\n");
+}
+
+TEST_F(TextFormatterTest, MakerIsNotRepeated) {
+  Record record = Media();
+  record.media.metadata = {{keys::kMaker, std::string("Acme")}, {keys::kModel, std::string("Acme Cam 9")}};
+  EXPECT_EQ(FactLines(record), "  camera  Acme Cam 9\n");
+  record.media.metadata = {{keys::kMaker, std::string("Acme")}};
+  EXPECT_EQ(FactLines(record), "  camera  Acme\n");
+}
+
+TEST_F(TextFormatterTest, WrappedLabelsAreUnwrappedAndOthersShown) {
+  Record record = Media();
+  record.aigc = R"({"AIGC":{"Label":"1","Extra":5}})";
+  EXPECT_EQ(FactLines(record), "  AI label  Label 1, Extra 5\n");
+  record.aigc = "by a machine";
+  EXPECT_EQ(FactLines(record), "  AI label  by a machine\n");
+}
+
+TEST_F(TextFormatterTest, TextsFromTheFileAreFitForATerminal) {
+  EXPECT_EQ(TitleLine("a\n\x1b[31m"), "  title  a\\n\\x1b[31m\n");
+  EXPECT_EQ(TitleLine(std::string(1000, 'x')), "  title  " + std::string(240, 'x') + "...\n");
+  Record record = Media();
+  record.input = "a\x1b.mp4";
+  EXPECT_EQ(Format(record), "a\\x1b.mp4: mp4\n");
+}
+
+TEST_F(TextFormatterTest, FailuresAreALine) {
+  Record record = Media();
+  record.error = "no such file";
+  EXPECT_EQ(Format(record), "a.mp4: no such file\n");
+}
+
+TEST_F(TextFormatterTest, BlocksAreApart) {
+  TextFormatter formatter(/*use_colors=*/false);
+  EXPECT_EQ(formatter.Format(Media()), "a.mp4: mp4\n");
+  EXPECT_EQ(formatter.Format(Media()), "\na.mp4: mp4\n");
+  EXPECT_EQ(formatter.End(), "");
+}
+
+TEST_F(TextFormatterTest, ColorsAreUsedWhenAskedFor) {
+  Record record = Media();
+  EXPECT_EQ(TextFormatter(/*use_colors=*/true).Format(record), "\x1b[1ma.mp4\x1b[0m: mp4\n");
+  record.error = "no such file";
+  EXPECT_EQ(TextFormatter(/*use_colors=*/true).Format(record), "\x1b[1ma.mp4\x1b[0m: \x1b[31mno such file\x1b[0m\n");
+}
+
+}  // namespace
+}  // namespace mediaprobe
