@@ -12,6 +12,10 @@ void IoContextDeleter::operator()(AVIOContext* context) const {
   avio_context_free(&context);
 }
 
+void CodecContextDeleter::operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+
+void ParserDeleter::operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
+
 void PacketDeleter::operator()(AVPacket* packet) const { av_packet_free(&packet); }
 
 }  // namespace media_server::probe

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+struct AVCodecContext;
+struct AVCodecParserContext;
 struct AVFormatContext;
 struct AVIOContext;
 struct AVPacket;
@@ -15,12 +17,20 @@ struct FormatContextDeleter {
 struct IoContextDeleter {
   void operator()(AVIOContext* context) const;
 };
+struct CodecContextDeleter {
+  void operator()(AVCodecContext* context) const;
+};
+struct ParserDeleter {
+  void operator()(AVCodecParserContext* parser) const;
+};
 struct PacketDeleter {
   void operator()(AVPacket* packet) const;
 };
 
 using FormatContextHandle = std::unique_ptr<AVFormatContext, FormatContextDeleter>;
 using IoContextHandle = std::unique_ptr<AVIOContext, IoContextDeleter>;
+using CodecContextHandle = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
+using ParserHandle = std::unique_ptr<AVCodecParserContext, ParserDeleter>;
 using PacketHandle = std::unique_ptr<AVPacket, PacketDeleter>;
 
 }  // namespace media_server::probe

@@ -14,6 +14,7 @@
 #include "media-server/codec/mpeg4_visual.h"
 #include "media-server/codec/prores.h"
 #include "media-server/codec/vp9.h"
+#include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
 
@@ -26,6 +27,9 @@ using Bytes = std::span<const std::uint8_t>;
 
 // Enough for a sample's headers: an encoder that signs its work puts up to 1 KiB of text before the first slice.
 constexpr std::size_t kSampleStart = 4096;
+
+// A whole sample: the parser refuses a NAL unit that is cut short. Larger ones are given up on.
+constexpr std::size_t kWholeSample = std::size_t{1} << 20;
 
 // Key samples looked at for their kind; a stream that mixes kinds does so from the start.
 constexpr int kMostKeySamples = 8;
@@ -50,6 +54,35 @@ std::optional<bool> AllKeySamplesAre(IsIdr is_idr, AVStream& stream, const Sampl
   return all;
 }
 
+// Which field of an H.264 picture comes first stands in its slice header or a message before it. libavcodec's parser
+// reads them without decoding.
+std::optional<codec::FieldOrder> FieldOrderOfSample(const AVStream& stream, Bytes sample) {
+  const CodecContextHandle context(avcodec_alloc_context3(nullptr));
+  const ParserHandle parser(av_parser_init(stream.codecpar->codec_id));
+  if (!context || !parser || sample.empty()) return std::nullopt;
+  if (avcodec_parameters_to_context(context.get(), stream.codecpar) < 0) return std::nullopt;
+  // The parser reads a few bytes past the end.
+  std::vector<std::uint8_t> padded(sample.begin(), sample.end());
+  padded.resize(sample.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+  parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+  std::uint8_t* parsed = nullptr;
+  int parsed_size = 0;
+  av_parser_parse2(parser.get(), context.get(), &parsed, &parsed_size, padded.data(), static_cast<int>(sample.size()),
+                   AV_NOPTS_VALUE, AV_NOPTS_VALUE, /*pos=*/0);
+  switch (parser->field_order) {
+    case AV_FIELD_PROGRESSIVE:
+      return codec::FieldOrder::kProgressive;
+    case AV_FIELD_TT:
+    case AV_FIELD_BT:
+      return codec::FieldOrder::kTopFirst;
+    case AV_FIELD_BB:
+    case AV_FIELD_TB:
+      return codec::FieldOrder::kBottomFirst;
+    default:
+      return std::nullopt;
+  }
+}
+
 PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
   const auto configuration = codec::ReadH264Configuration(Extradata(stream));
   if (!configuration) return {};
@@ -57,6 +90,9 @@ PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
   PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
   header.full_idr =
       AllKeySamplesAre([&](Bytes sample) { return codec::IsH264Idr(sample, length_size); }, stream, samples);
+  if (!header.parameters.progressive_only.value_or(true) && samples.SampleCount(stream) > 0) {
+    header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadStart(stream, 0, kWholeSample));
+  }
   return header;
 }
 
@@ -82,6 +118,7 @@ PictureHeader ReadHevc(AVStream& stream, const SampleReader& samples) {
 PictureHeader ReadProRes(AVStream& stream, const SampleReader& samples) {
   PictureHeader header;
   header.parameters = codec::ProResFormat(stream.codecpar->codec_tag).value_or(PictureParameters());
+  header.parameters.color.full_range = false;  // the codec knows no other range
   if (samples.SampleCount(stream) == 0) return header;
   const auto frame = codec::ReadProResFrame(samples.ReadStart(stream, 0, kSampleStart));
   if (!frame) return header;
@@ -89,6 +126,7 @@ PictureHeader ReadProRes(AVStream& stream, const SampleReader& samples) {
   header.parameters = *frame;
   header.parameters.profile = format.profile;
   header.parameters.bit_depth = format.bit_depth;
+  header.parameters.color.full_range = format.color.full_range;
   return header;
 }
 

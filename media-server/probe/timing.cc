@@ -16,6 +16,9 @@ namespace {
 // A counted number of frames that is this many times what duration and rate amount to is no count of frames.
 constexpr double kMostFramesOverEstimate = 8;
 
+// A bit rate field of all ones in an MPEG-1 sequence header says that the rate is variable (ISO/IEC 11172-2, 2.4.3.2).
+constexpr std::int64_t kMpegVariableRate = 0x3FFFF * std::int64_t{400};
+
 constexpr double kLargestCount = std::numeric_limits<std::uint32_t>::max();
 
 std::optional<std::uint64_t> NumberTag(const AVStream& stream, const char* key) {
@@ -31,6 +34,8 @@ bool IsTimed(const AVStream& stream) {
   const AVMediaType type = stream.codecpar->codec_type;
   return (type == AVMEDIA_TYPE_VIDEO && !IsCover(stream)) || type == AVMEDIA_TYPE_AUDIO;
 }
+
+bool IsMpegVideo(AVCodecID codec) { return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO; }
 
 // Cover pictures and pictures of an unknown rate count as one.
 std::uint32_t AtLeastOne(double count) {
@@ -94,7 +99,8 @@ std::uint64_t StreamBitRate(const AVStream& stream) {
              static_cast<unsigned>(codec.ch_layout.nb_channels);
     }
   }
-  if (codec.bit_rate > 0) return static_cast<std::uint64_t>(codec.bit_rate);
+  const bool told = codec.bit_rate > 0 && !(IsMpegVideo(codec.codec_id) && codec.bit_rate == kMpegVariableRate);
+  if (told) return static_cast<std::uint64_t>(codec.bit_rate);
   return NumberTag(stream, "BPS").value_or(0);
 }
 
@@ -109,13 +115,14 @@ double FrameRate(const AVStream& stream) {
 std::uint32_t FrameCount(const AVStream& stream, std::uint32_t sample_count, double duration, double frame_rate) {
   if (IsCover(stream)) return 1;
   const double estimated = duration * frame_rate;
-  if (stream.nb_frames > 0) {
+  if (stream.nb_frames > 0 && static_cast<std::uint64_t>(stream.nb_frames) >= sample_count) {
     // Some writers of IVF put the length in clock ticks where the count belongs.
     const bool believable =
         estimated < 1 || static_cast<double>(stream.nb_frames) <= kMostFramesOverEstimate * estimated;
     if (believable) return AtLeastOne(static_cast<double>(stream.nb_frames));
   }
-  if (sample_count > 0) return sample_count;
+  // Fragments are counted by the index, which may stop before the last one.
+  if (sample_count > 0) return AtLeastOne(std::max<double>(sample_count, estimated));
   if (const auto counted = NumberTag(stream, "NUMBER_OF_FRAMES")) return AtLeastOne(static_cast<double>(*counted));
   return AtLeastOne(estimated);
 }
