@@ -53,3 +53,11 @@ if(MEDIAINFO_SANITIZE)
   add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${sanitizers})
 endif()
+
+# libFuzzer steers by the branches of the code under test, so every folder is instrumented, not only fuzz/.
+if(MEDIAINFO_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "MEDIAINFO_FUZZ wants Clang, the compiler is ${CMAKE_CXX_COMPILER_ID}")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

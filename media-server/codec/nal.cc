@@ -1,22 +1,27 @@
 #include "media-server/codec/nal.h"
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 
 namespace media_server::codec {
 namespace {
 
-constexpr std::array<std::uint8_t, 3> kStartCode = {0, 0, 1};
+constexpr std::size_t kStartCodeSize = 3;
 
-/// Where the first start code begins, the size where there is none. Not std::ranges::search: Clang 14, which analyses
-/// and fuzzes this code, cannot compile the subrange that GCC 12's library returns.
+/// Where the first start code begins, the size where there is none. Looks for its last byte, which coded pictures hold
+/// once in 256 bytes or so, instead of comparing at every byte of a sample.
 std::size_t StartCodeAt(std::span<const std::uint8_t> bytes) {
-  const auto found = std::search(bytes.begin(), bytes.end(), kStartCode.begin(), kStartCode.end());
-  return static_cast<std::size_t>(found - bytes.begin());
+  for (std::size_t last = kStartCodeSize - 1; last < bytes.size(); ++last) {
+    const void* found = std::memchr(&bytes[last], 1, bytes.size() - last);
+    if (found == nullptr) break;
+    last = static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - bytes.data());
+    if (bytes[last - 1] == 0 && bytes[last - 2] == 0) return last - 2;
+  }
+  return bytes.size();
 }
 
 std::span<const std::uint8_t> AfterStartCode(std::span<const std::uint8_t> bytes) {
-  return bytes.subspan(std::min(bytes.size(), StartCodeAt(bytes) + kStartCode.size()));
+  return bytes.subspan(std::min(bytes.size(), StartCodeAt(bytes) + kStartCodeSize));
 }
 
 }  // namespace
@@ -26,7 +31,7 @@ StartCodeReader::StartCodeReader(std::span<const std::uint8_t> bytes) : left_(Af
 std::span<const std::uint8_t> StartCodeReader::Next() {
   while (!left_.empty()) {
     const std::span<const std::uint8_t> unit = left_.first(StartCodeAt(left_));
-    left_ = AfterStartCode(left_);
+    left_ = left_.subspan(std::min(left_.size(), unit.size() + kStartCodeSize));
     if (!unit.empty()) return unit;
   }
   return {};

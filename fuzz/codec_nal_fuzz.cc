@@ -1,0 +1,93 @@
+#include "fuzz/picture_oracle.h"
+#include "media-server/codec/bit_reader.h"
+#include "media-server/codec/h264.h"
+#include "media-server/codec/hevc.h"
+#include "media-server/codec/nal.h"
+#include "media-server/codec/profile_names.h"
+
+namespace media_server::codec {
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+bool IsPieceOf(Bytes piece, Bytes whole) {
+  return piece.data() >= whole.data() && piece.data() + piece.size() <= whole.data() + whole.size();
+}
+
+/// Units come in order, none twice, and a payload is the unit with some bytes left out.
+void CheckUnits(Bytes bytes, int length_size) {
+  NalReader reader(bytes, length_size);
+  const std::uint8_t* end_of_last = bytes.data();
+  for (Bytes nal = reader.Next(); !nal.empty(); nal = reader.Next()) {
+    FUZZ_CHECK(IsPieceOf(nal, bytes) && nal.data() >= end_of_last);
+    end_of_last = nal.data() + nal.size();
+    const auto payload = NalPayload(nal, 1);
+    FUZZ_CHECK(payload.size() < nal.size());
+    for (std::size_t i = 2; i < payload.size() && nal.size() < 65536; ++i) {
+      const bool escaped = payload[i - 2] == 0 && payload[i - 1] == 0 && payload[i] == 3;
+      FUZZ_CHECK(!escaped || payload.size() + 1 < nal.size());
+    }
+  }
+}
+
+void CheckText(ProfiledCodec codec, const PictureParameters& picture) {
+  const std::string text = ProfileText(codec, picture);
+  FUZZ_CHECK(text.size() <= 64);
+  FUZZ_CHECK(text.empty() || picture.profile);
+}
+
+void CheckConfiguration(ProfiledCodec codec, const std::optional<NalConfiguration>& configuration) {
+  if (!configuration) return;
+  FUZZ_CHECK(configuration->nal_length_size >= kAnnexB && configuration->nal_length_size <= 4);
+  CheckPicture(configuration->picture);
+  CheckText(codec, configuration->picture);
+}
+
+void CheckSei(const SeiFacts& facts) {
+  if (facts.frame_packing) FUZZ_CHECK(*facts.frame_packing <= FramePacking::kFrameSequence);
+  FUZZ_CHECK(InRange(facts.preferred_transfer, 1, 18));
+}
+
+void CheckSamples(Bytes sample, int length_size) {
+  CheckUnits(sample, length_size);
+  CheckPicture(ReadH264ParameterSets(sample, length_size));
+  CheckPicture(ReadHevcParameterSets(sample, length_size));
+  CheckSei(ReadH264Sei(sample, length_size));
+  CheckSei(ReadHevcSei(sample, length_size));
+  // More bytes never change what the first slice is: a sample may be read in part.
+  const Bytes part = sample.first(sample.size() / 2);
+  if (const auto idr = IsH264Idr(part, length_size)) FUZZ_CHECK(IsH264Idr(sample, length_size) == idr);
+  const auto kind = KindOfHevcPicture(part, length_size);
+  const bool header_cut = length_size == kAnnexB || part.size() < 2;
+  if (kind && !header_cut) FUZZ_CHECK(KindOfHevcPicture(sample, length_size).has_value());
+  if (HasDolbyVisionUnits(part, length_size)) FUZZ_CHECK(HasDolbyVisionUnits(sample, length_size));
+}
+
+/// The reader's Exp-Golomb codes against the definition, bit by bit.
+void CheckGolomb(Bytes bytes) {
+  BitReader codes(bytes);
+  BitReader plain(bytes);
+  while (true) {
+    const std::uint32_t value = codes.UnsignedGolomb();
+    if (!codes.Ok()) return;
+    unsigned zeros = 0;
+    while (!plain.Flag()) ++zeros;
+    std::uint64_t suffix = 0;
+    for (unsigned i = 0; i < zeros; ++i) suffix = suffix << 1 | plain.Bits(1);
+    FUZZ_CHECK(plain.Ok() && value == (std::uint64_t{1} << zeros) - 1 + suffix);
+    FUZZ_CHECK(codes.BitsLeft() == plain.BitsLeft());
+  }
+}
+
+}  // namespace
+}  // namespace media_server::codec
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace media_server::codec;
+  const std::span bytes(data, size);
+  CheckConfiguration(ProfiledCodec::kH264, ReadH264Configuration(bytes));
+  CheckConfiguration(ProfiledCodec::kHevc, ReadHevcConfiguration(bytes));
+  for (const int length_size : {kAnnexB, 1, 2, 4}) CheckSamples(bytes, length_size);
+  CheckGolomb(bytes);
+  return 0;
+}
