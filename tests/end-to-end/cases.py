@@ -1,0 +1,219 @@
+"""The files that the media facts are checked on: how each is made and what has to be said of it."""
+import dataclasses
+
+from maker import pictures, tone
+from mp4_boxes import set_matrix
+
+
+@dataclasses.dataclass(frozen=True)
+class Case:
+    """`facts` are what the making asked for, so they hold without any peer: keys of the record ("format"), or a stream's
+    index and a key of its entry ("0.codec")."""
+    name: str
+    arguments: list
+    facts: dict
+    change: object = None  # bytes of the made file to bytes of the file to probe
+
+
+def h264(pixels="yuv420p", *options, x264="threads=1", preset="ultrafast"):
+    return ["-c:v", "libx264", "-preset", preset, "-crf", "40", "-pix_fmt", pixels, "-x264-params", x264, *options]
+
+
+def fields(first, order):
+    """H.264 in fields; `first` and `order` are x264's and ffmpeg's names of which field comes first."""
+    return [*h264(preset="medium", x264=f"threads=1:{first}=1"), "-vf", f"setfield={first}", "-flags:v", "+ilme+ildct",
+            "-field_order", order]
+
+
+def hevc(pixels="yuv420p", x265="", *options):
+    parameters = "log-level=none:pools=none:frame-threads=1" + (":" + x265 if x265 else "")
+    return ["-c:v", "libx265", "-preset", "ultrafast", "-crf", "40", "-pix_fmt", pixels, "-x265-params", parameters,
+            *options]
+
+
+MPEG4 = ["-c:v", "mpeg4", "-q:v", "20"]
+MPEG2 = ["-c:v", "mpeg2video", "-q:v", "20"]
+VP8 = ["-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8"]
+VP9 = ["-c:v", "libvpx-vp9", "-deadline", "realtime", "-cpu-used", "8"]
+AV1 = ["-c:v", "libaom-av1", "-cpu-used", "8", "-usage", "realtime"]
+AAC = ["-c:a", "aac", "-b:a", "64k"]
+COVER = ["-map", "0", "-map", "1", "-frames:v", "1", "-disposition:v", "attached_pic"]
+BT709 = ["-color_primaries", "bt709", "-color_trc", "bt709", "-colorspace", "bt709"]
+SIZE = {"0.width": 64, "0.height": 48}
+
+CONTAINERS = [
+    Case("mp4.mp4", pictures() + tone() + ["-i", "words.srt", *h264(), *AAC, "-c:s", "mov_text",
+                                           "-metadata:s:a", "language=swe", "-metadata:s:s", "language=jpn"],
+         {"format": "mp4", "fourcc": "MP4 ", "0.codec": "h264", "0.fourcc": "avc1", "0.frame_count": 25, **SIZE,
+          "1.codec": "aac", "1.language": "swe", "2.codec": "mov_text", "2.language": "jpn"}),
+    Case("faststart.mp4", pictures() + tone() + [*h264(), *AAC, "-movflags", "+faststart"],
+         {"format": "mp4", "0.frame_count": 25, "1.sample_rate": 48000}),
+    Case("fragmented.mp4", pictures() + tone() + [*h264(), "-g", "5", *AAC, "-movflags", "+frag_keyframe+empty_moov"],
+         {"format": "mp4", "0.codec": "h264", "0.frame_count": 25, **SIZE}),
+    Case("default_base.mp4", pictures() + [*h264(), "-g", "5", "-movflags", "+frag_keyframe+default_base_moof"],
+         {"format": "mp4", "0.frame_count": 25}),
+    Case("mov.mov", pictures() + tone() + [*h264(), "-c:a", "pcm_s16be"],
+         {"format": "mov", "fourcc": "MOV ", "0.codec": "h264", "1.codec": "pcm_s16be", "1.bits_per_sample": 16}),
+    Case("m4a.m4a", tone("44100") + [*AAC, "-ac", "2"],
+         {"format": "m4a", "0.codec": "aac", "0.sample_rate": 44100, "0.channels": 2}),
+    Case("alac.m4a", tone("44100") + ["-c:a", "alac", "-sample_fmt", "s16p"],
+         {"format": "m4a", "0.codec": "alac", "0.sample_rate": 44100,
+          "0.flags": ["variable_bit_rate", "lossless"]}),
+    Case("mkv.mkv", pictures() + tone() + tone("44100", frequency="660") + [
+        "-i", "words.srt", "-i", "words.ass", "-map", "0", "-map", "1", "-map", "2", "-map", "3", "-map", "4", *h264(),
+        "-c:a:0", "aac", "-c:a:1", "ac3", "-c:s:0", "srt", "-c:s:1", "ass", "-metadata:s:a:0", "language=eng",
+        "-metadata:s:a:1", "language=fre", "-disposition:a:1", "default", "-disposition:a:0", "comment",
+        "-disposition:s:0", "forced+hearing_impaired", "-disposition:s:1", "0"],
+         {"format": "mkv", "fourcc": "MKV ", "0.codec": "h264", "1.codec": "aac", "1.language": "eng", "2.codec": "ac3",
+          "2.sample_rate": 44100, "3.codec": "subrip", "4.codec": "ass"}),
+    Case("pgs.mkv", pictures() + ["-i", "words.sup", *h264(), "-c:s", "copy", "-metadata:s:s", "language=dut"],
+         {"0.codec": "h264", "1.codec": "hdmv_pgs_subtitle", "1.language": "dut"}),
+    Case("webvtt.webm", pictures() + ["-i", "words.srt", *VP8, "-c:s", "webvtt"],
+         {"format": "webm", "0.codec": "vp8", "1.codec": "webvtt"}),
+    Case("vp8.webm", pictures() + tone() + [*VP8, "-c:a", "libvorbis"],
+         {"format": "webm", "fourcc": "WEBM", "0.codec": "vp8", "1.codec": "vorbis", **SIZE}),
+    Case("vp9.webm", pictures() + tone() + [*VP9, "-c:a", "libopus"],
+         {"format": "webm", "0.codec": "vp9", "1.codec": "opus", "1.sample_rate": 48000}),
+    Case("two_programs.ts", pictures("352x288") + tone() + pictures("176x144") + tone(frequency="660") + [
+        "-map", "0", "-map", "1", "-map", "2", "-map", "3", *MPEG2, "-c:a", "mp2", "-metadata:s:a:1", "language=pol",
+        "-program", "title=A:program_num=3:st=0:st=1", "-program", "title=B:program_num=8:st=2:st=3"],
+         {"format": "mpegts", "fourcc": "TS  ", "0.width": 352, "2.width": 176, "3.language": "pol"}),
+    Case("h264.ts", pictures(seconds="2") + tone(seconds="2") + [*h264(), *AAC],
+         {"format": "mpegts", "0.codec": "h264", "1.codec": "aac", **SIZE}),
+    Case("hevc.ts", pictures("128x96", seconds="2") + [*hevc()], {"format": "mpegts", "0.codec": "hevc",
+                                                                   "0.width": 128, "0.height": 96}),
+    Case("blu_ray.m2ts", pictures() + tone() + [*h264(), "-c:a", "ac3"], {"format": "mpegts", "1.codec": "ac3", **SIZE}),
+    Case("disc.vob", pictures("352x288") + tone() + [*MPEG2, "-c:a", "ac3", "-f", "vob"],
+         {"format": "mpegps", "0.codec": "mpeg2video", "1.codec": "ac3", "0.width": 352}),
+    Case("avi.avi", pictures() + tone("44100") + [*MPEG4, "-c:a", "libmp3lame", "-b:a", "64k"],
+         {"format": "avi", "fourcc": "AVI ", "0.codec": "mpeg4", "1.codec": "mp3"}),
+    Case("flv.flv", pictures() + tone("44100") + [*h264(), *AAC],
+         {"format": "flv", "fourcc": "FLV ", "0.codec": "h264", "1.codec": "aac", **SIZE}),
+    Case("wmv.wmv", pictures() + tone("44100") + ["-c:v", "wmv2", "-c:a", "wmav2", "-b:a", "64k"],
+         {"format": "asf", "fourcc": "ASF ", "0.codec": "wmv2", "1.codec": "wmav2", **SIZE}),
+    Case("wma.wma", tone("44100") + ["-c:a", "wmav2", "-b:a", "64k"], {"format": "asf", "0.codec": "wmav2"}),
+    Case("cover.mp3", tone("44100", "3") + pictures("96x80") + [*COVER, "-c:a", "libmp3lame", "-b:a", "64k", "-c:v", "png"],
+         {"format": "mp3", "0.codec": "mp3", "1.codec": "png", "1.width": 96, "1.height": 80, "1.frame_count": 1, "1.frame_rate": None,
+          "1.disposition": ["attached_pic"]}),
+    Case("variable.mp3", tone("44100", "3") + ["-c:a", "libmp3lame", "-q:a", "7"], {"format": "mp3", "0.codec": "mp3"}),
+    Case("flac.flac", tone("96000") + ["-c:a", "flac", "-sample_fmt", "s32"],
+         {"format": "flac", "fourcc": "FLAC", "0.sample_rate": 96000, "0.bits_per_sample": 24}),
+    Case("cover.flac", tone() + pictures("96x80") + [*COVER, "-c:a", "flac", "-c:v", "mjpeg", "-pix_fmt", "yuvj420p"],
+         {"format": "flac", "1.codec": "mjpeg", "1.width": 96, "1.height": 80, "1.disposition": ["attached_pic"]}),
+    Case("vorbis.ogg", tone("44100") + ["-c:a", "libvorbis", "-ac", "2"],
+         {"format": "ogg", "0.codec": "vorbis", "0.channels": 2}),
+    Case("opus.opus", tone("16000") + ["-c:a", "libopus"], {"format": "opus", "0.codec": "opus", "0.sample_rate": 48000}),
+    Case("theora.ogv", pictures() + tone() + ["-c:v", "libtheora", "-c:a", "libvorbis"],
+         {"format": "ogv", "0.codec": "theora", "0.frame_count": 25, "1.codec": "vorbis", **SIZE}),
+    Case("wav.wav", tone("8000") + ["-c:a", "pcm_s24le", "-ac", "2"],
+         {"format": "wav", "fourcc": "WAV ", "0.bits_per_sample": 24, "0.bit_rate": 384000, "0.channels": 2}),
+    Case("float.wav", tone("8000") + ["-c:a", "pcm_f32le"], {"0.codec": "pcm_f32le", "0.bits_per_sample": 32}),
+    Case("aiff.aiff", tone("22050") + ["-c:a", "pcm_s16be"], {"format": "aiff", "0.sample_rate": 22050}),
+    Case("caf.caf", tone("22050") + ["-c:a", "pcm_s16be"], {"format": "caf", "0.sample_rate": 22050}),
+    Case("aac.aac", tone("44100", "3") + [*AAC, "-ac", "2"], {"format": "aac", "0.codec": "aac", "0.channels": 2}),
+    Case("ac3.ac3", tone() + ["-c:a", "ac3", "-b:a", "192k", "-ac", "6"],
+         {"format": "ac3", "0.codec": "ac3", "0.channels": 6, "0.bit_rate": 192000}),
+    Case("eac3.eac3", tone() + ["-c:a", "eac3", "-b:a", "96k"], {"format": "eac3", "0.codec": "eac3"}),
+]
+
+CODECS = [
+    Case("baseline.mp4", pictures() + [*h264(), "-profile:v", "baseline"], {"0.bit_depth": 8, "0.chroma": "4:2:0"}),
+    Case("b_frames.mp4", pictures() + h264(x264="threads=1:bframes=2:b-adapt=0", preset="medium"), {"0.frame_count": 25}),
+    Case("interlaced_top.mp4", pictures() + fields("tff", "tt"),
+         {"0.flags": ["interlaced"], "0.field_order": "top_first"}),
+    Case("interlaced_bottom.mp4", pictures() + fields("bff", "bb"),
+         {"0.flags": ["interlaced"], "0.field_order": "bottom_first"}),
+    Case("interlaced_bottom.mkv", pictures() + fields("bff", "bb"),
+         {"0.flags": ["interlaced"], "0.field_order": "bottom_first"}),
+    Case("interlaced_top.ts", pictures() + fields("tff", "tt"),
+         {"0.flags": ["interlaced"], "0.field_order": "top_first"}),
+    Case("high10.mp4", pictures() + h264("yuv420p10le"), {"0.bit_depth": 10, "0.chroma": "4:2:0"}),
+    Case("high422.mkv", pictures() + h264("yuv422p10le"), {"0.bit_depth": 10, "0.chroma": "4:2:2"}),
+    Case("high444.mp4", pictures() + h264("yuv444p"), {"0.bit_depth": 8, "0.chroma": "4:4:4"}),
+    Case("cropped.mp4", pictures("54x38") + h264(), {"0.width": 54, "0.height": 38}),
+    Case("hevc8.mp4", pictures("128x96") + [*hevc(), "-tag:v", "hvc1"],
+         {"0.codec": "hevc", "0.fourcc": "hvc1", "0.bit_depth": 8, "0.chroma": "4:2:0"}),
+    Case("hevc10.mkv", pictures("128x96") + hevc("yuv420p10le"), {"0.bit_depth": 10, "0.chroma": "4:2:0"}),
+    Case("hevc422.mp4", pictures("128x96") + hevc("yuv422p10le"), {"0.bit_depth": 10, "0.chroma": "4:2:2"}),
+    Case("vp9_10.webm", pictures() + [*VP9, "-pix_fmt", "yuv420p10le", "-profile:v", "2"],
+         {"0.bit_depth": 10, "0.chroma": "4:2:0"}),
+    Case("vp9_444.mp4", pictures() + [*VP9, "-pix_fmt", "yuv444p"], {"0.codec": "vp9", "0.chroma": "4:4:4"}),
+    Case("alpha.webm", pictures(pixels="yuva420p") + [*VP9, "-auto-alt-ref", "0", "-pix_fmt", "yuva420p"],
+         {"0.codec": "vp9", "0.flags": ["alpha"]}),
+    Case("av1.mp4", pictures(seconds="0.2") + AV1, {"0.codec": "av1", "0.bit_depth": 8, "0.frame_count": 5}),
+    Case("av1_10.mkv", pictures(seconds="0.2") + [*AV1, "-pix_fmt", "yuv420p10le"], {"0.codec": "av1", "0.bit_depth": 10}),
+    Case("mpeg1.mpg", pictures() + ["-c:v", "mpeg1video"], {"0.codec": "mpeg1video", **SIZE}),
+    Case("mpeg2_422.mkv", pictures() + [*MPEG2, "-pix_fmt", "yuv422p"], {"0.codec": "mpeg2video", "0.chroma": "4:2:2"}),
+    Case("mpeg2_interlaced.ts", pictures() + [*MPEG2, "-flags:v", "+ilme+ildct", "-top", "1"],
+         {"0.flags": ["interlaced"], "0.field_order": "top_first"}),
+    Case("mpeg4.mp4", pictures() + MPEG4, {"0.codec": "mpeg4", "0.bit_depth": 8, "0.chroma": "4:2:0"}),
+    Case("prores422.mov", pictures() + ["-c:v", "prores_ks", "-profile:v", "standard"],
+         {"0.codec": "prores", "0.fourcc": "apcn", "0.bit_depth": 10, "0.chroma": "4:2:2"}),
+    Case("prores4444.mov", pictures(pixels="yuva444p10le") + ["-c:v", "prores_ks", "-profile:v", "4444",
+                                                              "-pix_fmt", "yuva444p10le"],
+         {"0.fourcc": "ap4h", "0.chroma": "4:4:4", "0.flags": ["alpha"]}),
+    Case("mjpeg.mov", pictures() + ["-c:v", "mjpeg", "-pix_fmt", "yuvj422p"],
+         {"0.codec": "mjpeg", "0.chroma": "4:2:2", "0.color_range": "full"}),
+    Case("mjpeg.avi", pictures() + ["-c:v", "mjpeg", "-pix_fmt", "yuvj420p"], {"0.codec": "mjpeg", "0.chroma": "4:2:0"}),
+    Case("ffv1.mkv", pictures() + ["-c:v", "ffv1", "-pix_fmt", "yuv422p10le"],
+         {"0.codec": "ffv1", "0.bit_depth": 10, "0.chroma": "4:2:2"}),
+    Case("dnxhr.mov", pictures("256x144") + ["-c:v", "dnxhd", "-profile:v", "dnxhr_sq", "-pix_fmt", "yuv422p"],
+         {"0.codec": "dnxhd", "0.bit_depth": 8, "0.chroma": "4:2:2"}),
+    Case("animation.mov", pictures() + ["-c:v", "qtrle", "-pix_fmt", "argb"], {"0.codec": "qtrle", "0.flags": ["alpha"]}),
+]
+
+COLOURS = [
+    Case("bt709.mp4", pictures() + [*h264(), *BT709, "-color_range", "tv"],
+         {"0.color_primaries": "bt709", "0.color_range": "limited"}),
+    Case("full.mp4", pictures() + [*h264(), "-vf", "scale=out_range=full", "-color_range", "pc"], {"0.color_range": "full"}),
+    Case("smpte170m.mkv", pictures() + [*h264(), "-color_primaries", "smpte170m", "-color_trc", "smpte170m",
+                                        "-colorspace", "smpte170m"], {"0.color_primaries": "smpte170m"}),
+    Case("pq.mp4", pictures("128x96") + [
+        *hevc("yuv420p10le", "colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:range=limited"),
+        "-color_primaries", "bt2020", "-color_trc", "smpte2084", "-colorspace", "bt2020nc"],
+         {"0.color_primaries": "bt2020", "0.color_range": "limited", "0.flags": ["hdr"]}),
+    Case("hlg.mkv", pictures("128x96") + [
+        *hevc("yuv420p10le", "colorprim=bt2020:transfer=arib-std-b67:colormatrix=bt2020nc"),
+        "-color_primaries", "bt2020", "-color_trc", "arib-std-b67", "-colorspace", "bt2020nc"],
+         {"0.color_primaries": "bt2020", "0.flags": ["hdr"]}),
+    Case("vp9_colours.webm", pictures() + [*VP9, *BT709, "-color_range", "tv"], {"0.color_primaries": "bt709"}),
+    Case("av1_colours.mp4", pictures(seconds="0.2") + [*AV1, *BT709], {"0.color_primaries": "bt709"}),
+]
+
+SHAPES_AND_RATES = [
+    Case("film.mp4", pictures(rate="24000/1001") + h264(), {"0.frame_count": 24, "0.frame_rate": {"num": 2997, "den": 125}}),
+    Case("ntsc.mkv", pictures(rate="30000/1001", seconds="2") + h264(), {}),
+    Case("sixty.mp4", pictures(rate="60") + h264(), {"0.frame_count": 60}),
+    Case("slow.avi", pictures(rate="25/2", seconds="2") + MPEG4, {"0.frame_count": 25}),
+    Case("one.mp4", pictures(rate="1", seconds="3") + h264(), {"0.frame_count": 3}),
+    Case("single_picture.mp4", pictures() + [*h264(), "-frames:v", "1"], {"0.frame_count": 1}),
+    # The second half at half the rate.
+    Case("variable.mp4", pictures(seconds="2") + [*h264(), "-vf", "select='lt(n,25)+not(mod(n,2))'", "-vsync", "vfr"],
+         {"0.flags": ["variable_frame_rate"]}),
+    Case("anamorphic.mp4", pictures("72x48") + [*h264(), "-aspect", "16:9"],
+         {"0.width": 72, "0.display_width": 85, "0.display_height": 48}),
+    Case("anamorphic.mkv", pictures("72x48") + [*h264(), "-aspect", "4:3"],
+         {"0.width": 72, "0.display_width": 64, "0.display_height": 48}),
+    Case("late_sound.mp4", pictures(seconds="2") + ["-itsoffset", "0.5", *tone(), *h264(), *AAC], {"0.frame_count": 50}),
+]
+
+
+def _turned(name, matrix, rotation, flip):
+    return Case(f"turned_{name}.mp4", pictures() + h264(), {"0.rotation": rotation, "0.flip": flip},
+                lambda data: set_matrix(data, *matrix))
+
+
+# The display matrix, and what to do to see the picture upright. An orientation code has no place for a mirror image that
+# is turned by a quarter: the turn is told, which puts width and height right.
+ORIENTATIONS = [
+    _turned("0", (1, 0, 0, 1), 0, "none"),
+    _turned("90", (0, 1, -1, 0), 90, "none"),
+    _turned("180", (-1, 0, 0, -1), 180, "none"),
+    _turned("270", (0, -1, 1, 0), 270, "none"),
+    _turned("mirrored", (-1, 0, 0, 1), 0, "horizontal"),
+    _turned("upside_down", (1, 0, 0, -1), 0, "vertical"),
+    _turned("transposed", (0, 1, 1, 0), 270, "none"),
+    _turned("transverse", (0, -1, -1, 0), 90, "none"),
+]
+
+ALL = CONTAINERS + CODECS + COLOURS + SHAPES_AND_RATES + ORIENTATIONS

@@ -1,0 +1,268 @@
+"""What is no media file, or no longer a whole one: an error in words or an answer, never a crash or a hang."""
+import os
+import pathlib
+import random
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+import maker
+import tool
+
+SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
+SAMPLE = SAMPLES / "upright.mp4"
+# How many lengths each sample is cut to, and how many files of random bytes there are.
+CUTS = 40
+RANDOM_FILES = 60
+SEED = 20240714
+PROTECTED_BY_ROOT = os.geteuid() == 0
+
+
+def samples():
+    return sorted(path for path in SAMPLES.iterdir() if path.suffix and path.suffix != ".md")
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="hostile-input-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def check_fails(self, name, words):
+        """The input gets a record with an error and one line that names it; another input is answered all the same."""
+        done = tool.probe(name, SAMPLE, folder=self.folder)
+        self.assertEqual(done.status, 1)
+        failed, answered = done.records()
+        self.check_is_error(failed, name, words)
+        self.assertEqual(answered["status"], "ok")
+        self.assertEqual(done.complaint_lines(), [f"mediaprobe: {name}: {words}"])
+
+    def check_is_error(self, record, name, words):
+        self.assertEqual({key: record.get(key) for key in ("input", "service", "status", "error")},
+                         {"input": name, "service": "media", "status": "error", "error": words})
+        self.assertEqual(record["programs"], [])
+
+    def check_answered(self, name, shown):
+        """A copy of the sample under this name is answered like the sample; `shown` is the input in the record."""
+        shutil.copy(SAMPLE, os.fsencode(self.folder) + b"/" + os.fsencode(name))
+        done = tool.probe(name, folder=self.folder)
+        self.assertEqual((done.status, done.complaints), (0, b""))
+        record, = done.records()
+        self.assertEqual(record.pop("input"), shown)
+        expected = tool.record_of(SAMPLE)
+        del expected["input"]
+        self.assertEqual(record, expected)
+
+
+class NoMediaFile(Folder):
+    def test_missing_file(self):
+        self.check_fails("absent.mp4", "no such file")
+
+    def test_file_below_a_file(self):
+        (self.folder / "file").write_bytes(b"x")
+        self.check_fails("file/below.mp4", "no such file")
+
+    def test_folder(self):
+        (self.folder / "folder.mp4").mkdir()
+        self.check_fails("folder.mp4", "is a folder")
+
+    def test_empty_file(self):
+        (self.folder / "empty.mp4").touch()
+        self.check_fails("empty.mp4", "empty file")
+
+    def test_text_file(self):
+        (self.folder / "notes.mp4").write_text("Nothing but words, line after line.\n" * 200)
+        self.check_fails("notes.mp4", "not a media file")
+
+    def test_playlist_that_names_a_media_file(self):
+        (self.folder / "list.m3u8").write_text(
+            f"#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n{SAMPLES / 'programs.ts'}\n#EXT-X-ENDLIST\n")
+        self.check_fails("list.m3u8", "not a media file")
+
+    def test_concatenation_script_that_names_a_media_file(self):
+        (self.folder / "list.txt").write_text(f"ffconcat version 1.0\nfile '{SAMPLE}'\n")
+        self.check_fails("list.txt", "not a media file")
+
+    def test_name_with_a_line_break_is_told_in_one_line(self):
+        done = tool.probe("no\nsuch.mp4", folder=self.folder)
+        self.assertEqual(done.status, 1)
+        self.assertEqual(len(done.complaint_lines()), 1)
+        record, = done.records()
+        self.assertEqual(record["input"], "no\nsuch.mp4")
+
+    def test_fifo_is_not_waited_for(self):
+        os.mkfifo(self.folder / "pipe.mp4")
+        self.check_fails("pipe.mp4", "not a regular file")
+
+    def test_device_is_not_read(self):
+        (self.folder / "zero.mp4").symlink_to("/dev/zero")
+        self.check_fails("zero.mp4", "not a regular file")
+
+    def test_link_to_itself(self):
+        (self.folder / "loop.mp4").symlink_to("loop.mp4")
+        done = tool.probe("loop.mp4", folder=self.folder)
+        self.assertEqual(done.status, 1)
+        self.assertEqual(len(done.complaint_lines()), 1)
+
+    def test_no_permission(self):
+        shutil.copy(SAMPLE, self.folder / "locked.mp4")
+        (self.folder / "locked.mp4").chmod(0)
+        if not PROTECTED_BY_ROOT:
+            self.check_fails("locked.mp4", "no permission")
+            return
+        # Nothing is locked to root, so someone else asks.
+        self.folder.chmod(0o755)
+        done = subprocess.run(
+            [tool.MEDIAPROBE, "--ndjson", self.folder / "locked.mp4"], user=65534, group=65534, extra_groups=[],
+            stdin=subprocess.DEVNULL, capture_output=True, timeout=tool.HANG_SECONDS)
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(done.stderr.decode(), f"mediaprobe: {self.folder / 'locked.mp4'}: no permission\n")
+
+
+class StrangeNames(Folder):
+    def test_blanks_and_signs(self):
+        for name in ("two  blanks.mp4", "100%.mp4", "%41.mp4", "a:b.mp4", "file;x.mp4", "#?&.mp4", "p%d.mp4",
+                     "[1-2].mp4", "'\"\\.mp4", "-.mp4", "--help", "~", "$HOME.mp4", "\u00fcml\u00e4ut.mp4",
+                     "\u65e5\u672c.mp4", "\U0001f600.mp4", "e\u0301.mp4", "no_extension", "UPPER.MP4"):
+            with self.subTest(name=name):
+                self.check_answered(name, name)
+
+    def test_line_break(self):
+        self.check_answered("two\nlines.mp4", "two\nlines.mp4")
+
+    def test_control_characters(self):
+        self.check_answered("\x1b[31m\x07\t.mp4", "\x1b[31m\x07\t.mp4")
+
+    def test_bytes_that_are_no_utf8(self):
+        self.check_answered(b"caf\xe9\xff.mp4", "caf\ufffd\ufffd.mp4")
+
+    def test_folders_that_look_like_a_scheme(self):
+        for folder in ("http_clips", "https:", "http:", "file_x"):
+            (self.folder / folder).mkdir()
+            with self.subTest(folder=folder):
+                self.check_answered(f"{folder}/x.mp4", f"{folder}/x.mp4")
+
+    def test_longest_name(self):
+        name = "n" * 251 + ".mp4"
+        self.check_answered(name, name)
+
+    def test_longer_than_any_name(self):
+        done = tool.probe("n" * 4000, folder=self.folder)
+        self.assertEqual(done.status, 1)
+        self.assertEqual(len(done.complaint_lines()), 1)
+
+    def test_extension_of_another_container(self):
+        for name in ("really.mkv", "really.jpg", "really.txt", "really.mp3"):
+            with self.subTest(name=name):
+                self.check_answered(name, name)
+
+    def test_file_urls(self):
+        shutil.copy(SAMPLE, self.folder / "a b.mp4")
+        path = self.folder / "a b.mp4"
+        for url in (f"file:{path}", f"file://{path}", f"file://localhost{path}", f"file://{str(path).replace(' ', '%20')}"):
+            with self.subTest(url=url):
+                self.assertEqual(tool.record_of(url)["duration"], 2.002)
+
+
+class Damaged(Folder):
+    def check_each_has_a_record(self, paths):
+        """Every file has one record, and one line for each error; not one more."""
+        done = tool.probe(*(path.name for path in paths), folder=self.folder)
+        self.assertIn(done.status, (0, 1))
+        records = done.records()
+        self.assertEqual([record["input"] for record in records], [path.name for path in paths])
+        failed = [record for record in records if record["status"] == "error"]
+        self.assertEqual(done.status, 1 if failed else 0)
+        self.assertEqual(done.complaint_lines(),
+                         [f"mediaprobe: {record['input']}: {record['error']}" for record in failed])
+        return records
+
+    def test_samples_cut_short(self):
+        maker.in_parallel(self.check_cuts, samples())
+
+    def check_cuts(self, sample):
+        data = sample.read_bytes()
+        # Near the start every byte may matter; further on they are spread.
+        lengths = sorted({*range(1, 17), *(len(data) * cut // CUTS for cut in range(1, CUTS)), len(data) - 1})
+        paths = [self.folder / f"{length}-{sample.name}" for length in lengths]
+        for path, length in zip(paths, lengths):
+            path.write_bytes(data[:length])
+        records = self.check_each_has_a_record(paths)
+        for record in records:
+            for stream in tool.streams_of(record).values() if record["status"] == "ok" else ():
+                self.assertIn("codec", stream, record["input"])
+
+    def check_ends_early(self, sample, length):
+        (self.folder / "short").write_bytes((SAMPLES / sample).read_bytes()[:length])
+        done = tool.probe("short", folder=self.folder)
+        self.assertEqual(done.status, 1)
+        record, = done.records()
+        self.assertIn("file ends early", record["error"])
+
+    def test_mp4_that_ends_before_its_movie_box(self):
+        self.check_ends_early("hdr.mov", (SAMPLES / "hdr.mov").read_bytes().index(b"moov") - 4)
+
+    def test_mp4_that_ends_in_its_movie_box(self):
+        self.check_ends_early("upright.mp4", SAMPLE.read_bytes().index(b"moov") + 100)
+
+    def test_flipped_bytes(self):
+        generator = random.Random(SEED)
+        paths = []
+        for sample in samples():
+            for turn in range(6):
+                data = bytearray(sample.read_bytes())
+                for _ in range(1 + turn * 4):
+                    # Headers stand at the start, or (MP4) at the end.
+                    at = generator.choice((generator.randrange(2000), generator.randrange(len(data))))
+                    data[at % len(data)] = generator.randrange(256)
+                paths.append(self.folder / f"{turn}-{sample.name}")
+                paths[-1].write_bytes(data)
+        self.check_each_has_a_record(paths)
+
+    def test_random_bytes(self):
+        generator = random.Random(SEED)
+        paths = [self.folder / f"{number}.mp4" for number in range(RANDOM_FILES)]
+        for number, path in enumerate(paths):
+            path.write_bytes(generator.randbytes(1 << number % 18))
+        for record in self.check_each_has_a_record(paths):
+            self.assertEqual(record["status"], "error", record)
+
+    def test_random_bytes_behind_a_beginning(self):
+        generator = random.Random(SEED)
+        paths = [self.folder / f"{length}-{sample.name}" for sample in samples() for length in (16, 64, 300)]
+        for path in paths:
+            length, name = path.name.split("-", 1)
+            path.write_bytes((SAMPLES / name).read_bytes()[:int(length)] + generator.randbytes(20000))
+        self.check_each_has_a_record(paths)
+
+    def test_zeros(self):
+        (self.folder / "zeros.mp4").write_bytes(bytes(1 << 20))
+        self.check_fails("zeros.mp4", "not a media file")
+
+    def test_a_failure_leaves_the_next_answer_alone(self):
+        (self.folder / "bad.mp4").write_bytes(SAMPLE.read_bytes()[:5000])
+        done = tool.probe("bad.mp4", str(SAMPLE), "bad.mp4", str(SAMPLE), folder=self.folder)
+        first, second = done.records()[1::2]
+        self.assertEqual(first, second)
+        self.assertEqual(first, tool.record_of(SAMPLE))
+
+
+class Usage(Folder):
+    def test_no_input(self):
+        self.assertEqual(tool.run("--ndjson").status, 2)
+
+    def test_unknown_option(self):
+        done = tool.run("--no-such-option", SAMPLE)
+        self.assertEqual((done.status, done.output), (2, b""))
+        self.assertIn("--no-such-option", done.complaints.decode())
+
+    def test_full_disk_is_a_failure(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([tool.MEDIAPROBE, "--ndjson", SAMPLE], stdout=full, stderr=subprocess.PIPE,
+                                  timeout=tool.HANG_SECONDS)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"cannot write", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

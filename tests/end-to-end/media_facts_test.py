@@ -1,0 +1,114 @@
+"""Files of many kinds: the record holds what the file was made to be, and agrees with ffprobe."""
+import json
+import pathlib
+import shutil
+import tempfile
+import unittest
+
+import cases
+import comparison
+import maker
+import tool
+
+SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
+HAS_FFPROBE = shutil.which("ffprobe") is not None
+
+
+class Made:
+    """The files of this run and what was said of them, by name."""
+    paths = {}
+    ours = {}
+    theirs = {}
+
+
+def make(folder, case):
+    path = folder / case.name
+    maker.run_ffmpeg(path, case.arguments, folder)
+    if case.change:
+        path.write_bytes(case.change(path.read_bytes()))
+    return path
+
+
+def examine(path):
+    """Our record, or why there is none, and ffprobe's report."""
+    try:
+        ours = tool.record_of(path)
+    except AssertionError as failure:
+        ours = failure
+    return ours, comparison.describe_theirs(comparison.ask_ffprobe(path)) if HAS_FFPROBE else None
+
+
+def setUpModule():
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="media-facts-"))
+    unittest.addModuleCleanup(shutil.rmtree, folder)
+    maker.write_subtitles(folder)
+    made = maker.in_parallel(lambda case: make(folder, case), cases.ALL)
+    paths = made + sorted(path for path in SAMPLES.iterdir() if path.suffix and path.suffix != ".md")
+    for path, (ours, theirs) in zip(paths, maker.in_parallel(examine, paths)):
+        Made.paths[path.name] = path
+        Made.ours[path.name] = ours
+        Made.theirs[path.name] = theirs
+
+
+class MediaFacts(unittest.TestCase):
+    maxDiff = None
+
+    def our_record(self, name):
+        record = Made.ours[name]
+        if isinstance(record, AssertionError):
+            self.fail(str(record))
+        return record
+
+    def check_facts(self, case):
+        record = self.our_record(case.name)
+        streams = tool.streams_of(record)
+        said = {}
+        for key in case.facts:
+            index, _, rest = key.rpartition(".")
+            said[key] = streams.get(int(index), {}).get(rest) if index else record.get(key)
+        self.assertEqual(said, case.facts)
+
+    def check_agreement(self, name):
+        lines = comparison.disagreements(name, comparison.describe_ours(self.our_record(name)), Made.theirs[name])
+        self.assertEqual(lines, [])
+
+    def test_one_run_answers_all_inputs_in_their_order(self):
+        done = tool.probe(*Made.paths.values())
+        self.assertEqual(done.status, 0)
+        self.assertEqual(done.complaints, b"")
+        records = done.records()
+        self.assertEqual([record["input"] for record in records], [str(path) for path in Made.paths.values()])
+        self.assertEqual(records, list(Made.ours.values()))
+
+    def test_json_is_the_array_of_the_same_records(self):
+        some = [Made.paths["mp4.mp4"], Made.paths["programs.ts"]]
+        done = tool.run("--json", *some)
+        self.assertEqual(json.loads(done.output), [Made.ours[path.name] for path in some])
+
+    def test_text_names_streams_and_size(self):
+        done = tool.run(Made.paths["programs.ts"])
+        self.assertEqual(done.status, 0)
+        text = done.output.decode("utf-8")
+        for words in ("programs.ts: mpegts", "program 11", "mpeg2video", "352x288", "program 22", "ac3", "48 kHz", "deu"):
+            self.assertIn(words, text)
+
+
+def add_tests():
+    """A test for each file and question, so that each failure has its name."""
+    def test_name(prefix, file_name):
+        return f"test_{prefix}_{file_name.replace('.', '_')}"
+
+    names = [case.name for case in cases.ALL] + sorted(path.name for path in SAMPLES.iterdir()
+                                                       if path.suffix and path.suffix != ".md")
+    for case in cases.ALL:
+        setattr(MediaFacts, test_name("facts", case.name), lambda self, case=case: self.check_facts(case))
+    for name in names:
+        check = lambda self, name=name: self.check_agreement(name)
+        if HAS_FFPROBE:
+            setattr(MediaFacts, test_name("agreement", name), check)
+
+
+add_tests()
+
+if __name__ == "__main__":
+    unittest.main()

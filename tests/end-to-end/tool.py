@@ -1,0 +1,57 @@
+"""Runs the built tool as a user does."""
+import json
+import os
+import subprocess
+
+# The command under test; the build sets it.
+MEDIAPROBE = os.environ["MEDIAPROBE"]
+# Far longer than any answer takes, also under a sanitizer: a test that reaches it has found a hang.
+HANG_SECONDS = 60
+
+
+class Run:
+    """One finished run: exit status, bytes of both outputs."""
+
+    def __init__(self, status, output, complaints):
+        self.status = status
+        self.output = output
+        self.complaints = complaints
+
+    def records(self):
+        """The records of an --ndjson run. Every line has to be one, in valid UTF-8."""
+        return [json.loads(line) for line in self.output.decode("utf-8").splitlines()]
+
+    def complaint_lines(self):
+        return self.complaints.decode("utf-8").splitlines()
+
+
+def run(*arguments, folder=None, environment=None, timeout=HANG_SECONDS):
+    """Runs the tool with `arguments` (texts, or bytes for names that are no UTF-8)."""
+    finished = subprocess.run(
+        [MEDIAPROBE, *arguments], cwd=folder, env={**os.environ, **(environment or {})}, stdin=subprocess.DEVNULL,
+        capture_output=True, timeout=timeout)
+    return Run(finished.returncode, finished.stdout, finished.stderr)
+
+
+def probe(*inputs, folder=None, environment=None, options=()):
+    """Runs the tool for records."""
+    return run("--ndjson", *options, "--", *inputs, folder=folder, environment=environment)
+
+
+def record_of(path, environment=None, options=()):
+    """The record of one file that can be read."""
+    done = probe(path, environment=environment, options=options)
+    if done.status != 0:
+        raise AssertionError(f"{path}: exit status {done.status}: {done.complaints.decode('utf-8', 'replace')}")
+    record, = done.records()
+    return record
+
+
+def streams_of(record):
+    """The stream entries of all programs by index, each with its kind under "kind"."""
+    return {
+        stream["index"]: {"kind": kind, **stream}
+        for program in record["programs"]
+        for kind in ("video", "audio", "subpicture")
+        for stream in program[kind]
+    }
