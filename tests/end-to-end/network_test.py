@@ -1,0 +1,134 @@
+"""Files behind http: answered as the same file on disk is, and errors within a bounded time."""
+import contextlib
+import http.server
+import pathlib
+import re
+import socket
+import threading
+import time
+import unittest
+
+import tool
+
+SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
+# What the product allows a server that stays silent, and some more for a busy machine.
+SILENCE_SECONDS = 20
+
+
+class RangeHandler(http.server.BaseHTTPRequestHandler):
+    """Serves the samples, whole or from a byte on; paths below /plain/ whole only."""
+    protocol_version = "HTTP/1.1"
+    requests = []
+
+    def do_GET(self):
+        RangeHandler.requests.append(self.path)
+        if self.path.startswith("/moved/"):
+            self.send_response(302)
+            self.send_header("Location", self.path.removeprefix("/moved"))
+            self.send_header("Content-Length", "0")
+            self.end_headers()
+            return
+        path = SAMPLES / self.path.split("?")[0].rpartition("/")[2]
+        if not path.is_file():
+            self.send_error(404)
+            return
+        self.send_file(path.read_bytes())
+
+    def send_file(self, data):
+        asked = re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", ""))
+        if asked and not self.path.startswith("/plain/"):
+            first = int(asked[1])
+            last = min(int(asked[2] or len(data)), len(data) - 1)
+            self.send_response(206)
+            self.send_header("Content-Range", f"bytes {first}-{last}/{len(data)}")
+            data = data[first:last + 1]
+        else:
+            self.send_response(200)
+        if not self.path.startswith("/plain/"):
+            self.send_header("Accept-Ranges", "bytes")
+        self.send_header("Content-Length", str(len(data)))
+        self.end_headers()
+        # A reader that knows enough leaves early.
+        with contextlib.suppress(BrokenPipeError, ConnectionResetError):
+            self.wfile.write(data)
+
+    def log_message(self, *_):
+        pass
+
+
+def setUpModule():
+    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), RangeHandler)
+    Served.root = f"http://127.0.0.1:{server.server_port}"
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    unittest.addModuleCleanup(server.server_close)
+    unittest.addModuleCleanup(server.shutdown)
+
+
+class Served(unittest.TestCase):
+    maxDiff = None
+    root = None
+
+    def check_same_as_on_disk(self, name, url):
+        local = tool.record_of(SAMPLES / name)
+        remote = tool.record_of(url)
+        self.assertEqual(remote["input"], url)
+        self.assertEqual({**remote, "input": None}, {**local, "input": None})
+
+    def test_same_record_as_on_disk(self):
+        for path in sorted(SAMPLES.iterdir()):
+            if path.suffix and path.suffix != ".md":
+                with self.subTest(name=path.name):
+                    self.check_same_as_on_disk(path.name, f"{self.root}/{path.name}")
+
+    def test_query_and_redirection(self):
+        self.check_same_as_on_disk("song.flac", f"{self.root}/a/b/song.flac?token=1%2F2")
+        self.check_same_as_on_disk("song.flac", f"{self.root}/moved/song.flac")
+
+    def test_server_without_ranges(self):
+        self.check_same_as_on_disk("upright.mp4", f"{self.root}/plain/upright.mp4")
+
+    def test_local_file_sends_no_request(self):
+        RangeHandler.requests.clear()
+        tool.record_of(SAMPLES / "upright.mp4")
+        self.assertEqual(RangeHandler.requests, [])
+
+
+class Unserved(unittest.TestCase):
+    def check_fails(self, url):
+        """One line that names the URL, no second try of the whole wait, and other inputs answered; the words."""
+        started = time.monotonic()
+        done = tool.probe(url, SAMPLES / "song.flac")
+        self.assertLess(time.monotonic() - started, SILENCE_SECONDS)
+        self.assertEqual(done.status, 1)
+        failed, answered = done.records()
+        self.assertEqual((failed["input"], failed["status"], answered["status"]), (url, "error", "ok"))
+        self.assertEqual(done.complaint_lines(), [f"mediaprobe: {url}: {failed['error']}"])
+        return failed["error"]
+
+    def test_not_found(self):
+        self.assertEqual(self.check_fails(f"{Served.root}/absent.mp4"), "no such file on the server")
+
+    def test_refused(self):
+        with socket.socket() as unused:
+            unused.bind(("127.0.0.1", 0))
+            url = f"http://127.0.0.1:{unused.getsockname()[1]}/x.mp4"
+            self.assertEqual(self.check_fails(url), "cannot be reached")
+
+    def test_unknown_host(self):
+        self.assertEqual(self.check_fails("http://no-such-host.invalid/x.mp4"), "cannot be reached")
+
+    def test_silent_server(self):
+        with socket.create_server(("127.0.0.1", 0)) as silent:
+            self.check_fails(f"http://127.0.0.1:{silent.getsockname()[1]}/x.mp4")
+
+    def test_server_that_closes(self):
+        with socket.create_server(("127.0.0.1", 0)) as closing:
+            threading.Thread(target=lambda: closing.accept()[0].close(), daemon=True).start()
+            self.check_fails(f"http://127.0.0.1:{closing.getsockname()[1]}/x.mp4")
+
+    def test_page_instead_of_a_file(self):
+        self.assertEqual(self.check_fails(f"{Served.root}/README.md"), "not a media file")
+
+
+if __name__ == "__main__":
+    unittest.main()
