@@ -1,0 +1,71 @@
+#include "media-server/container/text.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace media_server {
+namespace {
+
+using namespace std::string_view_literals;
+
+std::vector<std::uint8_t> Bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+TEST(ContainerText, Utf8PassesAsItIs) {
+  EXPECT_EQ(TextFromUtf8(Bytes("Töne \u4F60\U0001F600")), "Töne \u4F60\U0001F600");
+}
+
+TEST(ContainerText, InvalidUtf8BecomesTheReplacementCharacter) {
+  EXPECT_EQ(TextFromUtf8(Bytes("a\xFF z"sv)), "a\uFFFD z");
+  EXPECT_EQ(TextFromUtf8(Bytes("cut\xE4\xBD"sv)), "cut\uFFFD");
+  EXPECT_EQ(TextFromUtf8(Bytes("\xED\xA0\x80!"sv)).back(), '!');
+}
+
+TEST(ContainerText, EndsAtTheFirstNulWithoutPadding) {
+  EXPECT_EQ(TextFromUtf8(Bytes("one\0two"sv)), "one");
+  EXPECT_EQ(TextFromUtf8(Bytes("text  \r\n\0\0"sv)), "text");
+  EXPECT_EQ(TextFromUtf8(Bytes(""sv)), "");
+}
+
+TEST(ContainerText, Utf16InBothOrders) {
+  EXPECT_EQ(TextFromUtf16(Bytes("\0A\4\x10"sv), /*big_endian=*/true), "AА");
+  EXPECT_EQ(TextFromUtf16(Bytes("A\0\x10\4"sv), /*big_endian=*/false), "AА");
+  EXPECT_EQ(TextFromUtf16(Bytes("\xFF\xFE"
+                                "A\0"sv),
+                          /*big_endian=*/true),
+            "A");
+  EXPECT_EQ(TextFromUtf16(Bytes("\xFE\xFF\0A"sv), /*big_endian=*/true), "A");
+}
+
+TEST(ContainerText, SurrogatesArePairedOrReplaced) {
+  EXPECT_EQ(TextFromUtf16(Bytes("\xD8\x3D\xDE\x00"sv), /*big_endian=*/true), "\U0001F600");
+  EXPECT_EQ(TextFromUtf16(Bytes("\xD8\x3D\0A"sv), /*big_endian=*/true), "\uFFFDA");
+  EXPECT_EQ(TextFromUtf16(Bytes("\xDE\x00\0A"sv), /*big_endian=*/true), "\uFFFDA");
+  EXPECT_EQ(TextFromUtf16(Bytes("\xD8\x3D"sv), /*big_endian=*/true), "\uFFFD");
+  EXPECT_EQ(TextFromUtf16(Bytes("\0A\0"sv), /*big_endian=*/true), "A");
+}
+
+TEST(ContainerText, OldCharacterSetsServeWhereUtf8DoesNot) {
+  EXPECT_EQ(TextFromUtf8OrMacRoman(Bytes("caf\x8E"sv)), "café");
+  EXPECT_EQ(TextFromUtf8OrMacRoman(Bytes("\xA9 1999"sv)), "© 1999");
+  EXPECT_EQ(TextFromUtf8OrLatin1(Bytes("caf\xE9"sv)), "café");
+  EXPECT_EQ(TextFromUtf8OrMacRoman(Bytes("café")), "café");
+  EXPECT_EQ(TextFromUtf8OrLatin1(Bytes("café")), "café");
+}
+
+TEST(ContainerText, PlainUtf8HasNoControlCharacters) {
+  EXPECT_TRUE(IsPlainUtf8(Bytes("{\"Label\": 1}\r\n\t")));
+  EXPECT_FALSE(IsPlainUtf8(Bytes("\0\1"sv)));
+  EXPECT_FALSE(IsPlainUtf8(Bytes("\xFF"sv)));
+}
+
+TEST(ContainerText, KeysAreOneCodePointAByte) {
+  EXPECT_EQ(KeyFromFourCharacters("\xA9nam"sv), "©nam");
+  EXPECT_EQ(KeyFromFourCharacters("avc1"sv), "avc1");
+}
+
+}  // namespace
+}  // namespace media_server
