@@ -55,15 +55,15 @@ std::optional<std::string> Language(const char* text) {
   return language == kUndeterminedLanguage ? std::nullopt : language;
 }
 
-/// 1/1 is also the answer for an unknown rate: it counts only where the number of frames says the same.
+/// 1/1 is also the answer for an unknown rate: it counts only where several frames last as many seconds.
 std::optional<core::Rational> FrameRate(IVideoInfo& video, std::uint64_t duration_100ns) {
   core::Rational rate;
   video.GetFrameRate(&rate);
   if (rate.numerator <= 0 || rate.denominator <= 0) return std::nullopt;
   if (rate.numerator != rate.denominator) return rate;
-  if (duration_100ns == 0) return std::nullopt;
   const double seconds = static_cast<double>(duration_100ns) / static_cast<double>(kTicksPerSecond);
-  return std::abs(seconds - video.GetFrameCount()) <= 1 ? std::optional(rate) : std::nullopt;
+  const bool is_told = video.GetFrameCount() > 1 && std::abs(seconds - video.GetFrameCount()) <= 1;
+  return is_told ? std::optional(rate) : std::nullopt;
 }
 
 std::optional<std::variant<std::int64_t, std::string>> ColorPrimaries(std::int32_t primaries) {

@@ -1,6 +1,8 @@
 #include "stream_lines.h"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 #include "mediainfo/metedata_keys.h"
 #include "metadata_reader.h"
@@ -33,10 +35,10 @@ std::string SizePair(std::uint32_t width, std::uint32_t height) {
   return std::to_string(width) + "x" + std::to_string(height);
 }
 
+/// A number without a name tells a reader nothing.
 std::string ProfileText(const CodedStreamRecord& stream) {
-  if (!stream.profile) return {};
-  if (const auto* name = std::get_if<std::string>(&*stream.profile)) return TerminalText(*name);
-  return "profile " + std::to_string(std::get<std::int64_t>(*stream.profile));
+  const auto* name = stream.profile ? std::get_if<std::string>(&*stream.profile) : nullptr;
+  return name ? TerminalText(*name) : std::string{};
 }
 
 std::string PictureSize(const VideoRecord& video) {
@@ -91,8 +93,6 @@ StreamCells CodedCells(std::string_view kind, const CodedStreamRecord& stream) {
   return cells;
 }
 
-}  // namespace
-
 StreamCells VideoCells(const VideoRecord& video) {
   StreamCells cells = CodedCells("video", video);
   if (const auto profile = MetadataText(video.metadata, keys::kVideoFormatProfile); profile && video.codec) {
@@ -126,6 +126,20 @@ StreamCells SubpictureCells(const SubpictureRecord& subpicture) {
   StreamCells cells = CommonCells("subtitle", subpicture);
   JoinLanguageAndDisposition(cells[2], subpicture);
   return cells;
+}
+
+}  // namespace
+
+std::vector<StreamCells> StreamLines(const ProgramRecord& program) {
+  std::multimap<std::uint32_t, StreamCells> by_index;
+  for (const VideoRecord& video : program.video) by_index.emplace(video.index, VideoCells(video));
+  for (const AudioRecord& audio : program.audio) by_index.emplace(audio.index, AudioCells(audio));
+  for (const SubpictureRecord& subpicture : program.subpicture) {
+    by_index.emplace(subpicture.index, SubpictureCells(subpicture));
+  }
+  std::vector<StreamCells> lines;
+  for (auto& [index, cells] : by_index) lines.push_back(std::move(cells));
+  return lines;
 }
 
 }  // namespace mediaprobe

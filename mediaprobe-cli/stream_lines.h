@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "media_record.h"
 
@@ -13,8 +14,7 @@ namespace mediaprobe {
 constexpr std::size_t kStreamColumns = 5;
 using StreamCells = std::array<std::string, kStreamColumns>;
 
-StreamCells VideoCells(const VideoRecord& video);
-StreamCells AudioCells(const AudioRecord& audio);
-StreamCells SubpictureCells(const SubpictureRecord& subpicture);
+/// The program's streams of all kinds in the order of the file.
+std::vector<StreamCells> StreamLines(const ProgramRecord& program);
 
 }  // namespace mediaprobe

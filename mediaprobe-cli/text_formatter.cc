@@ -72,14 +72,6 @@ std::string ProgramLine(const ProgramRecord& program) {
   return line;
 }
 
-std::vector<StreamCells> StreamRows(const ProgramRecord& program) {
-  std::vector<StreamCells> rows;
-  for (const VideoRecord& video : program.video) rows.push_back(VideoCells(video));
-  for (const AudioRecord& audio : program.audio) rows.push_back(AudioCells(audio));
-  for (const SubpictureRecord& subpicture : program.subpicture) rows.push_back(SubpictureCells(subpicture));
-  return rows;
-}
-
 using ColumnWidths = std::array<std::size_t, kStreamColumns>;
 
 void Widen(ColumnWidths& widths, const std::vector<StreamCells>& rows) {
@@ -182,7 +174,7 @@ void Block::AddStreams(const std::vector<ProgramRecord>& programs) {
   std::vector<std::vector<StreamCells>> rows_by_program;
   ColumnWidths widths{};
   for (const ProgramRecord& program : programs) {
-    rows_by_program.push_back(StreamRows(program));
+    rows_by_program.push_back(StreamLines(program));
     Widen(widths, rows_by_program.back());
   }
   const bool name_programs = programs.size() > 1;

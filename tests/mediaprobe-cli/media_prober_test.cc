@@ -173,6 +173,9 @@ TEST(MediaProber, RateOfOneCountsOnlyWhereTheFramesSayTheSame) {
   EXPECT_EQ(ProbeVideo(stream).frame_rate, std::nullopt);
   stream->video->frame_count = 10;
   EXPECT_EQ(ProbeVideo(stream).frame_rate, (core::Rational{1, 1}));
+  stream->video->frame_count = 1;
+  stream->duration = 10'000'000;
+  EXPECT_EQ(ProbeVideo(stream).frame_rate, std::nullopt);
   stream->video->rate = {0, 1000};
   EXPECT_EQ(ProbeVideo(stream).frame_rate, std::nullopt);
   stream->video->rate = {25, 0};

@@ -11,6 +11,12 @@ namespace {
 namespace keys = service::mediainfo::metedata_keys;
 using ::testing::ElementsAre;
 
+StreamCells VideoCells(const VideoRecord& video) {
+  ProgramRecord program;
+  program.video.push_back(video);
+  return StreamLines(program).at(0);
+}
+
 VideoRecord PlainVideo() {
   VideoRecord video;
   video.codec = "h264";
@@ -87,27 +93,48 @@ TEST(StreamLines, UnknownCodecShowsItsCode) {
 }
 
 TEST(StreamLines, Audio) {
-  AudioRecord audio;
+  ProgramRecord program;
+  AudioRecord& audio = program.audio.emplace_back();
   audio.index = 1;
   audio.codec = "aac";
-  audio.profile = std::int64_t{77};
+  audio.profile = "LC";
   audio.sample_rate_hz = 44'100;
   audio.channels = 6;
   audio.bit_rate_bps = 128'000;
   audio.bits_per_sample = 24;
   audio.flags = {"lossless"};
   audio.language = "deu";
-  EXPECT_THAT(AudioCells(audio),
-              ElementsAre("audio 1", "aac profile 77", "44.1 kHz 6 channels", "128 kb/s", "24 bit, lossless, deu"));
+  EXPECT_THAT(StreamLines(program).at(0),
+              ElementsAre("audio 1", "aac LC", "44.1 kHz 6 channels", "128 kb/s", "24 bit, lossless, deu"));
+}
+
+TEST(StreamLines, ProfileNumbersAreNotShown) {
+  VideoRecord video = PlainVideo();
+  video.profile = std::int64_t{192};
+  EXPECT_EQ(VideoCells(video)[1], "h264");
 }
 
 TEST(StreamLines, Subpicture) {
-  SubpictureRecord subpicture;
+  ProgramRecord program;
+  SubpictureRecord& subpicture = program.subpicture.emplace_back();
   subpicture.index = 2;
   subpicture.codec = "ass";
   subpicture.language = "fra\x1b";
   subpicture.disposition = {"forced"};
-  EXPECT_THAT(SubpictureCells(subpicture), ElementsAre("subtitle 2", "ass", "fra\\x1b, forced", "", ""));
+  EXPECT_THAT(StreamLines(program).at(0), ElementsAre("subtitle 2", "ass", "fra\\x1b, forced", "", ""));
+}
+
+TEST(StreamLines, StreamsStandInTheOrderOfTheFile) {
+  ProgramRecord program;
+  program.video.push_back(PlainVideo());
+  program.video[0].index = 2;
+  program.audio.emplace_back().index = 0;
+  program.subpicture.emplace_back().index = 1;
+  const std::vector<StreamCells> lines = StreamLines(program);
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0][0], "audio 0");
+  EXPECT_EQ(lines[1][0], "subtitle 1");
+  EXPECT_EQ(lines[2][0], "video 2");
 }
 
 }  // namespace
