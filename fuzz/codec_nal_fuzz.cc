@@ -57,9 +57,9 @@ void CheckSamples(Bytes sample, int length_size) {
   // More bytes never change what the first slice is: a sample may be read in part.
   const Bytes part = sample.first(sample.size() / 2);
   if (const auto idr = IsH264Idr(part, length_size)) FUZZ_CHECK(IsH264Idr(sample, length_size) == idr);
-  const auto kind = KindOfHevcPicture(part, length_size);
-  const bool header_cut = length_size == kAnnexB || part.size() < 2;
-  if (kind && !header_cut) FUZZ_CHECK(KindOfHevcPicture(sample, length_size).has_value());
+  if (const auto kind = KindOfHevcPicture(part, length_size)) {
+    FUZZ_CHECK(KindOfHevcPicture(sample, length_size) == kind);
+  }
   if (HasDolbyVisionUnits(part, length_size)) FUZZ_CHECK(HasDolbyVisionUnits(sample, length_size));
 }
 

@@ -29,9 +29,9 @@ unsigned TypeOf(std::span<const std::uint8_t> nal) { return nal.front() >> 1 & 0
 
 bool IsSlice(std::span<const std::uint8_t> nal) { return TypeOf(nal) <= kLastSlice; }
 
+/// False also for a unit cut inside its header: its layer is not known.
 bool IsBaseLayer(std::span<const std::uint8_t> nal) {
-  const bool low_bits_zero = nal.size() < kNalHeaderSize || nal[1] >> 3 == 0;
-  return (nal.front() & 1) == 0 && low_bits_zero;
+  return nal.size() >= kNalHeaderSize && (nal[0] & 1) == 0 && nal[1] >> 3 == 0;
 }
 
 /// Puts together what the parameter sets of one stream tell, in whatever order they come.

@@ -257,6 +257,11 @@ TEST(Hevc, TellsTheKindOfAKeyPicture) {
   EXPECT_EQ(kind(19, 1), std::nullopt) << "another layer";
 }
 
+TEST(Hevc, DoesNotJudgeAUnitCutInsideItsHeader) {
+  EXPECT_EQ(KindOfHevcPicture(Hex("0010 26"), 2), std::nullopt);
+  EXPECT_EQ(KindOfHevcPicture(Hex("0010 2601"), 2), HevcPictureKind::kIdr);
+}
+
 TEST(Hevc, FindsDolbyVisionUnits) {
   EXPECT_FALSE(HasDolbyVisionUnits(Sample(19, {0x80}), 2));
   EXPECT_TRUE(HasDolbyVisionUnits(Sample(62, {0x19}), 2));
