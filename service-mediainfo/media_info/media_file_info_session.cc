@@ -69,6 +69,23 @@ MediaInfoPtr OpenWithComponent(const std::string& path) {
   return media_info;
 }
 
+/// All programs in order; empty when one cannot be had or described.
+std::optional<std::vector<std::shared_ptr<ProgramInfoImpl>>> DescribePrograms(
+    media_server::IMediaInfo* media_info, media_server::IProgramCollection& collection) {
+  std::vector<std::shared_ptr<ProgramInfoImpl>> programs;
+  ComPtr<media_server::IProgram> item;
+  for (std::uint32_t index = 0; std::int64_t{index} < collection.GetCount(); ++index) {
+    if (platform::Failed(collection.GetAt(index, item.Put())) || !item) return std::nullopt;
+    auto program = std::make_shared<ProgramInfoImpl>();
+    if (program->Init(media_info, item.Get()) != kSuccess) {
+      CoreLogPrint("mediainfo", kCoreLogWarning, "Init ProgramInfoImpl: %s %d failed!", kInitFunction, 301);
+      return std::nullopt;
+    }
+    programs.push_back(std::move(program));
+  }
+  return programs;
+}
+
 std::string AskText(media_server::IMediaInfo& media_info,
                     std::int32_t (media_server::IMediaInfo::*operation)(BSTR* out)) {
   platform::SystemString text;
@@ -119,31 +136,18 @@ std::uint32_t MediaFileInfoSession::Init(media_server::IMediaInfo* media_info) {
   if (media_info == nullptr) return kBadMediaInfo;
   ComPtr<media_server::IProgramCollection> collection;
   if (platform::Failed(media_info->GetPrograms(collection.Put())) || !collection) return kBadMediaInfo;
-  programs_.clear();
-  if (!ReadPrograms(media_info, *collection.Get())) {
-    programs_.clear();
-    return kBadMediaInfo;
-  }
-  format_long_name_ = AskText(*media_info, &media_server::IMediaInfo::GetFormatLongName);
-  format_name_ = AskText(*media_info, &media_server::IMediaInfo::GetFormatName);
-  date_text_ = AskText(*media_info, &media_server::IMediaInfo::GetDateText);
+  auto programs = DescribePrograms(media_info, *collection.Get());
+  if (!programs) return kBadMediaInfo;
+  std::string format_long_name = AskText(*media_info, &media_server::IMediaInfo::GetFormatLongName);
+  std::string format_name = AskText(*media_info, &media_server::IMediaInfo::GetFormatName);
+  std::string date_text = AskText(*media_info, &media_server::IMediaInfo::GetDateText);
+
+  programs_ = std::move(*programs);
+  format_long_name_ = std::move(format_long_name);
+  format_name_ = std::move(format_name);
+  date_text_ = std::move(date_text);
   media_info_ = MediaInfoPtr(media_info);
   return kSuccess;
-}
-
-bool MediaFileInfoSession::ReadPrograms(media_server::IMediaInfo* media_info,
-                                        media_server::IProgramCollection& collection) {
-  ComPtr<media_server::IProgram> item;
-  for (std::uint32_t index = 0; std::int64_t{index} < collection.GetCount(); ++index) {
-    if (platform::Failed(collection.GetAt(index, item.Put())) || !item) return false;
-    auto program = std::make_shared<ProgramInfoImpl>();
-    if (program->Init(media_info, item.Get()) != kSuccess) {
-      CoreLogPrint("mediainfo", kCoreLogWarning, "Init ProgramInfoImpl: %s %d failed!", kInitFunction, 301);
-      return false;
-    }
-    programs_.push_back(std::move(program));
-  }
-  return true;
 }
 
 void MediaFileInfoSession::EnsureStreamMeta() {

@@ -41,8 +41,8 @@ class MediaFileInfoSession final : public ISession, public core::RefCnt<MediaFil
 
  private:
   std::uint32_t Open(char* url);
+  /// Takes over what `media_info` tells; kBadMediaInfo, and nothing taken, when it fails.
   std::uint32_t Init(media_server::IMediaInfo* media_info);
-  bool ReadPrograms(media_server::IMediaInfo* media_info, media_server::IProgramCollection& collection);
   /// Wraps the file's metadata object when that has not been done; stream_meta_ stays empty when the file has none.
   void EnsureStreamMeta();
 

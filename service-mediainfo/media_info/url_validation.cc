@@ -43,6 +43,7 @@ void SwapExtensionCase(char* path) {
 void SetReason(const FileQuery& query) {
   switch (query.type) {
     case fs::file_type::not_found:
+    case fs::file_type::symlink:  // one that leads nowhere; others are seen through
       return CoreSetErrorText("no such file");
     case fs::file_type::directory:
       return CoreSetErrorText("is a folder");
