@@ -1,0 +1,8 @@
+#include "fakes/host.h"
+
+// A support library without the function that is looked for in it.
+namespace {
+
+[[maybe_unused]] const bool loaded = (FakeLibraryLoaded("hollow"), true);
+
+}  // namespace

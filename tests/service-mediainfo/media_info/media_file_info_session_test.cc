@@ -1,0 +1,610 @@
+#include <cstdlib>
+#include <ctime>
+
+#include "core/error_text.h"
+#include "fakes/media_file_service.h"
+#include "mediainfo/metedata_keys.h"
+
+namespace {
+
+using core::ValAny;
+using service::ISession;
+using service::mediainfo::IMediaFileInfo;
+using service::mediainfo::IMetedataInfo;
+using service::mediainfo::IProgramInfo;
+using service::mediainfo::IStreamInfo;
+
+constexpr char kSetUrl[] = "service::mediainfo::media_info::impl::MediaFileInfoSession::SetURL";
+
+fakes::LogLine OpenFailedLine() { return {"mediainfo", 6, "%s %d failed!", std::string(kSetUrl) + " 250 failed!"}; }
+
+class MediaFileInfoSessionTest : public fakes::MediaFileServiceFixture {
+ protected:
+  static std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
+
+  fakes::Metadata metadata_;
+};
+
+TEST_F(MediaFileInfoSessionTest, OpensAFileThroughTheMediaServer) {
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_EQ(SetURL(session, "file:/" + file_), 0u);
+  EXPECT_EQ(server_.paths, std::vector{Wide(file_)});
+  EXPECT_EQ(session.GetProgramCount(), 1u);
+  EXPECT_EQ(media_info_.references(), 1);
+  EXPECT_EQ(programs_.references(), 0);
+  EXPECT_EQ(program_.references(), 1);
+  DestroySession();
+  EXPECT_EQ(media_info_.references(), 0);
+  EXPECT_EQ(program_.references(), 0);
+}
+
+TEST_F(MediaFileInfoSessionTest, GivesTheMediaServerThePathAsUtf16) {
+  const std::string file = app().MakeFile("\xC3\xBC\xF0\x9F\x8E\xAC.mp4");
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_EQ(SetURL(session, file), 0u);
+  EXPECT_EQ(server_.paths, std::vector{Wide(app().path().string()) + u"/\u00FC\U0001F3AC.mp4"});
+}
+
+TEST_F(MediaFileInfoSessionTest, OpensANetworkUrlUnchecked) {
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_EQ(SetURL(session, "https://host/a.mp4"), 0u);
+  EXPECT_EQ(server_.paths, std::vector<std::u16string>{u"https://host/a.mp4"});
+}
+
+TEST_F(MediaFileInfoSessionTest, StaysOnItsFirstFile) {
+  IMediaFileInfo& session = OpenSession();
+  EXPECT_EQ(SetURL(session, "rtmp://elsewhere"), 0u);
+  EXPECT_EQ(session.SetURL(nullptr), 0u);
+  EXPECT_EQ(server_.paths.size(), 1u);
+  EXPECT_EQ(session.GetProgramCount(), 1u);
+  IMediaFileInfo* clone = nullptr;
+  ASSERT_EQ(session.Clone(&clone), 0u);
+  EXPECT_EQ(server_.paths.at(1), Wide(file_));
+  service_->DestroySession(dynamic_cast<ISession*>(clone));
+}
+
+TEST_F(MediaFileInfoSessionTest, RefusesANullUrl) {
+  EXPECT_EQ(CreateSession().SetURL(nullptr), 1u);
+  EXPECT_EQ(fakes::TakeLog(),
+            (std::vector<fakes::LogLine>{{"MediaFileInfoSession", 6, "SetURL Is Empty %s %d failed!",
+                                          "SetURL Is Empty " + std::string(kSetUrl) + " 218 failed!"}}));
+}
+
+TEST_F(MediaFileInfoSessionTest, RefusesAnInvalidUrlWithTheLineOfTheValidation) {
+  EXPECT_EQ(SetURL(CreateSession(), "rtmp://host/a"), 1u);
+  const std::vector<fakes::LogLine> lines = fakes::TakeLog();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].text, "kErrorProtocol: service::mediainfo::IsValidPath  rtmp://host/a 92 failed!");
+  EXPECT_TRUE(server_.paths.empty());
+  EXPECT_STREQ(CoreErrorText(), "unknown protocol");
+}
+
+TEST_F(MediaFileInfoSessionTest, ChangesTheCaseOfTheExtensionInTheCallersBuffer) {
+  std::string url = app().path().string() + "/clip.MP4";
+  EXPECT_EQ(CreateSession().SetURL(url.data()), 0u);
+  EXPECT_EQ(url, file_);
+  EXPECT_EQ(server_.paths, std::vector{Wide(file_)});
+}
+
+TEST_F(MediaFileInfoSessionTest, LogsTwiceWhenTheMediaServerFails) {
+  server_.media_info = nullptr;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  EXPECT_EQ(fakes::TakeLog(),
+            (std::vector<fakes::LogLine>{{"media server", 6, "GetMediaInfo %s(%s) %dfailed!",
+                                          "GetMediaInfo " + std::string(kSetUrl) + "(" + file_ + ") 229failed!"},
+                                         OpenFailedLine()}));
+}
+
+TEST_F(MediaFileInfoSessionTest, GoesOnWithWhatAFailingMediaServerGives) {
+  server_.result = 0;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 0u);
+  const std::vector<fakes::LogLine> lines = fakes::TakeLog();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].tag, "media server");
+}
+
+TEST_F(MediaFileInfoSessionTest, TakesAnyResultButZeroAsSuccess) {
+  server_.result = -1;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 0u);
+}
+
+TEST_F(MediaFileInfoSessionTest, FailsOnSuccessWithoutAnObject) {
+  server_.media_info = nullptr;
+  server_.result = 1;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
+}
+
+TEST_F(MediaFileInfoSessionTest, TakesAnotherUrlAfterAFailure) {
+  IMediaFileInfo& session = CreateSession();
+  media_info_.programs_status = platform::kFail;
+  EXPECT_EQ(SetURL(session, file_), 1u);
+  fakes::TakeLog();
+  EXPECT_EQ(media_info_.references(), 0);
+  media_info_.programs_status = platform::kOk;
+  EXPECT_EQ(SetURL(session, file_), 0u);
+  EXPECT_EQ(session.GetProgramCount(), 1u);
+}
+
+TEST_F(MediaFileInfoSessionTest, FailsWhenTheProgramsCannotBeHad) {
+  media_info_.programs_status = platform::kFail;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
+  media_info_.programs_status = platform::kOk;
+  media_info_.programs = nullptr;
+  EXPECT_EQ(SetURL(*dynamic_cast<IMediaFileInfo*>(session_), file_), 1u);
+  EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
+}
+
+TEST_F(MediaFileInfoSessionTest, OpensAFileWithoutPrograms) {
+  programs_.items.clear();
+  EXPECT_EQ(OpenSession().GetProgramCount(), 0u);
+}
+
+TEST_F(MediaFileInfoSessionTest, TakesANegativeCountAsNoPrograms) {
+  programs_.on_count = [] { return -1; };
+  EXPECT_EQ(OpenSession().GetProgramCount(), 0u);
+}
+
+TEST_F(MediaFileInfoSessionTest, KeepsTheProgramsInOrder) {
+  fakes::Program second;
+  program_.number = 1;
+  second.number = 2;
+  programs_.items = {&program_, &second};
+  IMediaFileInfo& session = OpenSession();
+  EXPECT_EQ(session.GetProgramCount(), 2u);
+  for (std::uint32_t index : {0u, 1u}) {
+    IProgramInfo* program = nullptr;
+    ASSERT_EQ(session.GetProgram(&program, index), 0u);
+    EXPECT_EQ(program->GetProgramValue4(), index + 1);
+  }
+  DestroySession();
+}
+
+TEST_F(MediaFileInfoSessionTest, AsksForTheCountAfterEveryProgram) {
+  programs_.items = {&program_, &program_, &program_};
+  programs_.on_count = [asked = 0]() mutable { return asked++ < 1 ? 3 : 1; };
+  EXPECT_EQ(OpenSession().GetProgramCount(), 1u);
+}
+
+TEST_F(MediaFileInfoSessionTest, DropsAllProgramsWhenOneCannotBeHad) {
+  programs_.items = {&program_, &program_};
+  programs_.failing_index = 1;
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_EQ(SetURL(session, file_), 1u);
+  EXPECT_EQ(session.GetProgramCount(), 0u);
+  EXPECT_EQ(program_.references(), 0);
+  EXPECT_EQ(programs_.references(), 0);
+  EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
+}
+
+TEST_F(MediaFileInfoSessionTest, FailsOnANullProgram) {
+  programs_.items = {&program_, nullptr};
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  EXPECT_EQ(program_.references(), 0);
+  EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
+}
+
+TEST_F(MediaFileInfoSessionTest, DropsAllProgramsWhenOneCannotBeDescribed) {
+  fakes::Program failing;
+  fakes::List<media_server::IStream> failing_list{nullptr};
+  failing.audio = &failing_list;
+  programs_.items = {&program_, &failing};
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_EQ(SetURL(session, file_), 1u);
+  EXPECT_EQ(session.GetProgramCount(), 0u);
+  EXPECT_EQ(program_.references(), 0);
+  EXPECT_EQ(fakes::TakeLog(),
+            (std::vector<fakes::LogLine>{
+                {"mediainfo", 5, "Init ProgramInfoImpl: %s %d failed!",
+                 "Init ProgramInfoImpl: service::mediainfo::media_info::impl::MediaFileInfoSession::Init 301 failed!"},
+                OpenFailedLine()}));
+}
+
+TEST_F(MediaFileInfoSessionTest, ReadsTheTextsOnceAndInOrder) {
+  media_info_.format_name = u"mp4";
+  media_info_.format_long_name = u"QuickTime / MOV \u00FC";
+  IMediaFileInfo& session = OpenSession();
+  EXPECT_STREQ(session.GetFormatName(), "mp4");
+  EXPECT_STREQ(session.GetFormatLongName(), "QuickTime / MOV \xC3\xBC");
+  EXPECT_EQ(media_info_.asked, (std::vector<std::string>{"long name", "name", "date"}));
+}
+
+TEST_F(MediaFileInfoSessionTest, HasEmptyTextsWhereTheFileTellsNone) {
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_STREQ(session.GetFormatName(), "");
+  EXPECT_STREQ(session.GetFormatLongName(), "");
+  EXPECT_EQ(SetURL(session, file_), 0u);
+  EXPECT_STREQ(session.GetFormatName(), "");
+  EXPECT_STREQ(session.GetFormatLongName(), "");
+}
+
+class CodecComponentTest : public MediaFileInfoSessionTest {
+ protected:
+  struct Request {
+    platform::Guid class_id;
+    void* outer;
+    std::uint32_t context;
+    platform::Guid interface_id;
+  };
+
+  void SetUp() override {
+    MediaFileInfoSessionTest::SetUp();
+    component_.media_info = &media_info_;
+    component_given = &component_;
+    requests.clear();
+    status = platform::kOk;
+    fakes::host().create_instance = CreateInstance;
+    service_ = descriptor(0).create();
+  }
+  void LoadSupportLibraries() {
+    InstallSupportLibrary(FAKE_COM_SUPPORT, "COMSupport.dll");
+    fakes::Config config;
+    config.values = {{"SetAppPath", app().path().string()}};
+    descriptor(0).init(&config);
+  }
+  void ExpectNoComponentLine(const std::string& end) {
+    const std::vector<fakes::LogLine> lines = fakes::TakeLog();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].tag, "mediainfo");
+    EXPECT_EQ(lines[0].level, 6);
+    EXPECT_EQ(lines[0].format, "%s(%s) %d failed!(%p,0x%x)");
+    EXPECT_TRUE(lines[0].text.starts_with(std::string(kSetUrl) + "(" + file_ + ") 236 failed!(")) << lines[0].text;
+    EXPECT_TRUE(lines[0].text.ends_with(end)) << lines[0].text;
+  }
+  void ExpectFailedOpenLine() {
+    EXPECT_EQ(fakes::TakeLog(), (std::vector<fakes::LogLine>{{"mediainfo", 6, "%s(%s) %d failed!",
+                                                              std::string(kSetUrl) + "(" + file_ + ") 243 failed!"}}));
+  }
+
+  static std::int32_t CreateInstance(const platform::Guid& class_id, void* outer, std::uint32_t context,
+                                     const platform::Guid& interface_id, void** out) {
+    requests.push_back({class_id, outer, context, interface_id});
+    *out = component_given;
+    if (component_given != nullptr) component_given->AddRef();
+    return status;
+  }
+
+  static inline media_server::ICodecComponent* component_given = nullptr;
+  static inline std::int32_t status = platform::kOk;
+  static inline std::vector<Request> requests;
+
+  fakes::CodecComponent component_;
+};
+
+TEST_F(CodecComponentTest, OpensTheFileWhenThereIsNoMediaServer) {
+  LoadSupportLibraries();
+  IMediaFileInfo& session = OpenSession();
+  EXPECT_EQ(session.GetProgramCount(), 1u);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].class_id,
+            (platform::Guid{0xE71EAD89, 0x1CCD, 0x4C34, {0x97, 0xA8, 0x7D, 0x45, 0xB5, 0xF1, 0x66, 0x13}}));
+  EXPECT_EQ(requests[0].outer, nullptr);
+  EXPECT_EQ(requests[0].context, 0u);
+  EXPECT_EQ(requests[0].interface_id,
+            (platform::Guid{0x5AD2BE35, 0x3038, 0x4C6A, {0x8C, 0x7F, 0x36, 0x98, 0x52, 0x6A, 0x89, 0x8F}}));
+  EXPECT_EQ(component_.calls, (std::vector<fakes::CodecComponent::Call>{{Wide(file_), 0, 12}}));
+  EXPECT_EQ(component_.references(), 0);
+  EXPECT_EQ(media_info_.references(), 1);
+}
+
+TEST_F(CodecComponentTest, IsNotAskedWhenThereIsAMediaServer) {
+  LoadSupportLibraries();
+  descriptor(0).release(service_);
+  CreateService();
+  OpenSession();
+  EXPECT_TRUE(requests.empty());
+}
+
+TEST_F(CodecComponentTest, IsMissingWithoutItsLibrary) {
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  ExpectNoComponentLine("(nil),0x80004005)");
+}
+
+TEST_F(CodecComponentTest, MayFailToBeMade) {
+  LoadSupportLibraries();
+  component_given = nullptr;
+  status = platform::kClassNotRegistered;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  ExpectNoComponentLine(",0x80040154)");
+}
+
+TEST_F(CodecComponentTest, MayBeNull) {
+  LoadSupportLibraries();
+  component_given = nullptr;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  ExpectNoComponentLine(",0x0)");
+}
+
+TEST_F(CodecComponentTest, MayFailToOpenTheFile) {
+  LoadSupportLibraries();
+  component_.media_info = nullptr;
+  component_.status = platform::kFail;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  ExpectFailedOpenLine();
+  EXPECT_EQ(component_.references(), 0);
+}
+
+TEST_F(CodecComponentTest, MayGiveNoMediaInfo) {
+  LoadSupportLibraries();
+  component_.media_info = nullptr;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  ExpectFailedOpenLine();
+}
+
+TEST_F(CodecComponentTest, ReleasesAMediaInfoThatComesWithAFailure) {
+  LoadSupportLibraries();
+  component_.status = platform::kFail;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  ExpectFailedOpenLine();
+  EXPECT_EQ(media_info_.references(), 0);
+}
+
+TEST_F(CodecComponentTest, MayGiveAMediaInfoThatFails) {
+  LoadSupportLibraries();
+  media_info_.programs_status = platform::kFail;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
+  EXPECT_EQ(component_.references(), 0);
+}
+
+TEST_F(MediaFileInfoSessionTest, ForwardsTheFilesValues) {
+  media_info_.four_cc = 0x2034504D;
+  media_info_.bit_rate = 5'000'000'000;
+  media_info_.file_size = 10'000'000'000;
+  media_info_.duration = 2.5;
+  IMediaFileInfo& session = OpenSession();
+  EXPECT_EQ(session.GetFormatFourCC(), 0x2034504Du);
+  EXPECT_EQ(session.GetBitRate(), 5'000'000'000u);
+  EXPECT_EQ(session.GetFileSize(), 10'000'000'000u);
+  EXPECT_EQ(session.GetDuration(), 25'000'000u);
+}
+
+TEST_F(MediaFileInfoSessionTest, LendsProgramsByIndex) {
+  IMediaFileInfo& session = OpenSession();
+  IProgramInfo* program = nullptr;
+  EXPECT_EQ(session.GetProgram(&program, 0), 0u);
+  ASSERT_NE(program, nullptr);
+  IStreamInfo* stream = nullptr;
+  EXPECT_EQ(program->GetVideoStream(0, &stream), 0u);
+  EXPECT_EQ(stream->GetVideoInfo()->GetWidth(), 640u);
+
+  auto* const untouched = program;
+  EXPECT_EQ(session.GetProgram(&program, 1), 6u);
+  EXPECT_EQ(session.GetProgram(&program, 0xFFFFFFFF), 6u);
+  EXPECT_EQ(program, untouched);
+}
+
+TEST_F(MediaFileInfoSessionTest, HasNoProgramsBeforeItIsOpened) {
+  IMediaFileInfo& session = CreateSession();
+  IProgramInfo* program = nullptr;
+  EXPECT_EQ(session.GetProgramCount(), 0u);
+  EXPECT_EQ(session.GetProgram(&program, 0), 6u);
+}
+
+TEST_F(MediaFileInfoSessionTest, TakesAnyKeepFlag) {
+  IMediaFileInfo& session = CreateSession();
+  session.ClearKeepFlag(0);
+  session.ClearKeepFlag(1);
+}
+
+TEST_F(MediaFileInfoSessionTest, ClonesItselfOnTheSameFile) {
+  IMediaFileInfo& session = OpenSession();
+  IMediaFileInfo* clone = nullptr;
+  ASSERT_EQ(session.Clone(&clone), 0u);
+  ASSERT_NE(clone, nullptr);
+  EXPECT_EQ(clone->GetProgramCount(), 1u);
+  EXPECT_EQ(server_.paths.size(), 2u);
+  EXPECT_EQ(media_info_.references(), 2);
+  EXPECT_EQ(service_->DestroySession(dynamic_cast<ISession*>(clone)), 0u);
+  EXPECT_EQ(media_info_.references(), 1);
+}
+
+TEST_F(MediaFileInfoSessionTest, RefusesToCloneIntoNull) { EXPECT_EQ(OpenSession().Clone(nullptr), 4u); }
+
+TEST_F(MediaFileInfoSessionTest, FailsToCloneAFileThatIsGone) {
+  IMediaFileInfo& session = OpenSession();
+  std::filesystem::remove(file_);
+  auto* const untouched = &session;
+  IMediaFileInfo* clone = untouched;
+  EXPECT_EQ(session.Clone(&clone), 4u);
+  EXPECT_EQ(clone, untouched);
+  EXPECT_EQ(media_info_.references(), 1);
+  EXPECT_EQ(fakes::TakeLog().size(), 1u);
+}
+
+TEST_F(MediaFileInfoSessionTest, FailsToCloneBeforeItIsOpened) {
+  IMediaFileInfo* clone = nullptr;
+  EXPECT_EQ(CreateSession().Clone(&clone), 4u);
+  EXPECT_EQ(fakes::TakeLog().size(), 1u);
+}
+
+class SessionMetadataTest : public MediaFileInfoSessionTest {
+ protected:
+  SessionMetadataTest() { media_info_.Offer(metadata_); }
+  ~SessionMetadataTest() override { EXPECT_EQ(metadata_.references(), 0); }
+
+  static std::string Text(IMetedataInfo& store, const char* key) {
+    ValAny value;
+    EXPECT_TRUE(store.GetValue(key, &value)) << key;
+    return value.AsBuffer();
+  }
+};
+
+TEST_F(SessionMetadataTest, ImportsTheFilesTags) {
+  metadata_.texts["Artist"] = u"A";
+  metadata_.keyed_texts[u"KEY_QK_METADATAINFO_ACTOR"] = u"B";
+  const std::shared_ptr<IMetedataInfo> store = OpenSession().GetMetadata();
+  ASSERT_NE(store, nullptr);
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Artist"), "B");
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Actor"), "B");
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Show"), "");
+  EXPECT_EQ(metadata_.references(), 1);
+}
+
+TEST_F(SessionMetadataTest, ImportsAnewIntoTheSameStore) {
+  IMediaFileInfo& session = OpenSession();
+  const std::shared_ptr<IMetedataInfo> store = session.GetMetadata();
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Title"), "");
+  metadata_.texts["Title"] = u"late";
+  EXPECT_EQ(session.GetMetadata(), store);
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Title"), "late");
+  EXPECT_EQ(metadata_.references(), 1);
+}
+
+TEST_F(SessionMetadataTest, LeavesTheStoreToItsOtherOwners) {
+  metadata_.texts["Title"] = u"T";
+  const std::shared_ptr<IMetedataInfo> store = OpenSession().GetMetadata();
+  DestroySession();
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Title"), "T");
+  EXPECT_EQ(store.use_count(), 1);
+}
+
+TEST_F(SessionMetadataTest, TriesAgainForAMetadataObjectThatDidNotCome) {
+  media_info_.Withdraw();
+  IMediaFileInfo& session = OpenSession();
+  const std::shared_ptr<IMetedataInfo> store = session.GetMetadata();
+  ASSERT_NE(store, nullptr);
+  ValAny value;
+  EXPECT_FALSE(store->GetValue("MediaFile_Metedata_Title", &value));
+  media_info_.AnswerQueriesWithNull();
+  EXPECT_EQ(session.GetMetadata(), store);
+  EXPECT_FALSE(store->GetValue("MediaFile_Metedata_Title", &value));
+
+  metadata_.texts["Title"] = u"T";
+  media_info_.Offer(metadata_);
+  EXPECT_EQ(session.GetMetadata(), store);
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Title"), "T");
+}
+
+TEST_F(SessionMetadataTest, HandsOutAnEmptyStoreBeforeItIsOpened) {
+  const std::shared_ptr<IMetedataInfo> store = CreateSession().GetMetadata();
+  ASSERT_NE(store, nullptr);
+  ValAny value;
+  EXPECT_FALSE(store->GetValue("MediaFile_Metedata_Title", &value));
+}
+
+TEST_F(SessionMetadataTest, ThrowsBadAccessForADateThatIsNoText) {
+  const std::shared_ptr<IMetedataInfo> store = OpenSession().GetMetadata();
+  const ValAny number = ValAny::FromInt64(1);
+  ASSERT_TRUE(store->SetValue("MediaFile_Metedata_Date", &number));
+  ValAny value;
+  EXPECT_THROW(store->GetValue("MediaFile_Metedata_CreateDate", &value), core::AnyBadAccess);
+}
+
+TEST_F(SessionMetadataTest, FindsTheTypeOfAStream) {
+  metadata_.keyed_texts[u"KEY_QK_METADATAINFO_ACTOR"] = u"StreamNums:2 StreamID_Type:1-0,2-1";
+  IMediaFileInfo& session = OpenSession();
+  std::int32_t type = 77;
+  EXPECT_EQ(session.GetStreamType(2, &type), 0u);
+  EXPECT_EQ(type, 1);
+  type = 77;
+  EXPECT_EQ(session.GetStreamType(3, &type), 0u);
+  EXPECT_EQ(type, 77);
+  EXPECT_EQ(metadata_.references(), 1);
+}
+
+TEST_F(SessionMetadataTest, FindsNoTypeWithoutATextOrAMetadataObject) {
+  IMediaFileInfo& session = CreateSession();
+  std::int32_t type = 77;
+  EXPECT_EQ(session.GetStreamType(0, &type), 0u);
+  EXPECT_EQ(SetURL(session, file_), 0u);
+  media_info_.Withdraw();
+  EXPECT_EQ(session.GetStreamType(0, &type), 0u);
+  media_info_.AnswerQueriesWithNull();
+  EXPECT_EQ(session.GetStreamType(0, &type), 0u);
+  media_info_.Offer(metadata_);
+  EXPECT_EQ(session.GetStreamType(0, &type), 0u);
+  EXPECT_EQ(type, 77);
+}
+
+TEST_F(SessionMetadataTest, SharesTheMetadataObjectBetweenTagsAndStreamTypes) {
+  IMediaFileInfo& session = OpenSession();
+  std::int32_t type = 77;
+  session.GetStreamType(0, &type);
+  session.GetMetadata();
+  EXPECT_EQ(metadata_.references(), 1);
+}
+
+class SessionDatesTest : public MediaFileInfoSessionTest {
+ protected:
+  void SetUp() override {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    tzset();
+    MediaFileInfoSessionTest::SetUp();
+  }
+};
+
+// 2023-05-17 10:20:30 and 2024-01-02 03:04:05 at an hour east of Greenwich.
+TEST_F(SessionDatesTest, ReadsTheFilesDatesAsLocalTime) {
+  media_info_.date_text = u"2023:5:17:10:20:30,2024:1:2:3:4:5";
+  std::int64_t creation = 0;
+  std::int64_t modification = 0;
+  EXPECT_TRUE(OpenSession().GetDates(&creation, &modification));
+  EXPECT_EQ(creation, 1684315230);
+  EXPECT_EQ(modification, 1704161045);
+}
+
+TEST_F(SessionDatesTest, HasNoneWithoutAText) {
+  std::int64_t creation = 7;
+  std::int64_t modification = 8;
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_FALSE(session.GetDates(&creation, &modification));
+  EXPECT_EQ(SetURL(session, file_), 0u);
+  EXPECT_FALSE(session.GetDates(&creation, &modification));
+  EXPECT_EQ(creation, 7);
+  EXPECT_EQ(modification, 8);
+}
+
+TEST_F(SessionDatesTest, AnswersWhateverTheTextHolds) {
+  media_info_.date_text = u"2023-05-17 10:20:30";
+  std::int64_t creation = 0;
+  std::int64_t modification = 0;
+  EXPECT_TRUE(OpenSession().GetDates(&creation, &modification));
+}
+
+TEST_F(SessionDatesTest, DoesNotTakeOneDateForBoth) {
+  media_info_.date_text = u"2023:5:17:10:20:30";
+  std::int64_t creation = 0;
+  std::int64_t modification = 0;
+  EXPECT_TRUE(OpenSession().GetDates(&creation, &modification));
+  EXPECT_EQ(creation, 1684315230);
+  EXPECT_NE(modification, 1684315230);
+}
+
+TEST_F(MediaFileInfoSessionTest, HandsAKeyToTheMediaServerAndToTheLog) {
+  InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  fakes::Config config;
+  config.values = {{"SetAppPath", app().path().string()}};
+  descriptor(0).init(&config);
+  CreateSession().SetEncryptKey("00ff\xC3\xBC");
+  EXPECT_EQ(server_.options, (std::vector<std::pair<std::string, std::string>>{{"EncryptKey", "00ff\xC3\xBC"}}));
+  EXPECT_EQ(fakes::host().protected_texts, std::vector<std::u16string>{u"00ff\u00FC"});
+}
+
+TEST_F(MediaFileInfoSessionTest, HandsAKeyToTheMediaServerAlone) {
+  CreateSession().SetEncryptKey("key");
+  EXPECT_EQ(server_.options.size(), 1u);
+  EXPECT_TRUE(fakes::host().protected_texts.empty());
+}
+
+TEST_F(MediaFileInfoSessionTest, HandsAKeyToTheLogAlone) {
+  InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  fakes::Config config;
+  config.values = {{"SetAppPath", app().path().string()}};
+  descriptor(0).init(&config);
+  service_ = descriptor(0).create();
+  CreateSession().SetEncryptKey("key");
+  EXPECT_TRUE(server_.options.empty());
+  EXPECT_EQ(fakes::host().protected_texts.size(), 1u);
+}
+
+TEST_F(MediaFileInfoSessionTest, SendsEveryKeyOfAnOpenedSession) {
+  IMediaFileInfo& session = OpenSession();
+  session.SetEncryptKey("first");
+  session.SetEncryptKey("second");
+  EXPECT_EQ(server_.options,
+            (std::vector<std::pair<std::string, std::string>>{{"EncryptKey", "first"}, {"EncryptKey", "second"}}));
+}
+
+}  // namespace

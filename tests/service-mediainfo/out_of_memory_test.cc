@@ -1,0 +1,98 @@
+#include <array>
+#include <cstdlib>
+#include <new>
+
+#include "fakes/media_file_service.h"
+
+namespace {
+
+/// While set, every allocation of the program and of the module fails after so many that still succeed.
+int allocations_left = -1;
+
+void* Allocate(std::size_t size) {
+  if (allocations_left == 0) return nullptr;
+  if (allocations_left > 0) --allocations_left;
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+}  // namespace
+
+// The program's own stand in front of the standard library's, also for the module.
+void* operator new(std::size_t size) {
+  void* block = Allocate(size);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+
+namespace {
+
+using service::ISession;
+using service::mediainfo::IMediaFileInfo;
+
+class OutOfMemoryTest : public fakes::MediaFileServiceFixture {
+ protected:
+  ~OutOfMemoryTest() override { allocations_left = -1; }
+
+  /// Runs `operation` with 0, 1, 2, ... allocations until it answers 0; each answer before is `failure` and leaves
+  /// `references` to the media info.
+  template <typename Operation>
+  void ExpectFailureUntilSuccess(Operation operation, std::uint32_t failure, int references) {
+    constexpr int kMost = 1000;
+    for (int allowed = 0; allowed < kMost; ++allowed) {
+      allocations_left = allowed;
+      const std::uint32_t result = operation();
+      allocations_left = -1;
+      fakes::TakeLog();
+      if (result == 0) {
+        EXPECT_GT(allowed, 0);
+        return;
+      }
+      ASSERT_EQ(result, failure);
+      ASSERT_EQ(media_info_.references(), references);
+      ASSERT_EQ(picture_.references(), references);
+    }
+    FAIL() << "never succeeded";
+  }
+
+  fakes::PropertyReader reader_;
+};
+
+TEST_F(OutOfMemoryTest, CreatesNoService) {
+  allocations_left = 0;
+  EXPECT_EQ(descriptor(0).create(), nullptr);
+}
+
+TEST_F(OutOfMemoryTest, CreatesNoSession) {
+  CreateService();
+  allocations_left = 0;
+  EXPECT_EQ(service_->CreateSession(), nullptr);
+  EXPECT_EQ(service_->CreateSharedSession(0), nullptr);
+  allocations_left = 1;
+  EXPECT_EQ(service_->CreateSharedSession(0), nullptr);
+}
+
+// A failing open never leaves a reference behind, and the session can be opened afterwards.
+TEST_F(OutOfMemoryTest, FailsToOpenAFile) {
+  picture_.Offer(reader_);
+  IMediaFileInfo& session = CreateSession();
+  ExpectFailureUntilSuccess(
+      [&] {
+        std::array<char, 256> url{};
+        file_.copy(url.data(), url.size() - 1);
+        return session.SetURL(url.data());
+      },
+      1, /*references=*/0);
+  EXPECT_EQ(session.GetProgramCount(), 1u);
+}
+
+TEST_F(OutOfMemoryTest, FailsToClone) {
+  IMediaFileInfo& session = OpenSession();
+  IMediaFileInfo* clone = nullptr;
+  ExpectFailureUntilSuccess([&] { return session.Clone(&clone); }, 4, /*references=*/1);
+  service_->DestroySession(dynamic_cast<ISession*>(clone));
+}
+
+}  // namespace

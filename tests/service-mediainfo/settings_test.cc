@@ -1,0 +1,82 @@
+#include "fakes/module.h"
+
+namespace {
+
+class SettingsTest : public fakes::ModuleFixture {
+ protected:
+  /// The settings as CreateMediaServer receives them.
+  std::vector<std::string> Settings() {
+    fakes::host().server_settings.clear();
+    service::IService* service = descriptor(0).create();
+    descriptor(0).release(service);
+    return fakes::host().server_settings.at(0);
+  }
+
+  fakes::Config config_;
+};
+
+TEST_F(SettingsTest, AreEmptyBeforeInit) { EXPECT_EQ(Settings(), std::vector<std::string>(5)); }
+
+TEST_F(SettingsTest, ReachTheMediaServerInTheirOrder) {
+  config_.values = {{"MediaInfoPath", "info"},
+                    {"MediaProxyPath", "proxy"},
+                    {"SetAppPath", app().path().string()},
+                    {"SetAppResPath", "resources"},
+                    {"SetLogPath", "log"}};
+  EXPECT_TRUE(descriptor(0).init(&config_));
+  EXPECT_EQ(Settings(), (std::vector<std::string>{"info", "proxy", app().path().string(), "resources", "log"}));
+}
+
+TEST_F(SettingsTest, AreAskedForOnceEach) {
+  descriptor(0).init(&config_);
+  EXPECT_EQ(config_.asked,
+            (std::vector<std::string>{"MediaInfoPath", "MediaProxyPath", "SetAppPath", "SetAppResPath", "SetLogPath"}));
+}
+
+TEST_F(SettingsTest, StayAsTheyAreWithoutAConfiguration) {
+  config_.values = {{"MediaInfoPath", "info"}};
+  descriptor(0).init(&config_);
+  EXPECT_TRUE(descriptor(0).init(nullptr));
+  EXPECT_EQ(Settings(), (std::vector<std::string>{"info", "", "", "", ""}));
+}
+
+TEST_F(SettingsTest, ChangeOnlyWhereASecondInitHasAValue) {
+  config_.values = {{"MediaInfoPath", "info"}, {"MediaProxyPath", "proxy"}, {"SetLogPath", "log"}};
+  descriptor(0).init(&config_);
+  config_.values = {{"MediaProxyPath", "other"}, {"SetLogPath", ""}};
+  EXPECT_TRUE(descriptor(0).init(&config_));
+  EXPECT_EQ(Settings(), (std::vector<std::string>{"info", "other", "", "", ""}));
+}
+
+TEST_F(SettingsTest, KeepTheirOwnCopy) {
+  config_.values = {{"SetLogPath", "log"}};
+  descriptor(0).init(&config_);
+  config_.values["SetLogPath"][0] = 'x';
+  EXPECT_EQ(Settings().at(4), "log");
+}
+
+TEST_F(SettingsTest, LoadNoSupportLibraryWithoutAnApplicationPath) {
+  config_.values = {{"MediaInfoPath", app().path().string()}};
+  InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  descriptor(0).init(&config_);
+  EXPECT_TRUE(fakes::host().loaded_libraries.empty());
+}
+
+TEST_F(SettingsTest, LoadTheSupportLibrariesBelowTheApplicationPath) {
+  config_.values = {{"SetAppPath", app().path().string()}};
+  InstallSupportLibrary(FAKE_COM_SUPPORT, "COMSupport.dll");
+  InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  descriptor(0).init(&config_);
+  EXPECT_EQ(fakes::host().loaded_libraries, (std::vector<std::string>{"COMSupport.dll", "QK_log.dll"}));
+}
+
+// The folder is the path followed by "/userepace": nothing comes between, nothing is trimmed.
+TEST_F(SettingsTest, AppendTheSupportFolderToThePathAsItIs) {
+  InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  config_.values = {{"SetAppPath", app().path().string() + "//"}};
+  descriptor(0).init(&config_);
+  EXPECT_EQ(fakes::host().loaded_libraries, std::vector<std::string>{"QK_log.dll"});
+  EXPECT_EQ(Settings().at(2), app().path().string() + "//");
+}
+
+}  // namespace
