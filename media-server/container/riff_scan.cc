@@ -1,0 +1,180 @@
+#include "media-server/container/riff_scan.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "media-server/container/byte_reader.h"
+#include "media-server/container/text.h"
+
+namespace media_server {
+namespace {
+
+using namespace std::string_view_literals;
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr int kMostChunks = 4096;
+constexpr std::size_t kMostTexts = 1024;
+constexpr std::size_t kLargestText = std::size_t{1} << 20;
+constexpr std::size_t kLargestTextSum = std::size_t{16} << 20;
+constexpr std::uint64_t kChunkHead = 8;
+constexpr std::uint32_t kUnknownSize = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t kNoEnd = std::numeric_limits<std::uint64_t>::max();
+
+struct Chunk {
+  std::array<char, 4> id = {};
+  std::uint64_t offset = 0;  // of the content
+  std::uint64_t size = 0;    // as declared
+
+  std::string_view Id() const { return {id.data(), id.size()}; }
+};
+
+bool IsPrintable(std::string_view id) {
+  return std::ranges::all_of(id, [](char character) { return character >= 0x20 && character < 0x7F; });
+}
+
+class Scanner {
+ public:
+  explicit Scanner(IByteSource& source) : source_(source), input_end_(source.Size().value_or(kNoEnd)) {}
+
+  RiffScan Scan() {
+    // OpenDML files go on in further forms behind the first.
+    std::uint64_t offset = 0;
+    while (const auto form = ReadForm(offset)) offset = *form;
+    return std::move(scan_);
+  }
+
+ private:
+  /// Reads the form at `offset`; returns where the next one would begin.
+  std::optional<std::uint64_t> ReadForm(std::uint64_t offset) {
+    const auto head = ReadBytes(source_, offset, 12);
+    ByteReader reader(head);
+    const std::string_view id = AsText(reader.Take(4));
+    const std::uint32_t size = reader.Le32();
+    const std::string_view type = AsText(reader.Take(4));
+    const bool is_form = id == "RIFF" || id == "RF64" || id == "BW64";
+    if (!reader.Ok() || !is_form || !CountChunk()) return std::nullopt;
+    if (scan_.form_type.empty()) scan_.form_type = KeyFromFourCharacters(type);
+
+    std::uint64_t end = size == kUnknownSize || size == 0 ? input_end_ : offset + kChunkHead + size;
+    // Some writers count the form's own head into its size.
+    if (end > input_end_ && end - input_end_ > kChunkHead) scan_.truncated = true;
+    end = std::min(end, input_end_);
+    ReadChunks(offset + 12, end);
+    return end + (end & 1);
+  }
+
+  void ReadChunks(std::uint64_t offset, std::uint64_t end) {
+    while (const auto chunk = NextChunk(offset, end)) {
+      if (chunk->Id() == "LIST") {
+        ReadList(*chunk, std::min(end, chunk->offset + chunk->size));
+      } else {
+        ReadChunk(*chunk);
+      }
+    }
+  }
+
+  /// The chunk at `offset`, which moves to the next one.
+  std::optional<Chunk> NextChunk(std::uint64_t& offset, std::uint64_t end) {
+    if (offset >= end || end - offset < kChunkHead || !CountChunk()) return std::nullopt;
+    const auto head = ReadBytes(source_, offset, kChunkHead);
+    ByteReader reader(head);
+    Chunk chunk;
+    std::ranges::copy(reader.Take(chunk.id.size()), chunk.id.begin());
+    chunk.size = reader.Le32();
+    if (!reader.Ok() || !IsPrintable(chunk.Id())) return std::nullopt;
+    chunk.offset = offset + kChunkHead;
+    const bool is_data = chunk.Id() == "data";
+    if (chunk.size == kUnknownSize && is_data) chunk.size = large_data_size_.value_or(end - chunk.offset);
+    if (chunk.size > input_end_ - std::min(chunk.offset, input_end_)) scan_.truncated = true;
+    if (chunk.size > kNoEnd - 1 - chunk.offset) return std::nullopt;
+    offset = chunk.offset + chunk.size + (chunk.size & 1);
+    return chunk;
+  }
+
+  bool CountChunk() {
+    if (++chunks_ <= kMostChunks) return true;
+    scan_.incomplete = true;
+    return false;
+  }
+
+  void ReadList(const Chunk& list, std::uint64_t end) {
+    const auto type = ReadBytes(source_, list.offset, 4);
+    std::uint64_t offset = list.offset + 4;
+    if (AsText(type) == "INFO") {
+      while (const auto chunk = NextChunk(offset, end)) AddText(*chunk);
+    } else if (AsText(type) == "hdrl") {
+      while (const auto chunk = NextChunk(offset, end)) {
+        if (chunk->Id() == "IDIT") AddText(*chunk);
+      }
+    }
+  }
+
+  void ReadChunk(const Chunk& chunk) {
+    if (chunk.Id() == "ds64") large_data_size_ = ReadLargeDataSize(chunk);
+    if (chunk.Id() == "IDIT") AddText(chunk);
+    if (chunk.Id() == "bext" && !scan_.broadcast) scan_.broadcast = ReadBroadcast(chunk);
+    if (chunk.Id() == "AIGC" && !scan_.aigc) scan_.aigc = TextFromUtf8(ReadText(chunk));
+    if (chunk.Id() == "_PMX" && !scan_.xmp) scan_.xmp = TextFromUtf8(ReadText(chunk));
+    if ((chunk.Id() == "id3 " || chunk.Id() == "ID3 ") && !scan_.id3) scan_.id3 = RiffPart{chunk.offset, chunk.size};
+  }
+
+  /// EBU Tech 3306: the 64-bit sizes of the form and of its data chunk.
+  std::optional<std::uint64_t> ReadLargeDataSize(const Chunk& chunk) {
+    const auto bytes = ReadBytes(source_, chunk.offset, 16);
+    ByteReader reader(bytes);
+    reader.Skip(8);
+    const std::uint64_t size = reader.Le64();
+    return reader.Ok() ? std::optional(size) : std::nullopt;
+  }
+
+  RiffBroadcast ReadBroadcast(const Chunk& chunk) {
+    constexpr std::size_t kTextsSize = 256 + 32 + 32 + 10 + 8;
+    const auto bytes =
+        ReadBytes(source_, chunk.offset, static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size, kTextsSize)));
+    ByteReader reader(bytes);
+    RiffBroadcast broadcast;
+    broadcast.description = TextFromUtf8OrLatin1(reader.Take(256));
+    broadcast.originator = TextFromUtf8OrLatin1(reader.Take(32));
+    reader.Skip(32);  // reference
+    broadcast.origination_date = TextFromUtf8OrLatin1(reader.Take(10));
+    broadcast.origination_time = TextFromUtf8OrLatin1(reader.Take(8));
+    return broadcast;
+  }
+
+  void AddText(const Chunk& chunk) {
+    if (scan_.texts.size() >= kMostTexts) {
+      scan_.incomplete = true;
+      return;
+    }
+    std::string value = TextFromUtf8OrLatin1(ReadText(chunk));
+    if (!value.empty()) scan_.texts.push_back({KeyFromFourCharacters(chunk.Id()), std::move(value)});
+  }
+
+  std::vector<std::uint8_t> ReadText(const Chunk& chunk) {
+    const std::uint64_t there = input_end_ - std::min(chunk.offset, input_end_);
+    const std::uint64_t size = std::min(chunk.size, there);
+    if (size > kLargestText || size > kLargestTextSum - text_bytes_) {
+      scan_.incomplete = true;
+      return {};
+    }
+    text_bytes_ += static_cast<std::size_t>(size);
+    return ReadBytes(source_, chunk.offset, static_cast<std::size_t>(size));
+  }
+
+  IByteSource& source_;
+  std::uint64_t input_end_;
+  RiffScan scan_;
+  int chunks_ = 0;
+  std::size_t text_bytes_ = 0;
+  std::optional<std::uint64_t> large_data_size_;
+};
+
+}  // namespace
+
+RiffScan ScanRiff(IByteSource& source) { return Scanner(source).Scan(); }
+
+}  // namespace media_server
