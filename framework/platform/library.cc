@@ -16,10 +16,10 @@ constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL;
 
 /// Folder, with a slash at its end, of the library or program that this code is linked into; empty when unknown.
 std::string OwnFolder() {
-  static const char anchor = 0;
+  static constexpr char kAnchor = 0;
   Dl_info info{};
   void* found = nullptr;
-  if (dladdr1(&anchor, &info, &found, RTLD_DL_LINKMAP) == 0) return {};
+  if (dladdr1(&kAnchor, &info, &found, RTLD_DL_LINKMAP) == 0) return {};
 
   std::string file = static_cast<const link_map*>(found)->l_name;
   if (file.empty()) {

@@ -224,6 +224,7 @@ TEST_F(LogTest, ThreadsWriteWholeLines) {
   ASSERT_TRUE(CoreLogSetFolder(folder_.c_str()));
   StandardErrorOf([&] {
     std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
       threads.emplace_back([&, thread] {
         for (int line = 0; line < kLines; ++line) {
@@ -250,9 +251,9 @@ TEST_F(LogTest, ThreadsWriteWholeLines) {
 
 TEST_F(LogTest, FolderMayChangeWhileThreadsWrite) {
   const std::string output = StandardErrorOf([&] {
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-      threads.emplace_back([] {
+    std::vector<std::jthread> threads(4);
+    for (std::jthread& thread : threads) {
+      thread = std::jthread([] {
         for (int line = 0; line < 100; ++line) CoreLogPrint("t", kCoreLogError, "line");
       });
     }

@@ -19,6 +19,7 @@ TEST(ServiceLibraryTest, EveryThreadGetsTheSameManager) {
   std::vector<service::IServiceManager*> managers(8);
   {
     std::vector<std::jthread> threads;
+    threads.reserve(managers.size());
     for (service::IServiceManager*& manager : managers) {
       threads.emplace_back([&manager] { manager = ZORServiceMrgAcqire(0); });
     }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <thread>
@@ -227,12 +228,16 @@ TEST_F(ComSupportTest, NullArgumentsOfOpenAreRefused) {
 }
 
 TEST_F(ComSupportTest, ReferencesAreCountedAcrossThreads) {
+  constexpr std::size_t kThreads = 4;
   const ComPtr<ICodecComponent> component = CreateComponent();
   {
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-      threads.emplace_back([&] {
-        for (int round = 0; round < 1000; ++round) ComPtr<ICodecComponent> copy = component;
+    std::vector<std::jthread> threads(kThreads);
+    for (std::jthread& thread : threads) {
+      thread = std::jthread([&] {
+        for (int round = 0; round < 1000; ++round) {
+          component->AddRef();
+          component->Release();
+        }
       });
     }
   }
