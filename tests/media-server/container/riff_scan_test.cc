@@ -1,0 +1,176 @@
+#include "media-server/container/riff_scan.h"
+
+#include <gtest/gtest.h>
+#include <utf8.h>
+
+#include <string>
+
+#include "tests/media-server/container/memory_source.h"
+
+namespace media_server {
+namespace {
+
+using namespace std::string_literals;
+
+std::string Chunk(const std::string& id, const std::string& content) {
+  return id + Le(content.size(), 4) + content + (content.size() % 2 == 1 ? Zeros(1) : "");
+}
+std::string Riff(const std::string& type, const std::string& chunks) { return Chunk("RIFF", type + chunks); }
+std::string Wave(const std::string& chunks) { return Riff("WAVE", Chunk("fmt ", Zeros(16)) + chunks); }
+
+RiffScan Scan(const std::string& bytes) {
+  MemorySource source(bytes);
+  return ScanRiff(source);
+}
+
+TEST(RiffScan, OtherBytesGiveNothing) {
+  EXPECT_EQ(Scan("").form_type, "");
+  EXPECT_EQ(Scan("FORM\0\0\0\0AIFF"s).form_type, "");
+}
+
+TEST(RiffScan, PlainWaveHasNoTexts) {
+  const RiffScan scan = Scan(Wave(Chunk("data", Zeros(10))));
+  EXPECT_EQ(scan.form_type, "WAVE");
+  EXPECT_TRUE(scan.texts.empty());
+  EXPECT_FALSE(scan.broadcast);
+  EXPECT_FALSE(scan.aigc);
+  EXPECT_FALSE(scan.xmp);
+  EXPECT_FALSE(scan.id3);
+  EXPECT_FALSE(scan.truncated);
+  EXPECT_FALSE(scan.incomplete);
+}
+
+TEST(RiffScan, InfoTextsOfOddLengthKeepTheNextOneInPlace) {
+  const RiffScan scan = Scan(Wave(Chunk("LIST", "INFO" + Chunk("INAM", "Odd\0 "s) + Chunk("IART", "caf\xE9"))));
+  ASSERT_EQ(scan.texts.size(), 2U);
+  EXPECT_EQ(scan.texts[0].id, "INAM");
+  EXPECT_EQ(scan.texts[0].value, "Odd");
+  EXPECT_EQ(scan.texts[1].id, "IART");
+  EXPECT_EQ(scan.texts[1].value, "café");
+}
+
+TEST(RiffScan, BroadcastExtensionTexts) {
+  const auto field = [](const std::string& text, std::size_t size) { return text + Zeros(size - text.size()); };
+  const RiffScan scan = Scan(Wave(
+      Chunk("bext", field("About", 256) + field("Me", 32) + field("ref", 32) + "2024-02-29" + "12:34:56" + Zeros(20))));
+  ASSERT_TRUE(scan.broadcast);
+  EXPECT_EQ(scan.broadcast->description, "About");
+  EXPECT_EQ(scan.broadcast->originator, "Me");
+  EXPECT_EQ(scan.broadcast->origination_date, "2024-02-29");
+  EXPECT_EQ(scan.broadcast->origination_time, "12:34:56");
+}
+
+TEST(RiffScan, BroadcastExtensionCutShortIsEmptyWhereItEnds) {
+  const RiffScan scan = Scan(Wave(Chunk("bext", Zeros(300))));
+  ASSERT_TRUE(scan.broadcast);
+  EXPECT_EQ(scan.broadcast->origination_date, "");
+}
+
+TEST(RiffScan, LabelXmpAndId3BehindTheData) {
+  const std::string start = Wave(Chunk("data", Zeros(9)));
+  const RiffScan scan = Scan(Wave(Chunk("data", Zeros(9)) + Chunk("AIGC", "{\"Label\":\"1\"}") + Chunk("_PMX", "<x/>") +
+                                  Chunk("id3 ", "ID3xyz")));
+  EXPECT_EQ(scan.aigc, "{\"Label\":\"1\"}");
+  EXPECT_EQ(scan.xmp, "<x/>");
+  ASSERT_TRUE(scan.id3);
+  EXPECT_EQ(scan.id3->offset, start.size() + 8 + 14 + 8 + 4 + 8);
+  EXPECT_EQ(scan.id3->size_bytes, 6U);
+}
+
+TEST(RiffScan, FirstOfTwoLabelsCounts) {
+  EXPECT_EQ(Scan(Wave(Chunk("AIGC", "one") + Chunk("AIGC", "two"))).aigc, "one");
+}
+
+TEST(RiffScan, AviKeepsItsDateAndItsInfoAcrossForms) {
+  const RiffScan scan =
+      Scan(Riff("AVI ", Chunk("LIST", "hdrl" + Chunk("avih", Zeros(56)) + Chunk("IDIT", "Mon Mar 10 15:04:43 2003\n")) +
+                            Chunk("LIST", "movi" + Zeros(100))) +
+           Riff("AVIX", Chunk("LIST", "INFO" + Chunk("ISFT", "Writer"))));
+  EXPECT_EQ(scan.form_type, "AVI ");
+  ASSERT_EQ(scan.texts.size(), 2U);
+  EXPECT_EQ(scan.texts[0].id, "IDIT");
+  EXPECT_EQ(scan.texts[0].value, "Mon Mar 10 15:04:43 2003");
+  EXPECT_EQ(scan.texts[1].value, "Writer");
+}
+
+TEST(RiffScan, ChunkBeyondTheEndIsTruncation) {
+  const std::string whole = Wave(Chunk("data", Zeros(100)));
+  EXPECT_FALSE(Scan(whole).truncated);
+  EXPECT_TRUE(Scan(whole.substr(0, whole.size() - 1)).truncated);
+}
+
+TEST(RiffScan, FormBeyondTheEndIsTruncation) {
+  const std::string whole = Wave(Chunk("data", Zeros(100)) + Chunk("LIST", "INFO" + Chunk("INAM", "x")));
+  EXPECT_TRUE(Scan(whole.substr(0, whole.size() - 22)).truncated);
+}
+
+TEST(RiffScan, FormThatCountsItsOwnHeadIsNoTruncation) {
+  std::string counted = Wave(Chunk("data", Zeros(10)));
+  counted.replace(4, 4, Le(counted.size(), 4));
+  EXPECT_FALSE(Scan(counted).truncated);
+}
+
+TEST(RiffScan, SizesOfAllOnesReachToTheEnd) {
+  const std::string streamed =
+      "RIFF" + Le(0xFFFFFFFF, 4) + "WAVE" + Chunk("fmt ", Zeros(16)) + "data" + Le(0xFFFFFFFF, 4) + Zeros(50);
+  EXPECT_FALSE(Scan(streamed).truncated);
+}
+
+TEST(RiffScan, LargeFormsTakeTheDataSizeFromDs64) {
+  const auto large = [](std::uint64_t data_size) {
+    return "RF64" + Le(0xFFFFFFFF, 4) + "WAVE" + Chunk("ds64", Le(1000, 8) + Le(data_size, 8) + Zeros(12)) + "data" +
+           Le(0xFFFFFFFF, 4) + Zeros(50) + Chunk("AIGC", "{}");
+  };
+  EXPECT_EQ(Scan(large(50)).aigc, "{}");
+  EXPECT_FALSE(Scan(large(50)).truncated);
+  EXPECT_TRUE(Scan(large(5000)).truncated);
+  EXPECT_TRUE(Scan(large(UINT64_MAX)).truncated);
+}
+
+TEST(RiffScan, UnprintableChunkIdsEndTheWalk) {
+  EXPECT_FALSE(Scan(Wave("\1\2\3\4"s + Le(4, 4) + "abcd" + Chunk("AIGC", "{}"))).aigc);
+}
+
+TEST(RiffScan, ChunksAndTextsAreBounded) {
+  std::string chunks;
+  for (int i = 0; i < 5000; ++i) chunks += Chunk("JUNK", "");
+  EXPECT_TRUE(Scan(Wave(chunks + Chunk("AIGC", "{}"))).incomplete);
+  EXPECT_FALSE(Scan(Wave(chunks + Chunk("AIGC", "{}"))).aigc);
+
+  std::string texts;
+  for (int i = 0; i < 1025; ++i) texts += Chunk("INAM", "x");
+  EXPECT_EQ(Scan(Wave(Chunk("LIST", "INFO" + texts))).texts.size(), 1024U);
+
+  const std::string largest(std::size_t{1} << 20, 'x');
+  EXPECT_EQ(Scan(Wave(Chunk("AIGC", largest))).aigc->size(), largest.size());
+  EXPECT_TRUE(Scan(Wave(Chunk("AIGC", largest + "x"))).incomplete);
+}
+
+TEST(RiffScan, InputOfUnknownSizeIsRead) {
+  MemorySource source(Wave(Chunk("AIGC", "{}")));
+  source.ForgetSize();
+  const RiffScan scan = ScanRiff(source);
+  EXPECT_EQ(scan.aigc, "{}");
+  EXPECT_FALSE(scan.truncated);
+}
+
+TEST(RiffScan, EveryCutAndEveryBrokenByteKeepsTheTextsValid) {
+  const std::string whole =
+      Wave(Chunk("LIST", "INFO" + Chunk("INAM", "Tön")) + Chunk("AIGC", "{ö}") + Chunk("bext", Zeros(400)));
+  EXPECT_EQ(Scan(whole).texts.size(), 1U);
+  for (std::size_t size = 0; size < whole.size(); ++size) EXPECT_LE(Scan(whole.substr(0, size)).texts.size(), 1U);
+  for (std::size_t at = 0; at < whole.size(); ++at) {
+    for (const char value : {'\0', '\x7f', '\xff'}) {
+      std::string broken = whole;
+      broken[at] = value;
+      const RiffScan scan = Scan(broken);
+      for (const RiffText& text : scan.texts) EXPECT_TRUE(utf8::is_valid(text.value.begin(), text.value.end())) << at;
+      if (scan.aigc) {
+        EXPECT_TRUE(utf8::is_valid(scan.aigc->begin(), scan.aigc->end())) << at;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace media_server
