@@ -174,6 +174,7 @@ TEST(H264, NumbersProfilesWithTheirConstraintFlags) {
 
 TEST(H264, GivesLevel1bOneNumber) {
   EXPECT_EQ(Read({.profile = 77, .constraints = 0x10, .level = 11})->level, 9);
+  EXPECT_EQ(Read({.profile = 88, .constraints = 0x10, .level = 11})->level, 9);
   EXPECT_EQ(Read({.profile = 77, .constraints = 0x00, .level = 11})->level, 11);
   EXPECT_EQ(Read({.profile = 100, .constraints = 0x10, .level = 11})->level, 11);
   EXPECT_EQ(Read({.profile = 100, .level = 9})->level, 9);
