@@ -23,8 +23,8 @@ void* GetProcAddress(HMODULE library, const char* name);
 
 namespace platform {
 
-/// Why the last call of LoadLibraryW, LoadLibraryA or GetProcAddress on this thread failed, in words for people; tells it
-/// once.
+/// Why the last call of LoadLibraryW, LoadLibraryA or GetProcAddress on this thread failed, in words for people; tells
+/// it once.
 std::string LibraryErrorText();
 
 }  // namespace platform
