@@ -43,8 +43,8 @@ TEST(UuidTest, RejectsOtherFormsAndChangesNothing) {
       "0CE15DAE-8176-4622-8DA4-A5C5C2E9AC1C0",   // a digit more
       "0CE15DAE-8176-4622-8DA4-A5C5C2E9AC1C ",   // a blank more
       "{0CE15DAE-8176-4622-8DA4-A5C5C2E9AC1C}",  // braces
-      "0CE15DAE8176462228DA4A5C5C2E9AC1CAAAA",   // no hyphens
-      "0CE15DAE-8176-4622-8DA4AA5C5C2E9AC1C0",   // a hyphen short
+      "0CE15DAE081760462208DA40A5C5C2E9AC1C",    // digits in place of the hyphens
+      "0CE15DAE-8176-4622-8DA40A5C5C2E9AC1C",    // a digit in place of the last hyphen
       "0CE15DAE-8176-4622-8DA4-A5C5C2E9AC1G",    // past the last digit
       "0CE15DA/-8176-4622-8DA4-A5C5C2E9AC1C",    // before the first digit
       "0CE15DA-E8176-4622-8DA4-A5C5C2E9AC1C",    // a hyphen elsewhere
