@@ -128,7 +128,10 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   const auto demuxer =
       OpenAndAnalyse(source, {.demuxer = named_demuxer, .decryption_key = encrypted ? decryption_key : ""},
                      /*may_analyse=*/!encrypted, reason);
-  if (!demuxer) return nullptr;
+  if (!demuxer) {
+    if (container.truncated.value_or(false)) *reason = "file ends early";
+    return nullptr;
+  }
 
   AVFormatContext& context = demuxer->Context();
   auto media = std::make_unique<MediaDescription>();

@@ -13,10 +13,10 @@ namespace media_server::probe {
 
 /// What a picture stream's own coded bytes say, without decoding a picture.
 struct PictureHeader {
-  codec::PictureParameters parameters = {};
-  codec::SeiFacts sei = {};
-  std::optional<codec::ProfiledCodec> profiled_codec = std::nullopt;  ///< set for codecs whose profiles have names
-  std::optional<bool> full_idr = std::nullopt;  ///< whether every key frame seen is an IDR picture
+  codec::PictureParameters parameters;
+  codec::SeiFacts sei;
+  std::optional<codec::ProfiledCodec> profiled_codec;  ///< set for codecs whose profiles have names
+  std::optional<bool> full_idr;                        ///< whether every key frame seen is an IDR picture
 };
 
 /// Reads the header of a stream: from the container's copy of it, from a cover's own bytes, or from the first samples

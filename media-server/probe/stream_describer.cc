@@ -75,8 +75,7 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
       PictureFacts facts{.header = ReadPictureHeader(*stream, samples),
                          .track = track,
                          .file_is_truncated = container.truncated,
-                         .sample_count = static_cast<std::uint32_t>(samples.SampleCount(*stream)),
-                         .timing = std::nullopt};
+                         .sample_count = static_cast<std::uint32_t>(samples.SampleCount(*stream))};
       if (IsElementaryPictureStream(context)) {
         facts.timing = TimeElementaryStream(context, HeaderRate(facts.header), media.file_size);
         if (facts.timing) {

@@ -302,6 +302,7 @@ TEST(FormatNames, DemuxerListsAreSearchedForAKnownName) {
   EXPECT_EQ(NamesOfDemuxer("matroska,webm")->short_name, "mkv");
   EXPECT_EQ(NamesOfDemuxer("mpegts")->short_name, "mpegts");
   EXPECT_EQ(NamesOfDemuxer("flac")->short_name, "flac");
+  EXPECT_EQ(NamesOfDemuxer("swf")->short_name, "swf");
   EXPECT_FALSE(NamesOfDemuxer("h264"));
   EXPECT_FALSE(NamesOfDemuxer(""));
 }

@@ -200,6 +200,24 @@ TEST(MatroskaScan, ValuesAndTagsAreBounded) {
   EXPECT_TRUE(scan.incomplete);
 }
 
+TEST(MatroskaScan, ElementsThatOverlapDoNotMultiplyTheBytes) {
+  const std::string value(1000, 'x');
+  std::string tags;
+  for (int i = 0; i < 2000; ++i) tags += Tags(Tag(SimpleTag("A", value)));
+  std::string seeks;
+  const std::uint64_t seeks_size = 64 * SeekTo(0x1254C367, 0).size();
+  for (std::uint64_t i = 0; i < 64; ++i) {
+    seeks += SeekTo(0x1254C367, seeks_size + i * Tags(Tag(SimpleTag("A", value))).size());
+  }
+  std::string outer = Header() + Segment(seeks + tags);
+  MemorySource source(outer);
+  const MatroskaScan scan = ScanMatroska(source);
+  std::size_t sum = 0;
+  for (const MatroskaTag& tag : scan.tags) sum += tag.value.size();
+  EXPECT_LE(sum, std::size_t{16} << 20);
+  EXPECT_LE(source.BytesRead(), std::size_t{33} << 20);
+}
+
 TEST(MatroskaScan, EveryCutAndEveryBrokenByteKeepsTheTextsValid) {
   const std::uint64_t seek_head_size = SeekTo(0x1254C367, 0).size();
   const std::string info = Info(Element(0x7BA9, "Titel ö"));

@@ -1,0 +1,87 @@
+#include "media-server/io/network_source.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+#include <string>
+
+#include "tests/media-server/http_server.h"
+
+namespace media_server {
+namespace {
+
+std::string Digits(std::size_t size) {
+  std::string text;
+  for (std::size_t i = 0; i < size; ++i) text += static_cast<char>('0' + i % 10);
+  return text;
+}
+
+std::string ReadText(IByteSource& source, std::uint64_t offset, std::size_t size) {
+  std::string text(size, '\0');
+  text.resize(source.ReadAt(offset, {reinterpret_cast<std::uint8_t*>(text.data()), size}));
+  return text;
+}
+
+TEST(NetworkSourceTest, KnowsNetworkUrls) {
+  EXPECT_TRUE(IsNetworkUrl("http://host/a.mp4"));
+  EXPECT_TRUE(IsNetworkUrl("https://host/a.mp4"));
+  EXPECT_FALSE(IsNetworkUrl("/home/http://host/a.mp4"));
+  EXPECT_FALSE(IsNetworkUrl("http_clips/a.mp4"));
+  EXPECT_FALSE(IsNetworkUrl(""));
+}
+
+TEST(NetworkSourceTest, ReadsByPosition) {
+  const HttpServer server(Digits(200'000));
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/file"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(source->Size(), 200'000u);
+  EXPECT_EQ(ReadText(*source, 3, 5), "34567");
+  EXPECT_EQ(ReadText(*source, 150'001, 4), "1234");
+  EXPECT_EQ(ReadText(*source, 0, 3), "012");
+  EXPECT_EQ(ReadText(*source, 199'998, 10), "89");
+  EXPECT_EQ(ReadText(*source, 300'000, 1), "");
+}
+
+TEST(NetworkSourceTest, FollowsARedirection) {
+  const HttpServer server("content");
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/moved"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(ReadText(*source, 0, 7), "content");
+}
+
+TEST(NetworkSourceTest, NeverLetsAServerOpenALocalFile) {
+  const HttpServer server("content");
+  std::string reason;
+  EXPECT_EQ(OpenNetworkSource(server.Url("/local"), "", &reason), nullptr);
+  EXPECT_FALSE(reason.empty());
+}
+
+TEST(NetworkSourceTest, SaysWhatTheServerAnswers) {
+  const HttpServer server("content");
+  std::string reason;
+  EXPECT_EQ(OpenNetworkSource(server.Url("/nothing"), "", &reason), nullptr);
+  EXPECT_EQ(reason, "no such file on the server");
+}
+
+TEST(NetworkSourceTest, SaysThatNobodyAnswers) {
+  auto server = std::make_unique<HttpServer>("content");
+  const std::string url = server->Url("/file");
+  server.reset();
+  std::string reason;
+  EXPECT_EQ(OpenNetworkSource(url, "", &reason), nullptr);
+  EXPECT_EQ(reason, "cannot be reached");
+}
+
+TEST(NetworkSourceTest, AsksTheProxyForTheUrl) {
+  const HttpServer proxy("content");
+  std::string reason;
+  // The proxy sees the whole URL, which names none of its paths.
+  EXPECT_EQ(OpenNetworkSource("http://media.invalid/file", proxy.Url(""), &reason), nullptr);
+  EXPECT_EQ(reason, "no such file on the server");
+}
+
+}  // namespace
+}  // namespace media_server

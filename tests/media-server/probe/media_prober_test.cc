@@ -1,0 +1,283 @@
+#include "media-server/probe/media_prober.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "mediainfo/iaudio_info.h"
+#include "mediainfo/ivideo_info.h"
+#include "tests/media-server/container/memory_source.h"
+#include "tests/media-server/sample_file.h"
+
+namespace media_server::probe {
+namespace {
+
+using service::mediainfo::kAudioLossless;
+using service::mediainfo::kVideoHighDynamicRange;
+using service::mediainfo::kVideoInterlaced;
+
+constexpr const char* kSamples[] = {"upright.mp4", "hdr.mov",   "languages.mkv", "web.webm",  "programs.ts",
+                                    "tape.avi",    "live.flv",  "song.mp3",      "song.flac", "song.opus",
+                                    "song.m4a",    "voice.wav", "surround.ac3"};
+
+std::unique_ptr<MediaDescription> Probe(std::vector<std::uint8_t> bytes, std::string* reason,
+                                        const std::string& key = "") {
+  MemorySource source(std::move(bytes));
+  BoundedSource bounded(source, ReadBudget());
+  return ProbeMedia(bounded, key, reason);
+}
+
+MediaDescription ProbeSample(const std::string& name) {
+  std::string reason;
+  const auto media = Probe(ReadSample(name), &reason);
+  EXPECT_NE(media, nullptr) << name << ": " << reason;
+  return media ? *media : MediaDescription();
+}
+
+std::string FourCC(std::uint32_t code) {
+  std::string text;
+  for (int shift = 0; shift < 32; shift += 8) text += static_cast<char>(code >> shift & 0xFF);
+  return text;
+}
+
+TEST(MediaProberTest, DescribesAnMp4File) {
+  const MediaDescription media = ProbeSample("upright.mp4");
+  EXPECT_EQ(media.format_name, "mp4");
+  EXPECT_EQ(FourCC(media.format_fourcc), "MP4 ");
+  EXPECT_EQ(media.file_size, 49'142u);
+  EXPECT_DOUBLE_EQ(media.duration, 2.002);
+  EXPECT_EQ(media.bit_rate, 196'371u);
+  ASSERT_EQ(media.programs.size(), 1u);
+  EXPECT_EQ(media.programs[0].number, 1u);
+  ASSERT_EQ(media.streams.size(), 2u);
+
+  const StreamDescription& picture = media.streams[0];
+  EXPECT_EQ(picture.kind, StreamKind::kPicture);
+  EXPECT_EQ(picture.id, 1u);
+  EXPECT_EQ(FourCC(picture.codec_tag), "avc1");
+  EXPECT_EQ(picture.codec_name, "h264");
+  EXPECT_EQ(picture.profile, 100);
+  EXPECT_EQ(picture.disposition, 1u);
+  EXPECT_EQ(picture.picture.width, 320u);
+  EXPECT_EQ(picture.picture.height, 180u);
+  EXPECT_EQ(picture.picture.display_width, 320);
+  EXPECT_NEAR(picture.picture.frame_rate, 29.97, 0.001);
+  EXPECT_EQ(picture.picture.frame_count, 60u);
+  EXPECT_EQ(picture.picture.field_order, 1);
+  EXPECT_EQ(picture.picture.chroma, 420);
+  EXPECT_EQ(picture.picture.bit_depth, 8);
+  EXPECT_EQ(picture.picture.color_primaries, 1);
+  EXPECT_EQ(picture.picture.level, 13);
+  EXPECT_EQ(picture.picture.flags, 0u);
+  EXPECT_EQ(picture.orientation, kOrientation90);
+  EXPECT_EQ(picture.properties.transfer_characteristics, 1);
+  EXPECT_EQ(picture.properties.format_profile, "High@L1.3");
+  EXPECT_EQ(picture.properties.format_settings_cabac, 1);
+  EXPECT_NEAR(picture.properties.max_frame_rate.value(), 29.97, 0.001);
+  EXPECT_EQ(picture.properties.full_idr, 1);
+  EXPECT_EQ(picture.properties.is_truncated, 0);
+
+  const StreamDescription& sound = media.streams[1];
+  EXPECT_EQ(sound.kind, StreamKind::kSound);
+  EXPECT_EQ(sound.codec_name, "aac");
+  EXPECT_EQ(sound.profile, 1);
+  EXPECT_EQ(sound.language, "eng");
+  EXPECT_EQ(sound.sound.sample_rate, 44'100u);
+  EXPECT_EQ(sound.sound.channels, 2u);
+  EXPECT_EQ(sound.sound.bits_per_sample, 0u);
+}
+
+TEST(MediaProberTest, DescribesHighDynamicRange) {
+  const MediaDescription media = ProbeSample("hdr.mov");
+  EXPECT_EQ(media.format_name, "mov");
+  const StreamDescription& picture = media.streams.at(0);
+  EXPECT_EQ(picture.codec_name, "hevc");
+  EXPECT_EQ(picture.picture.bit_depth, 10);
+  EXPECT_EQ(picture.picture.color_primaries, 9);
+  EXPECT_EQ(picture.picture.color_range, 1);
+  EXPECT_EQ(picture.properties.transfer_characteristics, 16);
+  EXPECT_EQ(picture.properties.matrix_coefficients, 9);
+  EXPECT_EQ(picture.picture.flags, kVideoHighDynamicRange);
+  const StreamDescription& sound = media.streams.at(1);
+  EXPECT_EQ(sound.sound.bits_per_sample, 16u);
+  EXPECT_EQ(sound.sound.bit_rate, 768'000u);
+  EXPECT_EQ(sound.sound.flags, kAudioLossless);
+}
+
+TEST(MediaProberTest, DescribesSubpicturesAndLanguages) {
+  const MediaDescription media = ProbeSample("languages.mkv");
+  ASSERT_EQ(media.streams.size(), 5u);
+  EXPECT_EQ(media.streams[0].picture.frame_count, 51u);
+  EXPECT_EQ(media.streams[1].language, "eng");
+  EXPECT_EQ(media.streams[2].language, "ger");
+  EXPECT_EQ(media.streams[3].kind, StreamKind::kSubpicture);
+  EXPECT_EQ(media.streams[3].codec_name, "subrip");
+  EXPECT_EQ(media.streams[4].codec_name, "ass");
+  EXPECT_EQ(media.streams[4].disposition, 64u) << "forced";
+}
+
+TEST(MediaProberTest, KeepsThePogramsOfATransportStream) {
+  const MediaDescription media = ProbeSample("programs.ts");
+  EXPECT_EQ(media.format_name, "mpegts");
+  EXPECT_EQ(FourCC(media.format_fourcc), "TS  ");
+  ASSERT_EQ(media.programs.size(), 2u);
+  EXPECT_EQ(media.programs[0].number, 11u);
+  EXPECT_EQ(media.programs[0].streams, (std::vector<std::size_t>{0, 1}));
+  EXPECT_EQ(media.programs[1].number, 22u);
+  EXPECT_EQ(media.programs[1].streams, (std::vector<std::size_t>{2, 3}));
+  const StreamDescription& interlaced = media.streams[0];
+  EXPECT_EQ(interlaced.picture.field_order, 2);
+  EXPECT_EQ(interlaced.picture.flags, kVideoInterlaced);
+  EXPECT_EQ(interlaced.picture.display_width, 384) << "four to three";
+  EXPECT_EQ(interlaced.properties.format_profile, "Main@Main");
+  EXPECT_EQ(media.streams[2].picture.width, 320u) << "from the parameter sets: no decoder has seen it";
+  EXPECT_EQ(media.streams[2].picture.frame_count, 50u);
+}
+
+TEST(MediaProberTest, DescribesACover) {
+  for (const char* name : {"song.mp3", "song.flac"}) {
+    const MediaDescription media = ProbeSample(name);
+    const auto cover = std::ranges::find(media.streams, StreamKind::kPicture, &StreamDescription::kind);
+    ASSERT_NE(cover, media.streams.end()) << name;
+    EXPECT_EQ(cover->picture.width, 96u);
+    EXPECT_EQ(cover->picture.height, 96u);
+    EXPECT_EQ(cover->picture.frame_count, 1u);
+    EXPECT_EQ(cover->picture.frame_rate, 0);
+    EXPECT_EQ(media.tags.title, "Morning Tone");
+  }
+}
+
+struct Tagged {
+  const char* file;
+  const char* title;
+  const char* artist;
+};
+
+class TagTest : public testing::TestWithParam<Tagged> {};
+
+TEST_P(TagTest, IsFoundWhereTheContainerKeepsIt) {
+  const MediaDescription media = ProbeSample(GetParam().file);
+  EXPECT_EQ(media.tags.title, GetParam().title);
+  EXPECT_EQ(media.tags.artist, GetParam().artist);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, TagTest,
+                         testing::Values(Tagged{"upright.mp4", "Held upright", "A. Walker"},
+                                         Tagged{"song.m4a", "Morning Tone", "The Oscillators"},
+                                         Tagged{"song.opus", "Morning Tone", "The Oscillators"},
+                                         Tagged{"song.mp3", "Morning Tone", "The Oscillators"},
+                                         Tagged{"tape.avi", "From the tape", "The Deck"}));
+
+TEST(MediaProberTest, ReadsPlaceCameraAndTime) {
+  const MediaTags upright = ProbeSample("upright.mp4").tags;
+  EXPECT_EQ(upright.created, 1'720'988'130);
+  ASSERT_TRUE(upright.location.has_value());
+  EXPECT_NEAR(upright.location->latitude, 48.8584, 1e-4);
+  EXPECT_NEAR(upright.location->longitude, 2.2945, 1e-4);
+  const MediaTags hdr = ProbeSample("hdr.mov").tags;
+  EXPECT_EQ(hdr.maker, "Example Optics");
+  EXPECT_EQ(hdr.model, "EX-1");
+  EXPECT_LT(hdr.location.value().latitude, 0);
+}
+
+struct Refused {
+  const char* name;
+  std::string content;
+  const char* reason;
+};
+
+class RefusalTest : public testing::TestWithParam<Refused> {};
+
+TEST_P(RefusalTest, SaysWhy) {
+  const std::string& content = GetParam().content;
+  std::string reason;
+  EXPECT_EQ(Probe({content.begin(), content.end()}, &reason), nullptr);
+  EXPECT_EQ(reason, GetParam().reason);
+}
+
+std::string Box(const std::string& type, const std::string& content) {
+  return Be(content.size() + 8, 4) + type + content;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, RefusalTest,
+    testing::Values(Refused{"Empty", "", "empty file"}, Refused{"Text", "Just some words.\n", "not a media file"},
+                    Refused{"Picture", "\x89PNG\r\n\x1A\n" + Zeros(100), "a still image, not a media file"},
+                    Refused{"Svg", "<svg xmlns='http://www.w3.org/2000/svg'/>", "an SVG image, not a media file"},
+                    Refused{"Mp4WithoutIndex", Box("ftyp", "isom" + Zeros(4) + "isom") + Box("mdat", Zeros(1000)),
+                            "file ends early: its index, which is written last, is missing"}),
+    [](const auto& case_info) { return std::string(case_info.param.name); });
+
+TEST(MediaProberTest, NeverFailsTwoWaysAtOnceOnCutFiles) {
+  for (const char* name : kSamples) {
+    const std::vector<std::uint8_t> whole = ReadSample(name);
+    ASSERT_FALSE(whole.empty()) << name;
+    for (std::size_t size = 0; size < whole.size(); size += size < 256 ? 13 : whole.size() / 23) {
+      std::string reason;
+      const auto media = Probe({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)}, &reason);
+      EXPECT_EQ(media == nullptr, !reason.empty()) << name << " cut to " << size << ": " << reason;
+    }
+  }
+}
+
+TEST(MediaProberTest, SurvivesDamage) {
+  std::mt19937 random(20240714);  // the same damage in every run
+  for (const char* name : kSamples) {
+    const std::vector<std::uint8_t> whole = ReadSample(name);
+    for (int round = 0; round < 24; ++round) {
+      std::vector<std::uint8_t> damaged = whole;
+      for (int i = 0; i < 1 + round * 2; ++i) {
+        // Headers are hit more often than their share.
+        const std::size_t reach = round % 2 == 0 ? std::min<std::size_t>(damaged.size(), 2048) : damaged.size();
+        damaged[random() % reach] = static_cast<std::uint8_t>(random());
+      }
+      std::string reason;
+      const auto media = Probe(std::move(damaged), &reason);
+      EXPECT_EQ(media == nullptr, !reason.empty());
+    }
+  }
+}
+
+TEST(MediaProberTest, TakesRandomBytesForNoMedia) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 50; ++round) {
+    std::vector<std::uint8_t> bytes(1 + random() % 20'000);
+    std::ranges::generate(bytes, [&] { return static_cast<std::uint8_t>(random()); });
+    std::string reason;
+    EXPECT_EQ(Probe(std::move(bytes), &reason), nullptr);
+    EXPECT_FALSE(reason.empty());
+  }
+}
+
+TEST(MediaProberTest, GivesUpWhenTheTimeIsOver) {
+  MemorySource source(ReadSample("upright.mp4"));
+  BoundedSource bounded(source, {.bytes = 1'000'000, .time = std::chrono::seconds(0)});
+  std::string reason;
+  EXPECT_EQ(ProbeMedia(bounded, "", &reason), nullptr);
+  EXPECT_EQ(reason, "takes too long to read");
+}
+
+TEST(MediaProberTest, ReadsNoMoreOfALongFileThanOfAShortOne) {
+  // Media data at the end of the file that no header counts: a hundred times the bytes, the same work.
+  const std::vector<std::uint8_t> file = ReadSample("upright.mp4");
+  std::uint64_t read[2];
+  for (int i = 0; i < 2; ++i) {
+    std::vector<std::uint8_t> longer = file;
+    const std::string tail = Box("mdat", Zeros(i == 0 ? 100'000 : 10'000'000));
+    longer.insert(longer.end(), tail.begin(), tail.end());
+    MemorySource source(std::move(longer));
+    BoundedSource bounded(source, ReadBudget());
+    std::string reason;
+    ASSERT_NE(ProbeMedia(bounded, "", &reason), nullptr) << reason;
+    read[i] = source.BytesRead();
+  }
+  EXPECT_EQ(read[0], read[1]);
+}
+
+}  // namespace
+}  // namespace media_server::probe

@@ -1,0 +1,135 @@
+#include "media-server/probe/timing.h"
+
+#include <gtest/gtest.h>
+
+#include "media-server/probe/av_handles.h"
+#include "media-server/probe/ffmpeg.h"
+
+namespace media_server::probe {
+namespace {
+
+class TimingTest : public testing::Test {
+ protected:
+  AVStream& AddStream(AVMediaType type) {
+    AVStream* stream = avformat_new_stream(context_.get(), nullptr);
+    stream->codecpar->codec_type = type;
+    stream->time_base = {1, 1000};
+    return *stream;
+  }
+
+  FormatContextHandle context_{avformat_alloc_context()};
+  AVStream& video_ = AddStream(AVMEDIA_TYPE_VIDEO);
+};
+
+TEST_F(TimingTest, TakesTheStreamsOwnDuration) {
+  video_.duration = 2500;
+  av_dict_set(&video_.metadata, "DURATION", "00:00:09.000000000", 0);
+  EXPECT_EQ(StreamDuration(video_), 2.5);
+}
+
+TEST_F(TimingTest, TakesTheStatisticsTagForWantOfADuration) {
+  video_.duration = AV_NOPTS_VALUE;
+  av_dict_set(&video_.metadata, "DURATION-eng", "01:02:03.500000000", 0);
+  EXPECT_EQ(StreamDuration(video_), 3723.5);
+}
+
+TEST_F(TimingTest, KnowsNoDurationFromGarbage) {
+  for (const char* text : {"", "abc", "1:2", "00:00:00.000", "00:00:nan", "00:00:-5"}) {
+    av_dict_set(&video_.metadata, "DURATION", text, 0);
+    EXPECT_EQ(StreamDuration(video_), std::nullopt) << text;
+  }
+}
+
+TEST_F(TimingTest, FileDurationIsTheContainers) {
+  context_->duration = 3 * AV_TIME_BASE;
+  video_.duration = 1000;
+  EXPECT_EQ(FileDuration(*context_), 3);
+}
+
+TEST_F(TimingTest, FileDurationSpansSoundAndPictureStreams) {
+  video_.start_time = 500;
+  video_.duration = 1000;
+  AVStream& sound = AddStream(AVMEDIA_TYPE_AUDIO);
+  sound.start_time = 1000;
+  sound.duration = 2000;
+  AVStream& subtitle = AddStream(AVMEDIA_TYPE_SUBTITLE);
+  subtitle.start_time = 0;
+  subtitle.duration = 90'000;
+  EXPECT_EQ(FileDuration(*context_), 2.5);
+}
+
+TEST_F(TimingTest, ACoverDoesNotLengthenTheFile) {
+  video_.disposition = AV_DISPOSITION_ATTACHED_PIC;
+  video_.duration = 90'000;
+  EXPECT_EQ(FileDuration(*context_), 0);
+}
+
+TEST_F(TimingTest, FileBitRateComesFromSizeAndDuration) {
+  context_->bit_rate = 77;
+  EXPECT_EQ(FileBitRate(*context_, 1000, 2), 4000u);
+  EXPECT_EQ(FileBitRate(*context_, std::nullopt, 2), 77u);
+  EXPECT_EQ(FileBitRate(*context_, 1000, 0), 77u);
+  context_->bit_rate = -1;
+  EXPECT_EQ(FileBitRate(*context_, 1000, 0), 0u);
+}
+
+TEST_F(TimingTest, UncompressedSoundHasAnExactBitRate) {
+  AVStream& sound = AddStream(AVMEDIA_TYPE_AUDIO);
+  sound.codecpar->codec_id = AV_CODEC_ID_PCM_S16LE;
+  sound.codecpar->sample_rate = 44100;
+  av_channel_layout_default(&sound.codecpar->ch_layout, 2);
+  sound.codecpar->bit_rate = 5;
+  EXPECT_EQ(StreamBitRate(sound), 1'411'200u);
+}
+
+TEST_F(TimingTest, StreamBitRateComesFromTheHeaderThenFromStatistics) {
+  av_dict_set(&video_.metadata, "BPS-eng", "123456", 0);
+  EXPECT_EQ(StreamBitRate(video_), 123'456u);
+  video_.codecpar->bit_rate = 1000;
+  EXPECT_EQ(StreamBitRate(video_), 1000u);
+}
+
+TEST_F(TimingTest, AVariableMpegRateIsNoRate) {
+  video_.codecpar->bit_rate = 104'857'200;
+  EXPECT_EQ(StreamBitRate(video_), 104'857'200u);
+  video_.codecpar->codec_id = AV_CODEC_ID_MPEG1VIDEO;
+  EXPECT_EQ(StreamBitRate(video_), 0u);
+}
+
+TEST_F(TimingTest, FrameRateIsTheAverageThenTheBase) {
+  EXPECT_EQ(FrameRate(video_), 0);
+  video_.r_frame_rate = {50, 1};
+  EXPECT_EQ(FrameRate(video_), 50);
+  video_.avg_frame_rate = {30000, 1001};
+  EXPECT_DOUBLE_EQ(FrameRate(video_), 30000.0 / 1001);
+  video_.disposition = AV_DISPOSITION_ATTACHED_PIC;
+  EXPECT_EQ(FrameRate(video_), 0) << "a cover has none";
+}
+
+TEST_F(TimingTest, FramesAreCountedByTheContainer) {
+  video_.nb_frames = 10;
+  EXPECT_EQ(FrameCount(video_, 0, 1, 25), 10u);
+}
+
+TEST_F(TimingTest, ACountThatNoClipCanHoldIsNotBelieved) {
+  video_.nb_frames = 12'800;
+  EXPECT_EQ(FrameCount(video_, 0, 1, 25), 25u);
+}
+
+TEST_F(TimingTest, FragmentsAreCountedByTheIndexAndTheClock) {
+  video_.nb_frames = 5;
+  EXPECT_EQ(FrameCount(video_, 30, 1, 25), 30u);
+  EXPECT_EQ(FrameCount(video_, 10, 1, 25), 25u) << "an index that stops before the last fragment";
+}
+
+TEST_F(TimingTest, FramesAreEstimatedAndNeverNone) {
+  av_dict_set(&video_.metadata, "NUMBER_OF_FRAMES", "42", 0);
+  EXPECT_EQ(FrameCount(video_, 0, 1, 25), 42u);
+  av_dict_set(&video_.metadata, "NUMBER_OF_FRAMES", nullptr, 0);
+  EXPECT_EQ(FrameCount(video_, 0, 2, 29.97), 60u);
+  EXPECT_EQ(FrameCount(video_, 0, 0, 0), 1u);
+  EXPECT_EQ(FrameCount(video_, 0, 1e12, 1e6), UINT32_MAX);
+}
+
+}  // namespace
+}  // namespace media_server::probe
