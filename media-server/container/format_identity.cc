@@ -35,6 +35,7 @@ constexpr FormatIdentity kAc3 = Media("ac3", "ac3", "Raw AC-3");
 constexpr FormatIdentity kEac3 = Media("eac3", "eac3", "Raw E-AC-3");
 constexpr FormatIdentity kDts = Media("dts", "dts", "Raw DTS");
 constexpr FormatIdentity kSubRip = Media("srt", "srt", "SubRip subtitles");
+constexpr FormatIdentity kFlashMovie = Media("swf", "swf", "Flash movie");
 constexpr FormatIdentity kBmp = Still("bmp", "Windows bitmap");
 constexpr FormatIdentity kIcon = Still("ico", "Windows icon");
 constexpr FormatIdentity kHeif = Still("heif", "HEIF");
@@ -320,7 +321,7 @@ std::optional<FormatIdentity> IdentifyFlashMovie(Bytes head) {
   constexpr std::uint8_t kLastVersion = 60;
   const std::uint32_t length = ByteReader(head.subspan(4)).Le32();
   if (head[3] == 0 || head[3] > kLastVersion || length < 21 || length > 0x10000000) return std::nullopt;
-  return Media("swf", "swf", "Flash movie");
+  return kFlashMovie;
 }
 
 using HeadIdentifier = std::optional<FormatIdentity> (*)(Bytes head);
@@ -402,7 +403,7 @@ std::optional<std::uint32_t> Id3v2Size(Bytes head) {
 
 /// Where several formats share a demuxer, the one that stands for it.
 constexpr std::array kDemuxerDefaults = {kMatroska, kMp4,  kOgg, kMpegPs, kMpegVideo, kMpegTs, kMp3,
-                                         kAdts,     kLoas, kAc3, kEac3,   kDts,       kSubRip};
+                                         kAdts,     kLoas, kAc3, kEac3,   kDts,       kSubRip, kFlashMovie};
 
 bool ListHolds(std::string_view list, std::string_view name) {
   while (!list.empty()) {

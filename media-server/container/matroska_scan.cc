@@ -57,6 +57,8 @@ enum Id : std::uint32_t {
 constexpr std::size_t kMostTags = 4096;
 constexpr std::size_t kMostTracks = 1000;
 constexpr std::size_t kLargestValue = std::size_t{1} << 20;
+constexpr std::size_t kLargestTagSum = std::size_t{16} << 20;
+constexpr std::size_t kLargestContentSum = std::size_t{32} << 20;
 constexpr int kMostPassedElements = 512;
 constexpr int kDeepestSimpleTag = 8;
 
@@ -72,11 +74,18 @@ constexpr std::array kLevelOneBounds = {
     LevelOneBound{kTags, std::size_t{16} << 20},
 };
 
-/// Calls `visit` with the id and content of each element in `bytes`; the last one may be cut.
+constexpr std::array<std::uint32_t, 9> kMasters = {
+    kSeek, kTrackEntry, kContentEncodings, kContentEncoding, kContentEncryption, kVideo, kTag, kTargets, kSimpleTag,
+};
+
+/// Calls `visit` with the id and content of each element in `bytes`. Of an element that is cut, what is left of its
+/// children still counts, but a number or a text would be wrong.
 template <typename Visit>
 void ForEachElement(Bytes bytes, Visit visit) {
   ByteReader reader(bytes);
   while (const auto element = ReadEbmlElement(reader)) {
+    const bool cut = element->size.value_or(0) > reader.Remaining();
+    if (cut && std::ranges::find(kMasters, element->id) == kMasters.end()) return;
     const std::uint64_t size = std::min<std::uint64_t>(element->size.value_or(reader.Remaining()), reader.Remaining());
     visit(element->id, reader.Take(static_cast<std::size_t>(size)));
   }
@@ -189,11 +198,13 @@ class Scanner {
   }
 
   void ReadContent(const LevelOneBound& bound, std::uint64_t offset, std::uint64_t size) {
-    if (size > bound.bytes) scan_.incomplete = true;
+    const std::uint64_t most = std::min(bound.bytes, kLargestContentSum - content_bytes_);
+    if (size > most) scan_.incomplete = true;
     // Room is made for what is there, not for what a broken size claims.
     const std::uint64_t there = input_size_ ? *input_size_ - std::min(offset, *input_size_) : size;
-    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>({size, bound.bytes, there}));
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>({size, most, there}));
     const auto bytes = ReadBytes(source_, offset, wanted);
+    content_bytes_ += bytes.size();
     if (bound.id == kSeekHead) ReadSeekHead(bytes);
     if (bound.id == kInfo) ReadInfo(bytes);
     if (bound.id == kTracks) ReadTracks(bytes);
@@ -268,13 +279,7 @@ class Scanner {
       if (id == kTagString) tag.value = TextFromUtf8(content);
       if (id == kTagLanguage) tag.language = TextFromUtf8(content.first(LongestName(content)));
     });
-    if (!tag.name.empty() && !tag.value.empty()) {
-      if (scan_.tags.size() < kMostTags) {
-        scan_.tags.push_back(tag);
-      } else {
-        scan_.incomplete = true;
-      }
-    }
+    if (!tag.name.empty() && !tag.value.empty()) AddTag(tag);
     ForEachElement(bytes, [&](std::uint32_t id, Bytes content) {
       if (id != kSimpleTag) return;
       if (levels_left > 0) {
@@ -285,12 +290,24 @@ class Scanner {
     });
   }
 
+  void AddTag(const MatroskaTag& tag) {
+    const std::size_t size = tag.name.size() + tag.value.size() + tag.language.size();
+    if (scan_.tags.size() >= kMostTags || size > kLargestTagSum - tag_bytes_) {
+      scan_.incomplete = true;
+      return;
+    }
+    tag_bytes_ += size;
+    scan_.tags.push_back(tag);
+  }
+
   static std::size_t LongestName(Bytes content) { return std::min<std::size_t>(content.size(), 1024); }
 
   IByteSource& source_;
   std::optional<std::uint64_t> input_size_;
   MatroskaScan scan_;
   std::uint64_t segment_begin_ = 0;
+  std::size_t content_bytes_ = 0;
+  std::size_t tag_bytes_ = 0;
   std::vector<std::uint64_t> sought_;
   std::vector<std::uint64_t> read_;
 };

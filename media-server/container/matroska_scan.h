@@ -38,7 +38,7 @@ struct MatroskaScan {
   std::string title;
   std::optional<std::int64_t> date_unix_s;  ///< DateUTC
   std::vector<MatroskaTrack> tracks;
-  std::vector<MatroskaTag> tags;  ///< in file order, at most 4096, values of at most 1 MiB
+  std::vector<MatroskaTag> tags;  ///< in file order; at most 4096, 1 MiB a value, 16 MiB in all
   bool truncated = false;         ///< the Segment, or an element that its seek head names, ends behind the input
   bool incomplete = false;        ///< a bound was reached: what stands here is right but not all
 };

@@ -281,7 +281,10 @@ std::vector<std::uint8_t> Mp4MetadataReader::ReadValue(const Mp4Box& box, std::u
     bound_reached_ = true;
     return {};
   }
-  return boxes_.Payload(box, kMp4LargestValueBytes, skip);
+  auto bytes = boxes_.Payload(box, kMp4LargestValueBytes, skip);
+  const bool is_whole = !box.clipped && bytes.size() == size;
+  if (!is_whole) bytes.clear();  // half a text would pass for a whole one
+  return bytes;
 }
 
 void Mp4MetadataReader::Add(Mp4MetaEntry entry) {

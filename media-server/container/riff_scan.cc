@@ -117,8 +117,8 @@ class Scanner {
     if (chunk.Id() == "ds64") large_data_size_ = ReadLargeDataSize(chunk);
     if (chunk.Id() == "IDIT") AddText(chunk);
     if (chunk.Id() == "bext" && !scan_.broadcast) scan_.broadcast = ReadBroadcast(chunk);
-    if (chunk.Id() == "AIGC" && !scan_.aigc) scan_.aigc = TextFromUtf8(ReadText(chunk));
-    if (chunk.Id() == "_PMX" && !scan_.xmp) scan_.xmp = TextFromUtf8(ReadText(chunk));
+    if (chunk.Id() == "AIGC") KeepFirst(chunk, scan_.aigc);
+    if (chunk.Id() == "_PMX") KeepFirst(chunk, scan_.xmp);
     if ((chunk.Id() == "id3 " || chunk.Id() == "ID3 ") && !scan_.id3) scan_.id3 = RiffPart{chunk.offset, chunk.size};
   }
 
@@ -145,6 +145,12 @@ class Scanner {
     return broadcast;
   }
 
+  void KeepFirst(const Chunk& chunk, std::optional<std::string>& kept) {
+    if (kept) return;
+    std::string text = TextFromUtf8(ReadText(chunk));
+    if (!text.empty()) kept = std::move(text);
+  }
+
   void AddText(const Chunk& chunk) {
     if (scan_.texts.size() >= kMostTexts) {
       scan_.incomplete = true;
@@ -156,13 +162,13 @@ class Scanner {
 
   std::vector<std::uint8_t> ReadText(const Chunk& chunk) {
     const std::uint64_t there = input_end_ - std::min(chunk.offset, input_end_);
-    const std::uint64_t size = std::min(chunk.size, there);
-    if (size > kLargestText || size > kLargestTextSum - text_bytes_) {
+    if (chunk.size > there) return {};  // half a text would pass for a whole one
+    if (chunk.size > kLargestText || chunk.size > kLargestTextSum - text_bytes_) {
       scan_.incomplete = true;
       return {};
     }
-    text_bytes_ += static_cast<std::size_t>(size);
-    return ReadBytes(source_, chunk.offset, static_cast<std::size_t>(size));
+    text_bytes_ += static_cast<std::size_t>(chunk.size);
+    return ReadBytes(source_, chunk.offset, static_cast<std::size_t>(chunk.size));
   }
 
   IByteSource& source_;

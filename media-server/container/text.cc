@@ -57,7 +57,11 @@ char32_t FromLatin1(std::uint8_t byte) { return byte; }
 std::string TextFromUtf8(Bytes bytes) {
   const Bytes content = UpToNul(bytes);
   std::string text;
-  utf8::replace_invalid(content.begin(), content.end(), std::back_inserter(text), kReplacement);
+  if (IsValidUtf8(content)) {
+    text = AsText(content);
+  } else {
+    utf8::replace_invalid(content.begin(), content.end(), std::back_inserter(text), kReplacement);
+  }
   if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
   return WithoutPadding(std::move(text));
 }

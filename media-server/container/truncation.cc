@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 
+#include "media-server/container/asf_properties.h"
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
@@ -14,30 +15,9 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// ASF specification 3.2: the file properties object within the header object states the file's size.
 bool AsfEndsEarly(IByteSource& source, std::uint64_t input_size) {
-  constexpr std::string_view kFileProperties = "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4\x00\xC0\x0C\x20\x53\x65"sv;
-  constexpr std::uint64_t kHeaderHead = 30;
-  constexpr std::uint64_t kObjectHead = 24;
-  constexpr int kMostObjects = 64;
-  std::uint64_t offset = kHeaderHead;
-  for (int i = 0; i < kMostObjects; ++i) {
-    const auto bytes = ReadBytes(source, offset, 92);
-    ByteReader reader(bytes);
-    const std::string_view id = AsText(reader.Take(16));
-    const std::uint64_t object_size = reader.Le64();
-    if (!reader.Ok() || object_size < kObjectHead || object_size > input_size) return false;
-    if (id != kFileProperties) {
-      offset += object_size;
-      continue;
-    }
-    reader.Skip(16);  // file id
-    const std::uint64_t file_size = reader.Le64();
-    reader.Skip(40);                                     // date, packets, durations, preroll
-    const bool is_broadcast = (reader.Le32() & 1) != 0;  // sizes are not valid then
-    return reader.Ok() && !is_broadcast && file_size > input_size;
-  }
-  return false;
+  const auto properties = ReadAsfFileProperties(source);
+  return properties && properties->file_size_bytes.value_or(0) > input_size;
 }
 
 /// Every FLV tag is followed by its own size (FLV specification E.3): the last one must lead back to a tag that ends

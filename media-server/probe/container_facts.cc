@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
+#include "media-server/container/asf_properties.h"
+#include "media-server/container/riff_scan.h"
+#include "media-server/container/truncation.h"
 #include "media-server/probe/ffmpeg.h"
 
 namespace media_server::probe {
@@ -40,6 +44,14 @@ TrackFacts FactsOfTrack(const Mp4Track& track) {
   return facts;
 }
 
+// libavformat's streams of a Matroska file are its tracks, in their order.
+TrackFacts FactsOfTrack(const MatroskaScan& scan, const AVStream& stream) {
+  TrackFacts facts;
+  const auto index = static_cast<std::size_t>(stream.index);
+  if (index < scan.tracks.size()) facts.encrypted = scan.tracks[index].encrypted;
+  return facts;
+}
+
 ContainerFacts FactsOfMp4(IByteSource& source) {
   ContainerFacts facts;
   facts.movie = ReadMp4Movie(source);
@@ -52,13 +64,37 @@ ContainerFacts FactsOfMp4(IByteSource& source) {
   return facts;
 }
 
+ContainerFacts FactsOfMatroska(IByteSource& source) {
+  ContainerFacts facts;
+  facts.matroska = ScanMatroska(source);
+  facts.truncated = facts.matroska->truncated;
+  return facts;
+}
+
+ContainerFacts FactsOfRiff(IByteSource& source) {
+  RiffScan scan = ScanRiff(source);
+  ContainerFacts facts;
+  facts.truncated = scan.truncated;
+  facts.aigc = std::move(scan.aigc).value_or("");
+  facts.xmp = std::move(scan.xmp).value_or("");
+  return facts;
+}
+
+ContainerFacts FactsOfAsf(IByteSource& source) {
+  ContainerFacts facts;
+  facts.truncated = EndsEarly(source, "asf");
+  if (const auto properties = ReadAsfFileProperties(source)) facts.created = properties->creation_unix_s;
+  return facts;
+}
+
 struct Reader {
   std::string_view demuxer;
   ContainerFacts (*read)(IByteSource& source);
 };
 
 constexpr Reader kReaders[] = {
-    {"mov", &FactsOfMp4},
+    {"mov", &FactsOfMp4},  {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff},
+    {"avi", &FactsOfRiff}, {"asf", &FactsOfAsf},
 };
 
 }  // namespace
@@ -68,9 +104,13 @@ bool ContainerFacts::HasStackedAlpha() const {
                    std::ranges::find(movie->compatible_brands, kStackedAlphaBrand) != movie->compatible_brands.end());
 }
 
-bool ContainerFacts::AnyEncrypted() const { return movie && std::ranges::any_of(movie->tracks, &IsProtected); }
+bool ContainerFacts::AnyEncrypted() const {
+  return (movie && std::ranges::any_of(movie->tracks, &IsProtected)) ||
+         (matroska && std::ranges::any_of(matroska->tracks, &MatroskaTrack::encrypted));
+}
 
 TrackFacts ContainerFacts::FactsOf(const AVStream& stream) const {
+  if (matroska) return FactsOfTrack(*matroska, stream);
   if (!movie) return {};
   const auto track = std::ranges::find(movie->tracks, static_cast<std::uint32_t>(stream.id), &Mp4Track::id);
   return track != movie->tracks.end() ? FactsOfTrack(*track) : TrackFacts();
@@ -78,7 +118,12 @@ TrackFacts ContainerFacts::FactsOf(const AVStream& stream) const {
 
 ContainerFacts ReadContainerFacts(IByteSource& source, std::string_view demuxer) {
   const auto* reader = std::ranges::find(kReaders, demuxer, &Reader::demuxer);
-  return reader != std::end(kReaders) ? reader->read(source) : ContainerFacts();
+  if (reader != std::end(kReaders)) return reader->read(source);
+  ContainerFacts facts;
+  constexpr std::string_view kStateTheirSize[] = {"w64", "aiff", "dsf", "flv"};
+  if (std::ranges::find(kStateTheirSize, demuxer) != std::end(kStateTheirSize))
+    facts.truncated = EndsEarly(source, demuxer);
+  return facts;
 }
 
 }  // namespace media_server::probe

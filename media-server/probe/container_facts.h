@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
 #include "media-server/io/byte_source.h"
 #include "media-server/probe/track_facts.h"
@@ -14,11 +16,15 @@ namespace media_server::probe {
 
 /// What our own container readers tell of a file.
 struct ContainerFacts {
-  std::optional<Mp4Movie> movie;       ///< of the MP4 family
-  std::optional<bool> truncated;       ///< the file is shorter than its container says
-  std::optional<std::string> refusal;  ///< why the file must not be opened, in words
-  std::string aigc;                    ///< label in a place of the container that libavformat does not read
-  std::string xmp;                     ///< XMP packet, likewise
+  std::optional<Mp4Movie> movie;         ///< of the MP4 family
+  std::optional<MatroskaScan> matroska;  ///< of Matroska and WebM
+  std::optional<bool> truncated;         ///< the file is shorter than its container says
+  std::optional<std::string> refusal;    ///< why the file must not be opened, in words
+  /// What stands in places that libavformat does not read: the AI-generated-content label, an XMP packet, the creation
+  /// time in seconds since 1970 UTC.
+  std::string aigc;
+  std::string xmp;
+  std::optional<std::int64_t> created;
 
   /// An alpha picture is stacked under the colour picture.
   bool HasStackedAlpha() const;

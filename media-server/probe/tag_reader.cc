@@ -130,6 +130,7 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
     tags.created = container.movie->times.creation_unix_s;
     tags.modified = container.movie->times.modification_unix_s;
   }
+  if (!tags.created) tags.created = container.created;
   if (!tags.created) tags.created = ParseTimestamp(sources.Find(kCreationKeys));
   if (!tags.modified) tags.modified = ParseTimestamp(sources.Find(kModificationKeys));
   return tags;
