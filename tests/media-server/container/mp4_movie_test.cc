@@ -430,6 +430,13 @@ TEST(Mp4Metadata, XmpPackets) {
   EXPECT_EQ(movie.metadata[1].value, "<x/>");
 }
 
+TEST(Mp4Metadata, ValuesThatAreCutAreDropped) {
+  const std::string whole = Box("moov", NamedMeta({{"first", Data(1, "one")}, {"second", Data(1, "two")}}));
+  const Mp4Movie movie = ReadBytes(whole.substr(0, whole.size() - 1));
+  ASSERT_EQ(movie.metadata.size(), 1U);
+  EXPECT_EQ(movie.metadata[0].value, "one");
+}
+
 TEST(Mp4Metadata, ValuesAreBounded) {
   const std::string largest(kMp4LargestValueBytes, 'x');
   Mp4Movie movie = ReadMoov(NamedMeta({{"k", Data(1, largest)}}));

@@ -81,6 +81,14 @@ TEST(RiffScan, FirstOfTwoLabelsCounts) {
   EXPECT_EQ(Scan(Wave(Chunk("AIGC", "one") + Chunk("AIGC", "two"))).aigc, "one");
 }
 
+TEST(RiffScan, TextsThatAreCutOrEmptyAreDropped) {
+  const std::string whole = Wave(Chunk("LIST", "INFO" + Chunk("INAM", "name")) + Chunk("AIGC", "text"));
+  EXPECT_EQ(Scan(whole).aigc, "text");
+  EXPECT_FALSE(Scan(whole.substr(0, whole.size() - 1)).aigc);
+  EXPECT_TRUE(Scan(whole.substr(0, whole.size() - 13)).texts.empty());
+  EXPECT_FALSE(Scan(Wave(Chunk("AIGC", ""))).aigc);
+}
+
 TEST(RiffScan, AviKeepsItsDateAndItsInfoAcrossForms) {
   const RiffScan scan =
       Scan(Riff("AVI ", Chunk("LIST", "hdrl" + Chunk("avih", Zeros(56)) + Chunk("IDIT", "Mon Mar 10 15:04:43 2003\n")) +
