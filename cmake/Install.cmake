@@ -1,21 +1,13 @@
 # <prefix>/bin/mediaprobe, <prefix>/lib/mediainfo/*.so and <prefix>/lib/mediainfo/userepace/*.dll: the paths are looked
 # up relative to the tool and to the module, so they are not left to GNUInstallDirs.
 
-add_custom_target(product COMMENT "The tool and the libraries it loads")
+set(libraries core service MediaServer MediaServerNetwork service-mediainfo)
+set(run_time_libraries COMSupport QK_log)
 
-foreach(target core service MediaServer MediaServerNetwork service-mediainfo svg-decoder)
-  if(TARGET ${target})
-    install(TARGETS ${target} LIBRARY DESTINATION lib/mediainfo)
-    add_dependencies(product ${target})
-  endif()
-endforeach()
-foreach(target COMSupport QK_log QK_MediaInfoLib)
-  if(TARGET ${target})
-    install(TARGETS ${target} LIBRARY DESTINATION lib/mediainfo/userepace)
-    add_dependencies(product ${target})
-  endif()
-endforeach()
-if(TARGET mediaprobe)
-  install(TARGETS mediaprobe RUNTIME DESTINATION bin)
-  add_dependencies(product mediaprobe)
-endif()
+install(TARGETS ${libraries} LIBRARY DESTINATION lib/mediainfo)
+install(TARGETS ${run_time_libraries} LIBRARY DESTINATION lib/mediainfo/userepace)
+install(TARGETS mediaprobe RUNTIME DESTINATION bin)
+install(FILES LICENSE NOTICE DESTINATION share/doc/service-mediainfo)
+
+add_custom_target(product)
+add_dependencies(product mediaprobe ${libraries} ${run_time_libraries})
