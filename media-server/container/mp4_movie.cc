@@ -33,6 +33,7 @@ class MovieReader {
     Mp4BoxRange range = boxes_.WholeInput();
     while (const auto box = boxes_.Next(range)) {
       if (!ReadTopLevelBox(*box)) break;
+      if (seen_fragment_) range.begin = std::max(range.begin, fragments_.IndexedEnd());
     }
     if (movie_.has_fragments) movie_.fragment_duration = fragments_.Duration(movie_.tracks);
     movie_.truncated = movie_.truncated || DataEndsEarly();
@@ -60,11 +61,10 @@ class MovieReader {
     movie_.has_fragments = true;
     fragments_.NoteFragment(moof);
     if (!is_first) return true;
-    // An index in front of every segment gives only that segment's length: those are walked to the end.
-    const bool indexed_to_the_end = input_size_ && fragments_.IndexedEnd() >= *input_size_;
-    const bool known = fragments_.IsKnown() && (fragments_.IndexedEnd() == 0 || indexed_to_the_end);
-    if (known) return false;
-    return !(input_size_ && fragments_.IndexedEnd() == 0 && fragments_.FindLastFragmentByIndex(*input_size_));
+    // An index may be that of the first segment only: the walk goes on behind what it covers.
+    if (fragments_.IndexedEnd() > 0) return true;
+    if (fragments_.IsKnown()) return false;
+    return !input_size_ || !fragments_.FindLastFragmentByIndex(*input_size_);
   }
 
   void ReadBrands(const Mp4Box& box) {

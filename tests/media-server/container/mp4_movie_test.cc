@@ -514,6 +514,15 @@ TEST(Mp4Fragments, IndexesInFrontOfEachSegmentAddUp) {
   EXPECT_EQ(ReadBytes(FragmentedMoov() + segment + segment).fragment_duration->value, 270000U);
 }
 
+TEST(Mp4Fragments, IndexedSegmentsAreNotWalked) {
+  std::string fragments;
+  for (std::uint32_t i = 0; i < 500; ++i) fragments += Fragment(i * 3000, 1) + Box("free", Zeros(2000));
+  MemorySource source(FragmentedMoov() + SegmentIndex(static_cast<std::uint32_t>(fragments.size()), 0) + fragments +
+                      Box("mfra"));
+  EXPECT_EQ(ReadMp4Movie(source).fragment_duration->value, 135000U);
+  EXPECT_LT(source.Reads(), 10U);
+}
+
 TEST(Mp4Fragments, LastFragmentTellsTheDurationWithoutIndex) {
   const Mp4Movie movie = ReadBytes(FragmentedMoov() + Fragment(30000, 10) + Fragment(60000, 10) + Fragment(90000, 2));
   ASSERT_TRUE(movie.fragment_duration);
