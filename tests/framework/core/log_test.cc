@@ -182,11 +182,13 @@ TEST_F(LogTest, NullAndEmptyProtectedTextsAreIgnored) {
 TEST_F(LogTest, FileGetsTheLinesOfStandardError) {
   const fs::path nested = folder_ / "with" / "caf\xC3\xA9";
   ASSERT_TRUE(CoreLogSetFolder(nested.c_str()));
-  const std::string line = StandardErrorOf([] { CoreLogPrint("t", kCoreLogError, "to both"); });
-  EXPECT_THAT(line, EndsWith("to both\n"));
-  // Read while it is still open: every line is flushed.
   std::ostringstream text;
-  text << std::ifstream(nested / "mediainfo.log").rdbuf();
+  const std::string line = StandardErrorOf([&] {
+    CoreLogPrint("t", kCoreLogError, "to both");
+    // Read here: the file is still open, and the end of capturing would flush whatever this process has buffered.
+    text << std::ifstream(nested / "mediainfo.log").rdbuf();
+  });
+  EXPECT_THAT(line, EndsWith("to both\n"));
   EXPECT_EQ(text.str(), line);
 }
 

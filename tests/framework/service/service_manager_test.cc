@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <barrier>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <mutex>
@@ -338,7 +339,12 @@ TEST_F(ServiceManagerTest, ReleaseEndsThoughReleaseFunctionsAskForTheirOwnServic
 TEST_F(ServiceManagerTest, ThreadsThatAcquireAtOnceGetOneService) {
   ASSERT_TRUE(Register());
   constexpr std::size_t kThreads = 8;
-  for (int round = 0; round < 50; ++round) {
+  script_[0].create = [] {
+    // Time for the others to find no service and to queue up behind this one.
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    return new FakeService;
+  };
+  for (int round = 0; round < 20; ++round) {
     std::barrier start(kThreads);
     std::vector<ServicePtr> services(kThreads);
     {
