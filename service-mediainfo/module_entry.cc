@@ -24,7 +24,7 @@ IService* CreateNone() { return nullptr; }
 
 void Release(IService* service) { delete service; }
 
-const std::array<ServiceDescriptor, 4> table{{
+const std::array<ServiceDescriptor, 4> kTable{{
     {media_file_name, "mediainfo based on velmora multimedia codec", media_file_uuid, 0, settings::Init,
      media_info::impl::MediaFileInfoService::Create, Release, 0, 0},
     {image_name, "mediainfo for image", image_uuid, 0, nullptr, CreateNone, Release, 0, 0},
@@ -38,7 +38,7 @@ const std::array<ServiceDescriptor, 4> table{{
 extern "C" PLATFORM_EXPORT bool GetServiceModuleInfo(const service::ServiceDescriptor** table_out,
                                                      std::uint32_t* count_out) {
   if (table_out == nullptr || count_out == nullptr) return true;
-  *table_out = service::mediainfo::table.data();
-  *count_out = static_cast<std::uint32_t>(service::mediainfo::table.size());
+  *table_out = service::mediainfo::kTable.data();
+  *count_out = static_cast<std::uint32_t>(service::mediainfo::kTable.size());
   return true;
 }
