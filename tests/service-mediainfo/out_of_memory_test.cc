@@ -17,6 +17,9 @@ void* Allocate(std::size_t size) {
 
 }  // namespace
 
+// GCC sees malloc and free behind these operators and takes them for a mismatch.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+
 // The program's own stand in front of the standard library's, also for the module.
 void* operator new(std::size_t size) {
   void* block = Allocate(size);
