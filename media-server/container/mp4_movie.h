@@ -71,6 +71,8 @@ struct Mp4Track {
   std::optional<Mp4DecodingTimes> decoding_times;
   std::optional<std::uint32_t> sync_sample_count;  ///< stss; empty: no table, every sample is a sync sample
   bool has_composition_offsets = false;            ///< ctts
+  /// Of the first samples, at most 512, in units of the track's timescale.
+  std::vector<std::int32_t> first_composition_offsets;
   std::optional<std::uint64_t> last_chunk_offset;  ///< file offset of the last chunk
   /// False when a sample table declares more entries than its box, or more samples than the file, can hold: such a
   /// track makes libavformat's index grow without bound.

@@ -249,7 +249,17 @@ class TrackReader {
 
   void ReadSyncSamples(const Mp4Box& box) { track_.sync_sample_count = ReadCount(box, kTableHead, 32); }
   void ReadCompositionOffsets(const Mp4Box& box) {
-    track_.has_composition_offsets = ReadCount(box, kTableHead, 64) > 0;
+    constexpr std::size_t kMostSamples = 512;
+    const std::uint32_t count = ReadCount(box, kTableHead, 64);
+    track_.has_composition_offsets = count > 0;
+    const auto bytes = boxes_.Payload(box, std::min<std::size_t>(count, kMostSamples) * 8, kTableHead);
+    ByteReader reader(bytes);
+    auto& offsets = track_.first_composition_offsets;
+    while (reader.Remaining() >= 8 && offsets.size() < kMostSamples) {
+      const std::uint32_t samples = reader.Be32();
+      const auto offset = static_cast<std::int32_t>(reader.Be32());
+      offsets.insert(offsets.end(), std::min<std::size_t>(samples, kMostSamples - offsets.size()), offset);
+    }
   }
   void ReadSampleToChunk(const Mp4Box& box) { ReadCount(box, kTableHead, 96); }
   void ReadChunkOffsets(const Mp4Box& box) { ReadLastChunkOffset(box, 4); }

@@ -111,9 +111,14 @@ bool ContainerFacts::AnyEncrypted() const {
 
 TrackFacts ContainerFacts::FactsOf(const AVStream& stream) const {
   if (matroska) return FactsOfTrack(*matroska, stream);
-  if (!movie) return {};
+  const Mp4Track* track = TrackOf(stream);
+  return track != nullptr ? FactsOfTrack(*track) : TrackFacts();
+}
+
+const Mp4Track* ContainerFacts::TrackOf(const AVStream& stream) const {
+  if (!movie) return nullptr;
   const auto track = std::ranges::find(movie->tracks, static_cast<std::uint32_t>(stream.id), &Mp4Track::id);
-  return track != movie->tracks.end() ? FactsOfTrack(*track) : TrackFacts();
+  return track != movie->tracks.end() ? &*track : nullptr;
 }
 
 ContainerFacts ReadContainerFacts(IByteSource& source, std::string_view demuxer) {

@@ -30,6 +30,8 @@ struct ContainerFacts {
   bool HasStackedAlpha() const;
   bool AnyEncrypted() const;
   TrackFacts FactsOf(const AVStream& stream) const;
+  /// The MP4 track behind a stream; null for other containers.
+  const Mp4Track* TrackOf(const AVStream& stream) const;
 };
 
 /// Reads the facts of a file that libavformat's demuxer `demuxer` (IdentifyFormat) will open.

@@ -213,6 +213,7 @@ void DescribeProperties(const PictureFacts& facts, const PictureSideData& side_d
   PictureProperties& properties = description.properties;
   properties.max_frame_rate = track.max_frame_rate;
   properties.format_profile = ProfileTextOf(header, description);
+  properties.format_settings_gop = facts.gop;
   if (parameters.cabac) properties.format_settings_cabac = *parameters.cabac ? 1 : 0;
   properties.format_settings_ref_frame = parameters.reference_frames;
   if (facts.file_is_truncated) properties.is_truncated = *facts.file_is_truncated ? 1 : 0;

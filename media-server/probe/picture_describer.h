@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "media-server/model/media_description.h"
 #include "media-server/probe/elementary_stream.h"
@@ -17,6 +18,7 @@ struct PictureFacts {
   PictureHeader header;  ///< from the codec's own header
   TrackFacts track;      ///< from the container, where libavformat hides it
   std::optional<bool> file_is_truncated;
+  std::optional<std::string> gop;       ///< as "M=3, N=12"
   std::uint32_t sample_count = 0;       ///< in the container's index of all samples; 0 where it has none
   std::optional<PictureTiming> timing;  ///< of a stream without a clock; wins over libavformat's guess
 };

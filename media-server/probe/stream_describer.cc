@@ -8,6 +8,7 @@
 #include "media-server/probe/codec_tags.h"
 #include "media-server/probe/elementary_stream.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/gop.h"
 #include "media-server/probe/picture_describer.h"
 #include "media-server/probe/picture_header.h"
 #include "media-server/probe/sample_reader.h"
@@ -66,6 +67,7 @@ double HeaderRate(const PictureHeader& header) {
 void DescribeStreams(AVFormatContext& context, IByteSource& source, const ContainerFacts& container,
                      MediaDescription& media) {
   const SampleReader samples(context, source);
+  bool packets_are_read = false;  // reading them for one stream passes those of the others
   for (AVStream* stream : Streams(context)) {
     const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
     if (!kind) continue;
@@ -76,12 +78,17 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
                          .track = track,
                          .file_is_truncated = container.truncated,
                          .sample_count = static_cast<std::uint32_t>(samples.SampleCount(*stream))};
-      if (IsElementaryPictureStream(context)) {
+      if (const Mp4Track* mp4_track = container.TrackOf(*stream)) {
+        facts.gop = GopOfTrack(*stream, *mp4_track, samples);
+      } else if (IsElementaryPictureStream(context)) {
         facts.timing = TimeElementaryStream(context, HeaderRate(facts.header), media.file_size);
-        if (facts.timing) {
-          media.duration = description.duration = facts.timing->duration;
-          media.bit_rate = FileBitRate(context, media.file_size, media.duration);
-        }
+      } else if (TellsGopInPackets(*stream) && !packets_are_read) {
+        facts.gop = GopOfPackets(context, *stream);
+        packets_are_read = true;
+      }
+      if (facts.timing) {
+        media.duration = description.duration = facts.timing->duration;
+        media.bit_rate = FileBitRate(context, media.file_size, media.duration);
       }
       DescribePicture(*stream, facts, description);
     } else if (*kind == StreamKind::kSound) {

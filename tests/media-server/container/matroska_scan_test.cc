@@ -140,13 +140,14 @@ TEST(MatroskaScan, NestingIsBounded) {
 }
 
 TEST(MatroskaScan, TagsBehindTheClustersAreFoundByTheSeekHead) {
-  const std::string clusters = Cluster(100000) + Cluster(100000);
+  std::string clusters;
+  for (int i = 0; i < 100; ++i) clusters += Cluster(1000);
   const std::uint64_t seek_head_size = SeekTo(0x1254C367, 0).size();
   MemorySource source(Header() + Segment(SeekTo(0x1254C367, seek_head_size + clusters.size()) + clusters +
                                          Tags(Tag(SimpleTag("AIGC", "{}")))));
   const MatroskaScan scan = ScanMatroska(source);
   ASSERT_EQ(scan.tags.size(), 1U);
-  EXPECT_LT(source.BytesRead(), 1000U);
+  EXPECT_LT(source.Reads(), 12U);
 }
 
 TEST(MatroskaScan, TagsBehindTheClustersAreFoundWithoutSeekHead) {

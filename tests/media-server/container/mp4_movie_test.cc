@@ -232,9 +232,13 @@ TEST(Mp4Movie, DecodingTimesAreConstantUpToTheLastSample) {
 }
 
 TEST(Mp4Movie, ZeroDeltasAreNotTheSmallest) {
-  const Mp4Track track = ReadTrack(FullBox("stts", Be(2, 4) + Be(1, 4) + Be(0, 4) + Be(5, 4) + Be(100, 4)));
-  EXPECT_EQ(track.decoding_times->smallest_delta, 100U);
-  EXPECT_FALSE(track.decoding_times->constant);
+  const std::string zero = Be(2, 4) + Be(0, 4);
+  const std::string other = Be(5, 4) + Be(100, 4);
+  for (const std::string& entries : {zero + other, other + zero}) {
+    const Mp4Track track = ReadTrack(FullBox("stts", Be(2, 4) + entries));
+    EXPECT_EQ(track.decoding_times->smallest_delta, 100U);
+    EXPECT_FALSE(track.decoding_times->constant);
+  }
 }
 
 TEST(Mp4Movie, LongDecodingTimesAreReadInPart) {
@@ -344,7 +348,8 @@ TEST(Mp4Metadata, ValueTypesBecomeText) {
   EXPECT_EQ(value_of(1, "Zwei Töne"), "Zwei Töne");
   EXPECT_EQ(value_of(2, "\0A\0B"s), "AB");
   EXPECT_EQ(value_of(0, "{}"), "{}");
-  EXPECT_EQ(value_of(0, "\0\1\2"s), "none");
+  EXPECT_EQ(value_of(0, "x\1\2"s), "none");
+  EXPECT_EQ(value_of(0, "x\xFF"s), "none");
   EXPECT_EQ(value_of(21, "\xff"), "-1");
   EXPECT_EQ(value_of(21, "\x7f\xff\xff\xff"), "2147483647");
   EXPECT_EQ(value_of(22, "\xff"), "255");
@@ -512,6 +517,16 @@ TEST(Mp4Fragments, IndexesInFrontOfEachSegmentAddUp) {
   const auto size = static_cast<std::uint32_t>(fragment.size());
   const std::string segment = SegmentIndex(size, size) + fragment + fragment;
   EXPECT_EQ(ReadBytes(FragmentedMoov() + segment + segment).fragment_duration->value, 270000U);
+}
+
+TEST(Mp4Fragments, IndexesOfSeveralTracksDoNotAddUp) {
+  const std::string fragment = Fragment(0, 10);
+  const auto size = static_cast<std::uint32_t>(fragment.size());
+  const std::string second = SegmentIndex(size, size);
+  const auto size_behind_first = static_cast<std::uint32_t>(second.size()) + size;
+  EXPECT_EQ(ReadBytes(FragmentedMoov() + SegmentIndex(size_behind_first, size) + second + fragment + fragment)
+                .fragment_duration->value,
+            135000U);
 }
 
 TEST(Mp4Fragments, IndexedSegmentsAreNotWalked) {
