@@ -41,7 +41,7 @@ class MediaServer final : public ComObject<IMediaServer> {
     if (path == nullptr) return 0;
     std::string reason;
     try {
-      *out = Open(platform::ToUtf8(path), &reason).Detach();
+      *out = Open(platform::PathToUtf8(path), &reason).Detach();
     } catch (const std::bad_alloc&) {
       reason = "out of memory";
     }

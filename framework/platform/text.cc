@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::uint32_t kReplacement = 0xFFFD;
 
+/// A byte of a path that is no text is added to this.
+constexpr char16_t kEscapedByte = 0xDC00;
+
 constexpr bool IsHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool IsLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
@@ -41,6 +44,34 @@ std::u16string ToUtf16(std::string_view text) {
   utf16.reserve(valid.size());
   utf8::unchecked::utf8to16(valid.begin(), valid.end(), std::back_inserter(utf16));
   return utf16;
+}
+
+std::u16string PathToUtf16(std::string_view path) {
+  std::u16string utf16;
+  utf16.reserve(path.size());
+  for (auto begin = path.begin(); begin != path.end();) {
+    const auto invalid = utf8::find_invalid(begin, path.end());
+    utf8::unchecked::utf8to16(begin, invalid, std::back_inserter(utf16));
+    if (invalid == path.end()) break;
+    utf16.push_back(static_cast<char16_t>(kEscapedByte + static_cast<unsigned char>(*invalid)));
+    begin = std::next(invalid);
+  }
+  return utf16;
+}
+
+std::string PathToUtf8(std::u16string_view path) {
+  std::string utf8;
+  utf8.reserve(path.size());
+  for (std::size_t index = 0; index < path.size();) {
+    const char16_t unit = path[index];
+    const std::uint32_t code_point = NextCodePoint(path, index);
+    if (code_point == kReplacement && unit >= kEscapedByte + 0x80 && unit <= kEscapedByte + 0xFF) {
+      utf8.push_back(static_cast<char>(unit - kEscapedByte));
+    } else {
+      utf8::unchecked::append(code_point, std::back_inserter(utf8));
+    }
+  }
+  return utf8;
 }
 
 std::string ToValidUtf8(std::string_view text) {

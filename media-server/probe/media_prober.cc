@@ -143,7 +143,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   media->date_text = CombinedDateText(media->tags.created, media->tags.modified);
   DescribeStreams(context, source, container, *media);
   if (media->streams.empty()) {
-    *reason = "not a media file";
+    *reason = container.truncated.value_or(false) ? "file ends early" : "not a media file";
     return nullptr;
   }
   DescribePrograms(context, *media);

@@ -33,7 +33,7 @@ using MediaInfoPtr = ComPtr<media_server::IMediaInfo>;
 
 MediaInfoPtr OpenWithServer(media_server::IMediaServer& server, const std::string& path) {
   MediaInfoPtr media_info;
-  if (server.GetMediaInfo(platform::ToUtf16(path).c_str(), media_info.Put()) == 0) {
+  if (server.GetMediaInfo(platform::PathToUtf16(path).c_str(), media_info.Put()) == 0) {
     CoreLogPrint("media server", kCoreLogError, "GetMediaInfo %s(%s) %dfailed!", kSetUrlFunction, path.c_str(), 229);
   }
   return media_info;
@@ -60,8 +60,8 @@ MediaInfoPtr OpenWithComponent(const std::string& path) {
   const ComPtr<media_server::ICodecComponent> component = CreateComponent(path);
   if (!component) return {};
   MediaInfoPtr media_info;
-  const platform::ComStatus status = component->OpenMediaInfo(platform::ToUtf16(path).c_str(), kComponentFirstArgument,
-                                                              kComponentSecondArgument, media_info.Put());
+  const platform::ComStatus status = component->OpenMediaInfo(
+      platform::PathToUtf16(path).c_str(), kComponentFirstArgument, kComponentSecondArgument, media_info.Put());
   if (platform::Failed(status) || !media_info) {
     CoreLogPrint("mediainfo", kCoreLogError, "%s(%s) %d failed!", kSetUrlFunction, path.c_str(), 243);
     return {};

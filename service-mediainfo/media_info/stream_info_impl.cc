@@ -15,11 +15,9 @@ std::shared_ptr<VideoInfoImpl> DescribePicture(media_server::IMediaInfo* source,
                                                const ComPtr<media_server::IStream>& stream) {
   const auto video_stream = stream.Query<media_server::IVideoStream>();
   if (!video_stream) return nullptr;
-  const media_server::PictureFormat* record = video_stream->GetVideoFormat();
-  if (record == nullptr) return nullptr;
   auto video = std::make_shared<VideoInfoImpl>();
-  if (video->Init(source, record, video_stream->GetRotation()) != kSuccess) return nullptr;
-  return video;
+  const std::uint32_t result = video->Init(source, video_stream->GetVideoFormat(), video_stream->GetRotation());
+  return result == kSuccess ? video : nullptr;
 }
 
 }  // namespace
@@ -46,10 +44,8 @@ std::uint32_t StreamInfoImpl::Init(media_server::IMediaInfo* source, media_serve
 }
 
 std::uint32_t StreamInfoImpl::InitSound(media_server::IStream& stream) {
-  const media_server::SoundFormat* record = stream.GetAudioFormat();
-  if (record == nullptr) return kInitFailed;
   auto audio = std::make_shared<AudioInfoImpl>();
-  if (audio->Init(record) != kSuccess) return kInitFailed;
+  if (audio->Init(stream.GetAudioFormat()) != kSuccess) return kInitFailed;
   audio_ = std::move(audio);
   return kSuccess;
 }

@@ -93,4 +93,19 @@ TEST(TextTest, EverySingleByteGivesValidText) {
   }
 }
 
+TEST(TextTest, PathsOfTextConvertAsTextDoes) {
+  EXPECT_EQ(PathToUtf16("/caf\xC3\xA9/\xF0\x9F\x8E\xAC.mp4"), u"/caf\u00E9/\U0001F3AC.mp4");
+  EXPECT_EQ(PathToUtf8(u"/caf\u00E9/\U0001F3AC.mp4"), "/caf\xC3\xA9/\xF0\x9F\x8E\xAC.mp4");
+  EXPECT_EQ(PathToUtf8(std::u16string(1, char16_t{0xD800})), "\xEF\xBF\xBD") << "a surrogate that stands for no byte";
+  EXPECT_EQ(PathToUtf8(std::u16string(1, char16_t{0xDC7F})), "\xEF\xBF\xBD");
+}
+
+TEST(TextTest, PathsKeepBytesThatAreNoText) {
+  EXPECT_EQ(PathToUtf16("a\xE9\xFFz"), (std::u16string{u'a', 0xDCE9, 0xDCFF, u'z'}));
+  for (const BrokenUtf8& broken : kBrokenUtf8) EXPECT_EQ(PathToUtf8(PathToUtf16(broken.text)), broken.text);
+  std::string every_byte;
+  for (int value = 1; value < 256; ++value) every_byte += static_cast<char>(value);
+  EXPECT_EQ(PathToUtf8(PathToUtf16(every_byte)), every_byte);
+}
+
 }  // namespace
