@@ -7,6 +7,8 @@
 
 namespace {
 
+using platform::PathToUtf16;
+using platform::PathToUtf8;
 using platform::ToUtf16;
 using platform::ToUtf8;
 using platform::ToValidUtf8;
