@@ -1,4 +1,4 @@
-"""Puts texts into media files where no program at hand does: ID3v2 frames, RIFF chunks, Vorbis comments, boxes of MP4."""
+"""Puts texts into media files where no program at hand does: ID3 tags, RIFF chunks, Vorbis comments, MP4 boxes."""
 from mp4_boxes import append_to_movie, boxes, box, find, full_box
 
 XMP_UUID = bytes.fromhex("BE7ACFCB97A942E89C71999491E3AFAC")

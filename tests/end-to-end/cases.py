@@ -7,8 +7,8 @@ from mp4_boxes import set_matrix
 
 @dataclasses.dataclass(frozen=True)
 class Case:
-    """`facts` are what the making asked for, so they hold without any peer: keys of the record ("format"), or a stream's
-    index and a key of its entry ("0.codec")."""
+    """`facts` are what the making asked for, so they hold without any peer: keys of the record ("format"), or the index
+    of a stream and a key of its entry ("0.codec")."""
     name: str
     arguments: list
     facts: dict
@@ -82,7 +82,8 @@ CONTAINERS = [
          {"format": "mpegts", "0.codec": "h264", "1.codec": "aac", **SIZE}),
     Case("hevc.ts", pictures("128x96", seconds="2") + [*hevc()], {"format": "mpegts", "0.codec": "hevc",
                                                                    "0.width": 128, "0.height": 96}),
-    Case("blu_ray.m2ts", pictures() + tone() + [*h264(), "-c:a", "ac3"], {"format": "mpegts", "1.codec": "ac3", **SIZE}),
+    Case("blu_ray.m2ts", pictures() + tone() + [*h264(), "-c:a", "ac3"],
+         {"format": "mpegts", "1.codec": "ac3", **SIZE}),
     Case("disc.vob", pictures("352x288") + tone() + [*MPEG2, "-c:a", "ac3", "-f", "vob"],
          {"format": "mpegps", "0.codec": "mpeg2video", "1.codec": "ac3", "0.width": 352}),
     Case("avi.avi", pictures() + tone("44100") + [*MPEG4, "-c:a", "libmp3lame", "-b:a", "64k"],
@@ -92,9 +93,10 @@ CONTAINERS = [
     Case("wmv.wmv", pictures() + tone("44100") + ["-c:v", "wmv2", "-c:a", "wmav2", "-b:a", "64k"],
          {"format": "asf", "fourcc": "ASF ", "0.codec": "wmv2", "1.codec": "wmav2", **SIZE}),
     Case("wma.wma", tone("44100") + ["-c:a", "wmav2", "-b:a", "64k"], {"format": "asf", "0.codec": "wmav2"}),
-    Case("cover.mp3", tone("44100", "3") + pictures("96x80") + [*COVER, "-c:a", "libmp3lame", "-b:a", "64k", "-c:v", "png"],
-         {"format": "mp3", "0.codec": "mp3", "1.codec": "png", "1.width": 96, "1.height": 80, "1.frame_count": 1, "1.frame_rate": None,
-          "1.disposition": ["attached_pic"]}),
+    Case("cover.mp3", tone("44100", "3") + pictures("96x80") + [
+        *COVER, "-c:a", "libmp3lame", "-b:a", "64k", "-c:v", "png"],
+         {"format": "mp3", "0.codec": "mp3", "1.codec": "png", "1.width": 96, "1.height": 80, "1.frame_count": 1,
+          "1.frame_rate": None, "1.disposition": ["attached_pic"]}),
     Case("variable.mp3", tone("44100", "3") + ["-c:a", "libmp3lame", "-q:a", "7"], {"format": "mp3", "0.codec": "mp3"}),
     Case("flac.flac", tone("96000") + ["-c:a", "flac", "-sample_fmt", "s32"],
          {"format": "flac", "fourcc": "FLAC", "0.sample_rate": 96000, "0.bits_per_sample": 24}),
@@ -102,7 +104,8 @@ CONTAINERS = [
          {"format": "flac", "1.codec": "mjpeg", "1.width": 96, "1.height": 80, "1.disposition": ["attached_pic"]}),
     Case("vorbis.ogg", tone("44100") + ["-c:a", "libvorbis", "-ac", "2"],
          {"format": "ogg", "0.codec": "vorbis", "0.channels": 2}),
-    Case("opus.opus", tone("16000") + ["-c:a", "libopus"], {"format": "opus", "0.codec": "opus", "0.sample_rate": 48000}),
+    Case("opus.opus", tone("16000") + ["-c:a", "libopus"],
+         {"format": "opus", "0.codec": "opus", "0.sample_rate": 48000}),
     Case("theora.ogv", pictures() + tone() + ["-c:v", "libtheora", "-c:a", "libvorbis"],
          {"format": "ogv", "0.codec": "theora", "0.frame_count": 25, "1.codec": "vorbis", **SIZE}),
     Case("wav.wav", tone("8000") + ["-c:a", "pcm_s24le", "-ac", "2"],
@@ -118,7 +121,8 @@ CONTAINERS = [
 
 CODECS = [
     Case("baseline.mp4", pictures() + [*h264(), "-profile:v", "baseline"], {"0.bit_depth": 8, "0.chroma": "4:2:0"}),
-    Case("b_frames.mp4", pictures() + h264(x264="threads=1:bframes=2:b-adapt=0", preset="medium"), {"0.frame_count": 25}),
+    Case("b_frames.mp4", pictures() + h264(x264="threads=1:bframes=2:b-adapt=0", preset="medium"),
+         {"0.frame_count": 25}),
     Case("interlaced_top.mp4", pictures() + fields("tff", "tt"),
          {"0.flags": ["interlaced"], "0.field_order": "top_first"}),
     Case("interlaced_bottom.mp4", pictures() + fields("bff", "bb"),
@@ -141,7 +145,8 @@ CODECS = [
     Case("alpha.webm", pictures(pixels="yuva420p") + [*VP9, "-auto-alt-ref", "0", "-pix_fmt", "yuva420p"],
          {"0.codec": "vp9", "0.flags": ["alpha"]}),
     Case("av1.mp4", pictures(seconds="0.2") + AV1, {"0.codec": "av1", "0.bit_depth": 8, "0.frame_count": 5}),
-    Case("av1_10.mkv", pictures(seconds="0.2") + [*AV1, "-pix_fmt", "yuv420p10le"], {"0.codec": "av1", "0.bit_depth": 10}),
+    Case("av1_10.mkv", pictures(seconds="0.2") + [*AV1, "-pix_fmt", "yuv420p10le"],
+         {"0.codec": "av1", "0.bit_depth": 10}),
     Case("mpeg1.mpg", pictures() + ["-c:v", "mpeg1video"], {"0.codec": "mpeg1video", **SIZE}),
     Case("mpeg2_422.mkv", pictures() + [*MPEG2, "-pix_fmt", "yuv422p"], {"0.codec": "mpeg2video", "0.chroma": "4:2:2"}),
     Case("mpeg2_interlaced.ts", pictures() + [*MPEG2, "-flags:v", "+ilme+ildct", "-top", "1"],
@@ -154,18 +159,21 @@ CODECS = [
          {"0.fourcc": "ap4h", "0.chroma": "4:4:4", "0.flags": ["alpha"]}),
     Case("mjpeg.mov", pictures() + ["-c:v", "mjpeg", "-pix_fmt", "yuvj422p"],
          {"0.codec": "mjpeg", "0.chroma": "4:2:2", "0.color_range": "full"}),
-    Case("mjpeg.avi", pictures() + ["-c:v", "mjpeg", "-pix_fmt", "yuvj420p"], {"0.codec": "mjpeg", "0.chroma": "4:2:0"}),
+    Case("mjpeg.avi", pictures() + ["-c:v", "mjpeg", "-pix_fmt", "yuvj420p"],
+         {"0.codec": "mjpeg", "0.chroma": "4:2:0"}),
     Case("ffv1.mkv", pictures() + ["-c:v", "ffv1", "-pix_fmt", "yuv422p10le"],
          {"0.codec": "ffv1", "0.bit_depth": 10, "0.chroma": "4:2:2"}),
     Case("dnxhr.mov", pictures("256x144") + ["-c:v", "dnxhd", "-profile:v", "dnxhr_sq", "-pix_fmt", "yuv422p"],
          {"0.codec": "dnxhd", "0.bit_depth": 8, "0.chroma": "4:2:2"}),
-    Case("animation.mov", pictures() + ["-c:v", "qtrle", "-pix_fmt", "argb"], {"0.codec": "qtrle", "0.flags": ["alpha"]}),
+    Case("animation.mov", pictures() + ["-c:v", "qtrle", "-pix_fmt", "argb"],
+         {"0.codec": "qtrle", "0.flags": ["alpha"]}),
 ]
 
 COLOURS = [
     Case("bt709.mp4", pictures() + [*h264(), *BT709, "-color_range", "tv"],
          {"0.color_primaries": "bt709", "0.color_range": "limited"}),
-    Case("full.mp4", pictures() + [*h264(), "-vf", "scale=out_range=full", "-color_range", "pc"], {"0.color_range": "full"}),
+    Case("full.mp4", pictures() + [*h264(), "-vf", "scale=out_range=full", "-color_range", "pc"],
+         {"0.color_range": "full"}),
     Case("smpte170m.mkv", pictures() + [*h264(), "-color_primaries", "smpte170m", "-color_trc", "smpte170m",
                                         "-colorspace", "smpte170m"], {"0.color_primaries": "smpte170m"}),
     Case("pq.mp4", pictures("128x96") + [
@@ -181,7 +189,8 @@ COLOURS = [
 ]
 
 SHAPES_AND_RATES = [
-    Case("film.mp4", pictures(rate="24000/1001") + h264(), {"0.frame_count": 24, "0.frame_rate": {"num": 2997, "den": 125}}),
+    Case("film.mp4", pictures(rate="24000/1001") + h264(),
+         {"0.frame_count": 24, "0.frame_rate": {"num": 2997, "den": 125}}),
     Case("ntsc.mkv", pictures(rate="30000/1001", seconds="2") + h264(), {}),
     Case("sixty.mp4", pictures(rate="60") + h264(), {"0.frame_count": 60}),
     Case("slow.avi", pictures(rate="25/2", seconds="2") + MPEG4, {"0.frame_count": 25}),
@@ -194,7 +203,8 @@ SHAPES_AND_RATES = [
          {"0.width": 72, "0.display_width": 85, "0.display_height": 48}),
     Case("anamorphic.mkv", pictures("72x48") + [*h264(), "-aspect", "4:3"],
          {"0.width": 72, "0.display_width": 64, "0.display_height": 48}),
-    Case("late_sound.mp4", pictures(seconds="2") + ["-itsoffset", "0.5", *tone(), *h264(), *AAC], {"0.frame_count": 50}),
+    Case("late_sound.mp4", pictures(seconds="2") + ["-itsoffset", "0.5", *tone(), *h264(), *AAC],
+         {"0.frame_count": 50}),
 ]
 
 
@@ -203,8 +213,8 @@ def _turned(name, matrix, rotation, flip):
                 lambda data: set_matrix(data, *matrix))
 
 
-# The display matrix, and what to do to see the picture upright. An orientation code has no place for a mirror image that
-# is turned by a quarter: the turn is told, which puts width and height right.
+# The display matrix, and what to do to see the picture upright. An orientation code has no place for a mirror image
+# that is turned by a quarter: the turn is told, which puts width and height right.
 ORIENTATIONS = [
     _turned("0", (1, 0, 0, 1), 0, "none"),
     _turned("90", (0, 1, -1, 0), 90, "none"),

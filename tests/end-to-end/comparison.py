@@ -53,6 +53,7 @@ STREAM_RULES = {
     "display_height": within(1),
     "frame_rate": within(0.001),       # ours has three decimals
     "frame_count": one_of,             # exact where the container counts: in the cases' own facts
+    "rotation": same,
     "field_order": same,
     "chroma": same,
     "bit_depth": same,
@@ -76,6 +77,7 @@ class Better:
 # By file, then by key as in Case.facts.
 KNOWN_BETTER = {
     "default_base.mp4": {"0.frame_count": Better(25, "ffprobe counts the first fragment only")},
+    "mpeg1.mpg": {"0.bit_rate": Better(None, "ffprobe prints the mark of a variable rate as if it were a rate")},
 }
 
 
@@ -167,6 +169,7 @@ def _describe_their_picture(stream):
         "display_height": stream["height"],
         "frame_rate": None if is_cover else _ratio(stream["avg_frame_rate"]) or _ratio(stream["r_frame_rate"]),
         "frame_count": _counts(stream),
+        "rotation": _rotation(stream),
         "field_order": FIELD_ORDERS.get(stream.get("field_order")),
         "chroma": chroma,
         "bit_depth": depth,
@@ -177,9 +180,20 @@ def _describe_their_picture(stream):
     }
 
 
+def _rotation(stream):
+    """Degrees clockwise; None for a mirrored picture, where ffprobe's angle is that of something else."""
+    for side_data in stream.get("side_data_list", []):
+        if side_data["side_data_type"] == "Display Matrix":
+            rows = [[int(x) for x in line.split(":")[1].split()]
+                    for line in side_data["displaymatrix"].splitlines() if line]
+            is_mirrored = rows[0][0] * rows[1][1] < rows[0][1] * rows[1][0]
+            return None if is_mirrored else -side_data["rotation"] % 360
+    return 0
+
+
 def _counts(stream):
-    """The numbers of pictures that may be told: what the container counts, else what there really are or, as opening the
-    file tells no more, what duration and rate come to."""
+    """The numbers of pictures that may be told: what the container counts; else what there really are or, as opening
+    the file tells no more, what duration and rate come to."""
     if "nb_frames" in stream:
         return [int(stream["nb_frames"])]
     duration = stream.get("duration", stream["file_duration"])

@@ -10,17 +10,12 @@ import unittest
 import maker
 import tool
 
-SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
-SAMPLE = SAMPLES / "upright.mp4"
+SAMPLE = tool.SAMPLES / "upright.mp4"
 # How many lengths each sample is cut to, and how many files of random bytes there are.
 CUTS = 40
 RANDOM_FILES = 60
 SEED = 20240714
 PROTECTED_BY_ROOT = os.geteuid() == 0
-
-
-def samples():
-    return sorted(path for path in SAMPLES.iterdir() if path.suffix and path.suffix != ".md")
 
 
 class Folder(unittest.TestCase):
@@ -76,7 +71,7 @@ class NoMediaFile(Folder):
 
     def test_playlist_that_names_a_media_file(self):
         (self.folder / "list.m3u8").write_text(
-            f"#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n{SAMPLES / 'programs.ts'}\n#EXT-X-ENDLIST\n")
+            f"#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n{tool.SAMPLES / 'programs.ts'}\n#EXT-X-ENDLIST\n")
         self.check_fails("list.m3u8", "not a media file")
 
     def test_concatenation_script_that_names_a_media_file(self):
@@ -159,7 +154,8 @@ class StrangeNames(Folder):
     def test_file_urls(self):
         shutil.copy(SAMPLE, self.folder / "a b.mp4")
         path = self.folder / "a b.mp4"
-        for url in (f"file:{path}", f"file://{path}", f"file://localhost{path}", f"file://{str(path).replace(' ', '%20')}"):
+        escaped = str(path).replace(" ", "%20")
+        for url in (f"file:{path}", f"file://{path}", f"file://localhost{path}", f"file://{escaped}"):
             with self.subTest(url=url):
                 self.assertEqual(tool.record_of(url)["duration"], 2.002)
 
@@ -178,7 +174,7 @@ class Damaged(Folder):
         return records
 
     def test_samples_cut_short(self):
-        maker.in_parallel(self.check_cuts, samples())
+        maker.in_parallel(self.check_cuts, tool.samples())
 
     def check_cuts(self, sample):
         data = sample.read_bytes()
@@ -193,14 +189,14 @@ class Damaged(Folder):
                 self.assertIn("codec", stream, record["input"])
 
     def check_ends_early(self, sample, length):
-        (self.folder / "short").write_bytes((SAMPLES / sample).read_bytes()[:length])
+        (self.folder / "short").write_bytes((tool.SAMPLES / sample).read_bytes()[:length])
         done = tool.probe("short", folder=self.folder)
         self.assertEqual(done.status, 1)
         record, = done.records()
         self.assertIn("file ends early", record["error"])
 
     def test_mp4_that_ends_before_its_movie_box(self):
-        self.check_ends_early("hdr.mov", (SAMPLES / "hdr.mov").read_bytes().index(b"moov") - 4)
+        self.check_ends_early("hdr.mov", (tool.SAMPLES / "hdr.mov").read_bytes().index(b"moov") - 4)
 
     def test_mp4_that_ends_in_its_movie_box(self):
         self.check_ends_early("upright.mp4", SAMPLE.read_bytes().index(b"moov") + 100)
@@ -208,7 +204,7 @@ class Damaged(Folder):
     def test_flipped_bytes(self):
         generator = random.Random(SEED)
         paths = []
-        for sample in samples():
+        for sample in tool.samples():
             for turn in range(6):
                 data = bytearray(sample.read_bytes())
                 for _ in range(1 + turn * 4):
@@ -229,10 +225,10 @@ class Damaged(Folder):
 
     def test_random_bytes_behind_a_beginning(self):
         generator = random.Random(SEED)
-        paths = [self.folder / f"{length}-{sample.name}" for sample in samples() for length in (16, 64, 300)]
+        paths = [self.folder / f"{length}-{sample.name}" for sample in tool.samples() for length in (16, 64, 300)]
         for path in paths:
             length, name = path.name.split("-", 1)
-            path.write_bytes((SAMPLES / name).read_bytes()[:int(length)] + generator.randbytes(20000))
+            path.write_bytes((tool.SAMPLES / name).read_bytes()[:int(length)] + generator.randbytes(20000))
         self.check_each_has_a_record(paths)
 
     def test_zeros(self):

@@ -1,7 +1,6 @@
 """Files behind http: answered as the same file on disk is, and errors within a bounded time."""
 import contextlib
 import http.server
-import pathlib
 import re
 import socket
 import threading
@@ -10,7 +9,6 @@ import unittest
 
 import tool
 
-SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
 # What the product allows a server that stays silent, and some more for a busy machine.
 SILENCE_SECONDS = 20
 
@@ -28,7 +26,7 @@ class RangeHandler(http.server.BaseHTTPRequestHandler):
             self.send_header("Content-Length", "0")
             self.end_headers()
             return
-        path = SAMPLES / self.path.split("?")[0].rpartition("/")[2]
+        path = tool.SAMPLES / self.path.split("?")[0].rpartition("/")[2]
         if not path.is_file():
             self.send_error(404)
             return
@@ -69,16 +67,15 @@ class Served(unittest.TestCase):
     root = None
 
     def check_same_as_on_disk(self, name, url):
-        local = tool.record_of(SAMPLES / name)
+        local = tool.record_of(tool.SAMPLES / name)
         remote = tool.record_of(url)
         self.assertEqual(remote["input"], url)
         self.assertEqual({**remote, "input": None}, {**local, "input": None})
 
     def test_same_record_as_on_disk(self):
-        for path in sorted(SAMPLES.iterdir()):
-            if path.suffix and path.suffix != ".md":
-                with self.subTest(name=path.name):
-                    self.check_same_as_on_disk(path.name, f"{self.root}/{path.name}")
+        for path in tool.samples():
+            with self.subTest(name=path.name):
+                self.check_same_as_on_disk(path.name, f"{self.root}/{path.name}")
 
     def test_query_and_redirection(self):
         self.check_same_as_on_disk("song.flac", f"{self.root}/a/b/song.flac?token=1%2F2")
@@ -89,7 +86,7 @@ class Served(unittest.TestCase):
 
     def test_local_file_sends_no_request(self):
         RangeHandler.requests.clear()
-        tool.record_of(SAMPLES / "upright.mp4")
+        tool.record_of(tool.SAMPLES / "upright.mp4")
         self.assertEqual(RangeHandler.requests, [])
 
 
@@ -97,7 +94,7 @@ class Unserved(unittest.TestCase):
     def check_fails(self, url):
         """One line that names the URL, no second try of the whole wait, and other inputs answered; the words."""
         started = time.monotonic()
-        done = tool.probe(url, SAMPLES / "song.flac")
+        done = tool.probe(url, tool.SAMPLES / "song.flac")
         self.assertLess(time.monotonic() - started, SILENCE_SECONDS)
         self.assertEqual(done.status, 1)
         failed, answered = done.records()

@@ -1,12 +1,19 @@
 """Runs the built tool as a user does."""
 import json
 import os
+import pathlib
 import subprocess
 
 # The command under test; the build sets it.
 MEDIAPROBE = os.environ["MEDIAPROBE"]
 # Far longer than any answer takes, also under a sanitizer: a test that reaches it has found a hang.
 HANG_SECONDS = 60
+SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
+
+
+def samples():
+    """Paths of the sample files, in the order of their names."""
+    return sorted(path for path in SAMPLES.iterdir() if path.suffix not in ("", ".md"))
 
 
 class Run:
