@@ -136,4 +136,13 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
   return tags;
 }
 
+bool IsTagOfInterest(std::string_view key) {
+  constexpr std::string_view kId3Frames[] = {"TIT2", "TT2", "TPE1", "TP1", "TALB", "TAL",
+                                             "TCON", "TCO", "TRCK", "TRK", "TPUB", "TPB"};
+  const auto is_key = [&](std::string_view known) { return EqualIgnoringCase(known, key); };
+  return std::ranges::any_of(kFields, [&](const Field& field) { return std::ranges::any_of(field.keys, is_key); }) ||
+         std::ranges::any_of(kLocationKeys, is_key) || std::ranges::any_of(kCreationKeys, is_key) ||
+         std::ranges::any_of(kModificationKeys, is_key) || std::ranges::any_of(kId3Frames, is_key);
+}
+
 }  // namespace media_server::probe

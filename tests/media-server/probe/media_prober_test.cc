@@ -262,6 +262,24 @@ TEST(MediaProberTest, GivesUpWhenTheTimeIsOver) {
   EXPECT_EQ(reason, "takes too long to read");
 }
 
+TEST(MediaProberTest, TakesAFileFullOfTags) {
+  // A FLAC file with 400,000 comments: minutes, if each were compared with all before it.
+  std::string comments;
+  constexpr int kComments = 400'000;
+  const auto add = [&](const std::string& comment) { comments += Le(comment.size(), 4) + comment; };
+  add("TITLE=First");
+  for (int i = 1; i < kComments; ++i) add("K" + std::to_string(i) + "=x");
+  const std::string block = Le(0, 4) + Le(kComments, 4) + comments;  // no vendor, then the list
+  const std::vector<std::uint8_t> song = ReadSample("song.flac");
+  const std::string stream_info(song.begin() + 8, song.begin() + 42);
+  const std::string file = "fLaC" + Be(34, 4) + stream_info + Be(0x84, 1) + Be(block.size(), 3) + block +
+                           std::string(song.end() - 9000, song.end());
+  std::string reason;
+  const auto media = Probe({file.begin(), file.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_EQ(media->tags.title, "First");
+}
+
 TEST(MediaProberTest, ReadsNoMoreOfALongFileThanOfAShortOne) {
   // Media data at the end of the file that no header counts: a hundred times the bytes, the same work.
   const std::vector<std::uint8_t> file = ReadSample("upright.mp4");
