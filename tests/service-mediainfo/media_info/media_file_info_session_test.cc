@@ -1,5 +1,6 @@
 #include "core/error_text.h"
 #include "fakes/media_file_service.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -35,6 +36,14 @@ TEST_F(MediaFileInfoSessionTest, GivesTheMediaServerThePathAsUtf16) {
   IMediaFileInfo& session = CreateSession();
   EXPECT_EQ(SetURL(session, file), 0u);
   EXPECT_EQ(server_.paths, std::vector{Wide(app().path().string()) + u"/\u00FC\U0001F3AC.mp4"});
+}
+
+TEST_F(MediaFileInfoSessionTest, NamesAFileWhosePathIsNoText) {
+  const std::string file = app().MakeFile("\xFF.mp4");
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_EQ(SetURL(session, file), 0u);
+  ASSERT_EQ(server_.paths.size(), 1u);
+  EXPECT_EQ(platform::PathToUtf8(server_.paths[0]), file);
 }
 
 TEST_F(MediaFileInfoSessionTest, OpensANetworkUrlUnchecked) {
@@ -253,7 +262,7 @@ class CodecComponentTest : public MediaFileInfoSessionTest {
                                      const platform::Guid& interface_id, void** out) {
     requests.push_back({class_id, outer, context, interface_id});
     *out = component_given;
-    if (component_given != nullptr) component_given->AddRef();
+    if (component_given != nullptr && !platform::Failed(status)) component_given->AddRef();
     return status;
   }
 
@@ -299,6 +308,14 @@ TEST_F(CodecComponentTest, MayFailToBeMade) {
   status = platform::kClassNotRegistered;
   EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
   ExpectNoComponentLine(",0x80040154)");
+}
+
+TEST_F(CodecComponentTest, IsNotTouchedWhenItsFactoryFails) {
+  LoadSupportLibraries();
+  status = platform::kClassNotRegistered;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  ExpectNoComponentLine(",0x80040154)");
+  EXPECT_TRUE(component_.calls.empty());
 }
 
 TEST_F(CodecComponentTest, MayBeNull) {
