@@ -19,23 +19,13 @@ std::string LibraryFolder() {
   return program.parent_path().parent_path() / "lib" / "mediainfo";
 }
 
-Host::Config::Config(const std::string& application_folder)
-    : values_{{service::config_keys::kMediaInfoPath, application_folder},
-              {service::config_keys::kMediaProxyPath, ""},
-              {service::config_keys::kSetAppPath, application_folder},
-              {service::config_keys::kSetAppResPath, application_folder},
-              {service::config_keys::kSetLogPath, ""}} {}
-
-const char* Host::Config::GetString(const char* key, std::uintptr_t /*reserved*/) {
-  const auto found = key ? values_.find(std::string_view(key)) : values_.end();
-  return found == values_.end() ? nullptr : found->second.c_str();
-}
-
 Host::Host(const std::string& library_folder)
-    : config_(library_folder),
-      module_path_(library_folder + "/" + kModuleName),
-      manager_(ZORServiceMrgAcqire(/*reserved=*/0)) {
-  if (manager_ && !manager_->LoadModule(module_path_.c_str(), &config_)) manager_ = nullptr;
+    : module_path_(library_folder + "/" + kModuleName), manager_(ZORServiceMrgAcqire(/*reserved=*/0)) {
+  for (const char* key : {service::config_keys::kMediaInfoPath, service::config_keys::kSetAppPath,
+                          service::config_keys::kSetAppResPath}) {
+    configuration_.Set(key, library_folder);
+  }
+  if (manager_ && !manager_->LoadModule(module_path_.c_str(), &configuration_)) manager_ = nullptr;
 }
 
 Host::~Host() {

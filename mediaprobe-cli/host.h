@@ -1,10 +1,9 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
 
-#include "service/iconfig.h"
+#include "service/configuration.h"
 #include "service/iservice.h"
 #include "service/iservice_manager.h"
 
@@ -29,19 +28,7 @@ class Host {
   const std::string& module_path() const { return module_path_; }
 
  private:
-  class Config final : public service::IConfig {
-   public:
-    explicit Config(const std::string& application_folder);
-    void Reserved1() override {}
-    void Reserved2() override {}
-    void Reserved3() override {}
-    const char* GetString(const char* key, std::uintptr_t reserved) override;
-
-   private:
-    std::map<std::string, std::string, std::less<>> values_;
-  };
-
-  Config config_;
+  service::Configuration configuration_;
   std::string module_path_;
   service::IServiceManager* manager_;
 };
