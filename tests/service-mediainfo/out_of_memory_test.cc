@@ -6,11 +6,16 @@
 
 namespace {
 
-/// While set, every allocation of the program and of the module fails after so many that still succeed.
+/// While not negative, the allocations of the program and of the module fail after so many that still succeed: all of
+/// them, or only the first.
 int allocations_left = -1;
+bool fails_once = false;
 
 void* Allocate(std::size_t size) {
-  if (allocations_left == 0) return nullptr;
+  if (allocations_left == 0) {
+    if (fails_once) allocations_left = -1;
+    return nullptr;
+  }
   if (allocations_left > 0) --allocations_left;
   return std::malloc(size == 0 ? 1 : size);
 }
@@ -37,7 +42,10 @@ using service::mediainfo::IMediaFileInfo;
 
 class OutOfMemoryTest : public fakes::MediaFileServiceFixture {
  protected:
-  ~OutOfMemoryTest() override { allocations_left = -1; }
+  ~OutOfMemoryTest() override {
+    allocations_left = -1;
+    fails_once = false;
+  }
 
   /// Runs `operation` with 0, 1, 2, ... allocations until it answers 0; each answer before is `failure` and leaves
   /// `references` to the media info.
@@ -75,6 +83,26 @@ TEST_F(OutOfMemoryTest, CreatesNoSession) {
   EXPECT_EQ(service_->CreateSharedSession(0), nullptr);
   allocations_left = 1;
   EXPECT_EQ(service_->CreateSharedSession(0), nullptr);
+  allocations_left = 0;
+  fails_once = true;
+  EXPECT_EQ(service_->CreateSharedSession(0).use_count(), 0);
+}
+
+TEST_F(OutOfMemoryTest, HandsOutNoMetadataWithoutAStore) {
+  IMediaFileInfo& session = OpenSession();
+  allocations_left = 0;
+  EXPECT_EQ(session.GetMetadata(), nullptr);
+  allocations_left = -1;
+  EXPECT_NE(session.GetMetadata(), nullptr);
+}
+
+TEST_F(OutOfMemoryTest, FindsNoStreamType) {
+  IMediaFileInfo& session = OpenSession();
+  std::int32_t type = 77;
+  allocations_left = 0;
+  EXPECT_EQ(session.GetStreamType(0, &type), 0u);
+  allocations_left = -1;
+  EXPECT_EQ(type, 77);
 }
 
 // A failing open never leaves a reference behind, and the session can be opened afterwards.

@@ -56,8 +56,10 @@ TEST_F(SettingsTest, KeepTheirOwnCopy) {
 }
 
 TEST_F(SettingsTest, LoadNoSupportLibraryWithoutAnApplicationPath) {
-  config_.values = {{"MediaInfoPath", app().path().string()}};
+  config_.values = {{"SetAppPath", app().path().string()}};
+  descriptor(0).init(&config_);
   InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  config_.values = {{"MediaInfoPath", app().path().string()}};
   descriptor(0).init(&config_);
   EXPECT_TRUE(fakes::host().loaded_libraries.empty());
 }

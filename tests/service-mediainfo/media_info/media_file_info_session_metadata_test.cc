@@ -44,6 +44,14 @@ TEST_F(SessionMetadataTest, ImportsAnewIntoTheSameStore) {
   EXPECT_EQ(metadata_.references(), 1);
 }
 
+TEST_F(SessionMetadataTest, AsksTheFileOnceForATextThatCame) {
+  IMediaFileInfo& session = OpenSession();
+  metadata_.texts["Title"] = u"first";
+  session.GetMetadata();
+  metadata_.texts["Title"] = u"second";
+  EXPECT_EQ(Text(*session.GetMetadata(), "MediaFile_Metedata_Title"), "first");
+}
+
 TEST_F(SessionMetadataTest, LeavesTheStoreToItsOtherOwners) {
   metadata_.texts["Title"] = u"T";
   const std::shared_ptr<IMetedataInfo> store = OpenSession().GetMetadata();
