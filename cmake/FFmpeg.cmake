@@ -2,14 +2,17 @@
 # FFmpeg::network  libavformat and libavutil with http, https and tls only
 
 # mediainfo_add_ffmpeg(<name> <root> <library>...): an imported target for one static build. Its libraries stay private
-# to what links them: --exclude-libs keeps their symbols out of the dynamic symbol table.
+# to what links them: --exclude-libs keeps their symbols, and only theirs, out of the dynamic symbol table.
 function(mediainfo_add_ffmpeg name root)
   add_library(FFmpeg::${name} INTERFACE IMPORTED)
   target_include_directories(FFmpeg::${name} INTERFACE "${root}/include")
   list(TRANSFORM ARGN PREPEND "${root}/lib/lib")
   list(TRANSFORM ARGN APPEND ".a")
   target_link_libraries(FFmpeg::${name} INTERFACE ${ARGN} Threads::Threads m)
-  target_link_options(FFmpeg::${name} INTERFACE LINKER:--exclude-libs,ALL)
+  set(archives ${ARGN})
+  list(TRANSFORM archives REPLACE ".*/" "")
+  list(JOIN archives ":" archives)
+  target_link_options(FFmpeg::${name} INTERFACE LINKER:--exclude-libs,${archives})
 endfunction()
 
 if(MEDIAINFO_SYSTEM_FFMPEG)

@@ -35,6 +35,8 @@ target_compile_options(mediainfo_options INTERFACE
   -Wpedantic
   -Wconversion
   -Wshadow
+  # Clang counts changes of sign to -Wconversion, GCC does not.
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>
   # A designated initialiser names the members that matter; the others have their defaults.
   -Wno-missing-field-initializers
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>

@@ -21,8 +21,12 @@ using codec::PictureParameters;
 constexpr int kTransferPq = 16;
 constexpr int kTransferHlg = 18;
 
-std::optional<std::int32_t> Described(int h273_code) {
-  if (h273_code == 0 || h273_code == 2) return std::nullopt;  // reserved, unspecified
+// Containers hold any number; those above have no meaning in H.273.
+constexpr int kLastH273Code = 22;
+constexpr int kUnspecified = 2;
+
+std::optional<std::int32_t> Described(int h273_code, int first_code) {
+  if (h273_code < first_code || h273_code > kLastH273Code || h273_code == kUnspecified) return std::nullopt;
   return h273_code;
 }
 
@@ -87,7 +91,7 @@ std::int32_t FieldOrderOf(const AVStream& stream, const PictureParameters& heade
   if (header.progressive_only.value_or(false) || header.field_order == FieldOrder::kProgressive) return 1;
   if (header.field_order == FieldOrder::kTopFirst) return 2;
   if (header.field_order == FieldOrder::kBottomFirst) return 3;
-  switch (stream.codecpar->field_order) {
+  switch (NumberIn(stream.codecpar->field_order)) {
     case AV_FIELD_PROGRESSIVE:
       return 1;
     case AV_FIELD_TT:
@@ -140,14 +144,15 @@ void DescribeRate(const AVStream& stream, const PictureFacts& facts, StreamDescr
 void DescribeColor(const AVStream& stream, const PictureParameters& header, StreamDescription& description) {
   const AVCodecParameters& codec = *stream.codecpar;
   PictureProperties& properties = description.properties;
-  properties.transfer_characteristics = FirstOf(header.color.transfer, Described(codec.color_trc));
-  properties.matrix_coefficients =
-      FirstOf(header.color.matrix, codec.color_space == AVCOL_SPC_RGB ? std::nullopt : Described(codec.color_space));
-  description.picture.color_primaries = FirstOf(header.color.primaries, Described(codec.color_primaries)).value_or(0);
+  properties.transfer_characteristics = FirstOf(header.color.transfer, Described(NumberIn(codec.color_trc), 1));
+  properties.matrix_coefficients = FirstOf(header.color.matrix, Described(NumberIn(codec.color_space), 0));  // 0 is RGB
+  description.picture.color_primaries =
+      FirstOf(header.color.primaries, Described(NumberIn(codec.color_primaries), 1)).value_or(0);
   if (header.color.full_range) {
     description.picture.color_range = *header.color.full_range ? 2 : 1;
   } else {
-    description.picture.color_range = codec.color_range;  // numbered alike: 0 unknown, 1 limited, 2 full
+    const int range = NumberIn(codec.color_range);  // numbered alike: 1 limited, 2 full
+    description.picture.color_range = range == 1 || range == 2 ? range : 0;
   }
 
   const PixelFormat decoded = ReadPixelFormat(stream);
