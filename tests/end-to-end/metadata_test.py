@@ -394,7 +394,7 @@ class Protection(unittest.TestCase):
         self.assertEqual(self.facts(tool.record_of(self.protected, options=["--key", "00" * 16])), self.expected)
 
     def test_malformed_key_fails_without_showing_it(self):
-        for key in (ENCRYPTION_KEY[:-1], ENCRYPTION_KEY[:-2], ENCRYPTION_KEY + "00", "g" * 32, "secret-words", "12",
+        for key in (ENCRYPTION_KEY[:-1], ENCRYPTION_KEY[:-2], ENCRYPTION_KEY + "00", "g" * 32, "secret-words", "feed",
                     "\u00e4" * 16):
             with self.subTest(key=key):
                 done = tool.probe(self.protected, options=["--log-level", "trace", "--key", key])
