@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <thread>
-#include <vector>
 
 #include "service/isession.h"
 
@@ -18,6 +18,9 @@ class Session final : public service::ISession, public core::RefCnt<Session> {
  private:
   int* deaths_;
 };
+
+// The analyser does not follow the count: to it, every release may be the last.
+// NOLINTBEGIN(clang-analyzer-cplusplus.NewDelete)
 
 TEST(RefCntTest, StartsAtNothing) {
   int deaths = 0;
@@ -43,19 +46,19 @@ TEST(RefCntTest, CountsFromManyThreads) {
   auto* session = new Session(&deaths);
   session->AddRef();
   {
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-      threads.emplace_back([session] {
-        for (int round = 0; round < 10'000; ++round) {
-          session->AddRef();
-          session->Release();
-        }
-      });
-    }
+    const auto take_and_give_back = [session] {
+      for (int round = 0; round < 10'000; ++round) {
+        session->AddRef();
+        session->Release();
+      }
+    };
+    const std::array<std::jthread, 2> threads{std::jthread(take_and_give_back), std::jthread(take_and_give_back)};
   }
   EXPECT_EQ(deaths, 0);
   EXPECT_EQ(session->Release(), 0u);
   EXPECT_EQ(deaths, 1);
 }
+
+// NOLINTEND(clang-analyzer-cplusplus.NewDelete)
 
 }  // namespace

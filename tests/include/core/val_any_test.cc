@@ -28,13 +28,16 @@ class Counted {
 
 std::uint32_t Tag(const ValAny& value) { return static_cast<std::uint32_t>(value.type()); }
 
-/// The two words of a holder, as other modules see them.
+/// The payload and the tag of a holder, as other modules see them.
 std::pair<std::uint64_t, std::uint32_t> Words(const ValAny& value) {
-  std::pair<std::uint64_t, std::uint32_t> words;
-  std::memcpy(&words.first, &value, sizeof(words.first));
-  std::memcpy(&words.second, reinterpret_cast<const char*>(&value) + 8, sizeof(words.second));
-  return words;
+  const void* words = &value;
+  std::pair<std::uint64_t, std::uint32_t> copy;
+  std::memcpy(&copy.first, words, sizeof(copy.first));
+  std::memcpy(&copy.second, static_cast<const char*>(words) + sizeof(copy.first), sizeof(copy.second));
+  return copy;
 }
+
+ValAny CopyOf(const ValAny& value) { return value; }
 
 TEST(ValAnyTest, StartsEmpty) { EXPECT_EQ(Tag(ValAny()), 0u); }
 
@@ -122,7 +125,7 @@ TEST(ValAnyTest, TellsBadAccessInFixedWords) {
 
 TEST(ValAnyTest, SharesABufferBetweenCopies) {
   const ValAny value = ValAny::FromBuffer("text");
-  const ValAny copy = value;
+  const ValAny copy = CopyOf(value);
   EXPECT_EQ(copy.AsBuffer(), value.AsBuffer());
 }
 
@@ -131,7 +134,7 @@ TEST(ValAnyTest, ClonesABoxedObjectIntoACopy) {
   {
     const ValAny value = ValAny::Box(Counted(&living));
     EXPECT_EQ(living, 1);
-    const ValAny copy = value;
+    const ValAny copy = CopyOf(value);
     EXPECT_EQ(living, 2);
     EXPECT_NE(copy.AsBoxed<Counted>(), value.AsBoxed<Counted>());
     ValAny assigned = ValAny::Box(Counted(&living));
@@ -171,7 +174,7 @@ TEST(ValAnyTest, LeavesNothingBehindWhenMoved) {
 
 TEST(ValAnyTest, TakesABoxedTagWithoutAnObject) {
   const ValAny value = ValAny::FromBoxed(nullptr);
-  const ValAny copy = value;
+  const ValAny copy = CopyOf(value);
   EXPECT_EQ(Tag(copy), 272u);
   EXPECT_EQ(copy.AsBoxed<Rational>(), nullptr);
 }

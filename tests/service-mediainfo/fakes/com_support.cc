@@ -2,7 +2,7 @@
 
 namespace {
 
-[[maybe_unused]] const bool loaded = (FakeLibraryLoaded("COMSupport.dll"), true);
+[[maybe_unused]] const bool kLoaded = (FakeLibraryLoaded("COMSupport.dll"), true);
 
 }  // namespace
 

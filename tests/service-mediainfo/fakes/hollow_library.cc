@@ -3,6 +3,6 @@
 // A support library without the function that is looked for in it.
 namespace {
 
-[[maybe_unused]] const bool loaded = (FakeLibraryLoaded("hollow"), true);
+[[maybe_unused]] const bool kLoaded = (FakeLibraryLoaded("hollow"), true);
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 namespace {
 
-[[maybe_unused]] const bool loaded = (FakeLibraryLoaded("QK_log.dll"), true);
+[[maybe_unused]] const bool kLoaded = (FakeLibraryLoaded("QK_log.dll"), true);
 
 }  // namespace
 
