@@ -8,6 +8,7 @@ namespace mediaprobe {
 namespace {
 
 constexpr char kLibraryFolderVariable[] = "MEDIAPROBE_LIBRARY_DIR";
+constexpr char kProxyVariable[] = "http_proxy";  // as other programs read it
 constexpr char kModuleName[] = "service-mediainfo.so";
 
 }  // namespace
@@ -25,6 +26,7 @@ Host::Host(const std::string& library_folder)
                           service::config_keys::kSetAppResPath}) {
     configuration_.Set(key, library_folder);
   }
+  if (const char* proxy = std::getenv(kProxyVariable)) configuration_.Set(service::config_keys::kMediaProxyPath, proxy);
   if (manager_ && !manager_->LoadModule(module_path_.c_str(), &configuration_)) manager_ = nullptr;
 }
 

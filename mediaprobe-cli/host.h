@@ -16,7 +16,8 @@ std::string LibraryFolder();
 /// The process's service host with the media information module loaded.
 class Host {
  public:
-  /// Loads the module from `library_folder` and tells it the folders of the application.
+  /// Loads the module from `library_folder` and tells it the folders of the application, and the proxy for network URLs
+  /// that the environment variable http_proxy names.
   explicit Host(const std::string& library_folder);
   /// Releases the services; sessions and services that were handed out must be gone.
   ~Host();

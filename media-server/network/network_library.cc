@@ -51,7 +51,8 @@ class NetworkSource final : public IByteSource {
   /// An error of libavformat's, or 0.
   int Open(const char* url, const char* proxy) {
     AVDictionary* options = nullptr;
-    if (*proxy != '\0') av_dict_set(&options, "http_proxy", proxy, 0);
+    // Also when it is empty: libavformat would take a proxy from the environment that the host did not ask for.
+    av_dict_set(&options, "http_proxy", proxy, 0);
     // A redirection may lead to another server, never into the file system.
     av_dict_set(&options, "protocol_whitelist", "http,https,tcp,tls,httpproxy", 0);
     const AVIOInterruptCB interrupt{&NetworkSource::Interrupted, this};

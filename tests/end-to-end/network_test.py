@@ -84,6 +84,12 @@ class Served(unittest.TestCase):
     def test_server_without_ranges(self):
         self.check_same_as_on_disk("upright.mp4", f"{self.root}/plain/upright.mp4")
 
+    def test_proxy_of_the_environment(self):
+        # A proxy is asked for the whole URL, whose host it alone can reach.
+        url = "http://media.invalid/song.flac"
+        record, = tool.probe(url, environment={"http_proxy": self.root}).records()
+        self.assertEqual((record["status"], record["size"]), ("ok", (tool.SAMPLES / "song.flac").stat().st_size))
+
     def test_local_file_sends_no_request(self):
         RangeHandler.requests.clear()
         tool.record_of(tool.SAMPLES / "upright.mp4")

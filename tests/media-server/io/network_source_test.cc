@@ -1,6 +1,7 @@
 #include "media-server/io/network_source.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <array>
 #include <memory>
@@ -81,6 +82,16 @@ TEST(NetworkSourceTest, AsksTheProxyForTheUrl) {
   // The proxy sees the whole URL, which names none of its paths.
   EXPECT_EQ(OpenNetworkSource("http://media.invalid/file", proxy.Url(""), &reason), nullptr);
   EXPECT_EQ(reason, "no such file on the server");
+}
+
+TEST(NetworkSourceTest, AsksNoProxyThatTheHostDidNotName) {
+  const HttpServer server("content");
+  setenv("http_proxy", "http://127.0.0.1:1", 1);
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/file"), "", &reason);
+  unsetenv("http_proxy");
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(ReadText(*source, 0, 7), "content");
 }
 
 }  // namespace
