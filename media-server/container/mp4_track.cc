@@ -53,6 +53,7 @@ class TrackReader {
 
   Mp4Track Read(const Mp4Box& trak) {
     ReadChildren(trak);
+    if (more_samples_than_bytes_ && !IsUncompressedSound()) track_.plausible = false;
     return std::move(track_);
   }
 
@@ -215,7 +216,14 @@ class TrackReader {
     if (common_size == 0 || !input_size_) return;
     // Old sound codecs declare one byte a sample and pack several samples into one.
     const std::uint64_t most = common_size == 1 ? *input_size_ * 8 : *input_size_;
-    if (count > most) track_.plausible = false;
+    more_samples_than_bytes_ = count > most;
+  }
+
+  /// Sound whose samples last one tick each is indexed by its chunks: a count of samples costs nothing there, and a
+  /// file that was cut short keeps the count of the whole.
+  bool IsUncompressedSound() const {
+    const auto& times = track_.decoding_times;
+    return track_.handler == "soun" && times && times->constant && times->smallest_delta == 1;
   }
 
   void ReadCompactSampleSizes(const Mp4Box& box) {
@@ -278,6 +286,7 @@ class TrackReader {
   std::optional<std::uint64_t> input_size_;
   Mp4MetadataReader& metadata_;
   Mp4Track track_;
+  bool more_samples_than_bytes_ = false;  // of one size
 };
 
 constexpr std::array<TrackReader::Row, 18> TrackReader::kRows = {{

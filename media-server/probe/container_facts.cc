@@ -59,7 +59,8 @@ ContainerFacts FactsOfMp4(IByteSource& source) {
   facts.truncated = movie.truncated;
   if (movie.MoovMissing()) facts.refusal = "file ends early: its index, which is written last, is missing";
   if (!std::ranges::all_of(movie.tracks, &Mp4Track::plausible)) {
-    facts.refusal = "damaged: claims more samples than it can hold";
+    // Tables that the end of the file cuts off claim too much as well.
+    facts.refusal = movie.truncated ? "file ends early" : "damaged: claims more samples than it can hold";
   }
   return facts;
 }

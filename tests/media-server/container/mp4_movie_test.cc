@@ -279,6 +279,16 @@ TEST(Mp4Movie, MoreSamplesThanTheFileHasBytesAreNotPlausible) {
   EXPECT_TRUE(ReadTrack(FullBox("stsz", Be(1000, 4) + Be(50, 4))).plausible);
 }
 
+TEST(Mp4Movie, UncompressedSoundOfACutFileIsPlausible) {
+  const auto sound_track = [](std::uint32_t delta) {
+    const std::string tables =
+        FullBox("stts", Be(1, 4) + Be(20000000, 4) + Be(delta, 4)) + FullBox("stsz", Be(4, 4) + Be(20000000, 4));
+    return ReadMoov(Box("trak", TrackHeader(7) + Box("mdia", MediaHeader() + Handler("soun") + SampleTable(tables))));
+  };
+  EXPECT_TRUE(sound_track(1).tracks.at(0).plausible);
+  EXPECT_FALSE(sound_track(1024).tracks.at(0).plausible) << "frames of a codec are indexed one by one";
+}
+
 TEST(Mp4Movie, TruncationIsSeenAtBoxesAndChunks) {
   EXPECT_TRUE(ReadBytes(Be(1000, 4) + "mdat" + Zeros(20)).truncated);
   EXPECT_FALSE(ReadBytes(Be(28, 4) + "mdat" + Zeros(20)).truncated);
