@@ -105,10 +105,14 @@ class NoMediaFile(Folder):
         if not PROTECTED_BY_ROOT:
             self.check_fails("locked.mp4", "no permission")
             return
-        # Nothing is locked to root, so someone else asks.
+        # Nothing is locked to root, so someone else asks, who may not even enter the build folder: with a copy.
         self.folder.chmod(0o755)
+        built = pathlib.Path(tool.MEDIAPROBE)
+        (self.folder / "bin").mkdir()
+        copy = shutil.copy(built, self.folder / "bin")
+        shutil.copytree(built.parent.parent / "lib", self.folder / "lib")
         done = subprocess.run(
-            [tool.MEDIAPROBE, "--ndjson", self.folder / "locked.mp4"], user=65534, group=65534, extra_groups=[],
+            [copy, "--ndjson", self.folder / "locked.mp4"], user=65534, group=65534, extra_groups=[],
             stdin=subprocess.DEVNULL, capture_output=True, timeout=tool.HANG_SECONDS)
         self.assertEqual(done.returncode, 1)
         self.assertEqual(done.stderr.decode(), f"mediaprobe: {self.folder / 'locked.mp4'}: no permission\n")
