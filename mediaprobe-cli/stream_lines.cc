@@ -43,7 +43,7 @@ std::string ProfileText(const CodedStreamRecord& stream) {
 
 std::string PictureSize(const VideoRecord& video) {
   if (!video.width || !video.height) return {};
-  const std::string coded = SizePair(*video.width, *video.height);
+  std::string coded = SizePair(*video.width, *video.height);
   if (!video.display_width || !video.display_height) return coded;
   const std::string shown = SizePair(*video.display_width, *video.display_height);
   return shown == coded ? coded : coded + " (shown " + shown + ")";

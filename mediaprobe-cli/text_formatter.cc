@@ -130,7 +130,7 @@ std::string AigcSummary(const std::string& text) {
     const std::string shown = value.is_string() ? value.get<std::string>() : value.dump();
     if (shown.empty()) continue;
     if (!summary.empty()) summary += ", ";
-    summary += key + " " + shown;
+    summary.append(key).append(" ").append(shown);
   }
   return Shown(summary);
 }
