@@ -88,6 +88,12 @@ ContainerFacts FactsOfAsf(IByteSource& source) {
   return facts;
 }
 
+ContainerFacts FactsOfMpegAudio(IByteSource& source) {
+  ContainerFacts facts;
+  facts.id3v1 = ReadId3v1(source);
+  return facts;
+}
+
 struct Reader {
   std::string_view demuxer;
   ContainerFacts (*read)(IByteSource& source);
@@ -95,7 +101,7 @@ struct Reader {
 
 constexpr Reader kReaders[] = {
     {"mov", &FactsOfMp4},  {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff},
-    {"avi", &FactsOfRiff}, {"asf", &FactsOfAsf},
+    {"avi", &FactsOfRiff}, {"asf", &FactsOfAsf},           {"mp3", &FactsOfMpegAudio},
 };
 
 }  // namespace
@@ -127,8 +133,9 @@ ContainerFacts ReadContainerFacts(IByteSource& source, std::string_view demuxer)
   if (reader != std::end(kReaders)) return reader->read(source);
   ContainerFacts facts;
   constexpr std::string_view kStateTheirSize[] = {"w64", "aiff", "dsf", "flv"};
-  if (std::ranges::find(kStateTheirSize, demuxer) != std::end(kStateTheirSize))
+  if (std::ranges::find(kStateTheirSize, demuxer) != std::end(kStateTheirSize)) {
     facts.truncated = EndsEarly(source, demuxer);
+  }
   return facts;
 }
 

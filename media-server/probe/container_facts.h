@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "media-server/container/id3v1.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
 #include "media-server/io/byte_source.h"
@@ -18,6 +19,7 @@ namespace media_server::probe {
 struct ContainerFacts {
   std::optional<Mp4Movie> movie;         ///< of the MP4 family
   std::optional<MatroskaScan> matroska;  ///< of Matroska and WebM
+  std::optional<Id3v1Tag> id3v1;         ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
   std::optional<bool> truncated;         ///< the file is shorter than its container says
   std::optional<std::string> refusal;    ///< why the file must not be opened, in words
   /// What stands in places that libavformat does not read: the AI-generated-content label, an XMP packet, the creation

@@ -123,6 +123,11 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
   const TagSources sources(context, container);
   MediaTags tags;
   for (const Field& field : kFields) tags.*field.text = Clean(sources.Find(field.keys));
+  if (container.id3v1) {
+    if (tags.title.empty()) tags.title = container.id3v1->title;
+    if (tags.artist.empty()) tags.artist = container.id3v1->artist;
+    if (tags.album.empty()) tags.album = container.id3v1->album;
+  }
   if (tags.aigc.empty()) tags.aigc = Clean(container.aigc);
   if (tags.aigc.empty()) tags.aigc = Clean(ReadXmpAigcLabel(XmpOf(container)).value_or(""));
   tags.location = ParseIso6709(sources.Find(kLocationKeys));

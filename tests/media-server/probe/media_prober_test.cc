@@ -185,6 +185,23 @@ TEST(MediaProberTest, ReadsPlaceCameraAndTime) {
   EXPECT_LT(hdr.location.value().latitude, 0);
 }
 
+TEST(MediaProberTest, TakesFromId3v1WhatId3v2DoesNotTell) {
+  const std::vector<std::uint8_t> song = ReadSample("song.mp3");
+  std::string bytes(song.begin(), song.end());
+  bytes.replace(bytes.find("TPE1"), 4, "TXX1");
+  const auto field = [](std::string text) {
+    text.resize(30, '\0');
+    return text;
+  };
+  bytes += "TAG" + field("Cut title") + field("Artist of the end") + field("") + "2004" + field("") + Zeros(1);
+  std::string reason;
+  const auto media = Probe({bytes.begin(), bytes.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_EQ(media->tags.title, "Morning Tone");
+  EXPECT_EQ(media->tags.artist, "Artist of the end");
+  EXPECT_EQ(media->tags.album, "Sines");
+}
+
 struct Refused {
   const char* name;
   std::string content;
