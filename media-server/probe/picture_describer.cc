@@ -114,8 +114,7 @@ double SampleAspectRatio(const AVStream& stream, const PictureParameters& header
   for (const AVRational ratio : {stream.sample_aspect_ratio, stream.codecpar->sample_aspect_ratio}) {
     if (ratio.num > 0 && ratio.den > 0) return av_q2d(ratio);
   }
-  const auto& ratio = header.sample_aspect_ratio;
-  return ratio ? static_cast<double>(ratio->numerator) / static_cast<double>(ratio->denominator) : 1;
+  return NumberOf(header.sample_aspect_ratio, /*unknown=*/1);
 }
 
 void DescribeSize(const AVStream& stream, const PictureParameters& header, PictureFormat& picture) {
@@ -127,10 +126,9 @@ void DescribeSize(const AVStream& stream, const PictureParameters& header, Pictu
 
 void DescribeRate(const AVStream& stream, const PictureFacts& facts, StreamDescription& description) {
   PictureFormat& picture = description.picture;
-  const auto& header_rate = facts.header.parameters.frame_rate;
   picture.frame_rate = FrameRate(stream);
-  if (picture.frame_rate == 0 && header_rate && !IsCover(stream)) {
-    picture.frame_rate = static_cast<double>(header_rate->numerator) / static_cast<double>(header_rate->denominator);
+  if (picture.frame_rate == 0 && !IsCover(stream)) {
+    picture.frame_rate = NumberOf(facts.header.parameters.frame_rate, /*unknown=*/0);
   }
   picture.frame_count = FrameCount(stream, facts.sample_count, description.duration, picture.frame_rate);
   if (facts.timing) {

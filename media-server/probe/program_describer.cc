@@ -1,18 +1,14 @@
 #include "media-server/probe/program_describer.h"
 
 #include <algorithm>
-#include <limits>
 #include <span>
 #include <vector>
 
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/timing.h"
 
 namespace media_server::probe {
 namespace {
-
-std::uint32_t Saturated(std::uint64_t value) {
-  return static_cast<std::uint32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::uint32_t>::max()));
-}
 
 void AddStream(std::size_t index, const MediaDescription& media, ProgramDescription& program) {
   ++program.stream_count;

@@ -1,7 +1,5 @@
 #include "media-server/probe/stream_describer.h"
 
-#include <algorithm>
-#include <limits>
 #include <optional>
 #include <utility>
 
@@ -36,10 +34,6 @@ std::optional<StreamKind> KindOf(const AVStream& stream, std::uint32_t codec_tag
   }
 }
 
-std::uint32_t Saturated(std::uint64_t value) {
-  return static_cast<std::uint32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::uint32_t>::max()));
-}
-
 StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVStream& stream, StreamKind kind,
                                       double file_duration) {
   StreamDescription description;
@@ -55,11 +49,6 @@ StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVSt
   description.duration = StreamDuration(stream).value_or(file_duration);
   description.disposition = static_cast<std::uint32_t>(stream.disposition);
   return description;
-}
-
-double HeaderRate(const PictureHeader& header) {
-  const auto& rate = header.parameters.frame_rate;
-  return rate ? static_cast<double>(rate->numerator) / static_cast<double>(rate->denominator) : 0;
 }
 
 }  // namespace
@@ -81,7 +70,8 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
       if (const Mp4Track* mp4_track = container.TrackOf(*stream)) {
         facts.gop = GopOfTrack(*stream, *mp4_track, samples);
       } else if (IsElementaryPictureStream(context)) {
-        facts.timing = TimeElementaryStream(context, HeaderRate(facts.header), media.file_size);
+        facts.timing =
+            TimeElementaryStream(context, NumberOf(facts.header.parameters.frame_rate, /*unknown=*/0), media.file_size);
       } else if (TellsGopInPackets(*stream) && !packets_are_read) {
         facts.gop = GopOfPackets(context, *stream);
         packets_are_read = true;

@@ -127,4 +127,12 @@ std::uint32_t FrameCount(const AVStream& stream, std::uint32_t sample_count, dou
   return AtLeastOne(estimated);
 }
 
+std::uint32_t Saturated(std::uint64_t value) {
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(value, std::numeric_limits<std::uint32_t>::max()));
+}
+
+double NumberOf(const std::optional<core::Rational>& fraction, double unknown) {
+  return fraction ? static_cast<double>(fraction->numerator) / static_cast<double>(fraction->denominator) : unknown;
+}
+
 }  // namespace media_server::probe

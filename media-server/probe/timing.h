@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "core/rational.h"
+
 struct AVFormatContext;
 struct AVStream;
 
@@ -31,5 +33,11 @@ double FrameRate(const AVStream& stream);
 /// Number of pictures: counted by the container where it counts, else the samples in its index (`sample_count`, 0 for
 /// none), else estimated from `duration` (seconds) and `frame_rate`, and never 0.
 std::uint32_t FrameCount(const AVStream& stream, std::uint32_t sample_count, double duration, double frame_rate);
+
+/// A number in the 32 bits that the interfaces have for rates; what is larger gives the largest.
+std::uint32_t Saturated(std::uint64_t value);
+
+/// A fraction of a codec's header as a number; `unknown` where it tells none.
+double NumberOf(const std::optional<core::Rational>& fraction, double unknown);
 
 }  // namespace media_server::probe
