@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "core/val_any.h"
+#include "media_server/image_info.h"
 #include "media_server/imedia_info.h"
 #include "platform/com.h"
 #include "platform/export.h"
@@ -12,10 +13,6 @@
 #else
 #define MEDIA_SERVER_API PLATFORM_IMPORT
 #endif
-
-namespace imagecore {
-struct QkImageInfo;
-}
 
 namespace media_server {
 
@@ -31,7 +28,8 @@ class IMediaServer : public platform::IComObject {
   /// Opens `path` (UTF-16: a file path or an http(s) URL) and describes it in `*out`, with one reference. Non-zero on
   /// success; zero, null in `*out` and the reason in CoreErrorText on failure.
   virtual std::int32_t GetMediaInfo(const char16_t* path, IMediaInfo** out) = 0;
-  /// Fills the record of a still or animated image. Non-zero on success.
+  /// Fills `info` from the headers of the image file at `path` (UTF-16) and sets the flags of the fields that were
+  /// found. Non-zero on success; zero, the record as far as it was found, and the reason in CoreErrorText on failure.
   virtual std::int64_t QueryImage(const char16_t* path, imagecore::QkImageInfo* info) = 0;
 
  protected:
@@ -71,3 +69,9 @@ using SetProtectedPathFunction = void (*)(const char16_t* text);
 extern "C" MEDIA_SERVER_API std::int32_t CreateMediaServer(const char* media_info_path, const char* media_proxy_path,
                                                            const char* app_path, const char* app_res_path,
                                                            const char* log_path, media_server::IMediaServer** out);
+
+/// Digests the whole content of the file at `path` (UTF-8) with MD5 and writes 32 lower-case hexadecimal digits and a
+/// terminator into `buffer`, which holds at least 33 bytes. A name that does not exist and has a bracket part
+/// ("f_[1-3,7].png") is a sequence: its frames are digested one after another, as one stream. False, and the buffer as
+/// it was, when anything could not be read to its end. Safe to call from any thread.
+extern "C" MEDIA_SERVER_API bool GetMD5Uuid(const char* path, char* buffer);

@@ -40,10 +40,44 @@ inline constexpr char kDefinition[] = "MediaFile_Metedata_Definition";
 inline constexpr char kAigcMeta[] = "MediaFile_Metedata_AIGCMeta";
 inline constexpr char kAlphaMode[] = "MediaFile_Metedata_ALPHA_MODE";
 
-/// Of an image; only the date keys are needed by the store itself.
+/// Of an image. Numbers are kInt32 unless said; kAlphaMode stands in an image's store too.
+/// Bits of imagecore::ImageFlag: which of the keys below were found.
+inline constexpr char kImageFlag[] = "Image_Metedata_Flag";
+/// kDouble, degrees without sign; the hemisphere stands in the Ref keys as "N"/"S" and "E"/"W".
+inline constexpr char kImageGpsLatitude[] = "Image_Metedata_GPSLatitude";
+inline constexpr char kImageGpsLongitude[] = "Image_Metedata_GPSLongitude";
+inline constexpr char kImageGpsLatitudeRef[] = "Image_Metedata_GPSLatitudeRef";
+inline constexpr char kImageGpsLongitudeRef[] = "Image_Metedata_GPSLongitudeRef";
+inline constexpr char kImageCameraMaker[] = "Image_Metedata_CameraMaker";
+inline constexpr char kImageCameraModel[] = "Image_Metedata_CameraModel";
+/// Combined date text, as kDate.
 inline constexpr char kImageDate[] = "Image_Metedata_Date";
+/// Answered from kImageDate, as seconds since 1970.
 inline constexpr char kImageCreateDate[] = "Image_Metedata_CreateDate";
 inline constexpr char kImageModifyDate[] = "Image_Metedata_ModifyDate";
+/// kDouble, seconds.
+inline constexpr char kImageExposureTime[] = "Image_Metedata_ExposureTime";
+/// Degrees clockwise, and imagecore::Flip: the picture is flipped first, then rotated, to show it upright.
+inline constexpr char kImageRotate[] = "Image_Metedata_Rotate";
+inline constexpr char kImageFlip[] = "Image_Metedata_Flip";
+/// Pixels of the stored picture, before flip and rotation.
+inline constexpr char kImageWidth[] = "Image_Metedata_Width";
+inline constexpr char kImageHeight[] = "Image_Metedata_Height";
+/// imagecore::PictureType.
+inline constexpr char kImagePicType[] = "Image_Metedata_PicType";
+/// Durations are kDouble, seconds; that of a sequence is told at 25 frames per second.
+inline constexpr char kImagePicSequenceDuration[] = "Image_Metedata_PicSequenceDuration";
+inline constexpr char kImagePicSequenceTotalFrames[] = "Image_Metedata_PicSequenceTotalFrames";
+inline constexpr char kImageWebPDuration[] = "Image_Metedata_WebpDuration";
+inline constexpr char kImageGifDuration[] = "Image_Metedata_GifDuration";
+inline constexpr char kImageGifFrameRateNum[] = "Image_Metedata_GifFrameRate_Num";
+inline constexpr char kImageGifFrameRateDen[] = "Image_Metedata_GifFrameRate_Den";
+/// Label of AI-generated content: bytes of its text, and the text.
+inline constexpr char kImageAigcMetaSize[] = "Image_Metedata_AIGCMetaSize";
+inline constexpr char kImageAigcMetaData[] = "Image_Metedata_AIGCMetaData";
+inline constexpr char kImageAvifDuration[] = "Image_Metedata_AvifDuration";
+/// kUInt32, first character in the least significant byte.
+inline constexpr char kImageFourCC[] = "Image_Metedata_FourCC";
 
 /// Of a picture stream. Numbers are kInt32 unless said.
 inline constexpr char kVideoTransferCharacteristics[] = "MediaFile_Metedata_Video_Transfer_Characteristics";

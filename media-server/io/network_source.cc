@@ -1,25 +1,19 @@
 #include "media-server/io/network_source.h"
 
+#include "media-server/io/sibling_library.h"
 #include "media-server/network/network_library.h"
-#include "platform/library.h"
 
 namespace media_server {
 namespace {
 
 constexpr int kTimeoutSeconds = 15;
 
-OpenNetworkSourceFunction LoadNetworkLibrary() {
-  const HMODULE library = LoadLibraryA(kNetworkLibraryName);
-  if (library == nullptr) return nullptr;
-  return reinterpret_cast<OpenNetworkSourceFunction>(GetProcAddress(library, kOpenNetworkSource));
-}
-
 }  // namespace
 
 bool IsNetworkUrl(std::string_view path) { return path.starts_with("http://") || path.starts_with("https://"); }
 
 std::unique_ptr<IByteSource> OpenNetworkSource(const std::string& url, const std::string& proxy, std::string* reason) {
-  static const OpenNetworkSourceFunction open = LoadNetworkLibrary();
+  static const auto open = LoadSiblingFunction<OpenNetworkSourceFunction>(kNetworkLibraryName, kOpenNetworkSource);
   if (open == nullptr) {
     *reason = "the network library is missing";
     return nullptr;

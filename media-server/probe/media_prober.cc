@@ -16,6 +16,7 @@
 #include "media-server/probe/streams.h"
 #include "media-server/probe/tag_reader.h"
 #include "media-server/probe/timing.h"
+#include "media_server/refusals.h"
 
 namespace media_server::probe {
 namespace {
@@ -27,9 +28,9 @@ constexpr std::int64_t kProbeSizes[] = {500'000, 10'000'000};
 std::string_view RefusalOf(ContentKind kind) {
   switch (kind) {
     case ContentKind::kStillImage:
-      return "a still image, not a media file";
+      return refusals::kStillImage;
     case ContentKind::kSvg:
-      return "an SVG image, not a media file";
+      return refusals::kSvg;
     default:
       return "not a media file";
   }

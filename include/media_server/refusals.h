@@ -1,0 +1,10 @@
+#pragma once
+
+/// What CoreErrorText says after IMediaServer::GetMediaInfo refused a file because another service reads it. Hosts that
+/// choose a service by content compare with these texts.
+namespace media_server::refusals {
+
+inline constexpr char kStillImage[] = "a still image, not a media file";
+inline constexpr char kSvg[] = "an SVG image, not a media file";
+
+}  // namespace media_server::refusals

@@ -1,0 +1,76 @@
+#include "media-server/image/image_reader.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string_view>
+
+#include "media-server/container/format_identity.h"
+#include "media-server/image/qoi.h"
+
+namespace media_server::image {
+namespace {
+
+/// Reads what the headers tell into an empty record; false when they do not tell the picture's size.
+using Reader = bool (*)(IByteSource& source, PictureHeaders& headers);
+
+/// By the short name that IdentifyFormat gives.
+struct Row {
+  std::string_view format;
+  Reader read;
+};
+
+constexpr std::array kReaders = {
+    Row{"qoi", ReadQoi},
+};
+
+/// Remembers whether a read wanted more than there was.
+class EndNotingSource final : public IByteSource {
+ public:
+  explicit EndNotingSource(IByteSource& source) : source_(source) {}
+
+  std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
+    const std::size_t read = source_.ReadAt(offset, out);
+    met_end_ = met_end_ || read < out.size();
+    return read;
+  }
+  std::optional<std::uint64_t> Size() const override { return source_.Size(); }
+  bool met_end() const { return met_end_; }
+
+ private:
+  IByteSource& source_;
+  bool met_end_ = false;
+};
+
+/// Whether the record of the image query can hold it.
+bool IsPlausible(const PictureSize& size) {
+  constexpr std::uint32_t kMost = std::numeric_limits<std::int32_t>::max();
+  return size.width > 0 && size.width <= kMost && size.height > 0 && size.height <= kMost;
+}
+
+}  // namespace
+
+std::optional<PictureHeaders> ReadPictureHeaders(IByteSource& source, std::string* reason) {
+  if (source.Size() == 0) {
+    *reason = "empty file";
+    return std::nullopt;
+  }
+  const auto identity = IdentifyFormat(source);
+  const auto row =
+      std::ranges::find(kReaders, identity ? identity->names.short_name : std::string_view(), &Row::format);
+  if (row == kReaders.end()) {
+    *reason =
+        identity && identity->kind == ContentKind::kStillImage ? "an image format that is not read: " : "not an image";
+    if (identity && identity->kind == ContentKind::kStillImage) *reason += identity->names.long_name;
+    return std::nullopt;
+  }
+  EndNotingSource noting(source);
+  PictureHeaders headers;
+  if (!row->read(noting, headers) || !headers.size || !IsPlausible(*headers.size)) {
+    *reason = noting.met_end() ? "file ends early" : "the picture's header is damaged";
+    return std::nullopt;
+  }
+  return headers;
+}
+
+}  // namespace media_server::image

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "media-server/image/picture_headers.h"
+#include "media-server/io/byte_source.h"
+
+namespace media_server::image {
+
+/// Reads the headers of a still or animated image; its pixels are never decoded, and no more than some 256 KiB are read
+/// however large it is. The format is known by content. Empty, and the reason in words, when `source` is no image or
+/// its headers do not tell its size; a file whose headers are whole is answered although its picture is cut short.
+std::optional<PictureHeaders> ReadPictureHeaders(IByteSource& source, std::string* reason);
+
+}  // namespace media_server::image

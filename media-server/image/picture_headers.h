@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/rational.h"
+#include "media_server/image_info.h"
+
+namespace media_server::image {
+
+/// Pixels of the stored picture, before it is flipped and rotated to be shown.
+struct PictureSize {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+
+  friend bool operator==(const PictureSize&, const PictureSize&) = default;
+};
+
+/// What to do with the stored picture to show it upright: flip it, then rotate it clockwise.
+struct Orientation {
+  imagecore::Flip flip = imagecore::kFlipNone;
+  std::int32_t rotation_degrees = 0;  ///< 0, 90, 180 or 270
+
+  friend bool operator==(const Orientation&, const Orientation&) = default;
+};
+
+/// Of a picture that moves: one pass over all frames.
+struct Animation {
+  double duration_s = 0;
+  std::optional<core::Rational> frame_rate;  ///< frames per second, where it is told or all frames last equally long
+};
+
+/// Metadata as they lie in the file, each cut out of its carrier's wrapping. Bounded: see kMostMetadataBytes.
+struct EmbeddedMetadata {
+  std::vector<std::uint8_t> exif;        ///< a TIFF structure from its byte order mark on
+  std::string xmp;                       ///< the packet
+  std::vector<std::uint8_t> iptc;        ///< IPTC-IIM data sets
+  std::string aigc;                      ///< a text chunk that holds the label of AI-generated content itself
+  std::optional<std::int64_t> modified;  ///< seconds since 1970 UTC, where the format has a field of its own
+
+  bool HasPayload() const { return !exif.empty() || !xmp.empty() || !iptc.empty(); }
+};
+
+/// Most bytes taken of one payload; longer ones are left out, XMP and Exif beyond it being previews and edit histories.
+inline constexpr std::size_t kMostMetadataBytes = 256 * 1024;
+
+/// What the headers of one picture file tell. Whatever they do not tell is empty.
+struct PictureHeaders {
+  imagecore::PictureType type = imagecore::kPictureOther;
+  std::uint32_t fourcc = 0;  ///< of the coded picture, first character in the least significant byte
+  std::optional<PictureSize> size;
+  std::optional<imagecore::AlphaMode> alpha;
+  /// As the container itself tells it, where it has a say: it then holds over what Exif tells.
+  std::optional<Orientation> orientation;
+  std::optional<Animation> animation;
+  EmbeddedMetadata metadata;
+};
+
+}  // namespace media_server::image
