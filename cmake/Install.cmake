@@ -1,7 +1,7 @@
 # <prefix>/bin/mediaprobe, <prefix>/lib/mediainfo/*.so and <prefix>/lib/mediainfo/userepace/*.dll: the paths are looked
 # up relative to the tool and to the module, so they are not left to GNUInstallDirs.
 
-set(libraries core service MediaServer MediaServerNetwork service-mediainfo)
+set(libraries core service MediaServer MediaServerDigest MediaServerNetwork service-mediainfo)
 set(run_time_libraries COMSupport QK_log)
 
 install(TARGETS ${libraries} LIBRARY DESTINATION lib/mediainfo)

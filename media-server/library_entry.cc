@@ -1,6 +1,10 @@
+#include <cstring>
 #include <new>
+#include <string>
 
+#include "core/error_text.h"
 #include "core/log.h"
+#include "media-server/digest/content_digest.h"
 #include "media-server/media_server.h"
 
 namespace {
@@ -22,4 +26,20 @@ std::int32_t CreateMediaServer(const char* /*media_info_path*/, const char* medi
   } catch (const std::bad_alloc&) {
     return platform::kFail;
   }
+}
+
+bool GetMD5Uuid(const char* path, char* buffer) {
+  if (path == nullptr || buffer == nullptr) return false;
+  std::string reason;
+  try {
+    if (const auto digest = media_server::DigestContent(path, &reason)) {
+      std::memcpy(buffer, digest->c_str(), digest->size() + 1);
+      CoreSetErrorText(nullptr);
+      return true;
+    }
+  } catch (const std::bad_alloc&) {
+    reason = "out of memory";
+  }
+  CoreSetErrorText(reason.c_str());
+  return false;
 }

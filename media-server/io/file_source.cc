@@ -30,6 +30,10 @@ class FileSource final : public IByteSource {
 
   std::optional<std::uint64_t> Size() const override { return size_; }
 
+  void WillRead(std::uint64_t offset, std::uint64_t size) override {
+    posix_fadvise(descriptor_, static_cast<off_t>(offset), static_cast<off_t>(size), POSIX_FADV_WILLNEED);
+  }
+
  private:
   int descriptor_;
   std::uint64_t size_;
