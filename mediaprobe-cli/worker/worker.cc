@@ -1,0 +1,172 @@
+#include "worker/worker.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+namespace mediaprobe {
+namespace {
+
+constexpr std::size_t kReadSize = 64 * 1024;
+
+/// False when the other end is gone.
+bool SendAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent < 0 && errno == EINTR) continue;
+    if (sent <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+  return true;
+}
+
+/// Address space in use, in bytes.
+std::uint64_t AddressSpace() {
+  std::uint64_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+void LimitThisProcess(const WorkerLimits& limits) {
+  const rlimit no_core{0, 0};
+  setrlimit(RLIMIT_CORE, &no_core);
+  const rlim_t most = AddressSpace() + limits.memory_bytes;
+  const rlimit memory{most, most};
+  setrlimit(RLIMIT_AS, &memory);
+}
+
+/// An interrupt typed at the terminal reaches every process of the group: the parent decides what becomes of it.
+void LeaveInterruptsToTheParent() {
+  signal(SIGINT, SIG_IGN);
+  signal(SIGTERM, SIG_DFL);
+  signal(SIGPIPE, SIG_IGN);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Answers until the parent hangs up.
+void Serve(int descriptor, const AnswerInput& answer) {
+  FrameDecoder decoder;
+  std::array<char, kReadSize> buffer;
+  const ReportDigest report = [&](std::uint64_t done, std::uint64_t total) {
+    SendAll(descriptor, frame::DigestReport(done, total));
+  };
+  while (true) {
+    while (const auto message = decoder.Next()) {
+      const auto* input = std::get_if<std::string>(&*message);
+      if (!input || !SendAll(descriptor, frame::Reply(answer(*input, report)))) return;
+    }
+    const ssize_t got = read(descriptor, buffer.data(), buffer.size());
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0 || !decoder.Add({buffer.data(), static_cast<std::size_t>(got)})) return;
+  }
+}
+
+[[noreturn]] void RunChild(int descriptor, pid_t parent, const AnswerInput& answer, const WorkerLimits& limits,
+                           std::span<const int> inherited) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  // The parent may have died before that.
+  if (getppid() != parent) _exit(1);
+  for (const int unneeded : inherited) close(unneeded);
+  LeaveInterruptsToTheParent();
+  LimitThisProcess(limits);
+  try {
+    Serve(descriptor, answer);
+  } catch (...) {
+    _exit(1);
+  }
+  _exit(0);
+}
+
+}  // namespace
+
+std::unique_ptr<Worker> Worker::Start(const AnswerInput& answer, const WorkerLimits& limits,
+                                      std::span<const int> inherited) {
+  std::array<int, 2> ends;
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return nullptr;
+  const pid_t parent = getpid();
+  const pid_t process = fork();
+  if (process == 0) {
+    close(ends[0]);
+    RunChild(ends[1], parent, answer, limits, inherited);
+  }
+  close(ends[1]);
+  if (process < 0) {
+    close(ends[0]);
+    return nullptr;
+  }
+  return std::unique_ptr<Worker>(new Worker(process, ends[0], limits));
+}
+
+Worker::Worker(pid_t process, int descriptor, const WorkerLimits& limits)
+    : process_(process), descriptor_(descriptor), limits_(limits) {}
+
+Worker::~Worker() { End(); }
+
+void Worker::Ask(Request request) {
+  // A dead worker is noticed when its end of the stream is read.
+  SendAll(descriptor_, frame::Request(request.input));
+  if (requests_.empty()) started_ = Clock::now();
+  requests_.push_back(std::move(request));
+}
+
+bool Worker::Receive(const std::function<void(Reply)>& take) {
+  std::array<char, kReadSize> buffer;
+  const ssize_t got = recv(descriptor_, buffer.data(), buffer.size(), MSG_DONTWAIT);
+  if (got < 0) return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+  if (got == 0 || !decoder_.Add({buffer.data(), static_cast<std::size_t>(got)})) return false;
+  while (auto message = decoder_.Next()) {
+    if (requests_.empty()) return false;
+    if (const auto* digest = std::get_if<DigestProgress>(&*message)) {
+      digest_ = *digest;
+      continue;
+    }
+    auto* answer = std::get_if<Answer>(&*message);
+    if (!answer) return false;
+    const std::uint64_t number = requests_.front().number;
+    requests_.pop_front();
+    digest_.reset();
+    started_ = Clock::now();
+    take({number, std::move(*answer)});
+  }
+  return true;
+}
+
+std::optional<Worker::Clock::time_point> Worker::Deadline() const {
+  if (requests_.empty() || digest_) return std::nullopt;
+  return started_ + limits_.timeout;
+}
+
+std::string Worker::End() {
+  if (process_ < 0) return {};
+  int status = 0;
+  std::string words;
+  // Whoever died by itself is a zombie now, which a kill does not change; the status tells who it was.
+  kill(process_, SIGKILL);
+  while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (WIFSIGNALED(status)) {
+    const int signal_number = WTERMSIG(status);
+    words = "killed by signal " + std::to_string(signal_number) + " (" + strsignal(signal_number) + ")";
+  } else if (WIFEXITED(status)) {
+    words = "left with status " + std::to_string(WEXITSTATUS(status));
+  }
+  process_ = -1;
+  close(descriptor_);
+  return words;
+}
+
+}  // namespace mediaprobe

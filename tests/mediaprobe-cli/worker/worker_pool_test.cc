@@ -1,0 +1,242 @@
+#include "worker/worker_pool.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "scratch_folder.h"
+
+namespace mediaprobe {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+using namespace std::chrono_literals;
+
+class ListSource final : public InputSource {
+ public:
+  explicit ListSource(std::vector<std::string> inputs) : inputs_(std::move(inputs)) {}
+
+  State Next(std::string* input) override {
+    if (given_ == inputs_.size()) return State::kEnd;
+    *input = inputs_[given_++];
+    return State::kInput;
+  }
+  std::size_t given() const { return given_; }
+
+ private:
+  std::vector<std::string> inputs_;
+  std::size_t given_ = 0;
+};
+
+/// Names of workers' deeds: what the answer function of these tests does for an input.
+Answer Act(const std::string& input) {
+  if (input == "abort") std::abort();
+  if (input == "kill") kill(getpid(), SIGKILL);
+  if (input == "hang") std::this_thread::sleep_for(1h);
+  if (input == "slow") std::this_thread::sleep_for(200ms);
+  if (input == "leave") _exit(3);
+  if (input == "hoard") {
+    constexpr std::size_t kHoard = std::size_t{3} << 30;
+    const bool got = mmap(nullptr, kHoard, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) != MAP_FAILED;
+    return {got ? "hoarded" : "refused", ""};
+  }
+  if (input == "babble") {
+    // The worker's own end of the stream is among its lowest descriptors.
+    constexpr char kBabble[] = "this is no message at all";
+    for (int descriptor = 3; descriptor < 64; ++descriptor) send(descriptor, kBabble, sizeof kBabble, MSG_DONTWAIT);
+    std::this_thread::sleep_for(1h);
+  }
+  return {input, ""};
+}
+
+class WorkerPoolTest : public ::testing::Test {
+ protected:
+  /// The texts handed out; a failure is told as "input: reason".
+  std::vector<std::string> Run(InputSource& source, unsigned jobs = 2) {
+    WorkerPool::Callbacks callbacks;
+    callbacks.answer = [this](const std::string& input, const ReportDigest& report) { return act_(input, report); };
+    callbacks.fail = [](const std::string& input, const std::string& reason) {
+      return Answer{input + ": " + reason, reason};
+    };
+    callbacks.take = [this](const Answer& answer) {
+      taken_.push_back(answer.text);
+      if (on_take_) on_take_();
+      return taken_.size() < most_;
+    };
+    callbacks.wait = [this](const WorkerPool::Progress& progress) {
+      if (progress.digest) digests_.push_back(progress.current + " " + std::to_string(progress.digest->done));
+    };
+    callbacks.stop = [this] { return stop_; };
+    WorkerPool pool({.jobs = jobs, .limits = limits_}, std::move(callbacks));
+    complete_ = pool.Run(source);
+    return taken_;
+  }
+  std::vector<std::string> Run(std::vector<std::string> inputs, unsigned jobs = 2) {
+    ListSource source(std::move(inputs));
+    return Run(source, jobs);
+  }
+
+  WorkerLimits limits_{.timeout = 10s, .memory_bytes = std::uint64_t{1} << 30};
+  std::function<Answer(const std::string&, const ReportDigest&)> act_ = [](const std::string& input,
+                                                                           const ReportDigest&) { return Act(input); };
+  std::function<void()> on_take_;
+  std::size_t most_ = 1'000'000;
+  bool stop_ = false;
+  bool complete_ = false;
+  std::vector<std::string> taken_;
+  std::vector<std::string> digests_;
+};
+
+TEST_F(WorkerPoolTest, AnswersInTheOrderOfTheInputs) {
+  EXPECT_THAT(Run({"slow", "a", "b", "slow", "c", "d"}, 3), ElementsAre("slow", "a", "b", "slow", "c", "d"));
+  EXPECT_TRUE(complete_);
+}
+
+TEST_F(WorkerPoolTest, EndsAtOnceWithoutInputs) {
+  EXPECT_THAT(Run(std::vector<std::string>{}), ::testing::IsEmpty());
+  EXPECT_TRUE(complete_);
+}
+
+TEST_F(WorkerPoolTest, FailsAnInputThatKillsItsWorkerTwice) {
+  EXPECT_THAT(Run({"a", "abort", "b", "kill", "leave", "c"}),
+              ElementsAre("a", "abort: the probe broke down twice: killed by signal 6 (Aborted)", "b",
+                          "kill: the probe broke down twice: killed by signal 9 (Killed)",
+                          "leave: the probe broke down twice: left with status 3", "c"));
+  EXPECT_TRUE(complete_);
+}
+
+TEST_F(WorkerPoolTest, TriesAnInputThatKillsItsWorkerOnceMoreInAFreshOne) {
+  const testing::ScratchFolder folder;
+  const std::string mark = folder.path() + "/mark";
+  act_ = [&](const std::string& input, const ReportDigest&) {
+    static int answered = 0;
+    if (input == "once" && !std::filesystem::exists(mark)) {
+      std::filesystem::create_directory(mark);
+      std::abort();
+    }
+    return Answer{input + " " + std::to_string(answered++), ""};
+  };
+  EXPECT_THAT(Run({"a", "once", "b"}, 1), ElementsAre("a 0", "once 0", "b 1"));
+}
+
+TEST_F(WorkerPoolTest, EndsAnInputThatTakesTooLong) {
+  limits_.timeout = 250ms;
+  EXPECT_THAT(Run({"a", "hang", "b", "hang", "c"}, 1),
+              ElementsAre("a", "hang: takes longer than 0.25 s", "b", "hang: takes longer than 0.25 s", "c"));
+}
+
+TEST_F(WorkerPoolTest, CountsTheTimeOfEachInputAlone) {
+  limits_.timeout = 1s;
+  EXPECT_THAT(Run(std::vector<std::string>(8, "slow"), 1), SizeIs(8));
+  EXPECT_THAT(taken_, Each(std::string("slow")));
+}
+
+TEST_F(WorkerPoolTest, GivesTheDigestAllTheTimeItNeeds) {
+  limits_.timeout = 250ms;
+  act_ = [](const std::string& input, const ReportDigest& report) {
+    report(0, 100);
+    std::this_thread::sleep_for(300ms);
+    report(60, 100);
+    std::this_thread::sleep_for(300ms);
+    return Answer{input, ""};
+  };
+  EXPECT_THAT(Run({"a"}), ElementsAre("a"));
+  EXPECT_THAT(digests_, ::testing::IsSupersetOf({"a 0", "a 60"}));
+}
+
+TEST_F(WorkerPoolTest, BoundsTheMemoryOfAWorker) {
+  EXPECT_THAT(Run({"hoard", "a"}), ElementsAre("refused", "a"));
+  limits_.memory_bytes = std::uint64_t{4} << 30;
+  taken_.clear();
+  EXPECT_THAT(Run({"hoard"}), ElementsAre("hoarded"));
+}
+
+TEST_F(WorkerPoolTest, TakesAWorkerThatTalksNonsenseForDead) {
+  EXPECT_THAT(Run({"babble", "a"}), ElementsAre(StartsWith("babble: the probe broke down twice"), "a"));
+}
+
+TEST_F(WorkerPoolTest, RefusesANameThatIsTooLong) {
+  const std::string longest(frame::kMostInputBytes, 'n');
+  EXPECT_THAT(Run({longest, longest + "n", "a"}), ElementsAre(longest, HasSubstr("the name is too long"), "a"));
+}
+
+TEST_F(WorkerPoolTest, HoldsABoundedNumberOfAnswers) {
+  ListSource source(std::vector<std::string>(5000, "a"));
+  std::size_t most_ahead = 0;
+  on_take_ = [&] { most_ahead = std::max(most_ahead, source.given() - taken_.size()); };
+  EXPECT_THAT(Run(source, 4), SizeIs(5000));
+  EXPECT_LE(most_ahead, 256u);
+}
+
+TEST_F(WorkerPoolTest, EndsWhenNobodyTakesTheAnswers) {
+  most_ = 2;
+  EXPECT_THAT(Run({"a", "b", "c", "hang"}), SizeIs(2));
+  EXPECT_FALSE(complete_);
+}
+
+TEST_F(WorkerPoolTest, EndsWhenItIsStopped) {
+  on_take_ = [this] { stop_ = true; };
+  EXPECT_THAT(Run({"a", "hang"}), ElementsAre("a"));
+  EXPECT_FALSE(complete_);
+}
+
+TEST_F(WorkerPoolTest, LeavesNoProcessBehind) {
+  Run({"a", "abort", "b"}, 3);
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
+}
+
+/// Gives one input at once and the next when its pipe says so.
+class PipeSource final : public InputSource {
+ public:
+  PipeSource() { EXPECT_EQ(pipe(ends_), 0); }
+  ~PipeSource() override {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+
+  State Next(std::string* input) override {
+    if (given_ == 2) return State::kEnd;
+    if (given_ == 1 && !may_go_on_) return State::kWait;
+    *input = given_++ == 0 ? "first" : "second";
+    return State::kInput;
+  }
+  int descriptor() const override { return ends_[0]; }
+  void GoOn() {
+    may_go_on_ = true;
+    EXPECT_EQ(write(ends_[1], "x", 1), 1);
+  }
+
+ private:
+  int ends_[2];
+  int given_ = 0;
+  bool may_go_on_ = false;
+};
+
+TEST_F(WorkerPoolTest, HandsOutWhatIsKnownWhileTheSourceWaits) {
+  PipeSource source;
+  on_take_ = [&] {
+    if (taken_.size() == 1) source.GoOn();
+  };
+  EXPECT_THAT(Run(source), ElementsAre("first", "second"));
+}
+
+}  // namespace
+}  // namespace mediaprobe
