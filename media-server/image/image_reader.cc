@@ -6,7 +6,19 @@
 #include <string_view>
 
 #include "media-server/container/format_identity.h"
+#include "media-server/image/ani.h"
+#include "media-server/image/bmp.h"
+#include "media-server/image/canon_raw.h"
+#include "media-server/image/gif.h"
+#include "media-server/image/heif.h"
+#include "media-server/image/icon.h"
+#include "media-server/image/jpeg.h"
+#include "media-server/image/jpeg_2000.h"
+#include "media-server/image/jpeg_xl.h"
+#include "media-server/image/mng.h"
+#include "media-server/image/png.h"
 #include "media-server/image/qoi.h"
+#include "media-server/image/webp.h"
 
 namespace media_server::image {
 namespace {
@@ -21,7 +33,21 @@ struct Row {
 };
 
 constexpr std::array kReaders = {
+    Row{"ani", ReadAnimatedCursor},
+    Row{"avif", ReadAvif},
+    Row{"bmp", ReadBmp},
+    Row{"cr3", ReadCanonRaw},
+    Row{"gif", ReadGif},
+    Row{"heif", ReadHeif},
+    Row{"ico", ReadIcon},
+    Row{"j2c", ReadJpeg2000},
+    Row{"jp2", ReadJpeg2000},
+    Row{"jpeg", ReadJpeg},
+    Row{"jxl", ReadJpegXl},
+    Row{"mng", ReadMng},
+    Row{"png", ReadPng},
     Row{"qoi", ReadQoi},
+    Row{"webp", ReadWebp},
 };
 
 /// Remembers whether a read wanted more than there was.

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/rational.h"
@@ -29,18 +30,33 @@ struct Orientation {
 /// Of a picture that moves: one pass over all frames.
 struct Animation {
   double duration_s = 0;
-  std::optional<core::Rational> frame_rate;  ///< frames per second, where it is told or all frames last equally long
+  /// Frames per second, where it is told or all frames last equally long; of a GIF the mean over the pass.
+  std::optional<core::Rational> frame_rate;
 };
 
 /// Metadata as they lie in the file, each cut out of its carrier's wrapping. Bounded: see kMostMetadataBytes.
 struct EmbeddedMetadata {
   std::vector<std::uint8_t> exif;        ///< a TIFF structure from its byte order mark on
-  std::string xmp;                       ///< the packet
+  std::string xmp;                       ///< the packet; the first where there are several
   std::vector<std::uint8_t> iptc;        ///< IPTC-IIM data sets
   std::string aigc;                      ///< a text chunk that holds the label of AI-generated content itself
   std::optional<std::int64_t> modified;  ///< seconds since 1970 UTC, where the format has a field of its own
 
+  /// Packets behind the first, at most three: a label may have been added in one of its own.
+  std::vector<std::string> further_xmp;
+
   bool HasPayload() const { return !exif.empty() || !xmp.empty() || !iptc.empty(); }
+
+  /// Keeps a packet in the order in which they come; an empty one and those past the last are dropped.
+  void AddXmp(std::string_view packet) {
+    constexpr std::size_t kMostFurtherPackets = 3;
+    if (packet.empty()) return;
+    if (xmp.empty()) {
+      xmp = packet;
+    } else if (further_xmp.size() < kMostFurtherPackets) {
+      further_xmp.emplace_back(packet);
+    }
+  }
 };
 
 /// Most bytes taken of one payload; longer ones are left out, XMP and Exif beyond it being previews and edit histories.
@@ -52,6 +68,8 @@ struct PictureHeaders {
   std::uint32_t fourcc = 0;  ///< of the coded picture, first character in the least significant byte
   std::optional<PictureSize> size;
   std::optional<imagecore::AlphaMode> alpha;
+  std::optional<int> bit_depth;        ///< bits per component as decoded, 1 to 16
+  std::optional<int> chroma_sampling;  ///< as codec::PictureParameters'
   /// As the container itself tells it, where it has a say: it then holds over what Exif tells.
   std::optional<Orientation> orientation;
   std::optional<Animation> animation;
