@@ -9,6 +9,9 @@
 #include "media-server/container/ebml.h"
 #include "media-server/container/format_magic.h"
 #include "media-server/container/frame_sync.h"
+#include "media-server/container/gzip.h"
+#include "media-server/container/picture_identity.h"
+#include "media-server/container/xml_start.h"
 
 namespace media_server {
 namespace {
@@ -36,13 +39,10 @@ constexpr FormatIdentity kEac3 = Media("eac3", "eac3", "Raw E-AC-3");
 constexpr FormatIdentity kDts = Media("dts", "dts", "Raw DTS");
 constexpr FormatIdentity kSubRip = Media("srt", "srt", "SubRip subtitles");
 constexpr FormatIdentity kFlashMovie = Media("swf", "swf", "Flash movie");
-constexpr FormatIdentity kBmp = Still("bmp", "Windows bitmap");
-constexpr FormatIdentity kIcon = Still("ico", "Windows icon");
 constexpr FormatIdentity kHeif = Still("heif", "HEIF");
 constexpr FormatIdentity kAvif = Still("avif", "AVIF");
 constexpr FormatIdentity kCanonRaw = Still("cr3", "Canon raw image");
 constexpr FormatIdentity kSvg = {ContentKind::kSvg, {}, {"svg", "Scalable Vector Graphics"}, 0};
-constexpr FormatIdentity kTarga = Still("tga", "Truevision TGA");
 constexpr FormatIdentity kXml = Other("xml", "XML document");
 
 std::optional<FormatIdentity> IdentifyByMagic(Bytes head) {
@@ -232,72 +232,9 @@ std::optional<FormatIdentity> IdentifyMpeg(Bytes head) {
   return std::nullopt;
 }
 
-/// "BM" is two letters of any text: the size of the header behind it (offset 14) must be one that exists.
-std::optional<FormatIdentity> IdentifyBitmap(Bytes head) {
-  if (!Holds(head, 0, "BM"sv) || head.size() < 18) return std::nullopt;
-  constexpr std::array kHeaderSizes = {12U, 16U, 40U, 52U, 56U, 64U, 108U, 124U};
-  const std::uint32_t header_size = ByteReader(head.subspan(14)).Le32();
-  if (std::ranges::find(kHeaderSizes, header_size) == kHeaderSizes.end()) return std::nullopt;
-  return kBmp;
-}
-
-/// An icon directory (type 1, cursor 2) whose first entry is plausible: reserved byte 0, image behind the directory.
-std::optional<FormatIdentity> IdentifyIcon(Bytes head) {
-  ByteReader reader(head);
-  const std::uint16_t reserved = reader.Le16();
-  const std::uint16_t type = reader.Le16();
-  const std::uint16_t count = reader.Le16();
-  reader.Skip(3);
-  const std::uint8_t entry_reserved = reader.U8();
-  reader.Skip(8);
-  const std::uint32_t image_offset = reader.Le32();
-  if (!reader.Ok() || reserved != 0 || (type != 1 && type != 2) || count == 0 || entry_reserved != 0) {
-    return std::nullopt;
-  }
-  if (image_offset < 6U + 16U * count) return std::nullopt;
-  return kIcon;
-}
-
-/// Netpbm: P1 to P6 and blank space, comments, then a number.
-std::optional<FormatIdentity> IdentifyNetpbm(Bytes head) {
-  const std::string_view text = AsText(head);
-  if (text.size() < 4 || text[0] != 'P' || text[1] < '1' || text[1] > '7') return std::nullopt;
-  constexpr std::string_view kBlank = " \t\r\n";
-  if (kBlank.find(text[2]) == kBlank.npos) return std::nullopt;
-  std::size_t at = 2;
-  while (true) {
-    at = text.find_first_not_of(kBlank, at);
-    if (at == text.npos) return std::nullopt;
-    if (text[at] != '#') break;
-    at = text.find('\n', at);
-    if (at == text.npos) return std::nullopt;
-  }
-  const bool sized = text[1] == '7' ? text.substr(at).starts_with("WIDTH") : (text[at] >= '0' && text[at] <= '9');
-  if (!sized) return std::nullopt;
-  return Still("pnm", "Netpbm");
-}
-
 std::string_view SkipBlank(std::string_view text) {
   const auto at = text.find_first_not_of(" \t\r\n");
   return at == text.npos ? std::string_view() : text.substr(at);
-}
-
-/// Skips XML declarations, comments and document types to the root element.
-std::optional<FormatIdentity> IdentifyXml(Bytes head) {
-  std::string_view text = AsText(head);
-  if (text.starts_with("\xef\xbb\xbf"sv)) text.remove_prefix(3);
-  text = SkipBlank(text);
-  bool has_declaration = false;
-  while (text.starts_with("<?") || text.starts_with("<!")) {
-    has_declaration = has_declaration || text.starts_with("<?xml");
-    if (text.starts_with("<!DOCTYPE svg")) return kSvg;
-    const std::string_view end = text.starts_with("<!--") ? "-->" : ">";
-    const auto at = text.find(end);
-    text = at == text.npos ? std::string_view() : SkipBlank(text.substr(at + end.size()));
-  }
-  if (text.starts_with("<svg") || text.starts_with("<svg:svg")) return kSvg;
-  if (has_declaration) return kXml;
-  return std::nullopt;
 }
 
 /// SubRip: a number on a line of its own, then "00:00:00,000 --> ".
@@ -315,6 +252,29 @@ std::optional<FormatIdentity> IdentifySubRip(Bytes head) {
   return kSubRip;
 }
 
+/// Whether a document of XML may begin like this, which tells most other files at once.
+bool MayBeXml(Bytes head) {
+  constexpr std::array kBeginnings = {"<"sv,        " "sv,        "\t"sv, "\r"sv, "\n"sv, "\xef\xbb\xbf"sv,
+                                      "\xff\xfe"sv, "\xfe\xff"sv, "\0<"sv};
+  return std::ranges::any_of(kBeginnings, [&](std::string_view beginning) { return Holds(head, 0, beginning); });
+}
+
+/// SVG by its root element, whatever stands before it, and other documents that say that they are XML. Gzip is looked
+/// into (SVG 2 appendix K: compressed documents end in .svgz).
+std::optional<FormatIdentity> IdentifyXml(IByteSource& source, Bytes head, std::uint64_t offset) {
+  constexpr std::size_t kMostText = 64 * 1024;
+  const bool is_compressed = IsGzip(head);
+  if (!is_compressed && !MayBeXml(head)) return std::nullopt;
+  const auto read_start = [&](Bytes bytes) {
+    return ReadXmlStart(is_compressed ? NarrowXml(InflateGzip(bytes, kMostText)) : NarrowXml(bytes));
+  };
+  XmlStart start = read_start(head);
+  if (!start.is_decided && head.size() == kHeadSize) start = read_start(ReadBytes(source, offset, kMostText));
+  if (start.root == "svg" || (!start.is_decided && start.document_type == "svg")) return kSvg;
+  if (start.has_declaration && !is_compressed) return kXml;
+  return std::nullopt;
+}
+
 /// Flash movies: signature, a version that exists, and a length that is not absurd.
 std::optional<FormatIdentity> IdentifyFlashMovie(Bytes head) {
   if (!Holds(head, 1, "WS"sv) || head.size() < 8 || (head[0] != 'F' && head[0] != 'C')) return std::nullopt;
@@ -325,9 +285,8 @@ std::optional<FormatIdentity> IdentifyFlashMovie(Bytes head) {
 }
 
 using HeadIdentifier = std::optional<FormatIdentity> (*)(Bytes head);
-constexpr std::array<HeadIdentifier, 10> kHeadIdentifiers = {
-    IdentifyByMagic, IdentifyEbml,   IdentifyOgg,    IdentifyMpeg, IdentifyBitmap,
-    IdentifyIcon,    IdentifyNetpbm, IdentifySubRip, IdentifyXml,  IdentifyFlashMovie,
+constexpr std::array<HeadIdentifier, 7> kHeadIdentifiers = {
+    IdentifyByMagic, IdentifyEbml, IdentifyOgg, IdentifyMpeg, IdentifyPicture, IdentifySubRip, IdentifyFlashMovie,
 };
 
 constexpr FormatIdentity IdentityOf(FrameStream stream) {
@@ -354,15 +313,6 @@ constexpr FormatIdentity IdentityOf(FrameStream stream) {
   return kMpegTs;
 }
 
-/// Truevision's file footer (TGA 2.0, developer area to signature): the format has no mark at its start.
-bool HasTargaFooter(IByteSource& source) {
-  constexpr std::size_t kFooterSize = 26;
-  const auto size = source.Size();
-  if (!size || *size < kFooterSize) return false;
-  const auto footer = ReadBytes(source, *size - kFooterSize, kFooterSize);
-  return Holds(footer, 8, "TRUEVISION-XFILE.\0"sv);
-}
-
 /// Some taggers leave their padding outside of the tag: frames may follow a run of zero bytes behind it.
 std::uint64_t SkipPadding(IByteSource& source, std::uint64_t offset) {
   constexpr std::uint64_t kMostPadding = 65536;
@@ -378,6 +328,7 @@ std::uint64_t SkipPadding(IByteSource& source, std::uint64_t offset) {
 
 std::optional<FormatIdentity> IdentifyContent(IByteSource& source, std::uint64_t offset) {
   const auto head = ReadBytes(source, offset, kHeadSize);
+  if (const auto identity = IdentifyXml(source, head, offset)) return identity;
   for (const HeadIdentifier identify : kHeadIdentifiers) {
     if (const auto identity = identify(head)) return identity;
   }
@@ -429,8 +380,8 @@ std::optional<FormatIdentity> IdentifyFormat(IByteSource& source) {
     offset = SkipPadding(source, offset);
     if (const auto stream = ProveFrameStream(source, offset)) identity = IdentityOf(*stream);
   }
-  if (!identity && HasTargaFooter(source)) return kTarga;
-  if (identity) identity->content_offset = offset;
+  if (!identity) return IdentifyTarga(source);
+  identity->content_offset = offset;
   return identity;
 }
 

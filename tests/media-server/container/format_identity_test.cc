@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "tests/media-server/container/gzip_stored.h"
 #include "tests/media-server/container/memory_source.h"
 
 namespace media_server {
@@ -45,6 +46,12 @@ std::string TransportPacket(std::size_t pitch) {
   const std::string packet = "\x47\x1f\xff\x10"s + Zeros(184);  // null packet, payload only
   if (pitch == 192) return Zeros(4) + packet;
   return packet + Zeros(pitch - packet.size());
+}
+
+std::string Utf16(const std::string& text) {
+  std::string units;
+  for (const char sign : text) units += sign + "\0"s;
+  return units;
 }
 
 std::string Repeat(const std::string& piece, int count) {
@@ -273,6 +280,110 @@ TEST(FormatIdentity, ShortMagicsNeedAPlausibleHeader) {
   EXPECT_EQ(ShortName(icon.substr(0, 18) + Le(21, 4)), "none");
   EXPECT_EQ(ShortName("P5\n# made by hand\n2 2\n255\n"), "pnm");
   EXPECT_EQ(ShortName("P5 rules"), "none");
+}
+
+TEST(FormatIdentity, SvgMayBeInUtf16) {
+  EXPECT_EQ(ShortName("\xff\xfe"s + Utf16("<?xml version='1.0'?><svg/>")), "svg");
+  EXPECT_EQ(ShortName(Utf16("<svg/>")), "svg");
+  EXPECT_EQ(ShortName("\xff\xfe"s + Utf16("words")), "none");
+}
+
+TEST(FormatIdentity, SvgRootMayHaveAnyPrefix) {
+  EXPECT_EQ(ShortName("<s:svg xmlns:s='http://www.w3.org/2000/svg'/>"), "svg");
+  EXPECT_EQ(ShortName("<svg:svg/>"), "svg");
+  EXPECT_EQ(ShortName("<svgx/>"), "none");
+  EXPECT_EQ(ShortName("<html><svg/></html>"), "none");
+  EXPECT_EQ(ShortName("<?xml version='1.0'?><html><svg/></html>"), "xml");
+}
+
+TEST(FormatIdentity, SvgRootIsLookedForInTheFirst64KiB) {
+  const std::string comment = "<!--" + std::string(60000, 'x') + "-->";
+  EXPECT_EQ(ShortName(comment + "<svg/>"), "svg");
+  EXPECT_EQ(ShortName(comment + comment + "<svg/>"), "none");
+  EXPECT_EQ(ShortName("<!DOCTYPE svg>" + comment + comment + "<svg/>"), "svg");
+  EXPECT_EQ(ShortName("<!DOCTYPE html>" + comment + comment + "<svg/>"), "none");
+}
+
+TEST(FormatIdentity, CompressedSvgIsLookedInto) {
+  EXPECT_EQ(ShortName(GzipStored("<?xml version='1.0'?><svg/>")), "svg");
+  EXPECT_EQ(ShortName(GzipStored("<!--" + std::string(60000, 'x') + "--><svg/>")), "svg");
+  EXPECT_EQ(ShortName(GzipStored("<?xml version='1.0'?><note/>")), "gz");
+  EXPECT_EQ(ShortName(GzipStored("words")), "gz");
+  EXPECT_EQ(ShortName("\x1f\x8b\x08"s), "gz");
+}
+
+TEST(FormatIdentity, NetpbmNeedsItsHeader) {
+  EXPECT_EQ(ShortName("P7\n# x\nDEPTH 1\n"), "pnm");
+  EXPECT_EQ(ShortName("P7 332\n"), "none");
+  EXPECT_EQ(ShortName("PF\n3 2\n-1.0\n"), "pnm");
+  EXPECT_EQ(ShortName("Pf 3 2 1"), "pnm");
+  EXPECT_EQ(ShortName("P6 # 1\n3 # 2\n2 255\n"), "pnm");
+  EXPECT_EQ(ShortName("P8 3 2\n"), "none");
+  EXPECT_EQ(ShortName("P3 3 musketeers"), "none");
+  EXPECT_EQ(ShortName("PF # 1 2"), "none");
+}
+
+TEST(FormatIdentity, SgiAndPcxNeedPlausibleHeaders) {
+  EXPECT_EQ(ShortName("\x01\xda\1\1\0\3\0\x25\0\x17\0\3"s), "sgi");
+  EXPECT_EQ(ShortName("\x01\xda\2\1\0\3\0\x25\0\x17\0\3"s), "none");
+  EXPECT_EQ(ShortName("\x01\xda\1\1\0\4\0\x25\0\x17\0\3"s), "none");
+  const std::string pcx = "\x0a\5\1\x08"s                                // manufacturer, version, encoding, depth
+                          + Le(0, 2) + Le(0, 2) + Le(36, 2) + Le(22, 2)  // window
+                          + Zeros(4 + 48)                                // resolution, palette
+                          + "\0\3"s;                                     // reserved, planes
+  EXPECT_EQ(ShortName(pcx + Le(38, 2)), "pcx");
+  EXPECT_EQ(ShortName(pcx + Le(36, 2)), "none");  // a line of 37 pixels does not fit
+}
+
+/// A true-colour TGA header of 3 by 2 pixels with `depth` bits each.
+std::string Targa(char depth, char descriptor) {
+  return "\0\0\2"s              // no identifier, no colour map, true colour
+         + Zeros(5)             // colour map
+         + Zeros(4)             // origin
+         + Le(3, 2) + Le(2, 2)  // size
+         + depth + descriptor;
+}
+
+TEST(FormatIdentity, TargaOfTheFirstVersionIsKnownByAHeaderThatHoldsNothingElse) {
+  EXPECT_EQ(ShortName(Targa(24, 0x20) + Zeros(18)), "tga");
+  EXPECT_EQ(ShortName(Targa(32, 8) + Zeros(24)), "tga");
+  EXPECT_EQ(ShortName(Targa(24, 0) + "cut"), "tga");
+  EXPECT_EQ(ShortName(Targa(24, 0)), "none");
+  EXPECT_EQ(ShortName(Targa(23, 0) + Zeros(18)), "none");
+  EXPECT_EQ(ShortName(Targa(24, 0x40) + Zeros(18)), "none");
+  EXPECT_EQ(ShortName(Targa(24, 8) + Zeros(18)), "none");
+  for (const std::size_t at : {1U, 3U, 5U, 7U}) {
+    std::string changed = Targa(24, 0) + Zeros(18);
+    changed[at] = 1;  // a colour map where there is none, or one that is not used
+    EXPECT_EQ(ShortName(changed), "none") << at;
+  }
+  for (const std::size_t at : {12U, 14U}) {
+    std::string changed = Targa(24, 0) + Zeros(18);
+    changed[at] = 0;  // no width, no height
+    EXPECT_EQ(ShortName(changed), "none") << at;
+  }
+}
+
+TEST(FormatIdentity, TargaWithColorMapIsKnown) {
+  const std::string header = "\1\1\x09"s                                    // identifier, colour map, run lengths
+                             + Le(0, 2) + Le(256, 2) + "\x18"s              // colour map of 256 entries with 24 bits
+                             + Zeros(4) + Le(3, 2) + Le(2, 2) + "\x08\0"s;  // origin, size, depth, descriptor
+  EXPECT_EQ(ShortName(header + Zeros(1 + 768 + 1)), "tga");
+  EXPECT_EQ(ShortName(header + Zeros(1 + 768)), "none");  // the picture lies behind the end
+  std::string no_entries = header + Zeros(1 + 768 + 1);
+  no_entries[6] = 0;
+  EXPECT_EQ(ShortName(no_entries), "none");
+}
+
+TEST(FormatIdentity, RarePicturesAreStillImages) {
+  for (const std::string& bytes :
+       {"FORM\0\0\0\0ILBM"s, "FORM\0\0\0\0PBM "s, "\x8bJNG\r\n\x1a\n"s, "\x59\xa6\x6a\x95"s, "farbfeld"s, "SDPX"s,
+        "gimp xcf file\0"s, "\xabKTX 11\xbb\r\n\x1a\n"s, "\xabKTX 20\xbb\r\n\x1a\n"s, "BPG\xfb"s, "II\xbc\x01"s,
+        "#?RADIANCE\n"s, "#?RADIANCE\r\n"s, "DDS \x7c\0\0\0"s, "\0MRM"s, "II\x1a\0\0\0HEAPCCDR"s}) {
+    const auto identity = Identify(bytes);
+    ASSERT_TRUE(identity) << bytes;
+    EXPECT_EQ(identity->kind, ContentKind::kStillImage) << identity->names.short_name;
+  }
 }
 
 TEST(FormatIdentity, TargaIsKnownByItsFooter) {
