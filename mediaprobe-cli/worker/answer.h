@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "inputs/input_source.h"
+
 namespace mediaprobe {
 
 /// What became of one input.
@@ -16,6 +18,6 @@ struct Answer {
 using ReportDigest = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 /// Answers one input. Calls `report` when the probe is done and only the digest is left, and from then on as it likes.
-using AnswerInput = std::function<Answer(const std::string& input, const ReportDigest& report)>;
+using AnswerInput = std::function<Answer(const Input& input, const ReportDigest& report)>;
 
 }  // namespace mediaprobe

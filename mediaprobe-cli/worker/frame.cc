@@ -6,6 +6,9 @@
 namespace mediaprobe {
 namespace {
 
+/// In the second text of a request.
+constexpr std::string_view kFoundByWalk = "w";
+
 enum class Kind : std::uint32_t { kRequest = 0x4D505251, kReply = 0x4D505250, kDigest = 0x4D504447 };
 
 struct Header {
@@ -21,7 +24,7 @@ struct Bounds {
   std::size_t most_error;
 };
 constexpr Bounds kBounds[] = {
-    {Kind::kRequest, frame::kMostInputBytes, 0},
+    {Kind::kRequest, frame::kMostInputBytes, kFoundByWalk.size()},
     {Kind::kReply, frame::kMostTextBytes, frame::kMostErrorBytes},
     {Kind::kDigest, sizeof(DigestProgress), 0},
 };
@@ -47,8 +50,9 @@ std::string Frame(Kind kind, std::string_view text, std::string_view error) {
 
 }  // namespace
 
-std::string frame::Request(std::string_view input) {
-  return Frame(Kind::kRequest, input.substr(0, kMostInputBytes), {});
+std::string frame::Request(const Input& input) {
+  return Frame(Kind::kRequest, std::string_view(input.name).substr(0, kMostInputBytes),
+               input.found_by_walk ? kFoundByWalk : std::string_view());
 }
 
 std::string frame::Reply(const Answer& answer) {
@@ -85,7 +89,7 @@ std::optional<FrameDecoder::Message> FrameDecoder::Next() {
   CheckHeader();
   switch (header.kind) {
     case Kind::kRequest:
-      return text;
+      return Input{std::move(text), error == kFoundByWalk};
     case Kind::kReply:
       return Answer{std::move(text), std::move(error)};
     case Kind::kDigest:

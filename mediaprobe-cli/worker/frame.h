@@ -21,8 +21,8 @@ inline constexpr std::size_t kMostInputBytes = 64 * 1024;
 inline constexpr std::size_t kMostTextBytes = 16 * 1024 * 1024;
 inline constexpr std::size_t kMostErrorBytes = 16 * 1024;
 
-/// The parent asks for one input, of at most kMostInputBytes.
-std::string Request(std::string_view input);
+/// The parent asks for one input, whose name has at most kMostInputBytes.
+std::string Request(const Input& input);
 /// The worker answers, with texts cut to the bounds above.
 std::string Reply(const Answer& answer);
 /// The worker has finished the probe and digests.
@@ -39,7 +39,7 @@ struct DigestProgress {
 /// anything is kept, and no more is kept than has arrived.
 class FrameDecoder {
  public:
-  using Message = std::variant<std::string, Answer, DigestProgress>;  ///< a request's input, a reply, a report
+  using Message = std::variant<Input, Answer, DigestProgress>;  ///< a request, a reply, a report
 
   /// Adds what has arrived. False when it is no message: the stream is of no use from then on.
   bool Add(std::span<const char> bytes);

@@ -66,7 +66,7 @@ void Serve(int descriptor, const AnswerInput& answer) {
   };
   while (true) {
     while (const auto message = decoder.Next()) {
-      const auto* input = std::get_if<std::string>(&*message);
+      const auto* input = std::get_if<Input>(&*message);
       if (!input || !SendAll(descriptor, frame::Reply(answer(*input, report)))) return;
     }
     const ssize_t got = read(descriptor, buffer.data(), buffer.size());

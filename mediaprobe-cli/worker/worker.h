@@ -30,7 +30,7 @@ class Worker {
 
   struct Request {
     std::uint64_t number;
-    std::string input;
+    Input input;
   };
   struct Reply {
     std::uint64_t number;

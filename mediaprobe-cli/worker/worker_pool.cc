@@ -61,11 +61,11 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
     return request;
   }
   while (source_state_ != InputSource::State::kEnd && HasRoom()) {
-    std::string input;
+    Input input;
     source_state_ = source.Next(&input);
     if (source_state_ != InputSource::State::kInput) break;
     Worker::Request request{next_number_++, std::move(input)};
-    if (request.input.size() <= frame::kMostInputBytes) return request;
+    if (request.input.name.size() <= frame::kMostInputBytes) return request;
     Fail(request, "the name is too long");
   }
   return std::nullopt;
@@ -172,7 +172,7 @@ void WorkerPool::TellProgress() {
   for (const auto& worker : workers_) {
     const Worker::Request* request = worker ? worker->current() : nullptr;
     if (!request || request->number != next_out_) continue;
-    progress.current = request->input;
+    progress.current = request->input.name;
     progress.digest = worker->digest();
   }
   callbacks_.wait(progress);

@@ -12,24 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "inputs/input_source.h"
 #include "worker/answer.h"
 #include "worker/worker.h"
 
 namespace mediaprobe {
-
-/// Where inputs come from, one after another.
-class InputSource {
- public:
-  enum class State {
-    kInput,  ///< `*input` holds the next one
-    kWait,   ///< none yet: `descriptor` becomes readable when there is more to know
-    kEnd,
-  };
-  virtual ~InputSource() = default;
-  virtual State Next(std::string* input) = 0;
-  /// Negative for a source that never waits.
-  virtual int descriptor() const { return -1; }
-};
 
 /// Answers inputs in worker processes, several at once, and gives the answers in the order of the inputs. An input
 /// whose worker dies is tried once more in a fresh one; one that takes too long is not. No other input suffers: a new
@@ -48,7 +35,7 @@ class WorkerPool {
   struct Callbacks {
     AnswerInput answer;  ///< runs in the workers
     /// Makes the answer for an input that no worker could answer; runs in this process, as the others below.
-    std::function<Answer(const std::string& input, const std::string& reason)> fail;
+    std::function<Answer(const Input& input, const std::string& reason)> fail;
     /// Takes the answers, in order. False ends the run.
     std::function<bool(const Answer& answer)> take;
     /// Called several times a second while answers are awaited.

@@ -12,10 +12,15 @@ std::span<const char> Bytes(const std::string& text) { return {text.data(), text
 
 TEST(Frame, CarriesARequest) {
   FrameDecoder decoder;
-  ASSERT_TRUE(decoder.Add(Bytes(frame::Request("a\nb\xff"))));
+  ASSERT_TRUE(decoder.Add(Bytes(frame::Request({"a\nb\xff", false}) + frame::Request({"c", true}))));
   const auto message = decoder.Next();
   ASSERT_TRUE(message);
-  EXPECT_EQ(std::get<std::string>(*message), "a\nb\xff");
+  EXPECT_EQ(std::get<Input>(*message).name, "a\nb\xff");
+  EXPECT_FALSE(std::get<Input>(*message).found_by_walk);
+  const auto second = decoder.Next();
+  ASSERT_TRUE(second);
+  EXPECT_EQ(std::get<Input>(*second).name, "c");
+  EXPECT_TRUE(std::get<Input>(*second).found_by_walk);
   EXPECT_FALSE(decoder.Next());
 }
 

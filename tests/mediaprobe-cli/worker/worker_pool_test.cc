@@ -33,9 +33,9 @@ class ListSource final : public InputSource {
  public:
   explicit ListSource(std::vector<std::string> inputs) : inputs_(std::move(inputs)) {}
 
-  State Next(std::string* input) override {
+  State Next(Input* input) override {
     if (given_ == inputs_.size()) return State::kEnd;
-    *input = inputs_[given_++];
+    *input = {inputs_[given_++], false};
     return State::kInput;
   }
   std::size_t given() const { return given_; }
@@ -71,9 +71,9 @@ class WorkerPoolTest : public ::testing::Test {
   /// The texts handed out; a failure is told as "input: reason".
   std::vector<std::string> Run(InputSource& source, unsigned jobs = 2) {
     WorkerPool::Callbacks callbacks;
-    callbacks.answer = [this](const std::string& input, const ReportDigest& report) { return act_(input, report); };
-    callbacks.fail = [](const std::string& input, const std::string& reason) {
-      return Answer{input + ": " + reason, reason};
+    callbacks.answer = [this](const Input& input, const ReportDigest& report) { return act_(input.name, report); };
+    callbacks.fail = [](const Input& input, const std::string& reason) {
+      return Answer{input.name + ": " + reason, reason};
     };
     callbacks.take = [this](const Answer& answer) {
       taken_.push_back(answer.text);
@@ -212,10 +212,10 @@ class PipeSource final : public InputSource {
     close(ends_[1]);
   }
 
-  State Next(std::string* input) override {
+  State Next(Input* input) override {
     if (given_ == 2) return State::kEnd;
     if (given_ == 1 && !may_go_on_) return State::kWait;
-    *input = given_++ == 0 ? "first" : "second";
+    *input = {given_++ == 0 ? "first" : "second", false};
     return State::kInput;
   }
   int descriptor() const override { return ends_[0]; }

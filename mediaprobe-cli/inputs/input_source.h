@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+namespace mediaprobe {
+
+/// One file, URL or sequence to probe.
+struct Input {
+  std::string name;            ///< as given, or the path found while walking
+  bool found_by_walk = false;  ///< nobody asked for it: it is passed over when it is nothing that the services read
+};
+
+/// Where inputs come from, one after another.
+class InputSource {
+ public:
+  enum class State {
+    kInput,  ///< `*input` holds the next one
+    kWait,   ///< none yet: `descriptor` becomes readable when there is more to know
+    kEnd,
+  };
+  virtual ~InputSource() = default;
+  virtual State Next(Input* input) = 0;
+  /// Negative for a source that never waits.
+  virtual int descriptor() const { return -1; }
+};
+
+}  // namespace mediaprobe

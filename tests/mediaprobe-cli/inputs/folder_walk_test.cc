@@ -1,0 +1,81 @@
+#include "inputs/folder_walk.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "scratch_folder.h"
+
+namespace mediaprobe {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class FolderWalkTest : public ::testing::Test {
+ protected:
+  FolderWalkTest() {
+    for (const char* name : {"b.mp4", "a.MP4", "c/d.jpg", "c/e/f.mp4", "c/e/.hidden", "z.txt"}) folder_.AddFile(name);
+  }
+
+  /// What the walk gives, without the folder's own path.
+  std::vector<std::string> Walk(const WalkFilter& filter = {}) {
+    std::vector<std::string> found;
+    FolderWalk walk(folder_.path(), filter);
+    while (const auto path = walk.Next()) {
+      EXPECT_TRUE(path->starts_with(folder_.path() + "/"));
+      found.push_back(path->substr(folder_.path().size() + 1));
+    }
+    return found;
+  }
+
+  testing::ScratchFolder folder_;
+};
+
+TEST_F(FolderWalkTest, GivesFilesInTheOrderOfTheirNames) {
+  EXPECT_THAT(Walk(), ElementsAre("a.MP4", "b.mp4", "c/d.jpg", "c/e/.hidden", "c/e/f.mp4", "z.txt"));
+}
+
+TEST_F(FolderWalkTest, KeepsTheSlashThatTheFolderWasGivenWith) {
+  FolderWalk walk(folder_.path() + "/", {});
+  EXPECT_EQ(walk.Next(), folder_.path() + "/a.MP4");
+}
+
+TEST_F(FolderWalkTest, TakesFilesThatAnIncludeNames) {
+  EXPECT_THAT(Walk({.include = {"*.mp4", "*.jpg"}, .exclude = {}}), ElementsAre("b.mp4", "c/d.jpg", "c/e/f.mp4"));
+}
+
+TEST_F(FolderWalkTest, HoldsAPatternWithASlashAgainstThePath) {
+  EXPECT_THAT(Walk({.include = {"c/*.mp4"}, .exclude = {}}), ElementsAre("c/e/f.mp4"));
+}
+
+TEST_F(FolderWalkTest, LeavesOutWhatAnExcludeNames) {
+  EXPECT_THAT(Walk({.include = {}, .exclude = {"*.txt", "e"}}), ElementsAre("a.MP4", "b.mp4", "c/d.jpg"));
+  EXPECT_THAT(Walk({.include = {"*.mp4"}, .exclude = {"b*"}}), ElementsAre("c/e/f.mp4"));
+}
+
+TEST_F(FolderWalkTest, FollowsLinksToFilesOnly) {
+  std::filesystem::create_symlink("z.txt", folder_.path() + "/link");
+  std::filesystem::create_symlink(".", folder_.path() + "/loop");
+  std::filesystem::create_symlink("nowhere", folder_.path() + "/lost");
+  ASSERT_EQ(mkfifo((folder_.path() + "/pipe").c_str(), 0600), 0);
+  EXPECT_THAT(Walk({.include = {}, .exclude = {"c", "*.*"}}), ElementsAre("link"));
+}
+
+TEST_F(FolderWalkTest, GivesAFolderThatCannotBeRead) {
+  FolderWalk walk(folder_.path() + "/missing", {});
+  EXPECT_EQ(walk.Next(), folder_.path() + "/missing/");
+  EXPECT_FALSE(walk.Next());
+}
+
+TEST_F(FolderWalkTest, FindsNothingInAnEmptyFolder) {
+  const testing::ScratchFolder empty;
+  FolderWalk walk(empty.path(), {});
+  EXPECT_FALSE(walk.Next());
+}
+
+}  // namespace
+}  // namespace mediaprobe
