@@ -9,16 +9,30 @@
 #include "media-server/image/ani.h"
 #include "media-server/image/bmp.h"
 #include "media-server/image/canon_raw.h"
+#include "media-server/image/ciff.h"
+#include "media-server/image/compact_exif.h"
+#include "media-server/image/fujifilm_raw.h"
 #include "media-server/image/gif.h"
 #include "media-server/image/heif.h"
 #include "media-server/image/icon.h"
 #include "media-server/image/jpeg.h"
 #include "media-server/image/jpeg_2000.h"
 #include "media-server/image/jpeg_xl.h"
+#include "media-server/image/minolta_raw.h"
 #include "media-server/image/mng.h"
+#include "media-server/image/netpbm.h"
+#include "media-server/image/open_exr.h"
 #include "media-server/image/png.h"
+#include "media-server/image/psd.h"
 #include "media-server/image/qoi.h"
+#include "media-server/image/radiance.h"
+#include "media-server/image/rare_formats.h"
+#include "media-server/image/sigma_raw.h"
+#include "media-server/image/targa.h"
+#include "media-server/image/texture.h"
+#include "media-server/image/tiff.h"
 #include "media-server/image/webp.h"
+#include "media-server/io/span_source.h"
 
 namespace media_server::image {
 namespace {
@@ -36,18 +50,43 @@ constexpr std::array kReaders = {
     Row{"ani", ReadAnimatedCursor},
     Row{"avif", ReadAvif},
     Row{"bmp", ReadBmp},
+    Row{"bpg", ReadBpg},
     Row{"cr3", ReadCanonRaw},
+    Row{"crw", ReadCiff},
+    Row{"dds", ReadDds},
+    Row{"dpx", ReadDpx},
+    Row{"exr", ReadOpenExr},
+    Row{"ff", ReadFarbfeld},
     Row{"gif", ReadGif},
+    Row{"hdr", ReadRadiance},
     Row{"heif", ReadHeif},
     Row{"ico", ReadIcon},
+    Row{"ilbm", ReadIlbm},
     Row{"j2c", ReadJpeg2000},
+    Row{"jng", ReadJng},
     Row{"jp2", ReadJpeg2000},
     Row{"jpeg", ReadJpeg},
     Row{"jxl", ReadJpegXl},
+    Row{"jxr", ReadJpegXr},
+    Row{"ktx", ReadKtx},
     Row{"mng", ReadMng},
+    Row{"mrw", ReadMinoltaRaw},
+    Row{"orf", ReadTiff},
+    Row{"pcx", ReadPcx},
     Row{"png", ReadPng},
+    Row{"pnm", ReadNetpbm},
+    Row{"psb", ReadPsd},
+    Row{"psd", ReadPsd},
     Row{"qoi", ReadQoi},
+    Row{"raf", ReadFujifilmRaw},
+    Row{"ras", ReadSunRaster},
+    Row{"rw2", ReadTiff},
+    Row{"sgi", ReadSgi},
+    Row{"tga", ReadTarga},
+    Row{"tiff", ReadTiff},
     Row{"webp", ReadWebp},
+    Row{"x3f", ReadSigmaRaw},
+    Row{"xcf", ReadXcf},
 };
 
 /// Remembers whether a read wanted more than there was.
@@ -96,6 +135,9 @@ std::optional<PictureHeaders> ReadPictureHeaders(IByteSource& source, std::strin
     *reason = noting.met_end() ? "file ends early" : "the picture's header is damaged";
     return std::nullopt;
   }
+  // What decodes Exif trusts its offsets, so it gets none but ours.
+  SpanSource exif(headers.metadata.exif);
+  headers.metadata.exif = CompactExif(exif, 0);
   return headers;
 }
 

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "media-server/image/picture_headers.h"
+#include "media-server/io/byte_source.h"
+
+namespace media_server::image {
+
+/// Photoshop documents, large ones (PSB) too: the file header and, among the image resources, those that hold Exif, XMP
+/// and IPTC (Adobe Photoshop File Formats Specification, "File Header Section" and "Image Resources Section"). False
+/// when the header is cut short.
+bool ReadPsd(IByteSource& source, PictureHeaders& headers);
+
+}  // namespace media_server::image

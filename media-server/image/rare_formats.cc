@@ -1,0 +1,180 @@
+#include "media-server/image/rare_formats.h"
+
+#include <algorithm>
+
+#include "media-server/container/byte_reader.h"
+#include "media-server/container/format_magic.h"
+#include "media-server/image/fourcc.h"
+#include "media-server/image/header_window.h"
+#include "media-server/image/scan_order.h"
+
+namespace media_server::image {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr imagecore::AlphaMode StraightIf(bool has_alpha) {
+  return has_alpha ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
+}
+
+/// Width, then height, both big-endian with 32 bits at `offset`: how most of these formats store them.
+bool ReadBigEndianSize(IByteSource& source, std::uint64_t offset, PictureHeaders& headers) {
+  const auto bytes = ReadBytes(source, offset, 8);
+  ByteReader reader(bytes);
+  const std::uint32_t width = reader.Be32();
+  headers.size = PictureSize{width, reader.Be32()};
+  return reader.Ok();
+}
+
+}  // namespace
+
+bool ReadFarbfeld(IByteSource& source, PictureHeaders& headers) {
+  headers.alpha = imagecore::kAlphaStraight;
+  return ReadBigEndianSize(source, 8, headers);
+}
+
+bool ReadDpx(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::size_t kImageHeader = 768;
+  constexpr std::uint16_t kLastOrientation = 7;
+  const auto bytes = ReadBytes(source, 0, kImageHeader + 12);
+  const bool is_big_endian = Holds(bytes, 0, "SDPX"sv);
+  ByteReader reader(bytes);
+  reader.Skip(kImageHeader);
+  const std::uint16_t orientation = is_big_endian ? reader.Be16() : reader.Le16();
+  reader.Skip(2);  // number of elements
+  const std::uint32_t width = is_big_endian ? reader.Be32() : reader.Le32();
+  const std::uint32_t height = is_big_endian ? reader.Be32() : reader.Le32();
+  if (!reader.Ok()) return false;
+  headers.fourcc = FourCC(is_big_endian ? "SDPX" : "XPDS");
+  headers.size = PictureSize{width, height};
+  if (orientation <= kLastOrientation) {
+    // By lines, then by columns; in each, the bits say from which sides.
+    const bool columns_first = orientation >= 4;
+    headers.orientation = OrientationOf({.columns_first = columns_first,
+                                         .from_right = (orientation & (columns_first ? 2 : 1)) != 0,
+                                         .from_bottom = (orientation & (columns_first ? 1 : 2)) != 0});
+  }
+  return true;
+}
+
+bool ReadXcf(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::uint64_t kMagicAndVersion = 14;
+  return ReadBigEndianSize(source, kMagicAndVersion, headers);
+}
+
+bool ReadIlbm(IByteSource& source, PictureHeaders& headers) {
+  constexpr int kMostChunks = 100;
+  HeaderWindow window(source);
+  std::uint64_t offset = 12;  // "FORM", size, type
+  for (int i = 0; i < kMostChunks; ++i) {
+    ByteReader reader(window.View(offset, 8 + 10));
+    const std::string_view id = AsText(reader.Take(4));
+    const std::uint32_t size = reader.Be32();
+    if (!reader.Ok()) return false;
+    if (id != "BMHD") {
+      offset += 8 + std::uint64_t{size} + size % 2;
+      continue;
+    }
+    const std::uint16_t width = reader.Be16();
+    const std::uint16_t height = reader.Be16();
+    reader.Skip(4 + 1);  // position, planes
+    const std::uint8_t masking = reader.U8();
+    headers.fourcc = FourCC("ILBM");
+    headers.size = PictureSize{width, height};
+    headers.alpha = StraightIf(masking != 0);
+    return reader.Ok();
+  }
+  return false;
+}
+
+bool ReadSgi(IByteSource& source, PictureHeaders& headers) {
+  const auto bytes = ReadBytes(source, 4, 8);
+  ByteReader reader(bytes);
+  const std::uint16_t dimensions = reader.Be16();
+  const std::uint16_t width = reader.Be16();
+  const std::uint16_t height = reader.Be16();
+  const std::uint16_t channels = reader.Be16();
+  if (!reader.Ok()) return false;
+  // Sizes beyond the number of dimensions are not to be read.
+  headers.size = PictureSize{width, dimensions < 2 ? 1U : height};
+  headers.alpha = StraightIf(dimensions > 2 && (channels == 2 || channels == 4));
+  return true;
+}
+
+bool ReadSunRaster(IByteSource& source, PictureHeaders& headers) {
+  headers.alpha = imagecore::kAlphaNone;
+  return ReadBigEndianSize(source, 4, headers);
+}
+
+bool ReadPcx(IByteSource& source, PictureHeaders& headers) {
+  const auto bytes = ReadBytes(source, 4, 8);
+  ByteReader reader(bytes);
+  const std::uint16_t left = reader.Le16();
+  const std::uint16_t top = reader.Le16();
+  const std::uint16_t right = reader.Le16();
+  const std::uint16_t bottom = reader.Le16();
+  if (!reader.Ok() || right < left || bottom < top) return false;
+  headers.size = PictureSize{right - left + 1U, bottom - top + 1U};
+  headers.alpha = imagecore::kAlphaNone;
+  return true;
+}
+
+bool ReadJng(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::uint64_t kColorType = 24;
+  constexpr std::uint8_t kFirstTypeWithAlpha = 12;
+  const auto color_type = ReadBytes(source, kColorType, 1);
+  headers.alpha = StraightIf(!color_type.empty() && color_type.front() >= kFirstTypeWithAlpha);
+  return ReadBigEndianSize(source, 16, headers);  // signature, length and type of the chunk
+}
+
+bool ReadBpg(IByteSource& source, PictureHeaders& headers) {
+  const auto bytes = ReadBytes(source, 4, 2 + 5 + 5);
+  ByteReader reader(bytes);
+  const bool has_alpha = (reader.U8() & 0x10) != 0;
+  const bool is_premultiplied = (reader.U8() & 0x04) != 0;
+  // ue7(32): seven bits a byte, the first ones first, all but the last byte with the top bit.
+  const auto take_number = [&] {
+    std::uint32_t value = 0;
+    for (int i = 0; i < 5; ++i) {
+      const std::uint8_t byte = reader.U8();
+      value = value << 7 | (byte & 0x7F);
+      if ((byte & 0x80) == 0) break;
+    }
+    return value;
+  };
+  const std::uint32_t width = take_number();
+  headers.size = PictureSize{width, take_number()};
+  headers.alpha = StraightIf(has_alpha);
+  if (has_alpha && is_premultiplied) headers.alpha = imagecore::kAlphaPremultiplied;
+  return reader.Ok();
+}
+
+bool ReadJpegXr(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::uint16_t kImageWidth = 0xBC80;
+  constexpr std::uint16_t kImageHeight = 0xBC81;
+  constexpr std::uint16_t kMostEntries = 1000;
+  constexpr std::size_t kEntrySize = 12;
+  const auto start = ReadBytes(source, 4, 4);
+  const std::uint64_t offset = ByteReader(start).Le32();
+  const auto count_bytes = ReadBytes(source, offset, 2);
+  const std::uint16_t count = ByteReader(count_bytes).Le16();
+  const auto directory = ReadBytes(source, offset + 2, kEntrySize * std::min(count, kMostEntries));
+  PictureSize size;
+  ByteReader reader(directory);
+  while (reader.Remaining() >= kEntrySize) {
+    const std::uint16_t tag = reader.Le16();
+    const std::uint16_t type = reader.Le16();
+    reader.Skip(4);  // count, which is one
+    const std::uint32_t value = reader.Le32();
+    constexpr std::uint16_t kByte = 1;
+    constexpr std::uint16_t kShort = 3;
+    const std::uint32_t number = type == kByte ? value & 0xFF : type == kShort ? value & 0xFFFF : value;
+    if (tag == kImageWidth) size.width = number;
+    if (tag == kImageHeight) size.height = number;
+  }
+  headers.fourcc = FourCC("WMPH");
+  headers.size = size;
+  return size.width > 0 && size.height > 0;
+}
+
+}  // namespace media_server::image

@@ -1,0 +1,109 @@
+#include "media-server/image/texture.h"
+
+#include <algorithm>
+#include <array>
+
+#include "media-server/container/byte_reader.h"
+#include "media-server/container/format_magic.h"
+#include "media-server/image/fourcc.h"
+
+namespace media_server::image {
+namespace {
+
+using namespace std::string_view_literals;
+using imagecore::AlphaMode;
+
+/// DXGI_FORMAT numbers of formats with alpha.
+struct FormatRange {
+  std::uint32_t first;
+  std::uint32_t last;
+};
+constexpr std::array kFormatsWithAlpha = {
+    FormatRange{1, 4},      // R32G32B32A32
+    FormatRange{9, 14},     // R16G16B16A16
+    FormatRange{23, 25},    // R10G10B10A2
+    FormatRange{27, 32},    // R8G8B8A8
+    FormatRange{65, 65},    // A8
+    FormatRange{73, 78},    // BC2, BC3
+    FormatRange{86, 87},    // B5G5R5A1, B8G8R8A8
+    FormatRange{90, 91},    // B8G8R8A8, typeless and sRGB
+    FormatRange{97, 99},    // BC7
+    FormatRange{115, 115},  // B4G4R4A4
+};
+
+/// DDS_HEADER_DXT10: the format's number at 0, the alpha mode in the low three bits of miscFlags2 at 16.
+std::optional<AlphaMode> AlphaOfDxgi(IByteSource& source) {
+  constexpr std::uint64_t kOffset = 128;
+  const auto bytes = ReadBytes(source, kOffset, 20);
+  ByteReader reader(bytes);
+  const std::uint32_t format = reader.Le32();
+  reader.Skip(12);  // dimension, flags, size of the array
+  const std::uint32_t mode = reader.Le32() & 7;
+  if (!reader.Ok()) return std::nullopt;
+  if (mode == 1) return imagecore::kAlphaStraight;
+  if (mode == 2) return imagecore::kAlphaPremultiplied;
+  if (mode == 3) return imagecore::kAlphaNone;
+  const bool has_alpha = std::ranges::any_of(
+      kFormatsWithAlpha, [&](const FormatRange& range) { return range.first <= format && format <= range.last; });
+  return has_alpha ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
+}
+
+struct SurfaceAlpha {
+  std::uint32_t fourcc;
+  AlphaMode alpha;
+};
+constexpr std::array kSurfaces = {
+    SurfaceAlpha{FourCC("DXT2"), imagecore::kAlphaPremultiplied},
+    SurfaceAlpha{FourCC("DXT3"), imagecore::kAlphaStraight},
+    SurfaceAlpha{FourCC("DXT4"), imagecore::kAlphaPremultiplied},
+    SurfaceAlpha{FourCC("DXT5"), imagecore::kAlphaStraight},
+};
+
+}  // namespace
+
+bool ReadDds(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::size_t kHeaderSize = 128;
+  constexpr std::uint32_t kAlphaPixels = 0x1;
+  constexpr std::uint32_t kAlphaOnly = 0x2;
+  constexpr std::uint32_t kFourCc = 0x4;
+  const auto bytes = ReadBytes(source, 0, kHeaderSize);
+  ByteReader reader(bytes);
+  reader.Skip(4 + 4 + 4);  // magic, size, flags
+  const std::uint32_t height = reader.Le32();
+  const std::uint32_t width = reader.Le32();
+  reader.Skip(4 + 4 + 4 + 11 * 4 + 4);  // pitch, depth, mip maps, reserved, size of the pixel format
+  const std::uint32_t flags = reader.Le32();
+  const std::uint32_t code = reader.Le32();
+  if (bytes.size() < kHeaderSize) return false;
+
+  headers.size = PictureSize{width, height};
+  // Small codes are numbers of Direct3D formats.
+  headers.fourcc = (flags & kFourCc) != 0 && code > 0xFFFF ? code : FourCC("DDS ");
+  const auto surface = std::ranges::find(kSurfaces, headers.fourcc, &SurfaceAlpha::fourcc);
+  if (surface != kSurfaces.end()) {
+    headers.alpha = surface->alpha;
+  } else if (headers.fourcc == FourCC("DX10")) {
+    headers.alpha = AlphaOfDxgi(source);
+  } else {
+    headers.alpha = (flags & (kAlphaPixels | kAlphaOnly)) != 0 ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
+  }
+  return true;
+}
+
+bool ReadKtx(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::size_t kHeaderSize = 44;
+  const auto bytes = ReadBytes(source, 0, kHeaderSize);
+  ByteReader reader(bytes);
+  const bool is_first_version = Holds(bytes, 5, "11"sv);
+  reader.Skip(12);  // identifier
+  const bool is_big_endian = is_first_version && reader.Be32() == 0x04030201;
+  // Version 1: type, its size, format, internal and base format; version 2: format, size of the type.
+  reader.Skip(is_first_version ? 5 * 4 : 2 * 4);
+  const std::uint32_t width = is_big_endian ? reader.Be32() : reader.Le32();
+  const std::uint32_t height = is_big_endian ? reader.Be32() : reader.Le32();
+  if (!reader.Ok()) return false;
+  headers.size = PictureSize{width, std::max(height, 1U)};
+  return true;
+}
+
+}  // namespace media_server::image
