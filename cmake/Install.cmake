@@ -1,13 +1,29 @@
-# <prefix>/bin/mediaprobe, <prefix>/lib/mediainfo/*.so and <prefix>/lib/mediainfo/userepace/*.dll: the paths are looked
-# up relative to the tool and to the module, so they are not left to GNUInstallDirs.
+# <prefix>/bin/mediaprobe, <prefix>/lib/mediainfo/*.so, QK_MediaInfoLib.dll beside them and
+# <prefix>/lib/mediainfo/userepace/*.dll: the paths are looked up relative to the tool and to the module, so they are not
+# left to GNUInstallDirs.
 
-set(libraries core service MediaServer MediaServerDigest MediaServerNetwork service-mediainfo)
+set(libraries core service MediaServer MediaServerDigest MediaServerNetwork MediaServerPictureTags QK_MediaInfoLib
+  service-mediainfo)
 set(run_time_libraries COMSupport QK_log)
 
 install(TARGETS ${libraries} LIBRARY DESTINATION lib/mediainfo)
 install(TARGETS ${run_time_libraries} LIBRARY DESTINATION lib/mediainfo/userepace)
 install(TARGETS mediaprobe RUNTIME DESTINATION bin)
+install(DIRECTORY include/ DESTINATION include/service-mediainfo FILES_MATCHING PATTERN "*.h")
 install(FILES LICENSE NOTICE DESTINATION share/doc/service-mediainfo)
+
+# For hosts that load the module.
+include(CMakePackageConfigHelpers)
+set(config_dir "${PROJECT_BINARY_DIR}/packaging")
+configure_package_config_file(packaging/service-mediainfo-config.cmake.in
+  "${config_dir}/service-mediainfo-config.cmake"
+  INSTALL_DESTINATION lib/cmake/service-mediainfo
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${config_dir}/service-mediainfo-config-version.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES "${config_dir}/service-mediainfo-config.cmake" "${config_dir}/service-mediainfo-config-version.cmake"
+  DESTINATION lib/cmake/service-mediainfo)
+configure_file(packaging/service-mediainfo.pc.in "${config_dir}/service-mediainfo.pc" @ONLY)
+install(FILES "${config_dir}/service-mediainfo.pc" DESTINATION lib/pkgconfig)
 
 add_custom_target(product)
 add_dependencies(product mediaprobe ${libraries} ${run_time_libraries})

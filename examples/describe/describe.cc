@@ -1,4 +1,5 @@
-// Describes a media file: describe FOLDER FILE, where FOLDER is the folder of the libraries (lib/mediainfo).
+// Describes a media file: describe FILE. The folder of the libraries is known from the build; a host that ships its own
+// copy would look beside its program.
 
 #include <cstdio>
 #include <memory>
@@ -38,14 +39,14 @@ bool Describe(service::IService& service, char* path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) return 2;
-  const std::string folder = argv[1];
+  if (argc != 2) return 2;
+  const std::string folder = MEDIAINFO_LIBRARY_DIR;
   service::Configuration configuration;
   configuration.Set(service::config_keys::kSetAppPath, folder);
   service::IServiceManager* manager = ZORServiceMrgAcqire(/*reserved=*/0);
   if (!manager->LoadModule((folder + "/service-mediainfo.so").c_str(), &configuration)) return 1;
   const bool described =
-      Describe(*manager->AcquireService(kMediaFileInfoServiceName, /*create=*/true, /*reserved=*/0), argv[2]);
+      Describe(*manager->AcquireService(kMediaFileInfoServiceName, /*create=*/true, /*reserved=*/0), argv[1]);
   manager->ReleaseServices();
   return described ? 0 : 1;
 }
