@@ -1,0 +1,123 @@
+#include "media-server/image/rare_formats.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "media-server/image/fourcc.h"
+#include "tests/media-server/container/memory_source.h"
+
+namespace media_server::image {
+namespace {
+
+using namespace std::string_literals;
+using namespace imagecore;
+
+using Reader = bool(IByteSource&, PictureHeaders&);
+std::optional<PictureHeaders> Read(Reader reader, const std::string& bytes) {
+  MemorySource source(bytes);
+  PictureHeaders headers;
+  if (!reader(source, headers)) return std::nullopt;
+  return headers;
+}
+
+/// `header` is 37 by 23 pixels and nothing when it is cut.
+void ExpectSize(Reader reader, const std::string& header) {
+  const auto headers = Read(reader, header);
+  ASSERT_TRUE(headers);
+  EXPECT_EQ(headers->size, (PictureSize{37, 23}));
+  for (std::size_t size = 0; size < header.size(); ++size) EXPECT_FALSE(Read(reader, header.substr(0, size))) << size;
+}
+
+TEST(Farbfeld, SizeStandsBehindTheMagic) {
+  ExpectSize(ReadFarbfeld, "farbfeld" + Be(37, 4) + Be(23, 4));
+  EXPECT_EQ(Read(ReadFarbfeld, "farbfeld" + Be(37, 4) + Be(23, 4))->alpha, kAlphaStraight);
+}
+
+TEST(Dpx, ImageHeaderHasTheFilesByteOrder) {
+  ExpectSize(ReadDpx, "SDPX" + Zeros(764) + Be(0, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4));
+  ExpectSize(ReadDpx, "XPDS" + Zeros(764) + Le(0, 2) + Le(1, 2) + Le(37, 4) + Le(23, 4));
+}
+
+TEST(Dpx, OrientationIsTheOrderOfPixels) {
+  const Orientation expected[] = {{kFlipNone, 0},   {kFlipHorizontal, 0},   {kFlipVertical, 0},
+                                  {kFlipNone, 180}, {kFlipHorizontal, 270}, {kFlipNone, 270},
+                                  {kFlipNone, 90},  {kFlipHorizontal, 90}};
+  for (std::uint16_t code = 0; code < 8; ++code) {
+    const auto headers = Read(ReadDpx, "SDPX" + Zeros(764) + Be(code, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4));
+    EXPECT_EQ(headers->orientation, expected[code]) << code;
+  }
+  EXPECT_FALSE(Read(ReadDpx, "SDPX" + Zeros(764) + Be(0xFFFF, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4))->orientation);
+}
+
+TEST(Xcf, CanvasStandsBehindTheVersion) { ExpectSize(ReadXcf, "gimp xcf v011\0"s + Be(37, 4) + Be(23, 4)); }
+
+TEST(Ilbm, BitmapHeaderIsFoundBehindOtherChunks) {
+  const std::string file = "FORM" + Be(100, 4) + "ILBM" + "ANNO" + Be(3, 4) + "abc\0"s;
+  ExpectSize(ReadIlbm, file + "BMHD" + Be(20, 4) + Be(37, 2) + Be(23, 2) + Zeros(4) + "\x08\0"s);
+  EXPECT_EQ(Read(ReadIlbm, file + "BMHD" + Be(20, 4) + Be(37, 2) + Be(23, 2) + Zeros(4) + "\x08\0"s)->alpha,
+            kAlphaNone);
+  EXPECT_EQ(Read(ReadIlbm, file + "BMHD" + Be(20, 4) + Be(37, 2) + Be(23, 2) + Zeros(4) + "\x08\1"s)->alpha,
+            kAlphaStraight);
+}
+
+TEST(Ilbm, EndlessChunksAreReadWithinBounds) {
+  std::string chunks = "FORM" + Be(100, 4) + "ILBM";
+  for (int i = 0; i < 100000; ++i) chunks += "ANNO" + Zeros(4);
+  MemorySource source(chunks);
+  PictureHeaders headers;
+  EXPECT_FALSE(ReadIlbm(source, headers));
+  EXPECT_LE(source.BytesRead(), 16U * 1024);
+}
+
+std::string Sgi(std::uint16_t dimensions, std::uint16_t channels) {
+  return "\x01\xda\1\1"s + Be(dimensions, 2) + Be(37, 2) + Be(23, 2) + Be(channels, 2);
+}
+
+TEST(Sgi, DimensionsSayWhichSizesCount) {
+  ExpectSize(ReadSgi, Sgi(3, 3));
+  EXPECT_EQ(Read(ReadSgi, Sgi(1, 4))->size, (PictureSize{37, 1}));
+  EXPECT_EQ(Read(ReadSgi, Sgi(3, 3))->alpha, kAlphaNone);
+  EXPECT_EQ(Read(ReadSgi, Sgi(3, 4))->alpha, kAlphaStraight);
+  EXPECT_EQ(Read(ReadSgi, Sgi(3, 2))->alpha, kAlphaStraight);
+  EXPECT_EQ(Read(ReadSgi, Sgi(2, 4))->alpha, kAlphaNone);
+}
+
+TEST(SunRaster, SizeStandsBehindTheMagic) { ExpectSize(ReadSunRaster, "\x59\xa6\x6a\x95" + Be(37, 4) + Be(23, 4)); }
+
+TEST(Pcx, SizeIsTheWindow) {
+  ExpectSize(ReadPcx, "\x0a\5\1\x08"s + Le(2, 2) + Le(3, 2) + Le(38, 2) + Le(25, 2));
+  EXPECT_FALSE(Read(ReadPcx, "\x0a\5\1\x08"s + Le(2, 2) + Le(3, 2) + Le(1, 2) + Le(25, 2)));
+}
+
+TEST(Jng, HeaderChunkTellsSizeAndAlpha) {
+  const std::string header = "\x8bJNG\r\n\x1a\n"s + Be(16, 4) + "JHDR" + Be(37, 4) + Be(23, 4);
+  ExpectSize(ReadJng, header);
+  EXPECT_EQ(Read(ReadJng, header + '\x0a')->alpha, kAlphaNone);
+  EXPECT_EQ(Read(ReadJng, header + '\x0e')->alpha, kAlphaStraight);
+}
+
+TEST(Bpg, NumbersHaveSevenBitsAByte) {
+  const std::string magic = "BPG\xfb"s;
+  const std::string size = "\x25\x17\0\0\0\0\0\0\0\0"s;
+  EXPECT_EQ(Read(ReadBpg, magic + "\x20\0"s + size)->size, (PictureSize{37, 23}));
+  EXPECT_EQ(Read(ReadBpg, magic + "\x20\0\x87\x68\x8a\0"s + Zeros(6))->size, (PictureSize{1000, 1280}));
+  EXPECT_FALSE(Read(ReadBpg, magic + "\x20\0\x87"s));
+  EXPECT_EQ(Read(ReadBpg, magic + "\x20\0"s + size)->alpha, kAlphaNone);
+  EXPECT_EQ(Read(ReadBpg, magic + "\x30\0"s + size)->alpha, kAlphaStraight);
+  EXPECT_EQ(Read(ReadBpg, magic + "\x30\4"s + size)->alpha, kAlphaPremultiplied);
+}
+
+TEST(JpegXr, DirectoryTellsTheSize) {
+  const std::string file = "II\xbc\x01"s + Le(10, 4) + Zeros(2) + Le(3, 2);  // the directory is at 10
+  const std::string first = Le(0xBC01, 2) + Le(1, 2) + Le(16, 4) + Le(100, 4);
+  EXPECT_EQ(Read(ReadJpegXr, file + first + Le(0xBC80, 2) + Le(4, 2) + Le(1, 4) + Le(37, 4)        // a long
+                                 + Le(0xBC81, 2) + Le(3, 2) + Le(1, 4) + Le(23, 2) + "\xff\xff"s)  // a short
+                ->size,
+            (PictureSize{37, 23}));
+  EXPECT_FALSE(Read(ReadJpegXr, file + first));
+  EXPECT_FALSE(Read(ReadJpegXr, file.substr(0, 9)));
+}
+
+}  // namespace
+}  // namespace media_server::image
