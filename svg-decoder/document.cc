@@ -1,0 +1,127 @@
+#include "svg-decoder/document.h"
+
+#include <expat.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <type_traits>
+
+#include "core/error_text.h"
+#include "svg-decoder/encoding.h"
+#include "svg-decoder/parser_memory.h"
+
+namespace svg_decoder {
+namespace {
+
+constexpr char kNotAnSvg[] = "not an SVG document";
+constexpr char kTooDeep[] = "an SVG with more than 1000 elements one in another";
+constexpr char kTooMuchUnfolding[] = "an SVG whose entities unfold without end";
+constexpr char kTooMuchMemory[] = "an SVG with too many or too long names and attributes";
+
+constexpr char kSvgNamespace[] = "http://www.w3.org/2000/svg";
+constexpr int kMostDepth = 1000;
+constexpr std::size_t kMostParserBytes = std::size_t{48} << 20;
+/// What entities unfold to past the first 8 MB may at most be as much as the document itself.
+constexpr float kMostAmplification = 2;
+
+struct ParserDeleter {
+  void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+using ParserPtr = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
+
+struct Scan {
+  XML_Parser parser;
+  int depth = 0;
+  std::optional<RootElement> root;
+  const char* refusal = nullptr;
+
+  void Refuse(const char* reason) {
+    refusal = reason;
+    XML_StopParser(parser, /*resumable=*/XML_FALSE);
+  }
+};
+
+/// Name and value of an element's attributes by turns, a null at the end.
+std::string_view FindAttribute(const char** attributes, std::string_view name) {
+  for (; *attributes; attributes += 2) {
+    if (name == attributes[0]) return attributes[1];
+  }
+  return {};
+}
+
+/// Namespaces are resolved here and only for the root: the parser's own resolution refuses documents whose prefixes are
+/// not declared, which viewers show. For the same reason a root without a namespace is taken.
+bool IsSvgRoot(std::string_view name, const char** attributes) {
+  const std::size_t colon = name.find(':');
+  const bool has_prefix = colon != std::string_view::npos;
+  const std::string declaration = has_prefix ? "xmlns:" + std::string(name.substr(0, colon)) : "xmlns";
+  const std::string_view name_space = FindAttribute(attributes, declaration);
+  return (has_prefix ? name.substr(colon + 1) : name) == "svg" && (name_space.empty() || name_space == kSvgNamespace);
+}
+
+void HandleStart(void* user_data, const char* name, const char** attributes) {
+  auto& scan = *static_cast<Scan*>(user_data);
+  if (++scan.depth > kMostDepth) return scan.Refuse(kTooDeep);
+  if (scan.root) return;
+  if (!IsSvgRoot(name, attributes)) return scan.Refuse(kNotAnSvg);
+  RootElement& root = scan.root.emplace();
+  root.width = FindAttribute(attributes, "width");
+  root.height = FindAttribute(attributes, "height");
+  root.view_box = FindAttribute(attributes, "viewBox");
+  root.font_size = FindAttribute(attributes, "font-size");
+}
+
+void HandleEnd(void* user_data, const char* /*name*/) { --static_cast<Scan*>(user_data)->depth; }
+
+struct FaultWords {
+  XML_Error fault;
+  const char* words;
+};
+
+constexpr std::array<FaultWords, 11> kFaultWords{{
+    {XML_ERROR_NO_ELEMENTS, "it ends too early"},
+    {XML_ERROR_UNCLOSED_TOKEN, "it ends too early"},
+    {XML_ERROR_PARTIAL_CHAR, "it ends too early"},
+    {XML_ERROR_UNCLOSED_CDATA_SECTION, "it ends too early"},
+    {XML_ERROR_TAG_MISMATCH, "a closing tag that fits no opening one"},
+    {XML_ERROR_DUPLICATE_ATTRIBUTE, "an attribute that stands twice"},
+    {XML_ERROR_JUNK_AFTER_DOC_ELEMENT, "something follows its end"},
+    {XML_ERROR_UNDEFINED_ENTITY, "an entity that is not defined"},
+    {XML_ERROR_RECURSIVE_ENTITY_REF, "an entity that contains itself"},
+    {XML_ERROR_BAD_CHAR_REF, "a character that cannot be"},
+    {XML_ERROR_INVALID_TOKEN, "no well-formed text"},
+}};
+
+void SetReason(const Scan& scan) {
+  if (scan.refusal) return CoreSetErrorText(scan.refusal);
+  const XML_Error fault = XML_GetErrorCode(scan.parser);
+  if (fault == XML_ERROR_NO_MEMORY) return CoreSetErrorText(kTooMuchMemory);
+  if (fault == XML_ERROR_AMPLIFICATION_LIMIT_BREACH) return CoreSetErrorText(kTooMuchUnfolding);
+  if (!scan.root) return CoreSetErrorText(kNotAnSvg);
+  const auto* known = std::ranges::find(kFaultWords, fault, &FaultWords::fault);
+  const std::string line = std::to_string(XML_GetCurrentLineNumber(scan.parser));
+  const std::string words = known == kFaultWords.end() ? "it is not well-formed" : known->words;
+  CoreSetErrorText(("damaged SVG: line " + line + ": " + words).c_str());
+}
+
+}  // namespace
+
+std::optional<RootElement> ReadDocument(std::string_view bytes) {
+  const ParserMemory memory(kMostParserBytes);
+  const ParserPtr parser(XML_ParserCreate_MM(/*encoding=*/nullptr, memory.functions(), /*namespaceSeparator=*/nullptr));
+  if (!parser) throw std::bad_alloc();
+  Scan scan{parser.get()};
+  XML_SetUserData(parser.get(), &scan);
+  XML_SetElementHandler(parser.get(), HandleStart, HandleEnd);
+  XML_SetUnknownEncodingHandler(parser.get(), DescribeEncoding, nullptr);
+  XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.get(), kMostAmplification);
+
+  if (XML_Parse(parser.get(), bytes.data(), static_cast<int>(bytes.size()), /*isFinal=*/1) == XML_STATUS_OK) {
+    return scan.root;
+  }
+  SetReason(scan);
+  return std::nullopt;
+}
+
+}  // namespace svg_decoder

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <expat.h>
+
+#include <cstddef>
+
+namespace svg_decoder {
+
+/// While it lives, the parser that is made with `functions()` gets at most `most` bytes on this thread; past them its
+/// allocations fail. One at a time on a thread.
+class ParserMemory {
+ public:
+  explicit ParserMemory(std::size_t most);
+  ~ParserMemory();
+  ParserMemory(const ParserMemory&) = delete;
+  ParserMemory& operator=(const ParserMemory&) = delete;
+
+  const XML_Memory_Handling_Suite* functions() const;
+};
+
+}  // namespace svg_decoder

@@ -1,0 +1,185 @@
+#include "svg-decoder/document.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+#include "core/error_text.h"
+
+namespace {
+
+using namespace std::string_literals;
+using svg_decoder::ReadDocument;
+using svg_decoder::RootElement;
+
+constexpr char kRoot[] = R"(<svg xmlns="http://www.w3.org/2000/svg" width="3cm" height="4cm" viewBox="0 0 30 40">)";
+
+std::string Whole(const std::string& content) { return kRoot + content + "</svg>"; }
+
+void ExpectRead(const std::string& document) {
+  const auto root = ReadDocument(document);
+  ASSERT_TRUE(root.has_value()) << document.substr(0, 200) << ": " << CoreErrorText();
+  EXPECT_EQ(root->width, "3cm");
+  EXPECT_EQ(root->height, "4cm");
+  EXPECT_EQ(root->view_box, "0 0 30 40");
+}
+
+void ExpectRefused(const std::string& document, const std::string& reason) {
+  CoreSetErrorText(nullptr);
+  EXPECT_FALSE(ReadDocument(document).has_value()) << document.substr(0, 200);
+  EXPECT_EQ(CoreErrorText(), reason);
+}
+
+std::string Repeated(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+std::string ToUtf16(const std::string& ascii, bool is_big_endian) {
+  std::string text;
+  for (const char letter : ascii) text += is_big_endian ? std::string{'\0', letter} : std::string{letter, '\0'};
+  return text;
+}
+
+TEST(ReadDocumentTest, GivesTheRootsAttributes) {
+  ExpectRead(Whole(""));
+  const auto root = ReadDocument(R"(<svg font-size="20"/>)");
+  ASSERT_TRUE(root.has_value());
+  EXPECT_EQ(root->font_size, "20");
+  EXPECT_EQ(root->width, "");
+}
+
+TEST(ReadDocumentTest, TakesTheRootAndNoNestedElement) {
+  ExpectRead(Whole(R"(<svg width="1" height="2" viewBox="0 0 1 2"><svg width="5"/></svg>)"));
+}
+
+TEST(ReadDocumentTest, PassesOverWhatPrecedesTheRoot) {
+  ExpectRead("\xEF\xBB\xBF" + Whole(""));
+  ExpectRead("\n \n" + Whole(""));
+  ExpectRead(
+      "<?xml version=\"1.0\"?>\n<!-- a <svg> --><?style x?><!DOCTYPE svg PUBLIC \"-//W3C//DTD SVG 1.1//EN\" "
+      "\"http://www.w3.org/Graphics/SVG/1.1/DTD/svg11.dtd\">\n" +
+      Whole(""));
+}
+
+TEST(ReadDocumentTest, ReadsUtf16) {
+  ExpectRead("\xFF\xFE" + ToUtf16(Whole(""), false));
+  ExpectRead("\xFE\xFF" + ToUtf16(Whole(""), true));
+}
+
+TEST(ReadDocumentTest, ReadsCodePages) {
+  for (const char* encoding : {"windows-1252", "ISO-8859-1", "iso-8859-15", "KOI8-R"}) {
+    ExpectRead("<?xml version=\"1.0\" encoding=\""s + encoding + "\"?>" + Whole("<text>caf\xE9</text>"));
+  }
+  ExpectRefused("<?xml version=\"1.0\" encoding=\"../EVIL\"?>" + Whole(""), "not an SVG document");
+}
+
+TEST(ReadDocumentTest, TakesAPrefixAndAMissingNamespace) {
+  EXPECT_TRUE(ReadDocument(R"(<s:svg xmlns:s="http://www.w3.org/2000/svg"/>)"));
+  EXPECT_TRUE(ReadDocument(R"(<svg/>)"));
+  // A prefix that is not declared, as some editors leave behind.
+  ExpectRead(Whole(R"(<use xlink:href="#a"/>)"));
+}
+
+TEST(ReadDocumentTest, RefusesOtherDocuments) {
+  ExpectRefused("", "not an SVG document");
+  ExpectRefused("words", "not an SVG document");
+  ExpectRefused("<html><svg width=\"3\"/></html>", "not an SVG document");
+  ExpectRefused(R"(<svg xmlns="http://www.w3.org/1999/xhtml"/>)", "not an SVG document");
+  ExpectRefused(R"(<s:svg xmlns:s="urn:s" xmlns="http://www.w3.org/2000/svg"/>)", "not an SVG document");
+  ExpectRefused("<SVG/>", "not an SVG document");
+  ExpectRefused("<?xml version=\"1.0\"?><!-- no root -->", "not an SVG document");
+  ExpectRefused("\0\0\0\0"s, "not an SVG document");
+}
+
+TEST(ReadDocumentTest, TellsWhereADocumentIsDamaged) {
+  ExpectRefused(kRoot + "\n\n<g>"s, "damaged SVG: line 3: it ends too early");
+  ExpectRefused(kRoot + "\n<rect width=\"1"s, "damaged SVG: line 2: it ends too early");
+  ExpectRefused(kRoot + "\n<g></rect>"s, "damaged SVG: line 2: a closing tag that fits no opening one");
+  ExpectRefused(Whole("") + "\n<svg/>", "damaged SVG: line 2: something follows its end");
+  ExpectRefused(Whole("<a b='1' b='2'/>"), "damaged SVG: line 1: an attribute that stands twice");
+  ExpectRefused(Whole("&nbsp;"), "damaged SVG: line 1: an entity that is not defined");
+  ExpectRefused(Whole("\xFF"), "damaged SVG: line 1: no well-formed text");
+  ExpectRefused(Whole("<g a=5/>"), "damaged SVG: line 1: no well-formed text");
+}
+
+TEST(ReadDocumentTest, ResolvesEntitiesOfTheDocument) {
+  const auto root = ReadDocument(R"(<!DOCTYPE svg [<!ENTITY ns "http://www.w3.org/2000/svg"><!ENTITY w "77">]>
+      <svg xmlns="&ns;" width="&w;"/>)");
+  ASSERT_TRUE(root.has_value());
+  EXPECT_EQ(root->width, "77");
+}
+
+TEST(ReadDocumentTest, PassesOverEntitiesOutsideTheDocument) {
+  ExpectRead("<!DOCTYPE svg [<!ENTITY e SYSTEM \"file:///etc/passwd\">]>" + Whole("&e;"));
+  ExpectRead("<!DOCTYPE svg SYSTEM \"a.dtd\">" + Whole("&nbsp;"));
+  // Where one would have to be known, the document is refused.
+  ExpectRefused("<!DOCTYPE svg [<!ENTITY e SYSTEM \"file:///etc/passwd\">]><svg width=\"&e;\"/>",
+                "not an SVG document");
+}
+
+TEST(ReadDocumentTest, TakesAThousandLevelsAndNoMore) {
+  ExpectRead(Whole(Repeated("<g>", 999) + Repeated("</g>", 999)));
+  ExpectRefused(Whole(Repeated("<g>", 1000) + Repeated("</g>", 1000)),
+                "an SVG with more than 1000 elements one in another");
+  ExpectRefused(Repeated("<svg>", 100'000), "an SVG with more than 1000 elements one in another");
+}
+
+TEST(ReadDocumentTest, CountsDepthAndNotElements) { ExpectRead(Whole(Repeated("<g><g/></g>", 100'000))); }
+
+class HostileDocumentTest : public testing::Test {
+ protected:
+  ~HostileDocumentTest() override {
+    EXPECT_LT(std::chrono::steady_clock::now() - start_, std::chrono::seconds(kMostSeconds));
+  }
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  static constexpr int kMostSeconds = 10;
+#else
+  static constexpr int kMostSeconds = 1;
+#endif
+
+ private:
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+TEST_F(HostileDocumentTest, StopsABillionLaughs) {
+  std::string document = "<!DOCTYPE svg [<!ENTITY a0 \"ha\">";
+  for (int level = 1; level < 12; ++level) {
+    document +=
+        "<!ENTITY a" + std::to_string(level) + " \"" + Repeated("&a" + std::to_string(level - 1) + ";", 10) + "\">";
+  }
+  document += "]>";
+  ExpectRefused(document + Whole("&a11;"), "an SVG whose entities unfold without end");
+  ExpectRefused(document + "<svg width=\"&a11;\"/>", "an SVG whose entities unfold without end");
+  ExpectRead(document + Whole(""));
+}
+
+TEST_F(HostileDocumentTest, StopsOneLongEntityThatIsNamedOften) {
+  ExpectRefused("<!DOCTYPE svg [<!ENTITY a \"" + std::string(1 << 20, 'x') + "\">]>" + Whole(Repeated("&a;", 10'000)),
+                "an SVG whose entities unfold without end");
+}
+
+TEST_F(HostileDocumentTest, StopsAnEntityThatContainsItself) {
+  ExpectRefused("<!DOCTYPE svg [<!ENTITY a \"&b;\"><!ENTITY b \"&a;\">]>" + Whole("&a;"),
+                "damaged SVG: line 1: an entity that contains itself");
+}
+
+TEST_F(HostileDocumentTest, ReadsALongAttribute) {
+  ExpectRead(Whole("<image href=\"data:image/png;base64," + std::string(15 << 20, 'A') + "\"/>"));
+}
+
+TEST_F(HostileDocumentTest, StopsAtTooManyNames) {
+  std::string attributes;
+  for (int i = 0; i < 1'000'000; ++i) attributes += " a" + std::to_string(i) + "=''";
+  ExpectRefused(Whole("<g" + attributes + "/>"), "an SVG with too many or too long names and attributes");
+}
+
+TEST_F(HostileDocumentTest, LeavesTheParsersMemoryWholeAfterAFailure) {
+  ExpectRefused(Whole(Repeated("<g>", 1000)), "an SVG with more than 1000 elements one in another");
+  ExpectRead(Whole("<image href=\"" + std::string(15 << 20, 'A') + "\"/>"));
+}
+
+}  // namespace
