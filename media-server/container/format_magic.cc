@@ -90,6 +90,8 @@ constexpr std::array kMagics = {
     At0("IIRO"sv, Still("orf", "Olympus raw image")),
     At0("IIRS"sv, Still("orf", "Olympus raw image")),
     At0("MMOR"sv, Still("orf", "Olympus raw image")),
+    At0("\0MRM"sv, Still("mrw", "Minolta raw image")),
+    At0("II\x1a\0\0\0HEAPCCDR"sv, Still("crw", "Canon raw image in a camera image file")),
     At0("FUJIFILMCCD-RAW"sv, Still("raf", "Fujifilm raw image")),
     At0("FOVb"sv, Still("x3f", "Sigma raw image")),
     At0("\0MRM"sv, Still("mrw", "Minolta raw image")),
