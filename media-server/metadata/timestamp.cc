@@ -31,24 +31,26 @@ void SkipFraction(std::string_view& text) {
   }
 }
 
-/// Seconds east of UTC; 0 for a text without a zone; empty for one that is malformed.
-std::optional<int> TakeZone(std::string_view& text) {
-  while (TakeOneOf(text, " ")) {
-  }
-  if (text.empty() || TakeOneOf(text, "Zz")) return 0;
-  const bool west = text[0] == '-';
+/// Seconds east of UTC; empty for a text that is malformed.
+std::optional<int> ParseZone(std::string_view text) {
+  if (text == "Z" || text == "z") return 0;
+  const bool west = text.starts_with('-');
   if (!TakeOneOf(text, "+-")) return std::nullopt;
   const auto hours = TakeNumber(text, 2);
   TakeOneOf(text, ":");
   const auto minutes = text.empty() ? std::optional(0) : TakeNumber(text, 2);
-  if (!hours || !minutes || *hours > 23 || *minutes > 59) return std::nullopt;
+  if (!hours || !minutes || !text.empty() || *hours > 23 || *minutes > 59) return std::nullopt;
   const int offset = *hours * 3600 + *minutes * 60;
   return west ? -offset : offset;
 }
 
-}  // namespace
+/// What a text says, field by field.
+struct Reading {
+  std::tm clock{};          // daylight saving unknown
+  std::string_view zone{};  // what stands behind the time of day; empty for none
+};
 
-std::optional<std::int64_t> ParseTimestamp(std::string_view text) {
+std::optional<Reading> ReadClock(std::string_view text, bool needs_seconds) {
   struct Field {
     std::size_t digits;
     std::string_view separators;  // before the field
@@ -56,19 +58,52 @@ std::optional<std::int64_t> ParseTimestamp(std::string_view text) {
   constexpr std::array<Field, 6> kFields = {{{4, ""}, {2, "-:/"}, {2, "-:/"}, {2, "T "}, {2, ":"}, {2, ":"}}};
   std::array<int, kFields.size()> numbers{};
   for (std::size_t i = 0; i < kFields.size(); ++i) {
-    if (i > 0 && !TakeOneOf(text, kFields[i].separators)) return std::nullopt;
+    if (i > 0 && !TakeOneOf(text, kFields[i].separators)) {
+      if (i == kFields.size() - 1 && !needs_seconds) break;
+      return std::nullopt;
+    }
     const auto number = TakeNumber(text, kFields[i].digits);
     if (!number) return std::nullopt;
     numbers[i] = *number;
   }
   SkipFraction(text);
-  const auto offset = TakeZone(text);
+  while (TakeOneOf(text, " ")) {
+  }
   const auto [year, month, day, hour, minute, second] = numbers;
   const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
                                          std::chrono::day(static_cast<unsigned>(day))};
-  if (!offset || !text.empty() || !date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
-  const std::chrono::sys_seconds midnight = std::chrono::sys_days(date);
-  return midnight.time_since_epoch().count() + hour * 3600 + minute * 60 + second - *offset;
+  if (!date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
+  Reading reading{.zone = text};
+  reading.clock = {.tm_sec = second,
+                   .tm_min = minute,
+                   .tm_hour = hour,
+                   .tm_mday = day,
+                   .tm_mon = month - 1,
+                   .tm_year = year - 1900,
+                   .tm_isdst = -1};
+  return reading;
+}
+
+std::optional<std::int64_t> InZone(Reading& reading) {
+  const auto offset = ParseZone(reading.zone);
+  if (!offset) return std::nullopt;
+  return timegm(&reading.clock) - *offset;
+}
+
+}  // namespace
+
+std::optional<std::int64_t> ParseTimestamp(std::string_view text) {
+  auto reading = ReadClock(text, /*needs_seconds=*/true);
+  if (!reading) return std::nullopt;
+  if (reading->zone.empty()) return timegm(&reading->clock);
+  return InZone(*reading);
+}
+
+std::optional<std::int64_t> ParseLocalTimestamp(std::string_view text) {
+  auto reading = ReadClock(text, /*needs_seconds=*/false);
+  if (!reading) return std::nullopt;
+  if (reading->zone.empty()) return std::mktime(&reading->clock);
+  return InZone(*reading);
 }
 
 std::optional<std::string> ToLocalDateText(std::int64_t seconds) {

@@ -12,6 +12,10 @@ namespace media_server {
 /// date without a time of day is no point in time.
 std::optional<std::int64_t> ParseTimestamp(std::string_view text);
 
+/// The same for clocks of cameras and desks: a text without a zone is the machine's local time, and the seconds may be
+/// left out.
+std::optional<std::int64_t> ParseLocalTimestamp(std::string_view text);
+
 /// One point in time as the module reads it back: "Y:M:D:h:m:s" in the machine's zone, such that a C library that is
 /// told that daylight saving is not in effect gives `seconds` again, in summer as in winter. Empty for years past 9999
 /// or before 1.

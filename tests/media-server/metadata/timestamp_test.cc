@@ -1,32 +1,18 @@
 #include "media-server/metadata/timestamp.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <time.h>
 
 #include <cstdio>
+#include <ctime>
 #include <string>
+
+#include "tests/media-server/zone.h"
 
 namespace media_server {
 namespace {
 
 constexpr std::int64_t kWinter = 1704163384;  // 2024-01-02 02:43:04 UTC
 constexpr std::int64_t kSummer = 1720988130;  // 2024-07-14 20:15:30 UTC
-
-/// Sets the time zone of the process for one test.
-class Zone {
- public:
-  explicit Zone(const char* rule) {
-    setenv("TZ", rule, 1);
-    tzset();
-  }
-  Zone(const Zone&) = delete;
-  Zone& operator=(const Zone&) = delete;
-  ~Zone() {
-    unsetenv("TZ");
-    tzset();
-  }
-};
 
 /// What a reader gets that takes the text for local time without daylight saving.
 std::int64_t ReadBack(const std::string& text) {
@@ -49,6 +35,19 @@ TEST(TimestampTest, ReadsTimesWithAndWithoutZone) {
   EXPECT_EQ(ParseTimestamp("2024:07:14 20:15:30"), kSummer);
   EXPECT_EQ(ParseTimestamp("1969-12-31T23:59:59Z"), -1);
   EXPECT_EQ(ParseTimestamp("2020-02-29T00:00:00Z"), 1582934400);
+}
+
+TEST(TimestampTest, ReadsTimesWithoutZoneOnTheMachinesClock) {
+  const Zone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+  EXPECT_EQ(ParseLocalTimestamp("2024:07:14 22:15:30"), kSummer);
+  EXPECT_EQ(ParseLocalTimestamp("2024-01-02T03:43:04.25"), kWinter);
+  EXPECT_EQ(ParseLocalTimestamp("2024-07-14T22:15"), kSummer - 30);
+  EXPECT_EQ(ParseLocalTimestamp("2024-07-14T20:15:30Z"), kSummer);
+  EXPECT_EQ(ParseLocalTimestamp("2024-07-14T16:15-04:00"), kSummer - 30);
+  for (const char* text : {"", "2024-07-14", "2024-07-14T22", "2024-07-14T22:15:", "2024-07-14T22:15:30+",
+                           "0000:00:00 00:00:00", "    :  :     :  :  "}) {
+    EXPECT_EQ(ParseLocalTimestamp(text), std::nullopt) << text;
+  }
 }
 
 TEST(TimestampTest, RefusesWhatIsNoPointInTime) {
