@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core/error_text.h"
+#include "media-server/image/image_query.h"
 #include "media-server/io/bounded_source.h"
 #include "media-server/io/file_source.h"
 #include "media-server/io/network_source.h"
@@ -49,12 +50,30 @@ class MediaServer final : public ComObject<IMediaServer> {
     return *out != nullptr ? 1 : 0;
   }
 
-  std::int64_t QueryImage(const char16_t*, imagecore::QkImageInfo*) override { return 0; }
+  std::int64_t QueryImage(const char16_t* path, imagecore::QkImageInfo* info) override {
+    if (path == nullptr || info == nullptr) return 0;
+    bool answered = false;
+    std::string reason;
+    try {
+      const auto source = OpenSource(platform::PathToUtf8(path), &reason);
+      if (source) {
+        BoundedSource bounded(*source, ReadBudget());
+        answered = image::QueryImage(bounded, *info, &reason);
+      }
+    } catch (const std::bad_alloc&) {
+      reason = "out of memory";
+    }
+    CoreSetErrorText(answered ? nullptr : reason.c_str());
+    return answered ? 1 : 0;
+  }
 
  private:
+  std::unique_ptr<IByteSource> OpenSource(const std::string& path, std::string* reason) const {
+    return IsNetworkUrl(path) ? OpenNetworkSource(path, settings_.proxy, reason) : OpenFileSource(path.c_str(), reason);
+  }
+
   platform::ComPtr<IMediaInfo> Open(const std::string& path, std::string* reason) {
-    const std::unique_ptr<IByteSource> source =
-        IsNetworkUrl(path) ? OpenNetworkSource(path, settings_.proxy, reason) : OpenFileSource(path.c_str(), reason);
+    const auto source = OpenSource(path, reason);
     if (!source) return {};
     BoundedSource bounded(*source, ReadBudget());
     auto media = probe::ProbeMedia(bounded, DecryptionKey(), reason);

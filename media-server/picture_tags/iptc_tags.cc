@@ -1,0 +1,23 @@
+#include "media-server/picture_tags/iptc_tags.h"
+
+#include <exiv2/iptc.hpp>
+
+#include "media-server/metadata/timestamp.h"
+
+namespace media_server::picture_tags {
+
+void ReadIptcTags(std::span<const std::uint8_t> data_sets, image::PictureTags& tags) {
+  if (tags.created || data_sets.empty()) return;
+  Exiv2::IptcData data;
+  Exiv2::IptcParser::decode(data, data_sets.data(), static_cast<std::uint32_t>(data_sets.size()));
+  const auto text_of = [&](std::uint16_t data_set) {
+    const auto found = data.findId(data_set, Exiv2::IptcDataSets::application2);
+    return found != data.end() ? found->toString() : std::string();
+  };
+  // "2011-07-30" and "15:41:25+02:00", as Exiv2 writes them out of "20110730" and "154125+0200".
+  const std::string date = text_of(Exiv2::IptcDataSets::DateCreated);
+  const std::string time = text_of(Exiv2::IptcDataSets::TimeCreated);
+  tags.created = ParseLocalTimestamp(date + " " + time);
+}
+
+}  // namespace media_server::picture_tags

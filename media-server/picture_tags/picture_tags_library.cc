@@ -1,0 +1,36 @@
+#include "media-server/picture_tags/picture_tags_library.h"
+
+#include <exiv2/error.hpp>
+
+#include "media-server/picture_tags/exif_tags.h"
+#include "media-server/picture_tags/iptc_tags.h"
+#include "media-server/picture_tags/xmp_tags.h"
+#include "platform/export.h"
+
+namespace media_server {
+namespace {
+
+/// Exiv2 throws on what it cannot decode, and on what it cannot allocate; what was read before stays.
+template <typename Function>
+void Guarded(Function&& read) {
+  try {
+    read();
+  } catch (...) {
+  }
+}
+
+}  // namespace
+}  // namespace media_server
+
+extern "C" PLATFORM_EXPORT void ReadMediaServerPictureTags(const media_server::image::EmbeddedMetadata& metadata,
+                                                           media_server::image::PictureTags* tags) {
+  using namespace media_server;
+  // Its messages would go to the host's standard error.
+  static const bool quiet = (Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute), true);
+  static_cast<void>(quiet);
+  // In the order of precedence: a label in XMP is the one that the standard asks for, all else is Exif's before XMP's.
+  Guarded([&] { picture_tags::ReadXmpLabel(metadata.xmp, *tags); });
+  Guarded([&] { picture_tags::ReadExifTags(metadata.exif, *tags); });
+  Guarded([&] { picture_tags::ReadXmpTags(metadata.xmp, *tags); });
+  Guarded([&] { picture_tags::ReadIptcTags(metadata.iptc, *tags); });
+}
