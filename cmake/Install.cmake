@@ -3,7 +3,7 @@
 # left to GNUInstallDirs.
 
 set(libraries core service MediaServer MediaServerDigest MediaServerNetwork MediaServerPictureTags QK_MediaInfoLib
-  service-mediainfo)
+  service-mediainfo svg-decoder SvgRenderer)
 set(run_time_libraries COMSupport QK_log)
 
 install(TARGETS ${libraries} LIBRARY DESTINATION lib/mediainfo)

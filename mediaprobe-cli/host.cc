@@ -2,7 +2,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
+
+#include "mediainfo/service_ids.h"
 
 namespace mediaprobe {
 namespace {
@@ -10,6 +13,7 @@ namespace {
 constexpr char kLibraryFolderVariable[] = "MEDIAPROBE_LIBRARY_DIR";
 constexpr char kProxyVariable[] = "http_proxy";  // as other programs read it
 constexpr char kModuleName[] = "service-mediainfo.so";
+constexpr char kSvgDecoderName[] = "svg-decoder.so";
 
 }  // namespace
 
@@ -35,7 +39,14 @@ Host::~Host() {
 }
 
 std::shared_ptr<service::IService> Host::AcquireService(const char* name) const {
-  return manager_ ? manager_->AcquireService(name, /*create=*/true, /*reserved=*/0) : nullptr;
+  if (!manager_) return nullptr;
+  // The decoder that the SVG service asks for is a module of its own, which no other input is to pay for. Without it
+  // the SVG service says so itself.
+  if (std::string_view(name) == service::mediainfo::kSvgInfoServiceName) {
+    const auto decoder_path = std::filesystem::path(module_path_).replace_filename(kSvgDecoderName);
+    manager_->LoadModule(decoder_path.c_str(), /*config=*/nullptr);
+  }
+  return manager_->AcquireService(name, /*create=*/true, /*reserved=*/0);
 }
 
 }  // namespace mediaprobe
