@@ -90,8 +90,8 @@ std::optional<FormatIdentity> IdentifySgi(Bytes head) {
   return kSgi;
 }
 
-/// PCX: manufacturer 10, a version that exists, run lengths, whole pixels, a window, 1 to 4 planes of lines that hold
-/// it.
+/// PCX: manufacturer 10, a version that exists, a window, 1 to 4 planes whose lines hold it. Some programs write
+/// encoding 0, verbatim, which the manual does not have.
 std::optional<FormatIdentity> IdentifyPcx(Bytes head) {
   constexpr std::array kDepths = {1, 2, 4, 8};
   ByteReader reader(head);
@@ -107,7 +107,7 @@ std::optional<FormatIdentity> IdentifyPcx(Bytes head) {
   const std::uint8_t reserved = reader.U8();
   const std::uint8_t planes = reader.U8();
   const std::uint16_t bytes_per_line = reader.Le16();
-  if (!reader.Ok() || manufacturer != 10 || version > 5 || version == 1 || encoding != 1 || reserved != 0) {
+  if (!reader.Ok() || manufacturer != 10 || version > 5 || version == 1 || encoding > 1 || reserved != 0) {
     return std::nullopt;
   }
   if (std::ranges::find(kDepths, depth) == kDepths.end() || planes < 1 || planes > 4) return std::nullopt;

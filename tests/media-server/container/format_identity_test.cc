@@ -333,6 +333,8 @@ TEST(FormatIdentity, SgiAndPcxNeedPlausibleHeaders) {
                           + "\0\3"s;                                     // reserved, planes
   EXPECT_EQ(ShortName(pcx + Le(38, 2)), "pcx");
   EXPECT_EQ(ShortName(pcx + Le(36, 2)), "none");  // a line of 37 pixels does not fit
+  EXPECT_EQ(ShortName("\x0a\5\0"s + (pcx + Le(38, 2)).substr(3)), "pcx");
+  EXPECT_EQ(ShortName("\x0a\5\2"s + (pcx + Le(38, 2)).substr(3)), "none");
 }
 
 /// A true-colour TGA header of 3 by 2 pixels with `depth` bits each.
