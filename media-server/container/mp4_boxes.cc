@@ -71,6 +71,13 @@ std::vector<std::uint8_t> Mp4BoxReader::Payload(const Mp4Box& box, std::size_t m
   return bytes;
 }
 
+std::vector<std::uint8_t> Mp4BoxReader::WholePayload(const Mp4Box& box, std::size_t most) {
+  if (box.clipped || box.payload_size > most) return {};
+  auto payload = Payload(box, most);
+  if (payload.size() < box.payload_size) payload.clear();
+  return payload;
+}
+
 std::size_t Mp4BoxReader::Read(std::uint64_t offset, std::span<std::uint8_t> out) {
   const bool in_window = offset >= window_offset_ && offset - window_offset_ <= window_.size() &&
                          window_.size() - (offset - window_offset_) >= out.size();

@@ -59,6 +59,9 @@ class Mp4BoxReader {
   /// Up to `most` bytes of the payload from `skip`; fewer when the payload, the input or the byte budget ends.
   std::vector<std::uint8_t> Payload(const Mp4Box& box, std::size_t most, std::uint64_t skip = 0);
 
+  /// The whole payload; empty when it is longer than `most`, cut short or not covered by the byte budget.
+  std::vector<std::uint8_t> WholePayload(const Mp4Box& box, std::size_t most);
+
   bool BudgetSpent() const { return budget_spent_; }
 
  private:

@@ -65,6 +65,7 @@ struct Mp4Track {
   std::uint32_t height = 0;
   std::uint32_t channels = 0;  ///< of the first sound sample entry
   std::uint32_t sample_rate_hz = 0;
+  std::string auxiliary_type;  ///< of auxiliary pictures, a URN (`auxi`, ISO/IEC 23008-12 7.5.3); empty when not told
   std::optional<Mp4Encryption> encryption;  ///< set when the first sample entry is encv, enca, ...
   std::optional<Mp4CleanAperture> clean_aperture;
   std::optional<std::uint32_t> sample_count;  ///< stsz or stz2

@@ -120,7 +120,7 @@ class TrackReader {
     const auto bytes = boxes_.Payload(*entry, 64);
     if (track_.handler == "soun") {
       ReadChildrenBehind(*entry, ReadSoundEntry(bytes));
-    } else if (track_.handler == "vide" || track_.handler == "auxv") {
+    } else if (std::ranges::find(kPictureHandlers, track_.handler) != kPictureHandlers.end()) {
       constexpr std::uint64_t kPictureEntrySize = 78;
       ByteReader reader(bytes);
       reader.Skip(24);
@@ -152,8 +152,16 @@ class TrackReader {
     Mp4BoxRange range = boxes_.Children(entry, skip);
     while (const auto child = boxes_.Next(range)) {
       if (child->Is("clap")) ReadCleanAperture(*child);
+      if (child->Is("auxi")) ReadAuxiliaryType(*child);
       if (child->Is("sinf") && track_.encryption) ReadProtection(*child);
     }
+  }
+
+  void ReadAuxiliaryType(const Mp4Box& box) {
+    constexpr std::uint64_t kVersionAndFlags = 4;
+    constexpr std::size_t kLongest = 256;
+    const auto bytes = boxes_.Payload(box, kLongest, kVersionAndFlags);
+    track_.auxiliary_type = TextFromUtf8(bytes);
   }
 
   void ReadCleanAperture(const Mp4Box& box) {
@@ -280,6 +288,7 @@ class TrackReader {
     if (bytes.size() == width) track_.last_chunk_offset = ByteReader(bytes).BigEndian(width);
   }
 
+  static constexpr std::array kPictureHandlers = {"vide"sv, "auxv"sv, "pict"sv};
   static constexpr std::array kEncryptedEntries = {"encv"sv, "enca"sv, "enct"sv, "encs"sv, "encm"sv};
 
   Mp4BoxReader& boxes_;

@@ -185,5 +185,30 @@ TEST(Mp4Boxes, InputOfUnknownSizeEndsWhereReadingEnds) {
   EXPECT_FALSE(boxes.Next(range));
 }
 
+TEST(Mp4Boxes, WholePayloadsAreAllOrNothing) {
+  const std::string whole = Box("uuid", std::string(16, 'u') + "payload") + Be(20, 4) + "free" + "cut";
+  MemorySource source(whole);
+  Mp4BoxReader boxes(source, {});
+  Mp4BoxRange range = boxes.WholeInput();
+  const auto box = boxes.Next(range);
+  ASSERT_TRUE(box);
+  EXPECT_EQ(boxes.WholePayload(*box, 7).size(), 7U);
+  EXPECT_TRUE(boxes.WholePayload(*box, 6).empty());
+  const auto clipped = boxes.Next(range);
+  ASSERT_TRUE(clipped);
+  EXPECT_EQ(boxes.Payload(*clipped, 100).size(), 3U);
+  EXPECT_TRUE(boxes.WholePayload(*clipped, 100).empty());
+}
+
+TEST(Mp4Boxes, WholePayloadsKeepTheByteBudget) {
+  MemorySource source(Box("uuid", std::string(16 + 4000, 'u')));
+  Mp4BoxReader boxes(source, {.bytes = 2000});
+  Mp4BoxRange range = boxes.WholeInput();
+  const auto box = boxes.Next(range);
+  ASSERT_TRUE(box);
+  EXPECT_TRUE(boxes.WholePayload(*box, 5000).empty());
+  EXPECT_TRUE(boxes.BudgetSpent());
+}
+
 }  // namespace
 }  // namespace media_server

@@ -170,6 +170,23 @@ TEST(Mp4Movie, SoundEntriesOfAllVersions) {
   }
 }
 
+TEST(Mp4Movie, PicturesOfAllHandlersHaveTheirSize) {
+  for (const char* const handler : {"vide", "auxv", "pict"}) {
+    const std::string tables = SampleTable(Descriptions(PictureEntry("hvc1")));
+    const Mp4Movie movie =
+        ReadMoov(Box("trak", TrackHeader(2) + Box("mdia", MediaHeader() + Handler(handler) + tables)));
+    EXPECT_EQ(movie.tracks.at(0).width, 1920U) << handler;
+    EXPECT_EQ(movie.tracks.at(0).height, 1080U) << handler;
+  }
+}
+
+TEST(Mp4Movie, AuxiliaryPicturesTellWhatTheyAre) {
+  const std::string alpha = FullBox("auxi", "urn:mpeg:mpegB:cicp:systems:auxiliary:alpha\0more"s);
+  EXPECT_EQ(ReadTrack(Descriptions(PictureEntry("av01", alpha))).auxiliary_type,
+            "urn:mpeg:mpegB:cicp:systems:auxiliary:alpha");
+  EXPECT_EQ(ReadTrack(Descriptions(PictureEntry("av01"))).auxiliary_type, "");
+}
+
 TEST(Mp4Movie, EncryptionTellsSchemeAndKey) {
   const std::string key = "0123456789abcdef";
   const Mp4Track track = ReadTrack(Descriptions(
