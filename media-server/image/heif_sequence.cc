@@ -1,0 +1,44 @@
+#include "media-server/image/heif_sequence.h"
+
+#include <algorithm>
+
+#include "media-server/container/mp4_movie.h"
+#include "media-server/image/alpha_type.h"
+#include "media-server/image/fourcc.h"
+
+namespace media_server::image {
+namespace {
+
+constexpr Mp4BoxLimits kLimits = {.boxes = 4096, .bytes = 32 * 1024};
+
+std::optional<Animation> AnimationOf(const Mp4Movie& movie, const Mp4Track& track) {
+  const auto duration = track.duration            ? track.duration
+                        : movie.fragment_duration ? movie.fragment_duration
+                                                  : movie.duration;
+  if (!duration) return std::nullopt;
+  Animation animation;
+  animation.duration_s = static_cast<double>(duration->value) / duration->timescale;
+  const auto& times = track.decoding_times;
+  if (times && times->constant && times->complete && times->smallest_delta > 0 && track.timescale > 0) {
+    animation.frame_rate = core::Rational{track.timescale, times->smallest_delta};
+  }
+  return animation;
+}
+
+}  // namespace
+
+void ReadHeifSequence(IByteSource& source, PictureHeaders& headers) {
+  const Mp4Movie movie = ReadMp4Movie(source, kLimits);
+  const auto track = std::ranges::find_if(
+      movie.tracks, [](const Mp4Track& each) { return each.handler == "pict" || each.handler == "vide"; });
+  if (track == movie.tracks.end()) return;
+  headers.animation = AnimationOf(movie, *track);
+  if (headers.size) return;
+  headers.size = PictureSize{track->width, track->height};
+  if (track->sample_entry.size() == 4) headers.fourcc = FourCC(track->sample_entry);
+  const bool has_alpha = std::ranges::any_of(
+      movie.tracks, [](const Mp4Track& each) { return each.handler == "auxv" && IsAlphaType(each.auxiliary_type); });
+  headers.alpha = has_alpha ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
+}
+
+}  // namespace media_server::image

@@ -1,0 +1,143 @@
+#include "media-server/image/jpeg_2000.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "media-server/container/byte_reader.h"
+#include "media-server/container/mp4_boxes.h"
+#include "media-server/image/box_uuids.h"
+#include "media-server/image/exif_payload.h"
+#include "media-server/image/fourcc.h"
+
+namespace media_server::image {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::size_t kMostPayloadBytes = 112 * 1024;
+constexpr Mp4BoxLimits kLimits = {.boxes = 1024, .bytes = 240 * 1024};
+
+/// SIZ marker segment, ISO/IEC 15444-1 A.5.1: the image lies at an offset of the reference grid.
+std::optional<PictureSize> SizeOfCodestream(std::span<const std::uint8_t> codestream) {
+  constexpr std::uint32_t kStartAndSize = 0xFF4FFF51;
+  ByteReader reader(codestream);
+  if (reader.Be32() != kStartAndSize) return std::nullopt;
+  reader.Skip(4);  // length, capabilities
+  const std::uint32_t right = reader.Be32();
+  const std::uint32_t bottom = reader.Be32();
+  const std::uint32_t left = reader.Be32();
+  const std::uint32_t top = reader.Be32();
+  if (!reader.Ok() || left > right || top > bottom) return std::nullopt;
+  return PictureSize{right - left, bottom - top};
+}
+
+class Jpeg2000Boxes {
+ public:
+  Jpeg2000Boxes(IByteSource& source, PictureHeaders& headers) : headers_(headers), boxes_(source, kLimits) {}
+
+  bool Read() {
+    Mp4BoxRange range = boxes_.WholeInput();
+    while (const auto box = boxes_.Next(range)) {
+      // JPX may put the header of its one codestream into a box of its own (ISO/IEC 15444-2 M.11.6).
+      if (box->Is("jp2h") || box->Is("jpch")) ReadHeader(*box);
+      if (box->Is("jp2c") && !headers_.size) ReadCodestream(*box);
+      if (box->Is("uuid")) ReadUuid(*box);
+    }
+    return headers_.size.has_value();
+  }
+
+ private:
+  /// Encoders leave the channel definition out and mean the component behind the colours to be alpha.
+  void ReadHeader(const Mp4Box& header) {
+    Mp4BoxRange range = boxes_.Children(header);
+    while (const auto box = boxes_.Next(range)) {
+      if (box->Is("ihdr") && !headers_.size) ReadImageHeader(*box);
+      if (box->Is("colr") && !colours_) ReadColourSpace(*box);
+      if (box->Is("cdef")) ReadChannels(*box);
+    }
+    if (headers_.alpha || !components_) return;
+    const bool has_one_more = colours_ && *components_ == *colours_ + 1;
+    headers_.alpha = has_one_more ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
+  }
+
+  /// Image Header box, ISO/IEC 15444-1 I.5.3.1.
+  void ReadImageHeader(const Mp4Box& box) {
+    const auto bytes = boxes_.Payload(box, 10);
+    ByteReader reader(bytes);
+    const std::uint32_t height = reader.Be32();
+    const std::uint32_t width = reader.Be32();
+    const std::uint16_t components = reader.Be16();
+    if (!reader.Ok()) return;
+    headers_.size = PictureSize{width, height};
+    components_ = components;
+  }
+
+  /// Colour Specification box, I.5.3.3. Colour profiles are not looked into.
+  void ReadColourSpace(const Mp4Box& box) {
+    constexpr std::uint8_t kEnumerated = 1;
+    constexpr std::uint32_t kSRgb = 16;
+    constexpr std::uint32_t kGrey = 17;
+    constexpr std::uint32_t kSYcc = 18;
+    const auto bytes = boxes_.Payload(box, 7);
+    ByteReader reader(bytes);
+    const std::uint8_t method = reader.U8();
+    reader.Skip(2);  // precedence, approximation
+    const std::uint32_t space = reader.Be32();
+    if (method != kEnumerated) return;
+    if (space == kGrey) colours_ = 1;
+    if (space == kSRgb || space == kSYcc) colours_ = 3;
+  }
+
+  /// Channel Definition box, I.5.3.6.
+  void ReadChannels(const Mp4Box& box) {
+    constexpr std::size_t kMostChannels = 64;
+    constexpr std::uint16_t kOpacity = 1;
+    constexpr std::uint16_t kPremultipliedOpacity = 2;
+    const auto bytes = boxes_.Payload(box, 2 + kMostChannels * 6);
+    ByteReader reader(bytes);
+    const std::uint16_t count = reader.Be16();
+    for (std::uint16_t i = 0; i < count; ++i) {
+      reader.Skip(2);  // channel
+      const std::uint16_t type = reader.Be16();
+      reader.Skip(2);  // association
+      if (!reader.Ok()) return;
+      if (type == kOpacity) headers_.alpha = imagecore::kAlphaStraight;
+      if (type == kPremultipliedOpacity) headers_.alpha = imagecore::kAlphaPremultiplied;
+    }
+  }
+
+  void ReadCodestream(const Mp4Box& box) {
+    constexpr std::size_t kHeadBytes = 64;
+    headers_.size = SizeOfCodestream(boxes_.Payload(box, kHeadBytes));
+  }
+
+  void ReadUuid(const Mp4Box& box) {
+    auto& metadata = headers_.metadata;
+    if (box.uuid == kXmpBox) metadata.AddXmp(AsText(boxes_.WholePayload(box, kMostPayloadBytes)));
+    if (box.uuid == kIptcBox && metadata.iptc.empty()) metadata.iptc = boxes_.WholePayload(box, kMostPayloadBytes);
+    const bool is_exif = box.uuid == kJpeg2000ExifBox || box.uuid == kEditorExifBox;
+    if (is_exif && metadata.exif.empty())
+      metadata.exif = TiffOfExifBlock(boxes_.WholePayload(box, kMostPayloadBytes), ExifPrefix::kNone);
+  }
+
+  PictureHeaders& headers_;
+  Mp4BoxReader boxes_;
+  std::optional<unsigned> components_;
+  std::optional<unsigned> colours_;  // that the colour space has
+};
+
+}  // namespace
+
+bool ReadJpeg2000(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::size_t kHeadBytes = 64;
+  const auto head = ReadBytes(source, 0, kHeadBytes);
+  if (AsText(head).starts_with("\xFF\x4F"sv)) {
+    headers.fourcc = FourCC("j2k ");
+    headers.size = SizeOfCodestream(head);
+    return headers.size.has_value();
+  }
+  headers.fourcc = FourCC("jp2 ");
+  return Jpeg2000Boxes(source, headers).Read();
+}
+
+}  // namespace media_server::image
