@@ -11,6 +11,7 @@
 #include "platform/text.h"
 #include "tests/media-server/http_server.h"
 #include "tests/media-server/sample_file.h"
+#include "tests/media-server/zone.h"
 
 namespace media_server {
 namespace {
@@ -24,6 +25,10 @@ class MediaServerTest : public testing::Test {
     const std::int32_t result = server_->GetMediaInfo(platform::ToUtf16(path).c_str(), info.Put());
     EXPECT_EQ(result != 0, static_cast<bool>(info));
     return info;
+  }
+
+  std::int64_t Query(const std::string& name, imagecore::QkImageInfo& info) {
+    return server_->QueryImage(platform::ToUtf16(SamplePath(name)).c_str(), &info);
   }
 
   ComPtr<IMediaServer> server_ = MakeMediaServer({});
@@ -90,6 +95,76 @@ TEST_F(MediaServerTest, ServesSeveralThreadsAtOnce) {
         ComPtr<IMediaInfo> info;
         server_->GetMediaInfo(platform::ToUtf16(SamplePath(names[i])).c_str(), info.Put());
         if (!info || info->GetDuration() != alone[i]) ++wrong;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(MediaServerTest, QueriesAPicture) {
+  const Zone zone("UTC0");
+  imagecore::QkImageInfo info;
+  EXPECT_NE(Query("pictures/upright.jpg", info), 0);
+  EXPECT_STREQ(CoreErrorText(), "");
+  EXPECT_EQ(info.picture_type, imagecore::kPictureJpeg);
+  EXPECT_EQ(info.width, 240);
+  EXPECT_EQ(info.height, 160);
+  EXPECT_EQ(info.flip, imagecore::kFlipNone);
+  EXPECT_EQ(info.rotation, 90);
+  EXPECT_STREQ(info.camera_maker, "Example Optics");
+  EXPECT_STREQ(info.camera_model, "EX-1");
+  EXPECT_STREQ(info.date, "2024:7:14:18:15:30,2024:7:15:6:0:0");
+  EXPECT_NEAR(info.gps_latitude, 33.8568, 1e-6);
+  EXPECT_STREQ(info.gps_latitude_ref, "S");
+  EXPECT_NEAR(info.gps_longitude, 151.2153, 1e-6);
+  EXPECT_STREQ(info.gps_longitude_ref, "E");
+  EXPECT_DOUBLE_EQ(info.exposure_time_s, 0.008);
+}
+
+TEST_F(MediaServerTest, QueriesPicturesThatMove) {
+  imagecore::QkImageInfo gif;
+  EXPECT_NE(Query("pictures/blinking.gif", gif), 0);
+  EXPECT_TRUE(gif.flags & imagecore::kHasGifDuration);
+  EXPECT_DOUBLE_EQ(gif.gif_duration_s, 1);
+  EXPECT_EQ(gif.gif_frame_rate_num, 10 * gif.gif_frame_rate_den);
+  imagecore::QkImageInfo webp;
+  EXPECT_NE(Query("pictures/blinking.webp", webp), 0);
+  EXPECT_TRUE(webp.flags & imagecore::kHasWebPDuration);
+  EXPECT_DOUBLE_EQ(webp.webp_duration_s, 1);
+}
+
+TEST_F(MediaServerTest, GivesTheLabelOfAPicture) {
+  imagecore::QkImageInfo info;
+  EXPECT_NE(Query("pictures/generated.png", info), 0);
+  EXPECT_STREQ(info.aigc_data, R"({"Label":"1","ContentProducer":"Example Studio","ProduceID":"p-1"})");
+  EXPECT_EQ(info.aigc_size, 66);
+  EXPECT_EQ(info.alpha_mode, imagecore::kAlphaStraight);
+}
+
+TEST_F(MediaServerTest, TellsWhyAPictureIsNotAnswered) {
+  imagecore::QkImageInfo info;
+  EXPECT_EQ(Query("pictures/missing.jpg", info), 0);
+  EXPECT_STREQ(CoreErrorText(), "no such file");
+  EXPECT_EQ(Query("song.mp3", info), 0);
+  EXPECT_STREQ(CoreErrorText(), "not an image");
+  EXPECT_EQ(info.flags, 0u);
+}
+
+TEST_F(MediaServerTest, TakesNoPathAndNoRecordForFailures) {
+  imagecore::QkImageInfo info;
+  EXPECT_EQ(server_->QueryImage(nullptr, &info), 0);
+  EXPECT_EQ(server_->QueryImage(platform::ToUtf16(SamplePath("pictures/upright.jpg")).c_str(), nullptr), 0);
+}
+
+TEST_F(MediaServerTest, QueriesOnSeveralThreadsAtOnce) {
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 50; ++round) {
+        imagecore::QkImageInfo info;
+        if (Query("pictures/still.avif", info) == 0 || std::string(info.camera_model) != "EX-1") ++wrong;
       }
     });
   }
