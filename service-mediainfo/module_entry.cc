@@ -2,8 +2,11 @@
 
 #include "mediainfo/service_ids.h"
 #include "platform/export.h"
+#include "service-mediainfo/image/service.h"
 #include "service-mediainfo/media_info/media_file_info_service.h"
+#include "service-mediainfo/media_uuid/media_uuid_service.h"
 #include "service-mediainfo/settings.h"
+#include "service-mediainfo/svg/service.h"
 #include "service/module_descriptor.h"
 
 namespace service::mediainfo {
@@ -19,17 +22,15 @@ const char* svg_uuid = kSvgInfoServiceUuid;
 const char* media_uuid_name = kMediaUuidServiceName;
 const char* media_uuid_uuid = kMediaUuidServiceUuid;
 
-/// Create function of the services that this module names but cannot make.
-IService* CreateNone() { return nullptr; }
-
 void Release(IService* service) { delete service; }
 
 const std::array<ServiceDescriptor, 4> kTable{{
     {media_file_name, "mediainfo based on velmora multimedia codec", media_file_uuid, 0, settings::Init,
      media_info::impl::MediaFileInfoService::Create, Release, 0, 0},
-    {image_name, "mediainfo for image", image_uuid, 0, nullptr, CreateNone, Release, 0, 0},
-    {svg_name, "mediainfo for svg", svg_uuid, 0, nullptr, CreateNone, Release, 0, 0},
-    {media_uuid_name, "media uuid", media_uuid_uuid, 0, nullptr, CreateNone, Release, 0, 0},
+    {image_name, "mediainfo for image", image_uuid, 0, nullptr, image::Service::Create, Release, 0, 0},
+    {svg_name, "mediainfo for svg", svg_uuid, 0, nullptr, svg::Service::Create, Release, 0, 0},
+    {media_uuid_name, "media uuid", media_uuid_uuid, 0, nullptr, media_uuid::impl::MediaUuidService::Create, Release, 0,
+     0},
 }};
 
 }  // namespace

@@ -10,9 +10,11 @@ CBuffer MakeCBuffer(std::size_t size) {
   return buffer;
 }
 
-void StoreBuffer(IMetedataInfo& store, const char* key, CBuffer buffer) {
+bool StoreBuffer(IMetedataInfo& store, const char* key, CBuffer buffer) {
   const core::ValAny value = core::ValAny::FromBuffer(buffer.get());
-  if (store.SetValue(key, &value)) static_cast<void>(buffer.release());
+  if (!store.SetValue(key, &value)) return false;
+  static_cast<void>(buffer.release());
+  return true;
 }
 
 }  // namespace service::mediainfo

@@ -18,7 +18,7 @@ using CBuffer = std::unique_ptr<void, CFree>;
 /// `size` zero bytes. Throws std::bad_alloc when memory runs out.
 CBuffer MakeCBuffer(std::size_t size);
 
-/// Gives `buffer` into the store's keeping under `key`; it is freed here when the store does not take it.
-void StoreBuffer(IMetedataInfo& store, const char* key, CBuffer buffer);
+/// Gives `buffer` into the store's keeping under `key`. False, and the buffer freed, when the store does not take it.
+bool StoreBuffer(IMetedataInfo& store, const char* key, CBuffer buffer);
 
 }  // namespace service::mediainfo

@@ -76,6 +76,18 @@ TEST_F(OutOfMemoryTest, CreatesNoService) {
   EXPECT_EQ(descriptor(0).create(), nullptr);
 }
 
+TEST_F(OutOfMemoryTest, CreatesNoSvgServiceAndNoSvgSession) {
+  allocations_left = 0;
+  EXPECT_EQ(descriptor(2).create(), nullptr);
+  allocations_left = -1;
+  service::IService* svg_service = descriptor(2).create();
+  allocations_left = 0;
+  EXPECT_EQ(svg_service->CreateSession(), nullptr);
+  EXPECT_EQ(svg_service->CreateSharedSession(0), nullptr);
+  allocations_left = -1;
+  descriptor(2).release(svg_service);
+}
+
 TEST_F(OutOfMemoryTest, CreatesNoSession) {
   CreateService();
   allocations_left = 0;

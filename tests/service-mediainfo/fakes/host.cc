@@ -18,6 +18,12 @@ std::int32_t CreateMediaServer(const char* media_info_path, const char* media_pr
   return fakes::host().server_status;
 }
 
+// Likewise.
+bool GetMD5Uuid(const char* path, char* buffer) {
+  const auto& digest = fakes::host().digest;
+  return digest && digest(path, buffer);
+}
+
 void FakeLibraryLoaded(const char* name) { fakes::host().loaded_libraries.emplace_back(name); }
 
 std::int32_t FakeCreateInstance(const platform::Guid& class_id, void* outer, std::uint32_t context,

@@ -20,6 +20,9 @@ struct Host {
   /// Behind QKCreateInstance; fails when empty.
   media_server::QkCreateInstanceFunction create_instance = nullptr;
   std::vector<std::u16string> protected_texts;
+
+  /// Behind GetMD5Uuid, called from any thread; fails when empty.
+  std::function<bool(const std::string& path, char* buffer)> digest;
 };
 
 /// The one that the imported functions use.

@@ -278,12 +278,18 @@ class MediaServer : public ComObject<media_server::IMediaServer> {
     GiveOut(media_info, out);
     return result.value_or(media_info ? 1 : 0);
   }
-  std::int64_t QueryImage(const char16_t*, imagecore::QkImageInfo*) override { return 0; }
+  std::int64_t QueryImage(const char16_t* path, imagecore::QkImageInfo* info) override {
+    image_paths.emplace_back(path);
+    return query_image ? query_image(*info) : 0;
+  }
 
   MediaInfo* media_info = nullptr;
   std::optional<std::int32_t> result;
   std::vector<std::u16string> paths;
   std::vector<std::pair<std::string, std::string>> options;
+  /// Fills the record and gives the result; without it no image can be read.
+  std::function<std::int64_t(imagecore::QkImageInfo& info)> query_image;
+  std::vector<std::u16string> image_paths;
 };
 
 class CodecComponent : public ComObject<media_server::ICodecComponent> {

@@ -37,8 +37,9 @@ class ModuleFixture : public Fixture {
   void SetUp() override {
     Fixture::SetUp();
     host() = {};
-    ASSERT_EQ(dlopen(MODULE_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the last test's module is still loaded";
-    library_ = dlopen(MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
+    const std::string path = ModulePath();
+    ASSERT_EQ(dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "the last test's module is still loaded";
+    library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library_, nullptr) << dlerror();
     get_module_info_ =
         reinterpret_cast<service::GetServiceModuleInfoFunction>(dlsym(library_, service::kGetServiceModuleInfo));
@@ -51,6 +52,9 @@ class ModuleFixture : public Fixture {
     if (library_ != nullptr) dlclose(library_);
     Fixture::TearDown();
   }
+
+  /// The module file to load.
+  virtual std::string ModulePath() { return MODULE_PATH; }
 
   const service::ServiceDescriptor& descriptor(std::size_t index) const { return table_[index]; }
   bool GetModuleInfo(const service::ServiceDescriptor** table, std::uint32_t* count) const {
