@@ -15,11 +15,14 @@ def tone(rate="48000", seconds="1", frequency="440"):
     return ["-f", "lavfi", "-i", f"sine=frequency={frequency}:sample_rate={rate}:duration={seconds}"]
 
 
-def run_ffmpeg(path, arguments, folder):
-    command = ["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", "-y", *arguments, str(path)]
-    done = subprocess.run(command, cwd=folder, capture_output=True, text=True)
+def run(command, folder):
+    done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True)
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(command)}\n{done.stderr}")
+
+
+def run_ffmpeg(path, arguments, folder):
+    run(["ffmpeg", "-hide_banner", "-loglevel", "error", "-y", *arguments, str(path)], folder)
 
 
 def in_parallel(function, items):
