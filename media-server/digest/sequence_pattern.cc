@@ -1,6 +1,7 @@
 #include "media-server/digest/sequence_pattern.h"
 
 #include <charconv>
+#include <limits>
 
 namespace media_server {
 namespace {
@@ -56,6 +57,17 @@ std::optional<std::string> SequencePattern::Next() {
     ++step_;
   }
   return prefix_ + digits + suffix_;
+}
+
+std::uint64_t SequencePattern::FrameCount() const {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+  std::uint64_t count = 0;
+  for (const Range& range : ranges_) {
+    const std::uint64_t steps = range.last - range.first;
+    if (steps >= kMost - count) return kMost;
+    count += steps + 1;
+  }
+  return count;
 }
 
 }  // namespace media_server

@@ -20,6 +20,9 @@ class SequencePattern {
   /// Steps through the names in their order: the first call gives the first one; empty past the last.
   std::optional<std::string> Next();
 
+  /// Number of all names, however far it was stepped; the largest number when there are more. Takes no longer for more.
+  std::uint64_t FrameCount() const;
+
  private:
   struct Range {
     std::uint64_t first;

@@ -55,6 +55,19 @@ TEST(SequencePattern, EndsAtTheGreatestNumber) {
               ElementsAre("f18446744073709551614", "f18446744073709551615"));
 }
 
+TEST(SequencePattern, CountsItsNamesWithoutMakingThem) {
+  const auto count = [](const std::string& path) { return SequencePattern::Parse(path)->FrameCount(); };
+  EXPECT_EQ(count("f[]"), 0u);
+  EXPECT_EQ(count("f[7,1-3,5-4,12]"), 5u);
+  EXPECT_EQ(count("f[0-4294967295]"), 4'294'967'296u);
+  EXPECT_EQ(count("f[1-18446744073709551615]"), 18'446'744'073'709'551'615u);
+  EXPECT_EQ(count("f[0-18446744073709551615]"), 18'446'744'073'709'551'615u);
+  EXPECT_EQ(count("f[1-18446744073709551614,1,1,1]"), 18'446'744'073'709'551'615u);
+  auto stepped = SequencePattern::Parse("f[1-3]");
+  stepped->Next();
+  EXPECT_EQ(stepped->FrameCount(), 3u);
+}
+
 TEST(SequencePattern, IsNoOtherText) {
   for (const char* path : {"f.png", "f[1-3", "f1-3]", "f]1[", "f[a]", "f[1-b]", "f[-3]", "f[3-]", "f[1 - 3]", "f[+1]",
                            "f[18446744073709551616]"}) {
