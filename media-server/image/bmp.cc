@@ -27,6 +27,7 @@ bool HasAlphaMask(ByteReader& rest, std::uint32_t header_size, std::uint16_t bit
 std::optional<DibHeader> ReadDibHeader(std::span<const std::uint8_t> bytes) {
   constexpr std::uint32_t kCoreHeaderSize = 12;  // OS/2 1.x: 16-bit sizes
   constexpr std::uint32_t kOs2LongHeaderSize = 64;
+  constexpr std::uint32_t kV5HeaderSize = 124;
   ByteReader reader(bytes);
   DibHeader header;
   const std::uint32_t header_size = reader.Le32();
@@ -40,7 +41,7 @@ std::optional<DibHeader> ReadDibHeader(std::span<const std::uint8_t> bytes) {
   }
   reader.Skip(2);  // planes
   header.bits_per_pixel = reader.Le16();
-  if (!reader.Ok() || header_size < kCoreHeaderSize) return std::nullopt;
+  if (!reader.Ok() || header_size < kCoreHeaderSize || header_size > kV5HeaderSize) return std::nullopt;
   // OS/2 2.x has halftoning where its Windows contemporaries have masks.
   if (header_size != kOs2LongHeaderSize) {
     header.has_alpha_mask = HasAlphaMask(reader, header_size, header.bits_per_pixel);

@@ -23,7 +23,8 @@ struct DibHeader {
 /// Longest start of a device-independent bitmap that ReadDibHeader needs.
 inline constexpr std::size_t kDibStartSize = 56;
 
-/// Reads the header from its first kDibStartSize bytes; empty when they end before its bits per pixel.
+/// Reads the header from its first kDibStartSize bytes; empty when they end before its bits per pixel,
+/// or its length is none that exists.
 std::optional<DibHeader> ReadDibHeader(std::span<const std::uint8_t> bytes);
 
 }  // namespace media_server::image
