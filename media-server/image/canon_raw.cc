@@ -11,6 +11,7 @@
 #include "media-server/image/compact_exif.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/tiff_directory.h"
+#include "media-server/io/span_source.h"
 
 namespace media_server::image {
 namespace {
@@ -34,6 +35,7 @@ class CanonRawReader {
       }
     }
     headers_.metadata.exif = CompactExif(image_, exif_, gps_);
+    headers_.size = SizeOfDirectory();
     if (!headers_.size) headers_.size = SizeOfLargestTrack();
     return headers_.size.has_value();
   }
@@ -50,19 +52,17 @@ class CanonRawReader {
   void ReadDirectories(const Mp4Box& canon) {
     Mp4BoxRange range = boxes_.Children(canon);
     while (const auto box = boxes_.Next(range)) {
-      if (box->Is("CMT1")) {
-        image_ = boxes_.WholePayload(*box, kMostDirectoryBytes);
-        headers_.size = SizeOfDirectory(*box);
-      }
+      if (box->Is("CMT1")) image_ = boxes_.WholePayload(*box, kMostDirectoryBytes);
       if (box->Is("CMT2")) exif_ = boxes_.WholePayload(*box, kMostDirectoryBytes);
       if (box->Is("CMT4")) gps_ = boxes_.WholePayload(*box, kMostDirectoryBytes);
     }
   }
 
-  std::optional<PictureSize> SizeOfDirectory(const Mp4Box& box) {
+  std::optional<PictureSize> SizeOfDirectory() const {
     constexpr std::uint16_t kImageWidth = 0x0100;
     constexpr std::uint16_t kImageLength = 0x0101;
-    auto walker = TiffWalker::Open(source_, box.payload_offset);
+    SpanSource source(image_);
+    auto walker = TiffWalker::Open(source, 0);
     const auto directory = walker ? walker->Read(walker->first()) : std::nullopt;
     if (!directory) return std::nullopt;
     const auto width = walker->Number(*directory, kImageWidth);

@@ -1,0 +1,115 @@
+#include "media-server/image/jpeg_xl.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "media-server/image/fourcc.h"
+#include "tests/media-server/container/mp4_builder.h"
+#include "tests/media-server/image/jpeg_xl_builder.h"
+
+namespace media_server::image {
+namespace {
+
+using namespace std::string_literals;
+
+std::string Signature() { return Box("JXL ", "\x0d\x0a\x87\x0a"); }
+std::string FileType() { return Box("ftyp", "jxl " + Zeros(4) + "jxl "); }
+
+/// 300 x 150, turned by Exif's number 6.
+std::string Codestream() {
+  return JpegXlBits().Size(150, 7).Put(0, 1).Put(1, 1).Put(5, 3).Put(0, 3).Put(0, 3).Put(1, 1).Put(0, 2).Bytes();
+}
+
+PictureHeaders Read(const std::string& bytes) {
+  MemorySource source(bytes);
+  PictureHeaders headers;
+  EXPECT_TRUE(ReadJpegXl(source, headers));
+  EXPECT_LE(source.BytesRead(), 256 * 1024U);
+  return headers;
+}
+
+std::string TextOf(const std::vector<std::uint8_t>& bytes) { return {bytes.begin(), bytes.end()}; }
+
+TEST(JpegXl, ABareCodestreamTellsAll) {
+  const PictureHeaders headers = Read(Codestream());
+  EXPECT_EQ(headers.type, imagecore::kPictureJpegXl);
+  EXPECT_EQ(headers.fourcc, FourCC("jxl "));
+  EXPECT_EQ(headers.size, (PictureSize{300, 150}));
+  EXPECT_EQ(headers.orientation, (Orientation{imagecore::kFlipNone, 90}));
+  EXPECT_EQ(headers.alpha, imagecore::kAlphaNone);
+}
+
+TEST(JpegXl, TheCodestreamMayLieInABox) {
+  const PictureHeaders headers = Read(Signature() + FileType() + Box("jxlc", Codestream()));
+  EXPECT_EQ(headers.size, (PictureSize{300, 150}));
+  EXPECT_EQ(headers.orientation, (Orientation{imagecore::kFlipNone, 90}));
+}
+
+TEST(JpegXl, TheCodestreamMayLieInParts) {
+  const std::string codestream = Codestream();
+  std::string parts;
+  for (std::size_t i = 0; i < codestream.size(); ++i) parts += Box("jxlp", Be(i, 4) + codestream.substr(i, 1));
+  const PictureHeaders headers = Read(Signature() + FileType() + parts);
+  EXPECT_EQ(headers.size, (PictureSize{300, 150}));
+  EXPECT_EQ(headers.alpha, imagecore::kAlphaNone);
+}
+
+TEST(JpegXl, MetadataStandInFrontOrBehind) {
+  const std::string exif = Box("Exif", Be(0, 4) + "MM\0*first"s) + Box("Exif", Be(0, 4) + "MM\0*second"s);
+  const std::string xml = Box("xml ", "<x:xmpmeta/>");
+  const std::string brotli = Box("brob", "xml " + "compressed"s);
+  const std::string codestream = Box("jxlc", Codestream() + Zeros(100'000));
+  for (const std::string& boxes : {exif + xml + brotli + codestream, codestream + brotli + exif + xml}) {
+    const EmbeddedMetadata metadata = Read(Signature() + FileType() + boxes).metadata;
+    EXPECT_EQ(TextOf(metadata.exif), "MM\0*first"s);
+    EXPECT_EQ(metadata.xmp, "<x:xmpmeta/>");
+    EXPECT_TRUE(metadata.further_xmp.empty());
+  }
+}
+
+TEST(JpegXl, MetadataLongerThanTheBudgetAreLeftOut) {
+  const std::string exif = Box("Exif", Be(0, 4) + "MM\0*"s + Zeros(120'000));
+  const EmbeddedMetadata metadata = Read(Signature() + exif + Box("xml ", "<x/>") + Box("jxlc", Codestream())).metadata;
+  EXPECT_TRUE(metadata.exif.empty());
+  EXPECT_EQ(metadata.xmp, "<x/>");
+}
+
+TEST(JpegXl, IsRefusedWithoutACodestream) {
+  for (const std::string& bytes : {Signature() + FileType(), Signature() + Box("jxlc", "no codestream"), ""s}) {
+    MemorySource source(bytes);
+    PictureHeaders headers;
+    EXPECT_FALSE(ReadJpegXl(source, headers));
+  }
+}
+
+TEST(JpegXl, CutAnywhereTellsTheWholeSizeOrNothing) {
+  const std::string head = Signature() + FileType() + Box("Exif", Be(0, 4) + "MM\0*"s);
+  const std::string whole = head + Box("jxlc", Codestream());
+  // The size takes 31 bits behind the box's header.
+  const std::size_t size_end = head.size() + 8 + 4;
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    MemorySource source(whole.substr(0, size));
+    PictureHeaders headers;
+    EXPECT_EQ(ReadJpegXl(source, headers), size >= size_end) << size;
+    EXPECT_EQ(headers.size.has_value(), size >= size_end) << size;
+    EXPECT_TRUE(!headers.size || *headers.size == (PictureSize{300, 150})) << size;
+  }
+}
+
+TEST(JpegXl, ThousandsOfPartsCostTheirBudget) {
+  std::string parts;
+  for (int i = 0; i < 20'000; ++i) parts += Box("jxlp", Be(1, 4));
+  MemorySource source(Signature() + parts + Box("jxlc", Codestream()));
+  PictureHeaders headers;
+  EXPECT_FALSE(ReadJpegXl(source, headers));
+  EXPECT_LE(source.BytesRead(), 64 * 1024U);
+  std::string far_parts;
+  for (int i = 0; i < 1000; ++i) far_parts += Box("xml ", std::string(3000, 'x'));
+  MemorySource far_source(Signature() + far_parts + Box("jxlc", Codestream()));
+  EXPECT_FALSE(ReadJpegXl(far_source, headers));
+  EXPECT_LE(far_source.BytesRead(), 256 * 1024U);
+}
+
+}  // namespace
+}  // namespace media_server::image
