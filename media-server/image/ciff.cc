@@ -8,6 +8,8 @@
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/image/fourcc.h"
+#include "media-server/image/header_window.h"
+#include "media-server/image/metered_source.h"
 #include "media-server/image/shot_exif.h"
 
 namespace media_server::image {
@@ -111,7 +113,8 @@ class CiffReader {
 
 }  // namespace
 
-bool ReadCiff(IByteSource& source, PictureHeaders& headers) {
+bool ReadCiff(IByteSource& file, PictureHeaders& headers) {
+  MeteredSource source(file, kMostStillBytes);
   headers.type = imagecore::kPictureCameraRaw;
   headers.fourcc = FourCC("CRW ");
   headers.alpha = imagecore::kAlphaNone;

@@ -6,6 +6,8 @@
 #include "media-server/container/byte_reader.h"
 #include "media-server/image/embedded_jpeg.h"
 #include "media-server/image/fourcc.h"
+#include "media-server/image/header_window.h"
+#include "media-server/image/metered_source.h"
 
 namespace media_server::image {
 namespace {
@@ -41,7 +43,8 @@ std::optional<PictureSize> SizeInTable(std::span<const std::uint8_t> table) {
 
 }  // namespace
 
-bool ReadFujifilmRaw(IByteSource& source, PictureHeaders& headers) {
+bool ReadFujifilmRaw(IByteSource& file, PictureHeaders& headers) {
+  MeteredSource source(file, kMostStillBytes);
   constexpr std::uint64_t kPointers = 84;
   const auto pointer_bytes = ReadBytes(source, kPointers, 16);
   ByteReader pointers(pointer_bytes);

@@ -5,11 +5,14 @@
 #include "media-server/container/byte_reader.h"
 #include "media-server/image/compact_exif.h"
 #include "media-server/image/fourcc.h"
+#include "media-server/image/header_window.h"
+#include "media-server/image/metered_source.h"
 
 namespace media_server::image {
 
-bool ReadMinoltaRaw(IByteSource& source, PictureHeaders& headers) {
+bool ReadMinoltaRaw(IByteSource& file, PictureHeaders& headers) {
   using namespace std::string_view_literals;
+  MeteredSource source(file, kMostStillBytes);
   constexpr std::uint64_t kBlockHeader = 8;  // name, bytes behind it
   constexpr std::size_t kDimensions = 16;
   constexpr int kMostBlocks = 16;
@@ -36,7 +39,8 @@ bool ReadMinoltaRaw(IByteSource& source, PictureHeaders& headers) {
       const std::uint32_t width = block.Be16();
       if (block.Ok()) headers.size = PictureSize{width, height};
     }
-    if (name == "\0TTW"sv) headers.metadata.exif = CompactExif(source, offset + kBlockHeader);
+    if (name == "\0TTW"sv && headers.metadata.exif.empty())
+      headers.metadata.exif = CompactExif(source, offset + kBlockHeader);
     offset += kBlockHeader + size;
   }
   return headers.size.has_value();

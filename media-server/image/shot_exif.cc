@@ -31,8 +31,8 @@ void AddText(std::uint16_t tag, const std::string& text, std::vector<Entry>& ent
 /// As Exif has it, "2003:04:05 06:07:08"; empty for years that this form has no place for.
 std::string DateText(std::int64_t local_s) {
   using namespace std::chrono;
-  constexpr std::int64_t kYear9999 = 253370764800;
-  if (local_s < 0 || local_s >= kYear9999) return {};
+  constexpr std::int64_t kYear10000 = 253402300800;
+  if (local_s < 0 || local_s >= kYear10000) return {};
   const sys_seconds time{seconds(local_s)};
   const auto day = floor<days>(time);
   const year_month_day date(day);

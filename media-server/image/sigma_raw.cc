@@ -8,6 +8,8 @@
 #include "media-server/container/byte_reader.h"
 #include "media-server/image/embedded_jpeg.h"
 #include "media-server/image/fourcc.h"
+#include "media-server/image/header_window.h"
+#include "media-server/image/metered_source.h"
 #include "media-server/image/orientation.h"
 #include "media-server/image/shot_exif.h"
 
@@ -100,7 +102,8 @@ void ReadSections(IByteSource& source, PictureHeaders& headers) {
 
 }  // namespace
 
-bool ReadSigmaRaw(IByteSource& source, PictureHeaders& headers) {
+bool ReadSigmaRaw(IByteSource& file, PictureHeaders& headers) {
+  MeteredSource source(file, kMostStillBytes);
   constexpr std::uint32_t kVersion4 = 4 << 16;
   const auto header_bytes = ReadBytes(source, 0, 52);
   ByteReader header(header_bytes);

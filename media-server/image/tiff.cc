@@ -11,6 +11,7 @@
 #include "media-server/image/embedded_jpeg.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/header_window.h"
+#include "media-server/image/metered_source.h"
 #include "media-server/image/photoshop_resources.h"
 #include "media-server/image/tiff_directory.h"
 
@@ -46,25 +47,6 @@ constexpr std::size_t kMostExtraSamples = 16;
 
 // For directories and Exif, so that something is left for other metadata. Those get what these do not use.
 constexpr std::uint64_t kDirectoryBudget = kMostStillBytes - 96 * 1024;
-
-/// Reads of another source, none of them past a budget.
-class MeteredSource final : public IByteSource {
- public:
-  MeteredSource(IByteSource& source, std::uint64_t budget_bytes) : source_(source), bytes_left_(budget_bytes) {}
-
-  std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
-    if (out.size() > bytes_left_) return 0;
-    const std::size_t got = source_.ReadAt(offset, out);
-    bytes_left_ -= got;
-    return got;
-  }
-  std::optional<std::uint64_t> Size() const override { return source_.Size(); }
-  std::uint64_t BytesLeft() const { return bytes_left_; }
-
- private:
-  IByteSource& source_;
-  std::uint64_t bytes_left_;
-};
 
 /// What one directory says of its picture.
 struct TiffPicture {

@@ -100,6 +100,20 @@ TEST(FormatIdentity, StillImagesHaveNoDemuxer) {
   }
 }
 
+TEST(FormatIdentity, CameraRawsWithAMagicOfTheirOwn) {
+  EXPECT_EQ(ShortName("IIU\0"s), "rw2");
+  EXPECT_EQ(ShortName("IIRO"s), "orf");
+  EXPECT_EQ(ShortName("IIRS"s), "orf");
+  EXPECT_EQ(ShortName("MMOR"s), "orf");
+  EXPECT_EQ(ShortName("FUJIFILMCCD-RAW 0201"s), "raf");
+  EXPECT_EQ(ShortName("FOVb"s), "x3f");
+  EXPECT_EQ(ShortName("\0MRM"s), "mrw");
+  EXPECT_EQ(ShortName("\0MRI"s), "none");
+  EXPECT_EQ(ShortName("II\x1a\0\0\0HEAPCCDR"s), "crw");
+  EXPECT_EQ(ShortName("II\x1a\0\0\0HEAPJPGM"s), "none");
+  EXPECT_EQ(Identify("\0MRM"s)->kind, ContentKind::kStillImage);
+}
+
 TEST(FormatIdentity, DocumentsAndArchivesAreNoMedia) {
   for (const std::string& bytes :
        {"%PDF-1.7"s, "PK\3\4"s, "MThd\0\0\0\6"s, "{\\rtf1"s, "<?xml version=\"1.0\"?><note/>"s}) {
