@@ -3,6 +3,7 @@
 #include <array>
 #include <span>
 
+#include "media_server/image_info.h"
 #include "mediainfo/iaudio_info.h"
 #include "mediainfo/ivideo_info.h"
 
@@ -83,6 +84,22 @@ constexpr ProfileName kAudioProfiles[] = {
     {"truehd", 30, "Dolby TrueHD + Dolby Atmos"},
 };
 
+constexpr NumberName kPictureTypes[] = {
+    {imagecore::kPictureJpeg, "JPEG"},
+    {imagecore::kPicturePng, "PNG"},
+    {imagecore::kPictureGif, "GIF"},
+    {imagecore::kPictureWebP, "WebP"},
+    {imagecore::kPictureBmp, "BMP"},
+    {imagecore::kPictureTiff, "TIFF"},
+    {imagecore::kPictureHeif, "HEIF"},
+    {imagecore::kPictureAvif, "AVIF"},
+    {imagecore::kPictureJpegXl, "JPEG XL"},
+    {imagecore::kPicturePsd, "PSD"},
+    {imagecore::kPictureCameraRaw, "camera raw"},
+    {imagecore::kPictureOpenExr, "OpenEXR"},
+    {imagecore::kPictureSvg, "SVG"},
+};
+
 std::vector<std::string_view> NamesOf(std::uint32_t bits, std::span<const BitName> table) {
   std::vector<std::string_view> names;
   for (const BitName& row : table) {
@@ -91,7 +108,7 @@ std::vector<std::string_view> NamesOf(std::uint32_t bits, std::span<const BitNam
   return names;
 }
 
-std::optional<std::string_view> NameOf(std::int32_t number, std::span<const NumberName> table) {
+std::optional<std::string_view> NameOf(std::int64_t number, std::span<const NumberName> table) {
   for (const NumberName& row : table) {
     if (row.number == number) return row.name;
   }
@@ -109,6 +126,8 @@ std::optional<std::string_view> ColorRangeName(std::int32_t range) { return Name
 std::optional<std::string_view> ColorPrimariesName(std::int32_t primaries) {
   return NameOf(primaries, kColorPrimaries);
 }
+
+std::optional<std::string_view> PictureTypeName(std::int64_t type) { return NameOf(type, kPictureTypes); }
 
 std::optional<std::string> ChromaName(std::int32_t sampling) {
   if (sampling == 1) return "RGB";

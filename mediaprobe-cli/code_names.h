@@ -26,6 +26,8 @@ std::optional<std::string_view> ColorPrimariesName(std::int32_t primaries);
 std::optional<std::string> ChromaName(std::int32_t sampling);
 /// "none", "horizontal", "vertical" or "both"; numbers past 3 are "none".
 std::string_view FlipName(std::uint32_t flip);
+/// "JPEG", "camera raw", ... of an imagecore::PictureType; empty for kPictureOther.
+std::optional<std::string_view> PictureTypeName(std::int64_t type);
 /// "LC" for profile 1 of codec "aac".
 std::optional<std::string_view> AudioProfileName(std::string_view codec, std::int32_t profile);
 

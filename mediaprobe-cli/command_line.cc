@@ -16,9 +16,12 @@
 namespace mediaprobe {
 namespace {
 
-constexpr char kSummary[] = "Tells what is in media files: container, streams, tags, dates, place.";
+constexpr char kSummary[] =
+    "Tells what is in media files, images and SVGs: container, streams, sizes, tags, dates, place, camera.";
 constexpr char kDetails[] =
-    "Exit status: 0 when every input was answered, 1 when at least one failed, 2 for wrong usage.";
+    "A picture sequence is a file with a range of numbers in brackets: img_[0001-0100].png.\n"
+    "Exit status: 0 when every input was answered, 1 when at least one failed, 2 for wrong usage,\n"
+    "130 when interrupted.";
 
 struct LevelName {
   std::string_view name;
@@ -29,16 +32,28 @@ constexpr LevelName kLevels[] = {
     {"error", kCoreLogError}, {"fatal", kCoreLogFatal}, {"off", kCoreLogOff},
 };
 
-std::vector<std::string> LevelNames() {
+struct ServiceName {
+  std::string_view name;
+  ServiceChoice service;
+};
+constexpr ServiceName kServices[] = {
+    {"auto", ServiceChoice::kAuto},
+    {"media", ServiceChoice::kMedia},
+    {"image", ServiceChoice::kImage},
+    {"svg", ServiceChoice::kSvg},
+};
+
+template <typename Table>
+std::vector<std::string> NamesIn(const Table& table) {
   std::vector<std::string> names;
-  for (const LevelName& row : kLevels) names.emplace_back(row.name);
+  for (const auto& row : table) names.emplace_back(row.name);
   return names;
 }
 
-int LevelOf(std::string_view name) {
-  const auto* found =
-      std::find_if(std::begin(kLevels), std::end(kLevels), [name](auto& row) { return row.name == name; });
-  return found->level;
+/// The row with that name, which must be there.
+template <typename Table>
+const auto& RowOf(const Table& table, std::string_view name) {
+  return *std::find_if(std::begin(table), std::end(table), [name](const auto& row) { return row.name == name; });
 }
 
 /// Overwrites `secret` wherever it stands in an argument: it may be a word of its own or a part of one ("--key=...").
@@ -83,6 +98,8 @@ struct Arguments {
   bool text = false;
   bool json = false;
   bool ndjson = false;
+  bool uuid = false;
+  std::string service = "auto";
   std::string key;
   std::string key_file;
   std::string log_level = "off";
@@ -111,16 +128,22 @@ void Declare(CLI::App& app, Arguments& arguments) {
   app.footer(kDetails);
   app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave");
   app.set_help_flag("-h,--help", "Show this text and leave");
-  app.add_option("INPUT", arguments.inputs, "File, or URL (http:, https:, file:)")->required()->type_name("");
+  app.add_option("INPUT", arguments.inputs, "File, picture sequence, or URL (http:, https:, file:, files:)")
+      ->required()
+      ->type_name("");
   app.add_flag("--text", arguments.text, "Blocks made to be read (default)");
   app.add_flag("--json", arguments.json, "One JSON array");
   app.add_flag("--ndjson", arguments.ndjson, "One JSON record a line");
+  app.add_flag("-u,--uuid", arguments.uuid, "Add the UUID of the content: reads each file to its end");
+  app.add_option("--service", arguments.service, "Service to ask: auto (by content, default), media, image, svg")
+      ->type_name("NAME")
+      ->check(CLI::IsMember(NamesIn(kServices)));
   app.add_option("-k,--key", arguments.key, "Hex key that opens protected files")->type_name("KEY")->take_last();
   app.add_option("--key-file", arguments.key_file, "File that holds the key: keeps it off the list of processes")
       ->type_name("FILE");
   app.add_option("--log-level", arguments.log_level, "Least severe log lines to show (default: off)")
       ->type_name("LEVEL")
-      ->check(CLI::IsMember(LevelNames()));
+      ->check(CLI::IsMember(NamesIn(kLevels)));
 }
 
 /// Empty when the options go together.
@@ -141,7 +164,9 @@ std::variant<Options, EarlyExit> ToOptions(Arguments&& arguments) {
 
   Options options;
   options.form = FormOf(arguments);
-  options.log_level = LevelOf(arguments.log_level);
+  options.log_level = RowOf(kLevels, arguments.log_level).level;
+  options.service = RowOf(kServices, arguments.service).service;
+  options.uuid = arguments.uuid;
   for (std::string& input : arguments.inputs) options.inputs.push_back(Unmarked(std::move(input)));
   options.key = Unmarked(std::move(arguments.key));
   if (arguments.key_file.empty()) return options;

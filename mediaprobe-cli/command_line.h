@@ -4,6 +4,8 @@
 #include <variant>
 #include <vector>
 
+#include "prober.h"
+
 namespace mediaprobe {
 
 enum class OutputForm { kText, kJson, kNdjson };
@@ -12,7 +14,9 @@ enum class OutputForm { kText, kJson, kNdjson };
 struct Options {
   std::vector<std::string> inputs;  ///< at least one
   OutputForm form = OutputForm::kText;
-  std::string key;    ///< hex key for protected files, empty for none
+  ServiceChoice service = ServiceChoice::kAuto;
+  std::string key;  ///< hex key for protected files, empty for none
+  bool uuid = false;
   int log_level = 0;  ///< a CoreLogLevel
 };
 
@@ -27,6 +31,7 @@ struct EarlyExit {
 inline constexpr int kExitAnswered = 0;
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUsage = 2;
+inline constexpr int kExitInterrupted = 130;
 
 /// Reads the arguments as main gets them, and the file of --key-file. Every place of `argv` that shows the value of
 /// --key is overwritten, so that lists of processes show it no longer.

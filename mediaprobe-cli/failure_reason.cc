@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include "picture_sequence.h"
+
 namespace mediaprobe {
 namespace {
 
@@ -35,11 +37,12 @@ std::string FileReason(const std::string& path) {
 
 }  // namespace
 
-std::string FailureReason(const InputPath& input, const std::string& service_reason) {
-  std::string reason = input.local_path ? FileReason(*input.local_path) : std::string{};
-  if (!reason.empty()) return reason;
-  if (!service_reason.empty()) return service_reason;
-  return input.local_path ? "not a media file" : "cannot be opened";
+std::string FailureReason(const InputPath& input, const std::string& service_reason, std::string_view not_its_kind) {
+  if (!input.local_path) return service_reason.empty() ? "cannot be opened" : service_reason;
+  const std::string path = input.is_sequence ? FirstFrame(*input.local_path) : *input.local_path;
+  std::string reason = FileReason(path);
+  if (reason.empty()) reason = service_reason.empty() ? not_its_kind : service_reason;
+  return input.is_sequence ? reason + ": " + path : reason;
 }
 
 }  // namespace mediaprobe

@@ -1,13 +1,15 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "input_path.h"
 
 namespace mediaprobe {
 
 /// Why an input could not be opened, in words for a person. What the file system says of a local path comes first, then
-/// `service_reason` (what the libraries told, may be empty), then a general word.
-std::string FailureReason(const InputPath& input, const std::string& service_reason);
+/// `service_reason` (what the libraries told, may be empty), then a general word: `not_its_kind`, such as "not an
+/// image", for a local file. Of a sequence it is the first frame that is looked at, and the reason names it.
+std::string FailureReason(const InputPath& input, const std::string& service_reason, std::string_view not_its_kind);
 
 }  // namespace mediaprobe

@@ -24,7 +24,10 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  /// The service named `name`; empty when the module could not be loaded or has no such service.
+  /// Whether the module could be loaded.
+  bool is_loaded() const { return manager_ != nullptr; }
+  /// The service named `name`; empty when the module could not be loaded or has no such service. The SVG service brings
+  /// its decoder module with it.
   std::shared_ptr<service::IService> AcquireService(const char* name) const;
   const std::string& module_path() const { return module_path_; }
 

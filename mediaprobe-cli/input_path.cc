@@ -6,11 +6,14 @@
 #include <filesystem>
 #include <system_error>
 
+#include "picture_sequence.h"
+
 namespace mediaprobe {
 namespace {
 
 constexpr std::array<std::string_view, 2> kNetworkSchemes = {"http://", "https://"};
-constexpr std::array<std::string_view, 2> kFileSchemes = {"file:", "files:"};
+constexpr std::string_view kFileScheme = "file:";
+constexpr std::string_view kSequenceScheme = "files:";
 constexpr std::string_view kLocalHost = "//localhost/";
 
 int HexDigit(char c) {
@@ -57,20 +60,43 @@ std::string Absolute(const std::string& path) {
   return no_current_folder ? path : (folder / path).native();
 }
 
+/// What the services of single files are given: they drop the first six characters of what has a protocol in it,
+/// whatever these are, and keep the path's own slash.
+std::string FileUrl(const std::string& path) {
+  const bool looks_like_url = path.find(":/") != std::string::npos;
+  return looks_like_url ? "file:/" + path : path;
+}
+
 }  // namespace
 
 InputPath ToInputPath(std::string_view input) {
   for (const std::string_view scheme : kNetworkSchemes) {
     if (input.starts_with(scheme)) return {std::string(input), std::nullopt};
   }
+  const bool is_sequence_url = input.starts_with(kSequenceScheme);
   std::string path(input);
-  for (const std::string_view scheme : kFileSchemes) {
-    if (input.starts_with(scheme)) path = PathOfFileUrl(input.substr(scheme.size()));
-  }
+  if (is_sequence_url) path = PathOfFileUrl(input.substr(kSequenceScheme.size()));
+  if (input.starts_with(kFileScheme)) path = PathOfFileUrl(input.substr(kFileScheme.size()));
   path = Absolute(path);
-  // The service drops the first six characters of such a URL, whatever they are, and keeps the path's own slash.
-  const bool looks_like_url = path.find(":/") != std::string::npos;
-  return {looks_like_url ? "file:/" + path : path, path};
+
+  const bool has_brackets = IsSequencePattern(path);
+  const bool is_sequence = is_sequence_url ? has_brackets || !Exists(path) : has_brackets && !Exists(path);
+  return {FileUrl(path), path, is_sequence};
+}
+
+std::string ImageUrl(const InputPath& path) {
+  // The image service takes "file:///a" for "//a", which is the same file, and "file:////a" for "//a" too.
+  return (path.is_sequence ? "files://" : "file://") + *path.local_path;
+}
+
+std::string UuidUrl(const InputPath& path) { return path.is_sequence ? "files://" + *path.local_path : path.url; }
+
+void FollowService(InputPath& path, const std::string& url) {
+  if (!path.local_path || url == path.url) return;
+  std::string changed = url.substr(url.size() - path.local_path->size());
+  if (!Exists(changed)) return;
+  path.url = url;
+  path.local_path = std::move(changed);
 }
 
 }  // namespace mediaprobe

@@ -1,7 +1,6 @@
 #include "media_prober.h"
 
 #include <cmath>
-#include <memory>
 #include <utility>
 
 #include "code_names.h"
@@ -11,6 +10,7 @@
 #include "mediainfo/metedata_keys.h"
 #include "mediainfo/result.h"
 #include "metadata_reader.h"
+#include "service_session.h"
 
 namespace mediaprobe {
 namespace {
@@ -29,12 +29,6 @@ using service::mediainfo::kUnknownProfile;
 constexpr std::uint32_t kDegreesPerQuarterTurn = 90;
 constexpr std::int32_t kUnspecifiedPrimaries = 2;
 constexpr std::string_view kUndeterminedLanguage = "und";
-
-struct SessionReturner {
-  service::IService* service;
-  void operator()(service::ISession* session) const { service->DestroySession(session); }
-};
-using SessionPtr = std::unique_ptr<service::ISession, SessionReturner>;
 
 /// The interfaces tell an unknown amount as 0, some of them as a negative number.
 template <typename Number>
@@ -177,7 +171,7 @@ ProgramRecord DescribeProgram(IProgramInfo& program) {
 }
 
 void DescribeFile(IMediaFileInfo& file, Record& record) {
-  MediaRecord& media = record.media;
+  auto& media = record.answer.emplace<MediaRecord>();
   media.format = file.GetFormatName();
   media.format_long = file.GetFormatLongName();
   media.fourcc = FourCcText(file.GetFormatFourCC()).value_or("");
@@ -201,10 +195,9 @@ void DescribeFile(IMediaFileInfo& file, Record& record) {
 
 MediaProber::MediaProber(service::IService& service, std::string key) : service_(service), key_(std::move(key)) {}
 
-Record MediaProber::Probe(const std::string& input) const {
+Record MediaProber::Probe(InputPath& path) const {
   Record record;
-  record.input = input;
-  const SessionPtr session(service_.CreateSession(), {&service_});
+  const SessionPtr session = OpenSession(service_);
   auto* file = dynamic_cast<IMediaFileInfo*>(session.get());
   if (file == nullptr) {
     record.error = "the media file service gives no session";
@@ -212,14 +205,15 @@ Record MediaProber::Probe(const std::string& input) const {
   }
   if (!key_.empty()) file->SetEncryptKey(key_.c_str());
 
-  const InputPath path = ToInputPath(input);
   std::string url = path.url;
   CoreSetErrorText(nullptr);
-  if (file->SetURL(url.data()) != kSuccess) {
-    record.error = FailureReason(path, CoreErrorText());
-    return record;
+  const bool is_open = file->SetURL(url.data()) == kSuccess;
+  FollowService(path, url);
+  if (is_open) {
+    DescribeFile(*file, record);
+  } else {
+    record.error = FailureReason(path, CoreErrorText(), "not a media file");
   }
-  DescribeFile(*file, record);
   return record;
 }
 

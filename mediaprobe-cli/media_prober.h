@@ -3,7 +3,7 @@
 #include <string>
 
 #include "input_path.h"
-#include "media_record.h"
+#include "record.h"
 #include "service/iservice.h"
 
 namespace mediaprobe {
@@ -14,8 +14,8 @@ class MediaProber {
   /// Borrows `service`. `key` is the hex key for protected files, empty for none.
   MediaProber(service::IService& service, std::string key);
 
-  /// Never fails: what cannot be answered becomes a record with an error.
-  Record Probe(const std::string& input) const;
+  /// Never fails: what cannot be answered becomes a record with an error. `path` becomes the one that was found.
+  Record Probe(InputPath& path) const;
 
  private:
   service::IService& service_;

@@ -8,27 +8,9 @@
 #include <vector>
 
 #include "core/rational.h"
+#include "metadata.h"
 
 namespace mediaprobe {
-
-/// One value of a metadata store. Texts are as the file has them, valid UTF-8 or not.
-using MetadataValue = std::variant<std::int64_t, double, std::string, core::Rational>;
-
-/// Keys are the interface's own texts, which live as long as the program. Only keys that have a value stand here.
-struct MetadataEntry {
-  std::string_view key;
-  MetadataValue value;
-};
-using Metadata = std::vector<MetadataEntry>;
-
-/// The value under `key`, or null.
-const MetadataValue* FindMetadata(const Metadata& metadata, std::string_view key);
-
-/// Degrees, north and east positive.
-struct Location {
-  double latitude;
-  double longitude;
-};
 
 /// What the streams of every kind tell. Whatever the file does not tell is empty.
 struct StreamRecord {
@@ -94,17 +76,6 @@ struct MediaRecord {
   std::optional<std::uint64_t> bit_rate_bps;
   std::vector<ProgramRecord> programs;
   Metadata metadata;
-};
-
-/// The answer for one input.
-struct Record {
-  std::string input;                 ///< as given
-  std::optional<std::string> error;  ///< why there is no answer, in words; the rest is empty then
-  std::optional<std::int64_t> created_s;
-  std::optional<std::int64_t> modified_s;  ///< both in seconds since 1970
-  std::optional<Location> location;
-  std::optional<std::string> aigc;  ///< the AI-generated-content label's text
-  MediaRecord media;
 };
 
 }  // namespace mediaprobe

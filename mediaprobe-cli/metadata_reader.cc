@@ -81,6 +81,48 @@ constexpr KeyRule kVideoKeys[] = {
     {keys::kVideoFrameView3dAngle},
 };
 
+constexpr KeyRule kImageKeys[] = {
+    {keys::kImageFlag},
+    {keys::kImageGpsLatitude},
+    {keys::kImageGpsLongitude},
+    {keys::kImageGpsLatitudeRef},
+    {keys::kImageGpsLongitudeRef},
+    {keys::kImageCameraMaker},
+    {keys::kImageCameraModel},
+    {keys::kImageDate},
+    {.key = keys::kImageCreateDate, .not_told = kInvalidDate},
+    {.key = keys::kImageModifyDate, .not_told = kInvalidDate},
+    {keys::kImageExposureTime},
+    {keys::kImageRotate},
+    {keys::kImageFlip},
+    {keys::kImageWidth},
+    {keys::kImageHeight},
+    {keys::kImagePicType},
+    {keys::kImagePicSequenceDuration},
+    {keys::kImagePicSequenceTotalFrames},
+    {keys::kImageWebPDuration},
+    {keys::kImageGifDuration},
+    {keys::kImageGifFrameRateNum},
+    {keys::kImageGifFrameRateDen},
+    {keys::kImageAigcMetaSize},
+    {keys::kImageAigcMetaData},
+    {keys::kImageAvifDuration},
+    {keys::kImageFourCC},
+    {keys::kAlphaMode},
+};
+
+/// The keys that tell a place.
+struct PlaceKeys {
+  const char* latitude;
+  const char* latitude_ref;
+  const char* longitude;
+  const char* longitude_ref;
+};
+constexpr PlaceKeys kPlaceKeys[] = {
+    {keys::kGpsLatitude, keys::kGpsLatitudeRef, keys::kGpsLongitude, keys::kGpsLongitudeRef},
+    {keys::kImageGpsLatitude, keys::kImageGpsLatitudeRef, keys::kImageGpsLongitude, keys::kImageGpsLongitudeRef},
+};
+
 std::optional<MetadataValue> TextValue(std::string text) {
   if (text.empty()) return std::nullopt;
   return text;
@@ -142,8 +184,7 @@ Metadata ReadAll(IMetedataInfo& store, std::span<const KeyRule> rules) {
 /// Degrees under `degrees_key`, negative when the text under `reference_key` starts with `negative`.
 std::optional<double> SignedDegrees(const Metadata& metadata, const char* degrees_key, const char* reference_key,
                                     char negative, double limit) {
-  const MetadataValue* value = FindMetadata(metadata, degrees_key);
-  const double* degrees = value ? std::get_if<double>(value) : nullptr;
+  const std::optional<double> degrees = MetadataNumber(metadata, degrees_key);
   const std::optional<std::string> reference = MetadataText(metadata, reference_key);
   if (!degrees || !reference || std::abs(*degrees) > limit) return std::nullopt;
   // 0.0 - x rather than -x: zero degrees south are zero, not minus zero.
@@ -154,6 +195,7 @@ std::optional<double> SignedDegrees(const Metadata& metadata, const char* degree
 
 Metadata ReadFileMetadata(IMetedataInfo& store) { return ReadAll(store, kFileKeys); }
 Metadata ReadVideoMetadata(IMetedataInfo& store) { return ReadAll(store, kVideoKeys); }
+Metadata ReadImageMetadata(IMetedataInfo& store) { return ReadAll(store, kImageKeys); }
 
 std::optional<std::string> MetadataText(const Metadata& metadata, std::string_view key) {
   const MetadataValue* value = FindMetadata(metadata, key);
@@ -167,11 +209,19 @@ std::optional<std::int64_t> MetadataInteger(const Metadata& metadata, std::strin
   return number ? std::optional(*number) : std::nullopt;
 }
 
+std::optional<double> MetadataNumber(const Metadata& metadata, std::string_view key) {
+  const MetadataValue* value = FindMetadata(metadata, key);
+  const double* number = value ? std::get_if<double>(value) : nullptr;
+  return number ? std::optional(*number) : std::nullopt;
+}
+
 std::optional<Location> MetadataLocation(const Metadata& metadata) {
-  const auto latitude = SignedDegrees(metadata, keys::kGpsLatitude, keys::kGpsLatitudeRef, 'S', 90);
-  const auto longitude = SignedDegrees(metadata, keys::kGpsLongitude, keys::kGpsLongitudeRef, 'W', 180);
-  if (!latitude || !longitude) return std::nullopt;
-  return Location{*latitude, *longitude};
+  for (const PlaceKeys& place : kPlaceKeys) {
+    const auto latitude = SignedDegrees(metadata, place.latitude, place.latitude_ref, 'S', 90);
+    const auto longitude = SignedDegrees(metadata, place.longitude, place.longitude_ref, 'W', 180);
+    if (latitude && longitude) return Location{*latitude, *longitude};
+  }
+  return std::nullopt;
 }
 
 }  // namespace mediaprobe

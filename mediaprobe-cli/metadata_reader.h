@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "media_record.h"
 #include "mediainfo/imetedata_info.h"
+#include "metadata.h"
 
 namespace mediaprobe {
 
@@ -16,11 +16,16 @@ Metadata ReadFileMetadata(service::mediainfo::IMetedataInfo& store);
 /// The same of a picture stream's store. Every number in it was told by the file: all of them stay.
 Metadata ReadVideoMetadata(service::mediainfo::IMetedataInfo& store);
 
+/// The same of an image's store: all that it holds, save empty texts, numbers that are none, and a date of -1.
+Metadata ReadImageMetadata(service::mediainfo::IMetedataInfo& store);
+
 /// A text of read metadata; empty when it is absent or no text.
 std::optional<std::string> MetadataText(const Metadata& metadata, std::string_view key);
 /// A whole number of read metadata, likewise.
 std::optional<std::int64_t> MetadataInteger(const Metadata& metadata, std::string_view key);
-/// Signed degrees; empty when the file tells no place or one that is not on the globe.
+/// A number of read metadata that may have a fraction, likewise.
+std::optional<double> MetadataNumber(const Metadata& metadata, std::string_view key);
+/// Signed degrees from a file's or an image's keys; empty when the file tells no place or one that is not on the globe.
 std::optional<Location> MetadataLocation(const Metadata& metadata);
 
 }  // namespace mediaprobe

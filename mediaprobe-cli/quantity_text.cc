@@ -43,7 +43,19 @@ std::string DurationText(std::uint64_t duration_100ns) {
 
 std::string SizeText(std::uint64_t bytes) {
   const std::string exact = Grouped(bytes) + (bytes == 1 ? " byte" : " bytes");
-  return bytes < 1000 ? exact : WithPrefix(static_cast<double>(bytes), "B") + " (" + exact + ")";
+  return bytes < 1000 ? exact : ShortSizeText(bytes) + " (" + exact + ")";
+}
+
+std::string ShortSizeText(std::uint64_t bytes) { return WithPrefix(static_cast<double>(bytes), "B"); }
+
+std::string ExposureText(double seconds) {
+  // Shutters know no shorter and no longer ones; a damaged file does.
+  constexpr double kShortest = 1e-7;
+  constexpr double kLongest = 1e6;
+  if (!(seconds >= kShortest && seconds <= kLongest)) return {};
+  constexpr double kFirstDecimal = 0.3;  // as on cameras
+  if (seconds < kFirstDecimal) return "1/" + DecimalText(1 / seconds, /*decimals=*/0) + " s";
+  return DecimalText(seconds, /*decimals=*/2) + " s";
 }
 
 std::string BitRateText(std::uint64_t bits_per_second) {

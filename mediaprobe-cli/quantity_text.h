@@ -12,6 +12,10 @@ namespace mediaprobe {
 std::string DurationText(std::uint64_t duration_100ns);
 /// "1.27 MB (1,268,000 bytes)"; below 1000 only "512 bytes".
 std::string SizeText(std::uint64_t bytes);
+/// "1.27 MB", "512 B".
+std::string ShortSizeText(std::uint64_t bytes);
+/// "1/125 s" of times below 0.3 seconds, else "2.5 s". Empty for times that are none.
+std::string ExposureText(double seconds);
 /// "2.1 Mb/s"; below 1000 "800 b/s".
 std::string BitRateText(std::uint64_t bits_per_second);
 /// "29.97 fps". The denominator must not be 0.

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "media_record.h"
+#include "record.h"
 
 namespace mediaprobe {
 

@@ -1,5 +1,7 @@
 #include "record_json.h"
 
+#include <string_view>
+
 #include "aigc_label.h"
 #include "date_text.h"
 #include "mediainfo/result.h"
@@ -121,7 +123,7 @@ Json ToJson(const ProgramRecord& program) {
   return object;
 }
 
-void AddMedia(Json& object, const MediaRecord& media) {
+void AddAnswer(Json& object, const MediaRecord& media) {
   object["format"] = media.format;
   object["format_long"] = media.format_long;
   object["fourcc"] = media.fourcc;
@@ -131,6 +133,27 @@ void AddMedia(Json& object, const MediaRecord& media) {
   object["programs"] = ArrayOf(media.programs, ToJson);
   object["metadata"] = ToJson(media.metadata);
 }
+
+void AddAnswer(Json& object, const ImageRecord& image) {
+  Add(object, "width", image.width);
+  Add(object, "height", image.height);
+  AddSeconds(object, "duration", image.duration_100ns);
+  Add(object, "frame_count", image.frame_count);
+  Add(object, "rotation", image.rotation_degrees);
+  Add(object, "flip", image.flip);
+  object["metadata"] = ToJson(image.metadata);
+}
+
+void AddAnswer(Json& object, const SvgRecord& svg) {
+  Add(object, "width", svg.width);
+  Add(object, "height", svg.height);
+  Add(object, "view_width", svg.view_width);
+  Add(object, "view_height", svg.view_height);
+}
+
+std::string_view ServiceName(const MediaRecord&) { return "media"; }
+std::string_view ServiceName(const ImageRecord&) { return "image"; }
+std::string_view ServiceName(const SvgRecord&) { return "svg"; }
 
 void AddDate(Json& object, const char* key, std::optional<std::int64_t> seconds) {
   if (seconds) Add(object, key, Iso8601Local(*seconds));
@@ -151,14 +174,15 @@ void AddAigc(Json& object, const std::optional<std::string>& label) {
 Json ToJson(const Record& record) {
   Json object;
   object["input"] = record.input;
-  object["service"] = "media";
+  object["service"] = std::visit([](const auto& answer) { return ServiceName(answer); }, record.answer);
   object["status"] = record.error ? "error" : "ok";
   Add(object, "error", record.error);
+  Add(object, "uuid", record.uuid);
   AddDate(object, "created", record.created_s);
   AddDate(object, "modified", record.modified_s);
   AddLocation(object, record.location);
   AddAigc(object, record.aigc);
-  AddMedia(object, record.media);
+  std::visit([&object](const auto& answer) { AddAnswer(object, answer); }, record.answer);
   return object;
 }
 

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "media_record.h"
+#include "record.h"
 
 namespace mediaprobe {
 

@@ -12,7 +12,7 @@ namespace {
 using testing::ScratchFolder;
 
 std::string ReasonForPath(const std::string& path, const std::string& service_reason = "file ends early") {
-  return FailureReason({path, path}, service_reason);
+  return FailureReason({path, path}, service_reason, "not a media file");
 }
 
 TEST(FailureReason, TheFileSystemIsAskedFirst) {
@@ -49,8 +49,9 @@ TEST(FailureReason, ThenTheServiceAndLastAGeneralWord) {
 }
 
 TEST(FailureReason, NetworkUrlsHaveNoFile) {
-  EXPECT_EQ(FailureReason({"http://h/a", std::nullopt}, "server answered 404"), "server answered 404");
-  EXPECT_EQ(FailureReason({"http://h/a", std::nullopt}, ""), "cannot be opened");
+  EXPECT_EQ(FailureReason({"http://h/a", std::nullopt}, "server answered 404", "not a media file"),
+            "server answered 404");
+  EXPECT_EQ(FailureReason({"http://h/a", std::nullopt}, "", "not a media file"), "cannot be opened");
 }
 
 }  // namespace

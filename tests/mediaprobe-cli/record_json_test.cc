@@ -68,12 +68,13 @@ Record FullRecord() {
   record.modified_s = 86'400;
   record.location = Location{-33.5, 151.25};
   record.aigc = R"({"Label":"1"})";
-  record.media.format = "mp4";
-  record.media.format_long = "MP4";
-  record.media.fourcc = "MP4 ";
-  record.media.size_bytes = 12'345'678'901;
-  record.media.duration_100ns = 12'345'678;
-  record.media.bit_rate_bps = 5'000'000'000;
+  MediaRecord& media = std::get<MediaRecord>(record.answer);
+  media.format = "mp4";
+  media.format_long = "MP4";
+  media.fourcc = "MP4 ";
+  media.size_bytes = 12'345'678'901;
+  media.duration_100ns = 12'345'678;
+  media.bit_rate_bps = 5'000'000'000;
   ProgramRecord program;
   program.id = 7;
   program.duration_100ns = 12'345'678;
@@ -84,8 +85,8 @@ Record FullRecord() {
   subpicture.codec = "ass";
   subpicture.language = "fra";
   program.subpicture.push_back(subpicture);
-  record.media.programs.push_back(program);
-  record.media.metadata = {{"MediaFile_Metedata_Title", std::string("T")}};
+  media.programs.push_back(program);
+  media.metadata = {{"MediaFile_Metedata_Title", std::string("T")}};
   return record;
 }
 
@@ -145,7 +146,7 @@ TEST(RecordJson, WhatIsNotKnownIsLeftOut) {
   program.video.emplace_back().flip = "none";
   program.audio.emplace_back();
   program.subpicture.emplace_back();
-  record.media.programs.push_back(program);
+  std::get<MediaRecord>(record.answer).programs.push_back(program);
   EXPECT_EQ(
       ToJson(record).dump(),
       R"({"input":"a.mp4","service":"media","status":"ok","format":"","format_long":"","fourcc":"","programs":[)"
@@ -171,7 +172,7 @@ TEST(RecordJson, LabelThatIsNoJsonIsAText) {
 TEST(RecordJson, DurationsHaveAtMostSevenDecimals) {
   Record record;
   for (std::uint64_t ticks = 1; ticks < 4'000'000'000'000'000; ticks = ticks * 7 / 5 + 1) {
-    record.media.duration_100ns = ticks;
+    std::get<MediaRecord>(record.answer).duration_100ns = ticks;
     const std::string text = CompactJson(ToJson(record)["duration"]);
     const std::size_t point = text.find('.');
     const std::size_t decimals = point == std::string::npos ? 0 : text.size() - point - 1;

@@ -33,7 +33,7 @@ VideoRecord Video() {
 Record Media() {
   Record record;
   record.input = "a.mp4";
-  record.media.format = "mp4";
+  std::get<MediaRecord>(record.answer).format = "mp4";
   return record;
 }
 
@@ -50,7 +50,7 @@ class TextFormatterTest : public ::testing::Test {
   }
   static std::string TitleLine(const std::string& title) {
     Record record = Media();
-    record.media.metadata = {{keys::kTitle, title}};
+    std::get<MediaRecord>(record.answer).metadata = {{keys::kTitle, title}};
     return FactLines(record);
   }
 };
@@ -58,9 +58,9 @@ class TextFormatterTest : public ::testing::Test {
 TEST_F(TextFormatterTest, HeadlineHoldsWhatIsKnown) {
   Record record = Media();
   EXPECT_EQ(Format(record), "a.mp4: mp4\n");
-  record.media.duration_100ns = 100'050'000;
-  record.media.size_bytes = 2'788'750;
-  record.media.bit_rate_bps = 2'230'000;
+  std::get<MediaRecord>(record.answer).duration_100ns = 100'050'000;
+  std::get<MediaRecord>(record.answer).size_bytes = 2'788'750;
+  std::get<MediaRecord>(record.answer).bit_rate_bps = 2'230'000;
   EXPECT_EQ(Format(record), "a.mp4: mp4, 0:00:10.005, 2.79 MB (2,788,750 bytes), 2.23 Mb/s\n");
 }
 
@@ -74,7 +74,7 @@ TEST_F(TextFormatterTest, StreamsStandInAlignedColumns) {
   subpicture.index = 2;
   subpicture.codec = "ass";
   program.subpicture.push_back(subpicture);
-  record.media.programs.push_back(program);
+  std::get<MediaRecord>(record.answer).programs.push_back(program);
   EXPECT_EQ(Format(record),
             "a.mp4: mp4\n"
             "  video 0     h264       1920x1080      2 Mb/s\n"
@@ -87,7 +87,7 @@ TEST_F(TextFormatterTest, ColumnsThatNoStreamFillsTakeNoRoom) {
   ProgramRecord program;
   program.audio.push_back(Audio(0, "aac"));
   program.audio[0].language = "eng";
-  record.media.programs.push_back(program);
+  std::get<MediaRecord>(record.answer).programs.push_back(program);
   EXPECT_EQ(Format(record), "a.mp4: mp4\n  audio 0  aac  48 kHz stereo  eng\n");
 }
 
@@ -98,12 +98,12 @@ TEST_F(TextFormatterTest, SeveralProgramsGetALineEach) {
   program.duration_100ns = 10'000'000;
   program.bit_rate_bps = 5'000;
   program.audio.push_back(Audio(0, "aac"));
-  record.media.programs.push_back(program);
+  std::get<MediaRecord>(record.answer).programs.push_back(program);
   program.id = 2;
   program.duration_100ns.reset();
   program.bit_rate_bps.reset();
   program.audio[0].index = 10;
-  record.media.programs.push_back(program);
+  std::get<MediaRecord>(record.answer).programs.push_back(program);
   EXPECT_EQ(Format(record),
             "a.mp4: mp4\n"
             "  program 1, 0:00:01.000, 5 kb/s\n"
@@ -118,11 +118,11 @@ TEST_F(TextFormatterTest, FactsFollowTheStreams) {
   record.modified_s = 1'704'164'645;
   record.location = Location{-33.8568, 151.2153};
   record.aigc = R"({"Label":"1","ContentProducer":"Studio","ProduceID":""})";
-  record.media.metadata = {{keys::kArtist, std::string("Ada")},
-                           {keys::kTitle, std::string("Am Meer")},
-                           {keys::kActor, std::string("Ada")},
-                           {keys::kMaker, std::string("Acme")},
-                           {keys::kModel, std::string("Cam 9")}};
+  std::get<MediaRecord>(record.answer).metadata = {{keys::kArtist, std::string("Ada")},
+                                                   {keys::kTitle, std::string("Am Meer")},
+                                                   {keys::kActor, std::string("Ada")},
+                                                   {keys::kMaker, std::string("Acme")},
+                                                   {keys::kModel, std::string("Cam 9")}};
   EXPECT_EQ(FactLines(record),
             "  title     Am Meer\n"
             "  artist    Ada\n"
@@ -147,9 +147,10 @@ TEST_F(TextFormatterTest, PlaceNamesTheHemispheres) {
 
 TEST_F(TextFormatterTest, MakerIsNotRepeated) {
   Record record = Media();
-  record.media.metadata = {{keys::kMaker, std::string("Acme")}, {keys::kModel, std::string("Acme Cam 9")}};
+  std::get<MediaRecord>(record.answer).metadata = {{keys::kMaker, std::string("Acme")},
+                                                   {keys::kModel, std::string("Acme Cam 9")}};
   EXPECT_EQ(FactLines(record), "  camera  Acme Cam 9\n");
-  record.media.metadata = {{keys::kMaker, std::string("Acme")}};
+  std::get<MediaRecord>(record.answer).metadata = {{keys::kMaker, std::string("Acme")}};
   EXPECT_EQ(FactLines(record), "  camera  Acme\n");
 }
 

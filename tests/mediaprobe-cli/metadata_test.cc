@@ -1,11 +1,11 @@
-#include "media_record.h"
+#include "metadata.h"
 
 #include <gtest/gtest.h>
 
 namespace mediaprobe {
 namespace {
 
-TEST(MediaRecord, MetadataIsFoundByItsWholeKey) {
+TEST(Metadata, IsFoundByItsWholeKey) {
   const Metadata metadata = {{"first", std::int64_t{1}}, {"second", std::string("two")}};
   ASSERT_NE(FindMetadata(metadata, "second"), nullptr);
   EXPECT_EQ(std::get<std::string>(*FindMetadata(metadata, "second")), "two");

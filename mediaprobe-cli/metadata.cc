@@ -1,4 +1,4 @@
-#include "media_record.h"
+#include "metadata.h"
 
 #include <algorithm>
 

@@ -1,0 +1,113 @@
+#include "image_prober.h"
+
+#include <string>
+#include <utility>
+
+#include "code_names.h"
+#include "core/error_text.h"
+#include "core/val_any.h"
+#include "failure_reason.h"
+#include "mediainfo/iimage_info.h"
+#include "mediainfo/metedata_keys.h"
+#include "metadata_reader.h"
+#include "picture_sequence.h"
+#include "service_session.h"
+
+namespace mediaprobe {
+namespace {
+
+namespace keys = service::mediainfo::metedata_keys;
+using service::mediainfo::IImageInfo;
+
+/// What an image session told after one SetPath.
+struct ImageAnswer {
+  bool is_read = false;
+  Metadata metadata;
+  std::uint64_t duration_100ns = 0;
+};
+
+ImageAnswer Ask(IImageInfo& image, const std::string& url) {
+  ImageAnswer answer;
+  try {
+    answer.is_read = image.SetPath(url.c_str());
+  } catch (const core::AnyBadAccess&) {
+    // The one exception that may cross the interface: a value of the store has not the type that it must have.
+    CoreSetErrorText("the image service tells a size that is no number");
+  }
+  if (const auto store = image.GetMetadata()) answer.metadata = ReadImageMetadata(*store);
+  answer.duration_100ns = image.GetDuration();
+  return answer;
+}
+
+/// Of a sequence in several ranges the image service takes all numbers together for the first one. So it is asked
+/// twice: for the count and the duration, which it tells right, and for the first frame.
+ImageAnswer AskForRanges(IImageInfo& image, const InputPath& path) {
+  const ImageAnswer sequence = Ask(image, ImageUrl(path));
+  CoreSetErrorText(nullptr);
+  ImageAnswer answer = Ask(image, ImageUrl({{}, FirstFrame(*path.local_path)}));
+  answer.duration_100ns = sequence.duration_100ns;
+  for (const char* key : {keys::kImagePicSequenceDuration, keys::kImagePicSequenceTotalFrames}) {
+    if (const MetadataValue* value = FindMetadata(sequence.metadata, key)) answer.metadata.push_back({key, *value});
+  }
+  return answer;
+}
+
+std::optional<std::uint32_t> KnownAmount(std::int64_t value) {
+  return value > 0 ? std::optional(static_cast<std::uint32_t>(value)) : std::nullopt;
+}
+
+std::optional<std::uint32_t> QuarterTurns(std::optional<std::int64_t> degrees) {
+  const bool is_told = degrees && *degrees >= 0 && *degrees < 360 && *degrees % 90 == 0;
+  return is_told ? std::optional(static_cast<std::uint32_t>(*degrees)) : std::nullopt;
+}
+
+void DescribeImage(IImageInfo& image, ImageAnswer&& told, Record& record) {
+  auto& answer = std::get<ImageRecord>(record.answer);
+  answer.width = KnownAmount(image.GetWidth());
+  answer.height = KnownAmount(image.GetHeight());
+  if (told.duration_100ns > 0) answer.duration_100ns = told.duration_100ns;
+  answer.metadata = std::move(told.metadata);
+  const Metadata& metadata = answer.metadata;
+  answer.frame_count = KnownAmount(MetadataInteger(metadata, keys::kImagePicSequenceTotalFrames).value_or(0));
+  answer.rotation_degrees = QuarterTurns(MetadataInteger(metadata, keys::kImageRotate));
+  if (const auto flip = MetadataInteger(metadata, keys::kImageFlip)) {
+    answer.flip = FlipName(static_cast<std::uint32_t>(*flip));
+  }
+  record.created_s = MetadataInteger(metadata, keys::kImageCreateDate);
+  record.modified_s = MetadataInteger(metadata, keys::kImageModifyDate);
+  record.location = MetadataLocation(metadata);
+  record.aigc = MetadataText(metadata, keys::kImageAigcMetaData);
+}
+
+}  // namespace
+
+Record ImageProber::Probe(const InputPath& path) const {
+  Record record;
+  record.answer.emplace<ImageRecord>();
+  if (!path.local_path) {
+    record.error = "images are read from files, not from a network";
+    return record;
+  }
+  const SessionPtr session = OpenSession(service_);
+  auto* image = dynamic_cast<IImageInfo*>(session.get());
+  if (image == nullptr) {
+    record.error = "the image service gives no session";
+    return record;
+  }
+  CoreSetErrorText(nullptr);
+  const bool asks_twice = path.is_sequence && HasSeveralRanges(*path.local_path);
+  ImageAnswer told = asks_twice ? AskForRanges(*image, path) : Ask(*image, ImageUrl(path));
+  if (!told.is_read) {
+    record.error = FailureReason(path, CoreErrorText(), "not an image");
+    return record;
+  }
+  const auto frame_count = MetadataInteger(told.metadata, keys::kImagePicSequenceTotalFrames);
+  if (frame_count.value_or(1) < 1) {
+    record.error = *frame_count == 0 ? "a sequence without frames" : "a sequence of too many frames";
+  } else {
+    DescribeImage(*image, std::move(told), record);
+  }
+  return record;
+}
+
+}  // namespace mediaprobe
