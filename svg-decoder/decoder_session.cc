@@ -1,7 +1,7 @@
 #include "svg-decoder/decoder_session.h"
 
 #include <exception>
-#include <utility>
+#include <memory>
 
 #include "core/error_text.h"
 #include "platform/library.h"
@@ -36,6 +36,11 @@ RenderSvgFunction Renderer() {
   return kRenderer;
 }
 
+bool Fail(const char* reason) {
+  CoreSetErrorText(reason);
+  return false;
+}
+
 }  // namespace
 
 void DecoderSession::Reset() {
@@ -49,16 +54,19 @@ std::uint32_t DecoderSession::Load(std::uintptr_t /*first*/, std::uintptr_t /*se
   CoreSetErrorText(nullptr);
   Forget();
   try {
-    std::optional<std::string> document = ReadSource(url_);
-    if (!document) return kNotLoaded;
-    root_ = ReadDocument(*document);
-    if (!root_) return kNotLoaded;
-    document_ = *std::move(document);
-    return kLoaded;
+    return Load() ? kLoaded : kNotLoaded;
   } catch (const std::exception& error) {
     CoreSetErrorText(error.what());
     return kNotLoaded;
   }
+}
+
+bool DecoderSession::Load() {
+  const std::unique_ptr<FileSource> source = FileSource::Open(url_);
+  if (!source) return false;
+  loaded_url_ = url_;
+  root_ = ReadDocument(*source);
+  return root_.has_value();
 }
 
 std::uint32_t DecoderSession::GetSize(std::uint32_t* width_out, std::uint32_t* height_out) {
@@ -71,28 +79,37 @@ std::uint32_t DecoderSession::GetViewSize(std::uint32_t* width_out, std::uint32_
 
 std::uint32_t DecoderSession::Render(std::uintptr_t path, std::uintptr_t width, std::uintptr_t height) {
   CoreSetErrorText(nullptr);
-  const char* file = reinterpret_cast<const char*>(path);
-  if (!root_ || !file) {
-    CoreSetErrorText(root_ ? "no file to render to" : "no SVG is loaded");
+  try {
+    return RenderTo(reinterpret_cast<const char*>(path), width, height) ? kSuccess : kFailed;
+  } catch (const std::exception& error) {
+    CoreSetErrorText(error.what());
     return kFailed;
   }
+}
+
+bool DecoderSession::RenderTo(const char* path, std::size_t width, std::size_t height) const {
+  if (!root_) return Fail("no SVG is loaded");
+  if (!path) return Fail("no file to render to");
   const RenderSvgFunction render = Renderer();
-  if (!render) {
-    CoreSetErrorText("the SVG renderer is missing");
-    return kFailed;
-  }
-  const PixelSize size = LayoutSize(*root_);
-  const RenderRequest request{document_.data(), document_.size(), size.width, size.height, file, width, height};
-  if (const char* reason = render(&request)) {
-    CoreSetErrorText(reason);
-    return kFailed;
-  }
-  return kSuccess;
+  if (!render) return Fail("the SVG renderer is missing");
+
+  // The file is read again, since most documents are only measured; it may have changed, so it is looked through again
+  // before the renderer sees it.
+  const std::unique_ptr<FileSource> source = FileSource::Open(loaded_url_);
+  const std::optional<std::string> document = source ? source->ReadAll() : std::nullopt;
+  if (!document) return false;
+  MemorySource bytes(*document);
+  const std::optional<RootElement> root = ReadDocument(bytes);
+  if (!root) return false;
+  const PixelSize size = LayoutSize(*root);
+  const RenderRequest request{document->data(), document->size(), size.width, size.height, path, width, height};
+  const char* reason = render(&request);
+  return !reason || Fail(reason);
 }
 
 void DecoderSession::Forget() {
   root_.reset();
-  document_ = {};
+  loaded_url_.clear();
 }
 
 }  // namespace svg_decoder

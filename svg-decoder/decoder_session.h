@@ -30,12 +30,14 @@ class DecoderSession final : public service::ISession, public service::ISVGDecod
   std::uint32_t Render(std::uintptr_t path, std::uintptr_t width, std::uintptr_t height) override;
 
  private:
+  bool Load();
+  bool RenderTo(const char* path, std::size_t width, std::size_t height) const;
   void Forget();
 
   std::string url_;
-  /// Both of the document that was loaded.
+  /// What was loaded last.
+  std::string loaded_url_;
   std::optional<RootElement> root_;
-  std::string document_;
 };
 
 }  // namespace svg_decoder

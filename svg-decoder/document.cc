@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
+#include <string_view>
 #include <type_traits>
 
 #include "core/error_text.h"
@@ -18,10 +20,16 @@ constexpr char kNotAnSvg[] = "not an SVG document";
 constexpr char kTooDeep[] = "an SVG with more than 1000 elements one in another";
 constexpr char kTooMuchUnfolding[] = "an SVG whose entities unfold without end";
 constexpr char kTooMuchMemory[] = "an SVG with too many or too long names and attributes";
+constexpr char kTooManyDefaults[] = "an SVG with too many default attributes";
 
 constexpr char kSvgNamespace[] = "http://www.w3.org/2000/svg";
 constexpr int kMostDepth = 1000;
-constexpr std::size_t kMostParserBytes = std::size_t{48} << 20;
+/// A name or a tag of 31 MB fits.
+constexpr std::size_t kMostParserBytes = std::size_t{72} << 20;
+/// The parser compares each declared attribute with all before it, and gives each element all that have defaults.
+constexpr int kMostDeclaredAttributes = 1000;
+constexpr int kMostDefaults = 1'000'000;
+constexpr std::size_t kStep = std::size_t{64} << 10;
 /// What entities unfold to past the first 8 MB may at most be as much as the document itself.
 constexpr float kMostAmplification = 2;
 
@@ -33,6 +41,8 @@ using ParserPtr = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDelet
 struct Scan {
   XML_Parser parser;
   int depth = 0;
+  int declared_attributes = 0;
+  int defaults = 0;
   std::optional<RootElement> root;
   const char* refusal = nullptr;
 
@@ -60,9 +70,25 @@ bool IsSvgRoot(std::string_view name, const char** attributes) {
   return (has_prefix ? name.substr(colon + 1) : name) == "svg" && (name_space.empty() || name_space == kSvgNamespace);
 }
 
+void HandleDeclaration(void* user_data, const char* /*element*/, const char* /*attribute*/, const char* /*type*/,
+                       const char* /*default_value*/, int /*is_required*/) {
+  auto& scan = *static_cast<Scan*>(user_data);
+  if (++scan.declared_attributes > kMostDeclaredAttributes) scan.Refuse(kTooManyDefaults);
+}
+
+/// Attributes that the element has by declaration; they stand behind its own.
+int CountDefaults(XML_Parser parser, const char** attributes) {
+  const char** first = attributes + XML_GetSpecifiedAttributeCount(parser);
+  const char** end = first;
+  while (*end) end += 2;
+  return static_cast<int>((end - first) / 2);
+}
+
 void HandleStart(void* user_data, const char* name, const char** attributes) {
   auto& scan = *static_cast<Scan*>(user_data);
   if (++scan.depth > kMostDepth) return scan.Refuse(kTooDeep);
+  scan.defaults += CountDefaults(scan.parser, attributes);
+  if (scan.defaults > kMostDefaults) return scan.Refuse(kTooManyDefaults);
   if (scan.root) return;
   if (!IsSvgRoot(name, attributes)) return scan.Refuse(kNotAnSvg);
   RootElement& root = scan.root.emplace();
@@ -105,22 +131,46 @@ void SetReason(const Scan& scan) {
   CoreSetErrorText(("damaged SVG: line " + line + ": " + words).c_str());
 }
 
+/// How much to feed next. The parser looks at an unfinished name or tag again from its start, so what is fed grows with
+/// what is unfinished.
+std::size_t NextStep(XML_Parser parser, std::size_t fed) {
+  const XML_Index done = XML_GetCurrentByteIndex(parser);
+  return std::max(kStep, fed - static_cast<std::size_t>(std::max<XML_Index>(done, 0)));
+}
+
+enum class Outcome { kRead, kRefused, kSourceFailed };
+
+Outcome Parse(XML_Parser parser, ISource& source) {
+  std::size_t fed = 0;
+  while (true) {
+    const std::size_t step = NextStep(parser, fed);
+    auto* buffer = static_cast<char*>(XML_GetBuffer(parser, static_cast<int>(step)));
+    if (!buffer) return Outcome::kRefused;
+    const std::optional<std::size_t> got = source.Read(buffer, step);
+    if (!got) return Outcome::kSourceFailed;
+    fed += *got;
+    const bool is_end = *got == 0;
+    if (XML_ParseBuffer(parser, static_cast<int>(*got), is_end) != XML_STATUS_OK) return Outcome::kRefused;
+    if (is_end) return Outcome::kRead;
+  }
+}
+
 }  // namespace
 
-std::optional<RootElement> ReadDocument(std::string_view bytes) {
+std::optional<RootElement> ReadDocument(ISource& source) {
   const ParserMemory memory(kMostParserBytes);
   const ParserPtr parser(XML_ParserCreate_MM(/*encoding=*/nullptr, memory.functions(), /*namespaceSeparator=*/nullptr));
   if (!parser) throw std::bad_alloc();
   Scan scan{parser.get()};
   XML_SetUserData(parser.get(), &scan);
   XML_SetElementHandler(parser.get(), HandleStart, HandleEnd);
+  XML_SetAttlistDeclHandler(parser.get(), HandleDeclaration);
   XML_SetUnknownEncodingHandler(parser.get(), DescribeEncoding, nullptr);
   XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.get(), kMostAmplification);
 
-  if (XML_Parse(parser.get(), bytes.data(), static_cast<int>(bytes.size()), /*isFinal=*/1) == XML_STATUS_OK) {
-    return scan.root;
-  }
-  SetReason(scan);
+  const Outcome outcome = Parse(parser.get(), source);
+  if (outcome == Outcome::kRead) return scan.root;
+  if (outcome == Outcome::kRefused) SetReason(scan);
   return std::nullopt;
 }
 

@@ -2,7 +2,8 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
+
+#include "svg-decoder/source.h"
 
 namespace svg_decoder {
 
@@ -16,9 +17,10 @@ struct RootElement {
 };
 
 /// Reads a whole SVG document, in any encoding that its first bytes or its XML declaration tell. Nothing that it refers
-/// to is opened. Empty, with the reason in CoreErrorText, for what is no SVG, for XML that is not well-formed, and for
-/// documents made to exhaust their readers: elements more than 1,000 deep, entities that unfold to more than 8 MB and
-/// twice the document, or 48 MB of names and attributes.
-std::optional<RootElement> ReadDocument(std::string_view bytes);
+/// to is opened. Empty, with the reason in CoreErrorText, for what is no SVG, for XML that is not well-formed, for a
+/// source that fails, and for documents made to exhaust their readers: elements more than 1,000 deep, entities that
+/// unfold to more than 8 MB and twice the document, more than 1,000 declared attributes or a million default ones, and
+/// what takes more than 72 MB to read.
+std::optional<RootElement> ReadDocument(ISource& source);
 
 }  // namespace svg_decoder

@@ -158,6 +158,22 @@ TEST_F(DecoderSessionTest, RendersAPackedDrawing) {
   EXPECT_EQ(Picture(PicturePath()).at(50, 20), kRed);
 }
 
+TEST_F(DecoderSessionTest, RendersTheFileThatWasLoadedAndNotTheNextSource) {
+  const auto session = Load(kDrawing);
+  session->SetSource((folder_.path() / "absent.svg").c_str());
+  EXPECT_EQ(RenderTo(*session, PicturePath(), 100, 40), 0u);
+}
+
+TEST_F(DecoderSessionTest, LooksThroughAFileThatChangedBeforeItRenders) {
+  const auto session = Load(kDrawing);
+  folder_.Make("a.svg", "<svg>\n<g>");
+  EXPECT_NE(RenderTo(*session, PicturePath(), 100, 40), 0u);
+  EXPECT_STREQ(CoreErrorText(), "damaged SVG: line 2: it ends too early");
+  std::filesystem::remove(folder_.path() / "a.svg");
+  EXPECT_NE(RenderTo(*session, PicturePath(), 100, 40), 0u);
+  EXPECT_STREQ(CoreErrorText(), "No such file or directory");
+}
+
 TEST_F(DecoderSessionTest, RendersNoPictureOfAnImpossibleSize) {
   const auto session = Load(kDrawing);
   constexpr std::uintptr_t kHuge = ~std::uintptr_t{0};

@@ -10,8 +10,12 @@
 namespace {
 
 using namespace std::string_literals;
-using svg_decoder::ReadDocument;
 using svg_decoder::RootElement;
+
+std::optional<RootElement> ReadDocument(const std::string& document) {
+  svg_decoder::MemorySource source(document);
+  return svg_decoder::ReadDocument(source);
+}
 
 constexpr char kRoot[] = R"(<svg xmlns="http://www.w3.org/2000/svg" width="3cm" height="4cm" viewBox="0 0 30 40">)";
 
@@ -127,6 +131,35 @@ TEST(ReadDocumentTest, TakesAThousandLevelsAndNoMore) {
   ExpectRefused(Repeated("<svg>", 100'000), "an SVG with more than 1000 elements one in another");
 }
 
+TEST(ReadDocumentTest, ReadsADocumentThatComesByteByByte) {
+  class SlowSource final : public svg_decoder::ISource {
+   public:
+    explicit SlowSource(std::string_view bytes) : bytes_(bytes) {}
+    std::optional<std::size_t> Read(char* buffer, std::size_t /*size*/) override { return bytes_.Read(buffer, 1); }
+
+   private:
+    svg_decoder::MemorySource bytes_;
+  };
+  const std::string document = Whole("<g a='1'>text</g><!-- comment -->");
+  SlowSource source(document);
+  const auto root = svg_decoder::ReadDocument(source);
+  ASSERT_TRUE(root.has_value());
+  EXPECT_EQ(root->view_box, "0 0 30 40");
+}
+
+TEST(ReadDocumentTest, FailsWithItsSource) {
+  class FailingSource final : public svg_decoder::ISource {
+   public:
+    std::optional<std::size_t> Read(char* /*buffer*/, std::size_t /*size*/) override {
+      CoreSetErrorText("the disk is gone");
+      return std::nullopt;
+    }
+  };
+  FailingSource source;
+  EXPECT_FALSE(svg_decoder::ReadDocument(source).has_value());
+  EXPECT_STREQ(CoreErrorText(), "the disk is gone");
+}
+
 TEST(ReadDocumentTest, CountsDepthAndNotElements) { ExpectRead(Whole(Repeated("<g><g/></g>", 100'000))); }
 
 class HostileDocumentTest : public testing::Test {
@@ -169,6 +202,23 @@ TEST_F(HostileDocumentTest, StopsAnEntityThatContainsItself) {
 
 TEST_F(HostileDocumentTest, ReadsALongAttribute) {
   ExpectRead(Whole("<image href=\"data:image/png;base64," + std::string(15 << 20, 'A') + "\"/>"));
+}
+
+TEST_F(HostileDocumentTest, ReadsALongName) { ExpectRead(Whole("<" + std::string(15 << 20, 'A') + "/>")); }
+
+TEST_F(HostileDocumentTest, StopsAtTooManyDeclaredAttributes) {
+  std::string declarations = "<!DOCTYPE svg [";
+  for (int i = 0; i < 1'000; ++i) declarations += "<!ATTLIST g a" + std::to_string(i) + " CDATA 'x'>";
+  ExpectRead(declarations + "]>" + Whole("<g/>"));
+  ExpectRefused(declarations + "<!ATTLIST g b CDATA 'x'>]>" + Whole("<g/>"), "an SVG with too many default attributes");
+}
+
+TEST_F(HostileDocumentTest, StopsAtAMillionDefaults) {
+  std::string declarations = "<!DOCTYPE svg [";
+  for (int i = 0; i < 1'000; ++i) declarations += "<!ATTLIST g a" + std::to_string(i) + " CDATA 'x'>";
+  declarations += "]>";
+  ExpectRead(declarations + Whole(Repeated("<g/>", 1'000)));
+  ExpectRefused(declarations + Whole(Repeated("<g/>", 1'001)), "an SVG with too many default attributes");
 }
 
 TEST_F(HostileDocumentTest, StopsAtTooManyNames) {

@@ -8,10 +8,12 @@
 
 namespace {
 
-using svg_decoder::ReadSource;
-using svg_decoder::Unpack;
-
 constexpr std::size_t kMost = std::size_t{32} << 20;
+
+std::optional<std::string> ReadSource(const std::string& url) {
+  const auto source = svg_decoder::FileSource::Open(url);
+  return source ? source->ReadAll() : std::nullopt;
+}
 
 class SourceTest : public testing::Test {
  protected:
@@ -72,23 +74,37 @@ TEST_F(SourceTest, UnpacksGzipWhateverTheName) {
   EXPECT_EQ(ReadSource(folder_.Make("long.svgz", Gzip(long_text))), long_text);
 }
 
-TEST(UnpackTest, LeavesOtherBytesAlone) { EXPECT_EQ(Unpack("<svg/>"), "<svg/>"); }
-
-TEST(UnpackTest, RefusesBrokenData) {
-  const std::string packed = Gzip(std::string(10'000, 'x') + "<svg/>");
-  std::string damaged = packed;
-  damaged[damaged.size() - 6] ^= 1;  // in the checksum
-  for (const std::string& broken :
-       {packed.substr(0, 2), packed.substr(0, 12), packed.substr(0, packed.size() - 1), damaged}) {
-    EXPECT_EQ(Unpack(broken), std::nullopt);
-    EXPECT_STREQ(CoreErrorText(), "damaged SVG: its compressed data is broken");
+TEST_F(SourceTest, GivesAsManyBytesAsAreAskedFor) {
+  for (const std::string& content : {std::string("<svg/>"), Gzip("<svg/>")}) {
+    const auto source = svg_decoder::FileSource::Open(folder_.Make("a.svg", content));
+    ASSERT_NE(source, nullptr);
+    std::string text(4, ' ');
+    EXPECT_EQ(source->Read(text.data(), 4), 4u);
+    EXPECT_EQ(text, "<svg");
+    EXPECT_EQ(source->Read(text.data(), 4), 2u);
+    EXPECT_EQ(text, "/>vg");
+    EXPECT_EQ(source->Read(text.data(), 4), 0u);
   }
 }
 
-TEST(UnpackTest, Gives32MegabytesAndNoMore) {
-  EXPECT_EQ(Unpack(Gzip(std::string(kMost, ' '))).value_or("").size(), kMost);
-  EXPECT_EQ(Unpack(Gzip(std::string(kMost + 1, ' '))), std::nullopt);
-  EXPECT_STREQ(CoreErrorText(), "larger than 32 MB when unpacked, which is as much as is read of an SVG");
+TEST_F(SourceTest, RefusesBrokenGzip) {
+  std::string noise;
+  for (unsigned int i = 0, state = 1; i < 200'000; ++i)
+    noise += static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+  const std::string packed = Gzip(noise);
+  std::string damaged = packed;
+  damaged[damaged.size() - 6] ^= 1;  // in the checksum
+  for (const std::string& broken : {packed.substr(0, 2), packed.substr(0, 12), packed.substr(0, 100'000),
+                                    packed.substr(0, packed.size() - 1), damaged}) {
+    ExpectRefused(folder_.Make("a.svgz", broken), "damaged SVG: its compressed data is broken");
+  }
+  EXPECT_EQ(ReadSource(folder_.Make("a.svgz", packed)), noise);
+}
+
+TEST_F(SourceTest, Unpacks32MegabytesAndNoMore) {
+  EXPECT_EQ(ReadSource(folder_.Make("a.svgz", Gzip(std::string(kMost, ' ')))).value_or("").size(), kMost);
+  ExpectRefused(folder_.Make("a.svgz", Gzip(std::string(kMost + 1, ' '))),
+                "larger than 32 MB when unpacked, which is as much as is read of an SVG");
 }
 
 }  // namespace
