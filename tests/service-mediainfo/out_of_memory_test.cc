@@ -1,73 +1,32 @@
 #include <array>
-#include <cstdlib>
-#include <new>
 
+#include "fakes/failing_allocations.h"
 #include "fakes/media_file_service.h"
 
 namespace {
 
-/// While not negative, the allocations of the program and of the module fail after so many that still succeed: all of
-/// them, or only the first.
-int allocations_left = -1;
-bool fails_once = false;
-
-void* Allocate(std::size_t size) {
-  if (allocations_left == 0) {
-    if (fails_once) allocations_left = -1;
-    return nullptr;
-  }
-  if (allocations_left > 0) --allocations_left;
-  return std::malloc(size == 0 ? 1 : size);
-}
-
-}  // namespace
-
-// GCC sees malloc and free behind these operators and takes them for a mismatch.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-
-// The program's own stand in front of the standard library's, also for the module.
-void* operator new(std::size_t size) {
-  void* block = Allocate(size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-
-namespace {
-
+using fakes::allocations_left;
 using service::ISession;
 using service::mediainfo::IMediaFileInfo;
 
 class OutOfMemoryTest : public fakes::MediaFileServiceFixture {
  protected:
-  ~OutOfMemoryTest() override {
-    allocations_left = -1;
-    fails_once = false;
-  }
-
-  /// Runs `operation` with 0, 1, 2, ... allocations until it answers 0; each answer before is `failure` and leaves
-  /// `references` to the media info.
+  /// `operation` answers `failure` until it has enough memory, each time leaving `references` to the media info.
   template <typename Operation>
   void ExpectFailureUntilSuccess(Operation operation, std::uint32_t failure, int references) {
-    constexpr int kMost = 1000;
-    for (int allowed = 0; allowed < kMost; ++allowed) {
-      allocations_left = allowed;
-      const std::uint32_t result = operation();
-      allocations_left = -1;
+    std::uint32_t result = 0;
+    const auto succeeds = [&] { return (result = operation()) == 0; };
+    const int failures = fakes::CountFailures(succeeds, [&] {
       fakes::TakeLog();
-      if (result == 0) {
-        EXPECT_GT(allowed, 0);
-        return;
-      }
-      ASSERT_EQ(result, failure);
-      ASSERT_EQ(media_info_.references(), references);
-      ASSERT_EQ(picture_.references(), references);
-    }
-    FAIL() << "never succeeded";
+      EXPECT_EQ(result, failure);
+      EXPECT_EQ(media_info_.references(), references);
+      EXPECT_EQ(picture_.references(), references);
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(result, 0u);
   }
 
+  fakes::AllocationsSucceedAgain succeed_again_;
   fakes::PropertyReader reader_;
 };
 
@@ -96,7 +55,7 @@ TEST_F(OutOfMemoryTest, CreatesNoSession) {
   allocations_left = 1;
   EXPECT_EQ(service_->CreateSharedSession(0), nullptr);
   allocations_left = 0;
-  fails_once = true;
+  fakes::allocation_fails_once = true;
   EXPECT_EQ(service_->CreateSharedSession(0).use_count(), 0);
 }
 
