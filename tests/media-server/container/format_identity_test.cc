@@ -142,6 +142,12 @@ TEST(FormatIdentity, CompatibleBrandTellsAvifUnderAPlainMajorBrand) {
   EXPECT_EQ(ShortName(Ftyp("isom", "avif")), "mp4");
 }
 
+TEST(FormatIdentity, ProfilesMayBeTheMajorBrandOfAnImage) {
+  EXPECT_EQ(ShortName(Ftyp("MiHB", "mif1heic")), "heif");
+  EXPECT_EQ(ShortName(Ftyp("evms", "msf1")), "heif");
+  EXPECT_EQ(ShortName(Ftyp("MA1B", "avif")), "avif");
+}
+
 TEST(FormatIdentity, ImageBrandsAreStillImages) {
   for (const char* brand : {"heic", "heix", "hevc", "mif1", "msf1", "avis", "crx ", "jp2 ", "jxl "}) {
     EXPECT_EQ(Identify(Ftyp(brand))->kind, ContentKind::kStillImage) << brand;
