@@ -79,6 +79,7 @@ TEST(HeifHostile, ThousandsOfMetadataItemsThatOverlapCostTheirBudget) {
   EXPECT_TRUE(outcome.is_read);
   EXPECT_EQ(outcome.headers.metadata.exif.size(), 60004U);
   EXPECT_EQ(outcome.headers.metadata.xmp.size(), 30000U);
+  EXPECT_TRUE(outcome.headers.metadata.further_xmp.empty());
 }
 
 TEST(HeifHostile, MetadataLongerThanTheBudgetAreLeftOut) {

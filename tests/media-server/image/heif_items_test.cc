@@ -92,7 +92,8 @@ TEST(HeifItems, LeavesOutDataThatLieElsewhere) {
     return FullBox("meta", FullBox("iloc",
                                    Be(0x4400, 2) + Be(1, 2) + Be(1, 2) + Be(method, 2) + Be(data_reference, 2) +
                                        Be(1, 2) + Be(0, 4) + Be(4, 4),
-                                   1));
+                                   1) +
+                               Box("idat", "data"));
   };
   EXPECT_EQ(MetaFile(file_with(0, 0)).Data(1).size(), 4U);
   EXPECT_EQ(MetaFile(file_with(2, 0)).Data(1), "") << "a part of another item";
@@ -209,9 +210,13 @@ TEST(HeifItems, ManyExtentsAreRefused) {
 }
 
 TEST(HeifItems, FieldsWiderThan8BytesAreRefused) {
-  MetaFile file(
-      FullBox("meta", FullBox("iloc", Be(0xF400, 2) + Be(1, 2) + Be(1, 2) + Zeros(2) + Be(1, 2) + Zeros(19))));
-  EXPECT_EQ(file.Data(1), "");
+  const auto file_with = [](unsigned offset_size) {
+    return FullBox("meta", FullBox("iloc", Be(offset_size << 12 | 0x400, 2) + Be(1, 2) + Be(1, 2) + Zeros(2) +
+                                               Be(1, 2) + Zeros(offset_size) + Be(4, 4)));
+  };
+  EXPECT_EQ(MetaFile(file_with(8)).Data(1).size(), 4U);
+  EXPECT_EQ(MetaFile(file_with(9)).Data(1), "");
+  EXPECT_EQ(MetaFile(file_with(15)).Data(1), "");
 }
 
 TEST(HeifItems, BoxesWithoutASizeThatCanBeEndTheWalk) {

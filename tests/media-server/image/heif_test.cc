@@ -140,6 +140,18 @@ TEST(Heif, AGridIsCodedAsItsTiles) {
   EXPECT_EQ(headers.fourcc, FourCC("av01"));
 }
 
+TEST(Heif, DerivationsMayStandOnDerivations) {
+  HeifFile file = OnePicture();
+  file.items = {{.id = 1, .type = "tmap", .properties = {1}},
+                {.id = 2, .type = "iovl"},
+                {.id = 3, .type = "grid"},
+                {.id = 4, .type = "hvc1"}};
+  file.references = {{.type = "dimg", .from = 1, .to = {2, 4}},
+                     {.type = "dimg", .from = 2, .to = {3}},
+                     {.type = "dimg", .from = 3, .to = {4}}};
+  EXPECT_EQ(Read(file.Bytes()).fourcc, FourCC("hvc1"));
+}
+
 TEST(Heif, AGridOrOverlayWithoutExtentsIsSizedByItsPayload) {
   // Version; flags: bit 0 for sizes of 32 bits.
   const std::string rows_and_columns = Be(5, 1) + Be(7, 1);

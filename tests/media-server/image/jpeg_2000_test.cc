@@ -109,6 +109,11 @@ TEST(Jpeg2000, OneComponentMoreThanColoursIsAlpha) {
   }
 }
 
+TEST(Jpeg2000, AColourProfileIsNotTakenForANumber) {
+  const std::string profile = Box("colr", Be(2, 1) + Be(0, 2) + Be(16, 4));
+  EXPECT_EQ(Read(Jp2(ImageHeader(1, 1, 4) + profile)).alpha, imagecore::kAlphaNone);
+}
+
 TEST(Jpeg2000, ABoxByItsIdentifierHoldsMetadata) {
   const std::string xmp_id = "\xbe\x7a\xcf\xcb\x97\xa9\x42\xe8\x9c\x71\x99\x94\x91\xe3\xaf\xac";
   const std::string iptc_id = "\x33\xc7\xa4\xd2\xb8\x1d\x47\x23\xa0\xba\xf1\xa3\xe0\x97\xad\x38";

@@ -108,7 +108,7 @@ TEST(JpegXlCodestream, AlphaMayStandBehindOtherChannels) {
   JpegXlBits bits = UpToExtraChannels().Put(2, 2).Put(2, 4);  // 2 + 2 channels
   PutChannel(bits, 1);                                        // depth
   PutChannel(bits, 2, 0, 4);                                  // a spot colour
-  for (int i = 0; i < 4; ++i) bits.Put(0x3C00, 16);           // its red, green, blue and solidity
+  for (int i = 0; i < 4; ++i) bits.Put(0xFFFF, 16);           // its red, green, blue and solidity
   PutChannel(bits, 2, 3, 4).Put(1, 2).Put(3, 2);              // a colour filter and its number
   bits.Put(0, 1)                                              // not all default
       .Put(0, 2)                                              // alpha
