@@ -59,6 +59,8 @@ TEST(OpenExr, ChannelAIsPremultipliedAlpha) {
 TEST(OpenExr, CutChannelListTellsNothing) {
   const std::string list = Attribute("channels", "chlist", "B\0"s + Zeros(10));
   EXPECT_FALSE(Read(File(list + DataWindow(Window(0, 0, 1, 1))))->alpha);
+  const std::string name = Attribute("channels", "chlist", "B");
+  EXPECT_FALSE(Read(File(name + DataWindow(Window(0, 0, 1, 1))))->alpha);
 }
 
 TEST(OpenExr, FirstPartOfSeveralCounts) {
