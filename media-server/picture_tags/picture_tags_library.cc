@@ -30,6 +30,7 @@ extern "C" PLATFORM_EXPORT void ReadMediaServerPictureTags(const media_server::i
   static_cast<void>(quiet);
   // In the order of precedence: a label in XMP is the one that the standard asks for, all else is Exif's before XMP's.
   Guarded([&] { picture_tags::ReadXmpLabel(metadata.xmp, *tags); });
+  for (const auto& packet : metadata.further_xmp) Guarded([&] { picture_tags::ReadXmpLabel(packet, *tags); });
   Guarded([&] { picture_tags::ReadExifTags(metadata.exif, *tags); });
   Guarded([&] { picture_tags::ReadXmpTags(metadata.xmp, *tags); });
   Guarded([&] { picture_tags::ReadIptcTags(metadata.iptc, *tags); });

@@ -7,12 +7,13 @@
 #include <exiv2/xmp_exiv2.hpp>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "media-server/image/orientation.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/metadata/xmp_label.h"
+#include "media-server/picture_tags/compact_xmp.h"
 #include "media-server/picture_tags/tag_values.h"
-#include "media-server/picture_tags/xml_nesting.h"
 
 namespace media_server::picture_tags {
 namespace {
@@ -61,11 +62,15 @@ void ReadPlace(std::string_view text, std::string_view letters, double most, std
 
 /// One property: whether its fact is still wanted, and how its text is taken for it.
 struct Property {
-  std::string_view local_name;
-  const char* key;  // Exiv2's
+  XmpName name;
   bool (*is_wanted)(const PictureTags& tags);
   void (*read)(const std::string& text, PictureTags& tags);
 };
+
+constexpr std::string_view kTiff = "http://ns.adobe.com/tiff/1.0/";
+constexpr std::string_view kExif = "http://ns.adobe.com/exif/1.0/";
+constexpr std::string_view kXmp = "http://ns.adobe.com/xap/1.0/";
+constexpr std::string_view kPhotoshop = "http://ns.adobe.com/photoshop/1.0/";
 
 constexpr auto kLacksCreated = [](const PictureTags& tags) { return !tags.created; };
 constexpr auto kReadCreated = [](const std::string& text, PictureTags& tags) {
@@ -75,44 +80,62 @@ constexpr auto kLacksExposure = [](const PictureTags& tags) { return !tags.expos
 
 // In the order of precedence.
 constexpr Property kProperties[] = {
-    {"Make", "Xmp.tiff.Make", [](const PictureTags& tags) { return !tags.maker; },
+    {{"tiff", kTiff, "Make"},
+     [](const PictureTags& tags) { return !tags.maker; },
      [](const std::string& text, PictureTags& tags) { tags.maker = TextOf(text); }},
-    {"Model", "Xmp.tiff.Model", [](const PictureTags& tags) { return !tags.model; },
+    {{"tiff", kTiff, "Model"},
+     [](const PictureTags& tags) { return !tags.model; },
      [](const std::string& text, PictureTags& tags) { tags.model = TextOf(text); }},
-    {"DateTimeOriginal", "Xmp.exif.DateTimeOriginal", kLacksCreated, kReadCreated},
-    {"CreateDate", "Xmp.xmp.CreateDate", kLacksCreated, kReadCreated},
-    {"DateCreated", "Xmp.photoshop.DateCreated", kLacksCreated, kReadCreated},
-    {"ModifyDate", "Xmp.xmp.ModifyDate", [](const PictureTags& tags) { return !tags.modified; },
+    {{"exif", kExif, "DateTimeOriginal"}, kLacksCreated, kReadCreated},
+    {{"xmp", kXmp, "CreateDate"}, kLacksCreated, kReadCreated},
+    {{"photoshop", kPhotoshop, "DateCreated"}, kLacksCreated, kReadCreated},
+    {{"xmp", kXmp, "ModifyDate"},
+     [](const PictureTags& tags) { return !tags.modified; },
      [](const std::string& text, PictureTags& tags) { tags.modified = ParseLocalTimestamp(text); }},
-    {"ExposureTime", "Xmp.exif.ExposureTime", kLacksExposure,
+    {{"exif", kExif, "ExposureTime"},
+     kLacksExposure,
      [](const std::string& text, PictureTags& tags) {
        tags.exposure_time_s = ExposureOf(ParseQuotient(text).value_or(0));
      }},
-    {"ShutterSpeedValue", "Xmp.exif.ShutterSpeedValue", kLacksExposure,
+    {{"exif", kExif, "ShutterSpeedValue"},
+     kLacksExposure,
      [](const std::string& text, PictureTags& tags) {
        const auto stops = ParseQuotient(text);
        if (stops) tags.exposure_time_s = ExposureOf(std::exp2(-*stops));
      }},
-    {"Orientation", "Xmp.tiff.Orientation", [](const PictureTags& tags) { return !tags.orientation; },
+    {{"tiff", kTiff, "Orientation"},
+     [](const PictureTags& tags) { return !tags.orientation; },
      [](const std::string& text, PictureTags& tags) {
        if (text.size() == 1 && text[0] > '0') {
          tags.orientation = image::OrientationFromExif(static_cast<std::uint32_t>(text[0] - '0'));
        }
      }},
-    {"GPSLatitude", "Xmp.exif.GPSLatitude", [](const PictureTags& tags) { return !tags.latitude_degrees; },
+    {{"exif", kExif, "GPSLatitude"},
+     [](const PictureTags& tags) { return !tags.latitude_degrees; },
      [](const std::string& text, PictureTags& tags) {
        ReadPlace(text, "NS", 90, tags.latitude_degrees, tags.latitude_ref);
      }},
-    {"GPSLongitude", "Xmp.exif.GPSLongitude", [](const PictureTags& tags) { return !tags.longitude_degrees; },
+    {{"exif", kExif, "GPSLongitude"},
+     [](const PictureTags& tags) { return !tags.longitude_degrees; },
      [](const std::string& text, PictureTags& tags) {
        ReadPlace(text, "EW", 180, tags.longitude_degrees, tags.longitude_ref);
      }},
 };
 
-bool NamesWantedProperty(std::string_view packet, const PictureTags& tags) {
-  return std::ranges::any_of(kProperties, [&](const Property& property) {
-    return property.is_wanted(tags) && packet.find(property.local_name) != packet.npos;
-  });
+/// The properties of facts that are still wanted, where the packet has their names somewhere in its text. Looking for
+/// them is cheap, and in most packets there are none: Exif told it all.
+std::vector<XmpName> WantedNames(std::string_view packet, const PictureTags& tags) {
+  std::vector<XmpName> names;
+  for (const Property& property : kProperties) {
+    if (!property.is_wanted(tags) || packet.find(property.name.local_name) == packet.npos) continue;
+    names.push_back(property.name);
+  }
+  return names;
+}
+
+std::string KeyOf(const XmpName& name) {
+  std::string key = "Xmp.";
+  return key.append(name.prefix).append(".").append(name.local_name);
 }
 
 /// Exiv2's lock is for its namespaces alone, and the first call sets up the toolkit below it.
@@ -131,12 +154,15 @@ void ReadXmpLabel(std::string_view packet, PictureTags& tags) {
 void ReadXmpTags(std::string_view packet, PictureTags& tags) {
   // A packet may be padded with NULs behind its end.
   packet = packet.substr(0, packet.find('\0'));
-  if (!NamesWantedProperty(packet, tags) || !IsShallowXml(packet)) return;
+  const auto wanted = WantedNames(packet, tags);
+  if (wanted.empty()) return;
+  const std::string compact = CompactXmp(packet, wanted);
+  if (compact.empty()) return;
   Exiv2::XmpData data;
-  Decode(std::string(packet), data);
+  Decode(compact, data);
   for (const Property& property : kProperties) {
     if (!property.is_wanted(tags)) continue;
-    const auto found = data.findKey(Exiv2::XmpKey(property.key));
+    const auto found = data.findKey(Exiv2::XmpKey(KeyOf(property.name)));
     if (found != data.end()) property.read(found->toString(), tags);
   }
 }
