@@ -4,16 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "media-server/codec/av1.h"
 #include "media-server/codec/h264.h"
 #include "media-server/codec/hevc.h"
-#include "media-server/codec/image_size.h"
 #include "media-server/codec/mpeg2.h"
 #include "media-server/codec/mpeg4_visual.h"
 #include "media-server/codec/prores.h"
+#include "media-server/codec/video_usability.h"
 #include "media-server/codec/vp9.h"
+#include "media-server/image/image_reader.h"
+#include "media-server/io/span_source.h"
 #include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
@@ -130,10 +133,20 @@ PictureHeader ReadProRes(AVStream& stream, const SampleReader& samples) {
   return header;
 }
 
+// A cover's declared type is often wrong: its bytes decide.
 PictureHeader ReadCover(AVStream& stream, const SampleReader&) {
   const AVPacket& picture = stream.attached_pic;
-  return {.parameters = codec::ReadImageSize({picture.data, static_cast<std::size_t>(std::max(picture.size, 0))})
-                            .value_or(PictureParameters())};
+  SpanSource source({picture.data, static_cast<std::size_t>(std::max(picture.size, 0))});
+  std::string reason;
+  const auto headers = image::ReadPictureHeaders(source, &reason);
+  PictureHeader header;
+  if (!headers || !codec::SetPictureSize(header.parameters, headers->size->width, headers->size->height, 0, 0)) {
+    return header;
+  }
+  header.parameters.bit_depth = headers->bit_depth;
+  header.parameters.chroma_sampling = headers->chroma_sampling;
+  if (headers->alpha) header.parameters.alpha = *headers->alpha != imagecore::kAlphaNone;
+  return header;
 }
 
 // The container's copy of the header is all there is to read.
