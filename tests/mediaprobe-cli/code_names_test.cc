@@ -75,5 +75,13 @@ TEST(CodeNames, FourCcStartsWithTheLeastSignificantByte) {
   EXPECT_EQ(FourCcText(0), std::nullopt);
 }
 
+TEST(CodeNames, PictureTypes) {
+  EXPECT_EQ(PictureTypeName(1), "JPEG");
+  EXPECT_EQ(PictureTypeName(11), "camera raw");
+  EXPECT_EQ(PictureTypeName(13), "SVG");
+  EXPECT_EQ(PictureTypeName(99), std::nullopt);
+  EXPECT_EQ(PictureTypeName(0), std::nullopt);
+}
+
 }  // namespace
 }  // namespace mediaprobe

@@ -50,7 +50,9 @@ TEST_F(CommandLineTest, Defaults) {
   const Options options = ParseGood({"a.mp4"});
   EXPECT_THAT(options.inputs, ElementsAre("a.mp4"));
   EXPECT_EQ(options.form, OutputForm::kText);
+  EXPECT_EQ(options.service, ServiceChoice::kAuto);
   EXPECT_EQ(options.key, "");
+  EXPECT_FALSE(options.uuid);
   EXPECT_EQ(options.log_level, kCoreLogOff);
 }
 
@@ -80,6 +82,19 @@ TEST_F(CommandLineTest, OutputFormsExcludeEachOther) {
   }
 }
 
+TEST_F(CommandLineTest, Services) {
+  EXPECT_EQ(ParseGood({"--service", "auto", "a"}).service, ServiceChoice::kAuto);
+  EXPECT_EQ(ParseGood({"--service", "media", "a"}).service, ServiceChoice::kMedia);
+  EXPECT_EQ(ParseGood({"--service=image", "a"}).service, ServiceChoice::kImage);
+  EXPECT_EQ(ParseGood({"--service", "svg", "a"}).service, ServiceChoice::kSvg);
+  EXPECT_EQ(ParseToExit({"--service", "sound", "a"}).status, 2);
+}
+
+TEST_F(CommandLineTest, Uuid) {
+  EXPECT_TRUE(ParseGood({"-u", "a"}).uuid);
+  EXPECT_TRUE(ParseGood({"--uuid", "a"}).uuid);
+}
+
 TEST_F(CommandLineTest, LogLevels) {
   EXPECT_EQ(ParseGood({"--log-level", "trace", "a"}).log_level, 2);
   EXPECT_EQ(ParseGood({"--log-level=fatal", "a"}).log_level, 7);
@@ -100,7 +115,8 @@ TEST_F(CommandLineTest, WrongUsageNamesTheFault) {
 TEST_F(CommandLineTest, HelpAndVersionNeedNoInput) {
   const EarlyExit help = ParseToExit({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char* option : {"--text", "--json", "--ndjson", "--key", "--key-file", "--log-level", "--version"}) {
+  for (const char* option :
+       {"--text", "--json", "--ndjson", "--key", "--uuid", "--service", "--key-file", "--log-level", "--version"}) {
     EXPECT_THAT(help.text, HasSubstr(option));
   }
   const EarlyExit version = ParseToExit({"--version"});

@@ -48,6 +48,16 @@ TEST(FailureReason, ThenTheServiceAndLastAGeneralWord) {
   EXPECT_EQ(ReasonForPath(path, ""), "not a media file");
 }
 
+TEST(FailureReason, OfASequenceTheFirstFrameIsLookedAtAndNamed) {
+  const ScratchFolder folder;
+  const std::string pattern = folder.path() + "/f_[01-10].png";
+  const InputPath input{"", pattern, /*is_sequence=*/true};
+  EXPECT_EQ(FailureReason(input, "not opened", "not an image"), "no such file: " + folder.path() + "/f_01.png");
+  folder.AddFile("f_01.png");
+  EXPECT_EQ(FailureReason(input, "file ends early", "not an image"), "file ends early: " + folder.path() + "/f_01.png");
+  EXPECT_EQ(FailureReason(input, "", "not an image"), "not an image: " + folder.path() + "/f_01.png");
+}
+
 TEST(FailureReason, NetworkUrlsHaveNoFile) {
   EXPECT_EQ(FailureReason({"http://h/a", std::nullopt}, "server answered 404", "not a media file"),
             "server answered 404");

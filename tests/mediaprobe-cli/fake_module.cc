@@ -1,14 +1,25 @@
-/// A module whose media file service answers by the name of the file that it is given: what the tool makes of that is
-/// tested without any media. "full" tells everything, "plain" nothing but its format, "odd" has texts that are not fit
-/// to be shown, "locked" opens with one key only; everything else is no media file.
+/// A module whose services answer by the name of the file that they are given: what the tool makes of that is tested
+/// without any media. Of media files, "full" tells everything, "plain" nothing but its format, "odd" has texts that are
+/// not fit to be shown, "locked" opens with one key only. "photo" is an image that tells everything, "frame" the first
+/// one of a sequence, "movie" an animation, "torn" an image that is damaged; "drawing" is an SVG. Everything else is
+/// none of all that. "slow" and "gone" are media whose UUID takes a minute, after a file
+/// "slow.begun" has told that it begins, and cannot be had.
 
 #include <sys/stat.h>
 
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <thread>
 
 #include "core/error_text.h"
 #include "core/log.h"
 #include "fake_media.h"
+#include "fake_services.h"
+#include "media_server/refusals.h"
 #include "mediainfo/metedata_keys.h"
 #include "mediainfo/service_ids.h"
 #include "service/module_descriptor.h"
@@ -35,40 +46,113 @@ std::shared_ptr<FakeFile> MakeOddFile() {
   return file;
 }
 
+bool IsFile(const std::string& path) {
+  struct stat status;
+  return path.starts_with('/') && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+std::string NameIn(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+bool IsImage(const std::string& name) {
+  return name.starts_with("photo") || name.starts_with("frame") || name.starts_with("movie") ||
+         name.starts_with("torn");
+}
+
 std::shared_ptr<FakeFile> Open(const std::string& url, const std::string& key) {
   // As the module does: of a URL with a protocol the first six characters go.
   const std::string path = url.find(":/") == std::string::npos ? url : url.substr(6);
-  struct stat status;
-  const bool is_network = url.starts_with("http");
-  if (!is_network && (path.front() != '/' || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)))
-    return nullptr;
+  if (!url.starts_with("http") && !IsFile(path)) return nullptr;
 
-  const std::string name = path.substr(path.rfind('/') + 1);
+  const std::string name = NameIn(path);
   if (name.starts_with("full")) return MakeFullFile();
   if (name.starts_with("plain")) return MakePlainFile();
   if (name.starts_with("odd")) return MakeOddFile();
+  if (name.starts_with("slow") || name.starts_with("gone")) return MakePlainFile();
   if (name.starts_with("locked")) {
     if (key == kKey) return MakePlainFile();
     CoreLogPrint("fake", kCoreLogError, "no file opens with %s", key.c_str());
     CoreSetErrorText("wrong key");
   }
   if (name.starts_with("short")) CoreSetErrorText("file ends early");
+  if (IsImage(name)) CoreSetErrorText(media_server::refusals::kStillImage);
+  if (name.starts_with("drawing")) CoreSetErrorText(media_server::refusals::kSvg);
   return nullptr;
 }
 
-service::IService* Create() { return new FakeMediaService(Open); }
+FakeImage OpenSequence(const std::string& pattern) {
+  FakeImage image;
+  image.is_read = IsFile(pattern.substr(0, pattern.rfind('[')) + "01.png");
+  image.width = 640;
+  image.height = 480;
+  image.duration_100ns = 4'000'000;
+  image.store->SetNumber(keys::kImageWidth, 640);
+  image.store->SetNumber(keys::kImageHeight, 480);
+  image.store->SetNumber(keys::kImagePicType, 2);
+  image.store->SetDegrees(keys::kImagePicSequenceDuration, 0.4);
+  image.store->SetNumber(keys::kImagePicSequenceTotalFrames, 10);
+  return image;
+}
+
+FakeImage OpenImage(const std::string& url) {
+  constexpr std::string_view kFileScheme = "file://";
+  constexpr std::string_view kSequenceScheme = "files://";
+  if (url.starts_with(kSequenceScheme)) return OpenSequence(url.substr(kSequenceScheme.size()));
+  const std::string path = url.substr(kFileScheme.size());
+  const std::string name = NameIn(path);
+  FakeImage image;
+  if (name.starts_with("photo")) image = MakeFullImage();
+  if (name.starts_with("movie")) {
+    image.duration_100ns = 12'000'000;
+    image.store->SetNumber(keys::kImagePicType, 3);
+    image.store->SetNumber(keys::kImageGifFrameRateNum, 10);
+    image.store->SetNumber(keys::kImageGifFrameRateDen, 1);
+  }
+  if (name.starts_with("torn")) CoreSetErrorText("the picture's header is damaged");
+  image.is_read = IsFile(path) && IsImage(name) && !name.starts_with("torn");
+  return image;
+}
+
+std::optional<FakeSvg> OpenSvg(char* url) {
+  const std::string path = url;
+  if (!IsFile(path) || !NameIn(path).starts_with("drawing")) return std::nullopt;
+  return FakeSvg{200, 100, 24, 12};
+}
+
+const char* Digest(const std::string& url) {
+  const std::string name = NameIn(url);
+  if (name.starts_with("slow")) {
+    const std::ofstream begun(url + ".begun");
+    std::this_thread::sleep_for(std::chrono::minutes(1));
+  }
+  if (!name.starts_with("gone")) return "0123456789abcdef0123456789abcdef";
+  CoreSetErrorText("cannot be read to its end");
+  return nullptr;
+}
+
+service::IService* CreateMedia() { return new FakeMediaService(Open); }
+service::IService* CreateImage() { return new FakeImageService(OpenImage); }
+service::IService* CreateSvg() { return new FakeSvgService(OpenSvg); }
+service::IService* CreateUuid() { return new FakeUuidService(Digest); }
 void Release(service::IService* service) { delete service; }
 
+constexpr service::ServiceDescriptor Descriptor(const char* name, const char* uuid, service::IService* (*create)()) {
+  return {.name = name,
+          .description = "made-up files",
+          .uuid = uuid,
+          .reserved3 = 0,
+          .init = nullptr,
+          .create = create,
+          .release = Release,
+          .reserved7 = 0,
+          .reserved8 = 0};
+}
+
 constexpr service::ServiceDescriptor kDescriptors[] = {
-    {.name = service::mediainfo::kMediaFileInfoServiceName,
-     .description = "made-up media files",
-     .uuid = service::mediainfo::kMediaFileInfoServiceUuid,
-     .reserved3 = 0,
-     .init = nullptr,
-     .create = Create,
-     .release = Release,
-     .reserved7 = 0,
-     .reserved8 = 0},
+    Descriptor(service::mediainfo::kMediaFileInfoServiceName, service::mediainfo::kMediaFileInfoServiceUuid,
+               CreateMedia),
+    Descriptor(service::mediainfo::kImageInfoServiceName, service::mediainfo::kImageInfoServiceUuid, CreateImage),
+    Descriptor(service::mediainfo::kSvgInfoServiceName, service::mediainfo::kSvgInfoServiceUuid, CreateSvg),
+    Descriptor(service::mediainfo::kMediaUuidServiceName, service::mediainfo::kMediaUuidServiceUuid, CreateUuid),
 };
 
 }  // namespace
@@ -77,7 +161,7 @@ constexpr service::ServiceDescriptor kDescriptors[] = {
 extern "C" PLATFORM_EXPORT bool GetServiceModuleInfo(const service::ServiceDescriptor** table, std::uint32_t* count) {
   if (table && count) {
     *table = mediaprobe::testing::kDescriptors;
-    *count = 1;
+    *count = static_cast<std::uint32_t>(std::size(mediaprobe::testing::kDescriptors));
   }
   return true;
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "scratch_folder.h"
 
 namespace mediaprobe {
@@ -66,6 +68,71 @@ TEST(InputPath, PercentEscapesAreReadWhereNoFileHasTheLiteralName) {
   EXPECT_EQ(ToInputPath("file:///v/My%20film%C3%a9.mp4").url, "/v/My film\xC3\xA9.mp4");
   EXPECT_EQ(ToInputPath("file:///v/%zz%4%00%").url, "/v/%zz%4%00%");
   EXPECT_EQ(ToInputPath("/v/a%20b.mp4").url, "/v/a%20b.mp4");
+}
+
+TEST(InputPath, SequencesAreNamesWithNumbersInBracketsThatNoFileHas) {
+  const ScratchFolder folder;
+  EXPECT_TRUE(ToInputPath(folder.path() + "/f_[1-3].png").is_sequence);
+  EXPECT_TRUE(ToInputPath("file://" + folder.path() + "/f_[1-3].png").is_sequence);
+  EXPECT_TRUE(ToInputPath("f_[1-3].png").is_sequence);
+  EXPECT_FALSE(ToInputPath(folder.path() + "/f.png").is_sequence);
+  EXPECT_FALSE(ToInputPath(folder.AddFile("g_[1-3].png")).is_sequence);
+  EXPECT_FALSE(ToInputPath("http://h/f_[1-3].png").is_sequence);
+}
+
+TEST(InputPath, SequenceUrls) {
+  const ScratchFolder folder;
+  EXPECT_TRUE(ToInputPath("files://" + folder.path() + "/f_[1-3].png").is_sequence);
+  EXPECT_TRUE(ToInputPath("files://" + folder.path() + "/none.png").is_sequence);
+  EXPECT_TRUE(ToInputPath("files://" + folder.AddFile("g_[1-3].png")).is_sequence);
+  EXPECT_FALSE(ToInputPath("files://" + folder.AddFile("a.mp4")).is_sequence);
+}
+
+/// What the image service makes of a URL: the first scheme that matches is dropped, one that is followed by a slash
+/// only where a second one follows.
+std::string PathOfImageService(const std::string& url) {
+  for (const std::string scheme : {"file://", "files://", "file:/", "files:/"}) {
+    const std::string rest = url.substr(std::min(scheme.size(), url.size()));
+    if (url.starts_with(scheme) && (!rest.starts_with("/") || rest.starts_with("//"))) return rest;
+  }
+  return {};
+}
+
+TEST(InputPath, ImageServiceFindsThePath) {
+  EXPECT_EQ(ImageUrl(ToInputPath("/v/a.png")), "file:///v/a.png");
+  EXPECT_EQ(ImageUrl(ToInputPath("/v/a_[1-3].png")), "files:///v/a_[1-3].png");
+  // One slash more in front names the same file.
+  for (const char* path : {"/v/a.png", "/v/c:/a.png", "/files://x", "/v/a%20[x].png", "/v/\xff.png"}) {
+    EXPECT_EQ(PathOfImageService(ImageUrl(ToInputPath(path))), "/" + std::string(path));
+  }
+  EXPECT_EQ(PathOfImageService(ImageUrl(ToInputPath("//v/a.png"))), "//v/a.png");
+  EXPECT_EQ(PathOfImageService(ImageUrl(ToInputPath("/v/a_[1-3].png"))), "//v/a_[1-3].png");
+}
+
+TEST(InputPath, UuidServiceFindsThePath) {
+  for (const char* path : {"/v/a.png", "/v/c:/a.png", "/files://x", "/v/file:/a.png"}) {
+    EXPECT_EQ(PathOfService(UuidUrl(ToInputPath(path))), path);
+  }
+  EXPECT_EQ(UuidUrl(ToInputPath("/v/a_[1-3].png")), "files:///v/a_[1-3].png");
+  EXPECT_EQ(UuidUrl(ToInputPath("http://h/a")), "http://h/a");
+}
+
+TEST(InputPath, FollowsTheServiceToTheFileWithTheOtherLetterCase) {
+  const ScratchFolder folder;
+  folder.AddFile("a.png");
+  folder.AddFile("c:/b.png");
+  InputPath path = ToInputPath(folder.path() + "/a.PNG");
+  FollowService(path, folder.path() + "/a.png");
+  EXPECT_EQ(path.url, folder.path() + "/a.png");
+  EXPECT_EQ(path.local_path, folder.path() + "/a.png");
+
+  InputPath with_colon = ToInputPath(folder.path() + "/c:/b.PNG");
+  FollowService(with_colon, "file:/" + folder.path() + "/c:/b.png");
+  EXPECT_EQ(with_colon.local_path, folder.path() + "/c:/b.png");
+
+  InputPath missing = ToInputPath(folder.path() + "/x.PNG");
+  FollowService(missing, folder.path() + "/x.png");
+  EXPECT_EQ(missing.local_path, folder.path() + "/x.PNG");
 }
 
 TEST(InputPath, EmptyInputStaysEmpty) { EXPECT_EQ(ToInputPath("").url, ""); }

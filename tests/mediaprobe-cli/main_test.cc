@@ -6,6 +6,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -189,6 +191,100 @@ TEST_F(MainTest, KeyIsShownNowhere) {
   EXPECT_THAT(outcome.errors, HasSubstr("no file opens with ***"));
   EXPECT_THAT(outcome.errors, HasSubstr("mediaprobe: locked.mp4: wrong key"));
   EXPECT_THAT(outcome.errors + outcome.output, Not(HasSubstr("0123456789abcdef")));
+}
+
+TEST_F(MainTest, ImagesSvgsAndSequencesAreAnsweredByTheirServices) {
+  folder_.AddFile("photo.mp4");
+  folder_.AddFile("movie.gif");
+  folder_.AddFile("drawing.txt");
+  folder_.AddFile("frame01.png");
+  const Outcome outcome = Run("photo.mp4 movie.gif drawing.txt 'frame[01-10].png'");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_EQ(outcome.output,
+            "photo.mp4: JPEG, 4000x3000\n"
+            "  orientation  flipped horizontal, rotated 90\n"
+            "  created      2023-05-17 12:20:30 +02:00\n"
+            "  modified     2024-01-02 04:04:05 +01:00\n"
+            "  place        33.8568 S, 151.2153 E\n"
+            "  camera       Acme Cam 9, 1/125 s\n"
+            "  AI label     Label 1, ContentProducer Studio\n"
+            "\n"
+            "movie.gif: GIF, 0:00:01.200, 10 fps\n"
+            "\n"
+            "drawing.txt: SVG, 200x100 (view box 24x12)\n"
+            "\n"
+            "frame[01-10].png: PNG, 640x480, 10 frames, 0:00:00.400\n");
+}
+
+TEST_F(MainTest, RecordsSayWhichServiceAnswered) {
+  folder_.AddFile("photo.jpg");
+  folder_.AddFile("drawing.svg");
+  const json records = json::parse(Run("--json photo.jpg drawing.svg 'frame[01-10].png'").output);
+  EXPECT_EQ(records[0]["service"], "image");
+  EXPECT_EQ(records[0]["rotation"], 90);
+  EXPECT_EQ(records[0]["flip"], "horizontal");
+  EXPECT_EQ(records[1], json({{"input", "drawing.svg"},
+                              {"service", "svg"},
+                              {"status", "ok"},
+                              {"width", 200},
+                              {"height", 100},
+                              {"view_width", 24},
+                              {"view_height", 12}}));
+  EXPECT_EQ(records[2]["service"], "image");
+  EXPECT_EQ(records[2]["error"], "no such file: " + folder_.path() + "/frame01.png");
+}
+
+TEST_F(MainTest, ForcedServicesRefuseInWords) {
+  folder_.AddFile("photo.jpg");
+  folder_.AddFile("full.mp4");
+  EXPECT_EQ(Run("--service media photo.jpg").errors, "mediaprobe: photo.jpg: a still image, not a media file\n");
+  EXPECT_EQ(Run("--service image full.mp4").errors, "mediaprobe: full.mp4: not an image\n");
+  EXPECT_EQ(Run("--service svg full.mp4").errors, "mediaprobe: full.mp4: not an SVG image\n");
+  EXPECT_EQ(Run("--service image photo.jpg").status, 0);
+}
+
+TEST_F(MainTest, UuidIsToldWhenAskedFor) {
+  for (const char* name : {"plain.wav", "photo.jpg", "drawing.svg", "frame01.png"}) folder_.AddFile(name);
+  const json records = json::parse(Run("-u --json plain.wav photo.jpg drawing.svg 'frame[01-10].png'").output);
+  for (const json& record : records) EXPECT_EQ(record["uuid"], "0123456789abcdef0123456789abcdef");
+  EXPECT_EQ(Run("--uuid drawing.svg").output,
+            "drawing.svg: SVG, 200x100 (view box 24x12)\n"
+            "  UUID  0123456789abcdef0123456789abcdef\n");
+  EXPECT_THAT(Run("drawing.svg").output, Not(HasSubstr("UUID")));
+}
+
+TEST_F(MainTest, UuidThatCannotBeHadIsAFailureBesideTheAnswer) {
+  folder_.AddFile("gone.wav");
+  const Outcome outcome = Run("--uuid --ndjson gone.wav");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "mediaprobe: gone.wav: no UUID: cannot be read to its end\n");
+  const json record = json::parse(outcome.output);
+  EXPECT_EQ(record["status"], "ok");
+  EXPECT_FALSE(record.contains("uuid"));
+}
+
+TEST_F(MainTest, InterruptEndsAtOnceWithValidOutput) {
+  folder_.AddFile("plain.wav");
+  const std::string slow = folder_.AddFile("slow.wav");
+  const std::string output = outputs_.path() + "/output";
+  const pid_t tool = fork();
+  if (tool == 0) {
+    if (std::freopen(output.c_str(), "w", stdout)) {
+      execl(MEDIAPROBE, MEDIAPROBE, "--json", "--uuid", "plain.wav", "slow.wav", "plain.wav", nullptr);
+    }
+    _exit(99);
+  }
+  // The digest of the fake module, which takes a minute, leaves this file when it begins.
+  for (int i = 0; i < 3'000 && access((slow + ".begun").c_str(), F_OK) != 0; ++i) usleep(10'000);
+  kill(tool, SIGINT);
+  int status = 0;
+  ASSERT_EQ(waitpid(tool, &status, 0), tool);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 130);
+  const json records = json::parse(ContentOf(output));
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(records[0]["input"], "plain.wav");
 }
 
 TEST_F(MainTest, LogIsSilentUnlessAskedFor) {

@@ -100,6 +100,38 @@ TEST(MetadataReader, WideTextsThatFillTheirBufferHaveNoTerminator) {
   EXPECT_EQ(metadata.size(), 1u);
 }
 
+TEST(MetadataReader, ImageValuesStandInTheOrderOfTheStore) {
+  FakeStore store;
+  store.SetNumber(keys::kAlphaMode, 0);
+  store.SetNumber(keys::kImageFlag, 5);
+  store.SetText(keys::kImageAigcMetaData, "by a machine");
+  store.SetDate(keys::kImageCreateDate, 0);
+  store.SetDate(keys::kImageModifyDate, -1);
+  store.SetText(keys::kImageCameraMaker, "");
+  store.SetDegrees(keys::kImageExposureTime, std::numeric_limits<double>::infinity());
+  store.SetDegrees(keys::kImageGifDuration, 1.5);
+  const Metadata metadata = ReadImageMetadata(store);
+  EXPECT_EQ(KeysOf(metadata), (std::vector<std::string_view>{
+                                  "Image_Metedata_Flag", "Image_Metedata_CreateDate", "Image_Metedata_GifDuration",
+                                  "Image_Metedata_AIGCMetaData", "MediaFile_Metedata_ALPHA_MODE"}));
+  EXPECT_EQ(MetadataInteger(metadata, keys::kAlphaMode), 0);
+  EXPECT_EQ(MetadataNumber(metadata, keys::kImageGifDuration), 1.5);
+  EXPECT_EQ(MetadataNumber(metadata, keys::kImageFlag), std::nullopt);
+}
+
+TEST(MetadataReader, PlaceOfAnImage) {
+  FakeStore store;
+  store.SetDegrees(keys::kImageGpsLatitude, 33.8568);
+  store.SetText(keys::kImageGpsLatitudeRef, "S");
+  store.SetDegrees(keys::kImageGpsLongitude, 151.2153);
+  EXPECT_FALSE(MetadataLocation(ReadImageMetadata(store)));
+  store.SetText(keys::kImageGpsLongitudeRef, "E");
+  const auto place = MetadataLocation(ReadImageMetadata(store));
+  ASSERT_TRUE(place);
+  EXPECT_EQ(place->latitude, -33.8568);
+  EXPECT_EQ(place->longitude, 151.2153);
+}
+
 class LocationTest : public ::testing::Test {
  protected:
   std::optional<Location> Read(double latitude, const char* north, double longitude, const char* east) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace mediaprobe {
 namespace {
 
@@ -39,6 +41,20 @@ TEST(QuantityText, Rates) {
   EXPECT_EQ(SampleRateText(44'100), "44.1 kHz");
   EXPECT_EQ(SampleRateText(11'025), "11.025 kHz");
   EXPECT_EQ(SampleRateText(999), "999 Hz");
+}
+
+TEST(QuantityText, ExposuresAreFractionsAsOnCameras) {
+  EXPECT_EQ(ExposureText(0.008), "1/125 s");
+  EXPECT_EQ(ExposureText(1.0 / 8000), "1/8000 s");
+  EXPECT_EQ(ExposureText(0.25), "1/4 s");
+  EXPECT_EQ(ExposureText(0.3), "0.3 s");
+  EXPECT_EQ(ExposureText(30), "30 s");
+  for (const double none : {0.0, -1.0, 1e-300, 1e300, std::nan("")}) EXPECT_EQ(ExposureText(none), "") << none;
+}
+
+TEST(QuantityText, ShortSizes) {
+  EXPECT_EQ(ShortSizeText(512), "512 B");
+  EXPECT_EQ(ShortSizeText(1'268'000'000), "1.27 GB");
 }
 
 TEST(QuantityText, Channels) {

@@ -163,6 +163,50 @@ TEST(RecordJson, FailuresKeepTheKeysThatAreAlwaysThere) {
                                    R"("format":"","format_long":"","fourcc":"","programs":[],"metadata":{}})");
 }
 
+Record FullImageRecord() {
+  Record record;
+  record.input = "a.gif";
+  record.uuid = "0123456789abcdef0123456789abcdef";
+  record.aigc = "by a machine";
+  ImageRecord image;
+  image.width = 4000;
+  image.height = 3000;
+  image.duration_100ns = 12'000'000;
+  image.frame_count = 30;
+  image.rotation_degrees = 0;
+  image.flip = "vertical";
+  image.metadata = {{"Image_Metedata_ExposureTime", 0.008}};
+  record.answer = image;
+  return record;
+}
+
+TEST(RecordJson, Images) {
+  EXPECT_EQ(ToJson(FullImageRecord()).dump(),
+            R"({"input":"a.gif","service":"image","status":"ok","uuid":"0123456789abcdef0123456789abcdef",)"
+            R"("aigc":"by a machine","width":4000,"height":3000,"duration":1.2,"frame_count":30,"rotation":0,)"
+            R"("flip":"vertical","metadata":{"Image_Metedata_ExposureTime":0.008}})");
+}
+
+TEST(RecordJson, ImagesThatTellNothing) {
+  Record record;
+  record.input = "a.gif";
+  record.error = "not an image";
+  record.answer.emplace<ImageRecord>();
+  EXPECT_EQ(ToJson(record).dump(),
+            R"({"input":"a.gif","service":"image","status":"error","error":"not an image","metadata":{}})");
+}
+
+TEST(RecordJson, Svgs) {
+  Record record;
+  record.input = "a.svg";
+  record.answer = SvgRecord{200, 100, 24, 12};
+  EXPECT_EQ(ToJson(record).dump(),
+            R"({"input":"a.svg","service":"svg","status":"ok","width":200,"height":100,"view_width":24,)"
+            R"("view_height":12})");
+  record.answer = SvgRecord{};
+  EXPECT_EQ(ToJson(record).dump(), R"({"input":"a.svg","service":"svg","status":"ok"})");
+}
+
 TEST(RecordJson, LabelThatIsNoJsonIsAText) {
   Record record;
   record.aigc = "by a machine";
