@@ -13,13 +13,13 @@ import jsonschema
 TOOL, SCHEMA = sys.argv[1:3]
 
 
-def records(*names):
+def records(*names, options=()):
     """Records of made-up files, which the fake module knows by their names."""
     with tempfile.TemporaryDirectory() as folder:
         for name in names:
-            if name != b"none.mp4":
+            if not name.startswith(b"none") and b"[" not in name:
                 pathlib.Path(os.fsdecode(os.path.join(os.fsencode(folder), name))).write_text("x")
-        done = subprocess.run([TOOL, "--ndjson", *names], cwd=folder, capture_output=True, timeout=60)
+        done = subprocess.run([TOOL, "--ndjson", *options, *names], cwd=folder, capture_output=True, timeout=60)
     return [json.loads(line) for line in done.stdout.decode("utf-8").splitlines()]
 
 
@@ -29,37 +29,59 @@ class RecordSchemaTest(unittest.TestCase):
         schema = json.loads(pathlib.Path(SCHEMA).read_text(encoding="utf-8"))
         jsonschema.Draft202012Validator.check_schema(schema)
         cls.validator = jsonschema.Draft202012Validator(schema)
-        cls.full, = records(b"full.mp4")
+        cls.full, cls.photo, cls.movie, cls.frames, cls.drawing = records(
+            b"full.mp4", b"photo.jpg", b"movie.gif", b"frame[01-10].png", b"drawing.svg", b"frame01.png",
+            options=["--uuid"])[:5]
 
-    def assert_refused(self, change):
-        record = copy.deepcopy(self.full)
+    def assert_refused(self, change, record=None):
+        record = copy.deepcopy(record or self.full)
         change(record)
         self.assertFalse(self.validator.is_valid(record))
 
     def test_records_of_all_kinds_are_valid(self):
-        made = records(b"full.mp4", b"plain.wav", b"odd\xff.wav", b"none.mp4", b"short.mp4")
-        self.assertEqual([record["status"] for record in made], ["ok", "ok", "ok", "error", "error"])
-        for record in made:
+        made = records(b"full.mp4", b"plain.wav", b"odd\xff.wav", b"photo.jpg", b"movie.gif", b"drawing.svg", b"none.mp4",
+                       b"short.mp4", b"torn.jpg", b"none_[1-2].png")
+        self.assertEqual([record["status"] for record in made], ["ok"] * 6 + ["error"] * 4)
+        self.assertEqual([record["service"] for record in made],
+                         ["media"] * 3 + ["image"] * 2 + ["svg"] + ["media"] * 2 + ["image"] * 2)
+        forced, = records(b"full.mp4", options=["--service", "svg"])
+        for record in made + [forced, self.full, self.photo, self.movie, self.frames, self.drawing]:
             self.validator.validate(record)
 
-    def test_full_record_has_every_key_of_the_schema(self):
-        def keys(definition, value):
-            self.assertEqual(set(definition["properties"]) - set(value), set(), definition["properties"].keys())
-
+    def test_records_together_have_every_key_of_the_schema(self):
         definitions = self.validator.schema["$defs"]
-        top = dict(self.validator.schema["properties"])
-        del top["error"]
-        keys({"properties": top}, self.full)
+
+        def keys(properties, *values):
+            self.assertEqual(set(properties) - set().union(*values), set())
+
+        common = self.validator.schema["properties"]
+        keys(set(common) - {"error"}, self.full)
+        keys(set(common) - {"error"}, self.photo)
+        keys(definitions["media"]["properties"], self.full)
+        keys(definitions["image"]["properties"], self.photo, self.frames)
+        keys(definitions["svg"]["properties"], self.drawing)
         program = self.full["programs"][0]
-        keys(definitions["program"], program)
+        keys(definitions["program"]["properties"], program)
         for kind in ("video", "audio", "subpicture"):
-            keys(definitions[kind], program[kind][0])
+            keys(definitions[kind]["properties"], program[kind][0])
 
     def test_keys_stand_in_the_order_of_the_schema(self):
-        order = [key for key in self.validator.schema["properties"] if key in self.full]
-        self.assertEqual(list(self.full), order)
+        schema = self.validator.schema
+        for record in (self.full, self.photo, self.movie, self.frames, self.drawing):
+            order = [*schema["properties"], *schema["$defs"][record["service"]]["properties"]]
+            self.assertEqual(list(record), [key for key in order if key in record])
         video = self.full["programs"][0]["video"][0]
-        self.assertEqual(list(video), list(self.validator.schema["$defs"]["video"]["properties"]))
+        self.assertEqual(list(video), list(schema["$defs"]["video"]["properties"]))
+
+    def test_altered_records_of_images_and_svgs_are_refused(self):
+        for change in (lambda r: r.pop("metadata"), lambda r: r.update(format="jpeg"), lambda r: r.update(programs=[]),
+                       lambda r: r.update(rotation=45), lambda r: r.update(flip="both"), lambda r: r.update(width=0),
+                       lambda r: r.update(uuid="0123"), lambda r: r.update(status="error", error="torn"),
+                       lambda r: r["metadata"].update(Width=1), lambda r: r.update(frame_count=0)):
+            self.assert_refused(change, self.photo)
+        for change in (lambda r: r.pop("width"), lambda r: r.update(metadata={}), lambda r: r.update(duration=1),
+                       lambda r: r.update(view_width="24"), lambda r: r.update(service="image")):
+            self.assert_refused(change, self.drawing)
 
     def test_altered_records_are_refused(self):
         self.validator.validate(self.full)
