@@ -183,7 +183,7 @@ std::optional<HeifItems::Location> HeifItems::FindLocation(std::uint32_t id) con
   const std::size_t length_size = sizes >> 8 & 0xF;
   const std::size_t base_offset_size = sizes >> 4 & 0xF;
   const std::size_t index_size = head.version == 0 ? 0 : sizes & 0xF;
-  if (std::ranges::max({offset_size, length_size, base_offset_size, index_size}) > 8) return std::nullopt;
+  if (std::max({offset_size, length_size, base_offset_size, index_size}) > 8) return std::nullopt;
   reader.Skip(head.version < 2 ? 2 : 4);  // count: the box's size tells it too
   while (reader.Remaining() > 0) {
     const std::uint32_t item = head.version < 2 ? reader.Be16() : reader.Be32();
