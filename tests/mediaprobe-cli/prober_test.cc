@@ -54,6 +54,7 @@ class ProberTest : public ::testing::Test {
   }
 
   ScratchFolder folder_;
+  bool image_is_read_ = true;
   const char* refusal_ = nullptr;  ///< of the media service; null: it opens everything
   std::vector<std::string> uuid_urls_;
   std::vector<std::string> acquired_;
@@ -62,8 +63,12 @@ class ProberTest : public ::testing::Test {
         CoreSetErrorText(refusal_);
         return refusal_ ? nullptr : testing::MakeFullFile();
       });
-  std::shared_ptr<FakeImageService> image_ =
-      std::make_shared<FakeImageService>([](const std::string&) { return testing::MakeFullImage(); });
+  std::shared_ptr<FakeImageService> image_ = std::make_shared<FakeImageService>([this](const std::string&) {
+    CoreSetErrorText(nullptr);
+    FakeImage image = testing::MakeFullImage();
+    image.is_read = image_is_read_;
+    return image;
+  });
   std::map<std::string, std::shared_ptr<service::IService>> services_ = {
       {kMediaFileInfoServiceName, media_},
       {kImageInfoServiceName, image_},
@@ -78,10 +83,10 @@ class ProberTest : public ::testing::Test {
 };
 
 TEST_F(ProberTest, MediaNeedsNoOtherService) {
-  const Record record = Probe(folder_.AddFile("a.png"));
+  const Record record = Probe(folder_.AddFile("a.mp4"));
   EXPECT_TRUE(IsBy<MediaRecord>(record));
   EXPECT_EQ(record.error, std::nullopt);
-  EXPECT_EQ(record.input, folder_.path() + "/a.png");
+  EXPECT_EQ(record.input, folder_.path() + "/a.mp4");
   EXPECT_EQ(record.uuid, std::nullopt);
   EXPECT_THAT(acquired_, ElementsAre(kMediaFileInfoServiceName));
 }
@@ -103,9 +108,30 @@ TEST_F(ProberTest, WhatTheMediaServiceTakesForAnSvgGoesToTheSvgService) {
   EXPECT_THAT(acquired_, ElementsAre(kMediaFileInfoServiceName, kSvgInfoServiceName));
 }
 
+TEST_F(ProberTest, WhatIsNamedLikeAPictureGoesToTheImageServiceFirst) {
+  EXPECT_TRUE(IsBy<ImageRecord>(Probe(folder_.AddFile("a.jpg"))));
+  EXPECT_THAT(acquired_, ElementsAre(kImageInfoServiceName));
+}
+
+TEST_F(ProberTest, NamesDecideNothing) {
+  const std::string path = folder_.AddFile("a.jpg");
+  image_is_read_ = false;
+  const Record media = Probe(path);
+  EXPECT_TRUE(IsBy<MediaRecord>(media));
+  EXPECT_EQ(media.error, std::nullopt);
+  refusal_ = "not a media file";
+  EXPECT_TRUE(IsBy<MediaRecord>(Probe(path)));
+  EXPECT_EQ(Probe(path).error, "not a media file");
+  refusal_ = refusals::kSvg;
+  EXPECT_TRUE(IsBy<SvgRecord>(Probe(path)));
+  refusal_ = refusals::kStillImage;
+  EXPECT_TRUE(IsBy<ImageRecord>(Probe(path)));
+  EXPECT_EQ(Probe(path).error, "not an image");
+}
+
 TEST_F(ProberTest, OtherRefusalsAreTheAnswer) {
   refusal_ = "file ends early";
-  const Record record = Probe(folder_.AddFile("a.png"));
+  const Record record = Probe(folder_.AddFile("a.mp4"));
   EXPECT_TRUE(IsBy<MediaRecord>(record));
   EXPECT_EQ(record.error, "file ends early");
   EXPECT_THAT(acquired_, ElementsAre(kMediaFileInfoServiceName));
