@@ -47,7 +47,7 @@ void CheckHeaders(const PictureHeaders& headers) {
 }
 
 std::optional<PictureHeaders> Read(std::span<const std::uint8_t> bytes) {
-  FuzzedSource source(bytes);
+  fuzz::FuzzedSource source(bytes);
   std::string reason;
   auto headers = ReadPictureHeaders(source, &reason);
   FUZZ_CHECK(headers.has_value() == reason.empty());
