@@ -1,15 +1,28 @@
 #include "media-server/image/netpbm.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <string_view>
 
 #include "media-server/container/byte_reader.h"
+#include "media-server/image/fourcc.h"
 
 namespace media_server::image {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+/// The formats by the letter behind their "P".
+struct Kind {
+  char letter;
+  std::uint32_t fourcc;
+};
+constexpr std::array kKinds = {
+    Kind{'1', FourCC("PBM ")}, Kind{'2', FourCC("PGM ")}, Kind{'3', FourCC("PPM ")},
+    Kind{'4', FourCC("PBM ")}, Kind{'5', FourCC("PGM ")}, Kind{'6', FourCC("PPM ")},
+    Kind{'7', FourCC("PAM ")}, Kind{'F', FourCC("PFM ")}, Kind{'f', FourCC("PFM ")},
+};
 
 /// The next word of a header and what follows it; comments run from '#' to the end of their line.
 std::string_view TakeWord(std::string_view& text) {
@@ -66,9 +79,11 @@ bool ReadNetpbm(IByteSource& source, PictureHeaders& headers) {
   for (const std::size_t size : {kUsualHeader, kMostHeader}) {
     const auto bytes = ReadBytes(source, 0, size);
     std::string_view text = AsText(bytes);
-    const bool is_pam = text.starts_with("P7");
-    text.remove_prefix(std::min<std::size_t>(2, text.size()));
-    if (is_pam ? ReadArbitraryMap(text, headers) : ReadPlain(text, headers)) return true;
+    const auto kind = text.size() < 2 ? kKinds.end() : std::ranges::find(kKinds, text[1], &Kind::letter);
+    if (kind == kKinds.end()) return false;
+    headers.fourcc = kind->fourcc;
+    text.remove_prefix(2);
+    if (kind->letter == '7' ? ReadArbitraryMap(text, headers) : ReadPlain(text, headers)) return true;
   }
   return false;
 }

@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "media-server/container/byte_reader.h"
+#include "media-server/image/fourcc.h"
 #include "media-server/image/header_window.h"
 
 namespace media_server::image {
@@ -52,6 +53,7 @@ bool ReadOpenExr(IByteSource& source, PictureHeaders& headers) {
   constexpr std::size_t kMostNames = 2 * 256 + 4;  // name and type of up to 255 characters, size of the value
   HeaderWindow window(source);
   headers.type = imagecore::kPictureOpenExr;
+  headers.fourcc = FourCC("EXR ");
   std::uint64_t offset = 8;  // magic number, version and flags
   for (int i = 0; i < kMostAttributes && !(headers.size && headers.alpha); ++i) {
     const auto bytes = window.View(offset, kMostNames);

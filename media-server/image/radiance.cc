@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "media-server/container/byte_reader.h"
+#include "media-server/image/fourcc.h"
 #include "media-server/image/scan_order.h"
 
 namespace media_server::image {
@@ -40,6 +41,7 @@ bool ReadResolution(std::string_view line, PictureHeaders& headers) {
   headers.size = PictureSize{pixels->length, lines->length};
   headers.orientation =
       OrientationOf({.columns_first = columns_first, .from_right = x.sign == '-', .from_bottom = y.sign == '+'});
+  headers.fourcc = FourCC("HDR ");
   headers.alpha = imagecore::kAlphaNone;
   return true;
 }

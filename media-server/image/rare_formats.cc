@@ -29,6 +29,7 @@ bool ReadBigEndianSize(IByteSource& source, std::uint64_t offset, PictureHeaders
 }  // namespace
 
 bool ReadFarbfeld(IByteSource& source, PictureHeaders& headers) {
+  headers.fourcc = FourCC("FF  ");
   headers.alpha = imagecore::kAlphaStraight;
   return ReadBigEndianSize(source, 8, headers);
 }
@@ -45,7 +46,7 @@ bool ReadDpx(IByteSource& source, PictureHeaders& headers) {
   const std::uint32_t width = is_big_endian ? reader.Be32() : reader.Le32();
   const std::uint32_t height = is_big_endian ? reader.Be32() : reader.Le32();
   if (!reader.Ok()) return false;
-  headers.fourcc = FourCC(is_big_endian ? "SDPX" : "XPDS");
+  headers.fourcc = FourCC("DPX ");
   headers.size = PictureSize{width, height};
   if (orientation <= kLastOrientation) {
     // By lines, then by columns; in each, the bits say from which sides.
@@ -58,6 +59,7 @@ bool ReadDpx(IByteSource& source, PictureHeaders& headers) {
 }
 
 bool ReadXcf(IByteSource& source, PictureHeaders& headers) {
+  headers.fourcc = FourCC("XCF ");
   constexpr std::uint64_t kMagicAndVersion = 14;
   return ReadBigEndianSize(source, kMagicAndVersion, headers);
 }
@@ -88,6 +90,7 @@ bool ReadIlbm(IByteSource& source, PictureHeaders& headers) {
 }
 
 bool ReadSgi(IByteSource& source, PictureHeaders& headers) {
+  headers.fourcc = FourCC("SGI ");
   const auto bytes = ReadBytes(source, 4, 8);
   ByteReader reader(bytes);
   const std::uint16_t dimensions = reader.Be16();
@@ -102,11 +105,13 @@ bool ReadSgi(IByteSource& source, PictureHeaders& headers) {
 }
 
 bool ReadSunRaster(IByteSource& source, PictureHeaders& headers) {
+  headers.fourcc = FourCC("RAS ");
   headers.alpha = imagecore::kAlphaNone;
   return ReadBigEndianSize(source, 4, headers);
 }
 
 bool ReadPcx(IByteSource& source, PictureHeaders& headers) {
+  headers.fourcc = FourCC("PCX ");
   const auto bytes = ReadBytes(source, 4, 8);
   ByteReader reader(bytes);
   const std::uint16_t left = reader.Le16();
@@ -120,6 +125,7 @@ bool ReadPcx(IByteSource& source, PictureHeaders& headers) {
 }
 
 bool ReadJng(IByteSource& source, PictureHeaders& headers) {
+  headers.fourcc = FourCC("JNG ");
   constexpr std::uint64_t kColorType = 24;
   constexpr std::uint8_t kFirstTypeWithAlpha = 12;
   const auto color_type = ReadBytes(source, kColorType, 1);
@@ -128,6 +134,7 @@ bool ReadJng(IByteSource& source, PictureHeaders& headers) {
 }
 
 bool ReadBpg(IByteSource& source, PictureHeaders& headers) {
+  headers.fourcc = FourCC("BPG ");
   const auto bytes = ReadBytes(source, 4, 2 + 5 + 5);
   ByteReader reader(bytes);
   const bool has_alpha = (reader.U8() & 0x10) != 0;
@@ -172,7 +179,7 @@ bool ReadJpegXr(IByteSource& source, PictureHeaders& headers) {
     if (tag == kImageWidth) size.width = number;
     if (tag == kImageHeight) size.height = number;
   }
-  headers.fourcc = FourCC("WMPH");
+  headers.fourcc = FourCC("JXR ");
   headers.size = size;
   return size.width > 0 && size.height > 0;
 }

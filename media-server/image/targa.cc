@@ -45,7 +45,7 @@ bool ReadTarga(IByteSource& source, PictureHeaders& headers) {
   reader.Skip(1);  // depth
   const std::uint8_t descriptor = reader.U8();
   if (!reader.Ok()) return false;
-  headers.fourcc = FourCC("tga ");
+  headers.fourcc = FourCC("TGA ");
   headers.size = PictureSize{width, height};
   headers.alpha = AlphaOf(source, descriptor & 0x0F);
   return true;

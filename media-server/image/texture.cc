@@ -102,6 +102,7 @@ bool ReadKtx(IByteSource& source, PictureHeaders& headers) {
   const std::uint32_t width = is_big_endian ? reader.Be32() : reader.Le32();
   const std::uint32_t height = is_big_endian ? reader.Be32() : reader.Le32();
   if (!reader.Ok()) return false;
+  headers.fourcc = FourCC("KTX ");
   headers.size = PictureSize{width, std::max(height, 1U)};
   return true;
 }

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "media-server/image/fourcc.h"
 #include "tests/media-server/container/memory_source.h"
 
 namespace media_server::image {
@@ -27,6 +28,14 @@ TEST(Netpbm, WidthStandsBeforeHeight) {
   }
 }
 
+TEST(Netpbm, CodeIsThatOfTheFormat) {
+  EXPECT_EQ(Read("P1 1 1\n1")->fourcc, FourCC("PBM "));
+  EXPECT_EQ(Read("P5 1 1\n1")->fourcc, FourCC("PGM "));
+  EXPECT_EQ(Read("P6 1 1\n1")->fourcc, FourCC("PPM "));
+  EXPECT_EQ(Read("Pf 1 1\n1")->fourcc, FourCC("PFM "));
+  EXPECT_EQ(Read("P7\nWIDTH 1\nHEIGHT 1\nENDHDR\n")->fourcc, FourCC("PAM "));
+}
+
 TEST(Netpbm, CommentsMayStandAnywhere) {
   EXPECT_EQ(Read("P5 # 1 2\n#3\n\t37# 4\r\n# 5\n 23#\n")->size, (PictureSize{37, 23}));
   EXPECT_EQ(Read("P6\n#" + std::string(60000, 'x') + "\n37 23\n")->size, (PictureSize{37, 23}));
@@ -43,7 +52,7 @@ TEST(Netpbm, ArbitraryMapsHaveLinesInAnyOrder) {
 }
 
 TEST(Netpbm, WhatIsNoNumberOrMissingIsNone) {
-  for (const char* text : {"P5", "P5 37", "P5 37 23", "P5 -37 23 ", "P5 37x 23 ", "P5 99999999999 23 ",
+  for (const char* text : {"", "P", "P5", "P5 37", "P5 37 23", "P5 -37 23 ", "P5 37x 23 ", "P5 99999999999 23 ",
                            "P7\nWIDTH 37\nENDHDR\n", "P7\nWIDTH 37\nHEIGHT 23\n", "P7\nWIDTH\nHEIGHT 23\nENDHDR\n"}) {
     EXPECT_FALSE(Read(text)) << text;
   }

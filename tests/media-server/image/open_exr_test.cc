@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "media-server/image/fourcc.h"
 #include "tests/media-server/container/memory_source.h"
 
 namespace media_server::image {
@@ -48,6 +49,7 @@ TEST(OpenExr, StoredPictureIsTheDataWindow) {
   ASSERT_TRUE(headers);
   EXPECT_EQ(headers->size, (PictureSize{37, 23}));
   EXPECT_EQ(headers->type, imagecore::kPictureOpenExr);
+  EXPECT_EQ(headers->fourcc, FourCC("EXR "));
   EXPECT_EQ(headers->alpha, imagecore::kAlphaNone);
 }
 

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "media-server/image/fourcc.h"
 #include "tests/media-server/container/memory_source.h"
 
 namespace media_server::image {
@@ -25,6 +26,7 @@ TEST(Radiance, ResolutionStandsBehindTheEmptyLine) {
   const auto headers = Read("#?RADIANCE\n# -Y 1 +X 1\nVIEW= -vtv\nFORMAT=32-bit_rle_rgbe\n\n-Y 23 +X 37\npixels");
   ASSERT_TRUE(headers);
   EXPECT_EQ(headers->size, (PictureSize{37, 23}));
+  EXPECT_EQ(headers->fourcc, FourCC("HDR "));
   EXPECT_EQ(headers->alpha, kAlphaNone);
   EXPECT_EQ(Read("#?RGBE\r\n\r\n-Y 23 +X 37\r\n")->size, (PictureSize{37, 23}));
 }

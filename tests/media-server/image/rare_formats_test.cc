@@ -21,22 +21,23 @@ std::optional<PictureHeaders> Read(Reader reader, const std::string& bytes) {
   return headers;
 }
 
-/// `header` is 37 by 23 pixels and nothing when it is cut.
-void ExpectSize(Reader reader, const std::string& header) {
+/// `header` is 37 by 23 pixels of this code, and nothing when it is cut.
+void ExpectSize(Reader reader, std::string_view code, const std::string& header) {
   const auto headers = Read(reader, header);
   ASSERT_TRUE(headers);
   EXPECT_EQ(headers->size, (PictureSize{37, 23}));
+  EXPECT_EQ(headers->fourcc, FourCC(code));
   for (std::size_t size = 0; size < header.size(); ++size) EXPECT_FALSE(Read(reader, header.substr(0, size))) << size;
 }
 
 TEST(Farbfeld, SizeStandsBehindTheMagic) {
-  ExpectSize(ReadFarbfeld, "farbfeld" + Be(37, 4) + Be(23, 4));
+  ExpectSize(ReadFarbfeld, "FF  ", "farbfeld" + Be(37, 4) + Be(23, 4));
   EXPECT_EQ(Read(ReadFarbfeld, "farbfeld" + Be(37, 4) + Be(23, 4))->alpha, kAlphaStraight);
 }
 
 TEST(Dpx, ImageHeaderHasTheFilesByteOrder) {
-  ExpectSize(ReadDpx, "SDPX" + Zeros(764) + Be(0, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4));
-  ExpectSize(ReadDpx, "XPDS" + Zeros(764) + Le(0, 2) + Le(1, 2) + Le(37, 4) + Le(23, 4));
+  ExpectSize(ReadDpx, "DPX ", "SDPX" + Zeros(764) + Be(0, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4));
+  ExpectSize(ReadDpx, "DPX ", "XPDS" + Zeros(764) + Le(0, 2) + Le(1, 2) + Le(37, 4) + Le(23, 4));
 }
 
 TEST(Dpx, OrientationIsTheOrderOfPixels) {
@@ -50,11 +51,11 @@ TEST(Dpx, OrientationIsTheOrderOfPixels) {
   EXPECT_FALSE(Read(ReadDpx, "SDPX" + Zeros(764) + Be(0xFFFF, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4))->orientation);
 }
 
-TEST(Xcf, CanvasStandsBehindTheVersion) { ExpectSize(ReadXcf, "gimp xcf v011\0"s + Be(37, 4) + Be(23, 4)); }
+TEST(Xcf, CanvasStandsBehindTheVersion) { ExpectSize(ReadXcf, "XCF ", "gimp xcf v011\0"s + Be(37, 4) + Be(23, 4)); }
 
 TEST(Ilbm, BitmapHeaderIsFoundBehindOtherChunks) {
   const std::string file = "FORM" + Be(100, 4) + "ILBM" + "ANNO" + Be(3, 4) + "abc\0"s;
-  ExpectSize(ReadIlbm, file + "BMHD" + Be(20, 4) + Be(37, 2) + Be(23, 2) + Zeros(4) + "\x08\0"s);
+  ExpectSize(ReadIlbm, "ILBM", file + "BMHD" + Be(20, 4) + Be(37, 2) + Be(23, 2) + Zeros(4) + "\x08\0"s);
   EXPECT_EQ(Read(ReadIlbm, file + "BMHD" + Be(20, 4) + Be(37, 2) + Be(23, 2) + Zeros(4) + "\x08\0"s)->alpha,
             kAlphaNone);
   EXPECT_EQ(Read(ReadIlbm, file + "BMHD" + Be(20, 4) + Be(37, 2) + Be(23, 2) + Zeros(4) + "\x08\1"s)->alpha,
@@ -75,7 +76,7 @@ std::string Sgi(std::uint16_t dimensions, std::uint16_t channels) {
 }
 
 TEST(Sgi, DimensionsSayWhichSizesCount) {
-  ExpectSize(ReadSgi, Sgi(3, 3));
+  ExpectSize(ReadSgi, "SGI ", Sgi(3, 3));
   EXPECT_EQ(Read(ReadSgi, Sgi(1, 4))->size, (PictureSize{37, 1}));
   EXPECT_EQ(Read(ReadSgi, Sgi(3, 3))->alpha, kAlphaNone);
   EXPECT_EQ(Read(ReadSgi, Sgi(3, 4))->alpha, kAlphaStraight);
@@ -83,16 +84,18 @@ TEST(Sgi, DimensionsSayWhichSizesCount) {
   EXPECT_EQ(Read(ReadSgi, Sgi(2, 4))->alpha, kAlphaNone);
 }
 
-TEST(SunRaster, SizeStandsBehindTheMagic) { ExpectSize(ReadSunRaster, "\x59\xa6\x6a\x95" + Be(37, 4) + Be(23, 4)); }
+TEST(SunRaster, SizeStandsBehindTheMagic) {
+  ExpectSize(ReadSunRaster, "RAS ", "\x59\xa6\x6a\x95" + Be(37, 4) + Be(23, 4));
+}
 
 TEST(Pcx, SizeIsTheWindow) {
-  ExpectSize(ReadPcx, "\x0a\5\1\x08"s + Le(2, 2) + Le(3, 2) + Le(38, 2) + Le(25, 2));
+  ExpectSize(ReadPcx, "PCX ", "\x0a\5\1\x08"s + Le(2, 2) + Le(3, 2) + Le(38, 2) + Le(25, 2));
   EXPECT_FALSE(Read(ReadPcx, "\x0a\5\1\x08"s + Le(2, 2) + Le(3, 2) + Le(1, 2) + Le(25, 2)));
 }
 
 TEST(Jng, HeaderChunkTellsSizeAndAlpha) {
   const std::string header = "\x8bJNG\r\n\x1a\n"s + Be(16, 4) + "JHDR" + Be(37, 4) + Be(23, 4);
-  ExpectSize(ReadJng, header);
+  ExpectSize(ReadJng, "JNG ", header);
   EXPECT_EQ(Read(ReadJng, header + '\x0a')->alpha, kAlphaNone);
   EXPECT_EQ(Read(ReadJng, header + '\x0e')->alpha, kAlphaStraight);
 }
@@ -102,6 +105,7 @@ TEST(Bpg, NumbersHaveSevenBitsAByte) {
   const std::string size = "\x25\x17\0\0\0\0\0\0\0\0"s;
   EXPECT_EQ(Read(ReadBpg, magic + "\x20\0"s + size)->size, (PictureSize{37, 23}));
   EXPECT_EQ(Read(ReadBpg, magic + "\x20\0\x87\x68\x8a\0"s + Zeros(6))->size, (PictureSize{1000, 1280}));
+  EXPECT_EQ(Read(ReadBpg, magic + "\x20\0"s + size)->fourcc, FourCC("BPG "));
   EXPECT_FALSE(Read(ReadBpg, magic + "\x20\0\x87"s));
   EXPECT_EQ(Read(ReadBpg, magic + "\x20\0"s + size)->alpha, kAlphaNone);
   EXPECT_EQ(Read(ReadBpg, magic + "\x30\0"s + size)->alpha, kAlphaStraight);

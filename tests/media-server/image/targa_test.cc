@@ -37,7 +37,7 @@ TEST(Targa, HeaderTellsTheSize) {
   ASSERT_TRUE(headers);
   EXPECT_EQ(headers->size, (PictureSize{37, 23}));
   EXPECT_EQ(headers->type, imagecore::kPictureOther);
-  EXPECT_EQ(headers->fourcc, FourCC("tga "));
+  EXPECT_EQ(headers->fourcc, FourCC("TGA "));
   EXPECT_FALSE(headers->orientation);
 }
 

@@ -78,6 +78,7 @@ TEST(Ktx, FirstVersionHasItsOwnByteOrder) {
             (PictureSize{37, 23}));
   EXPECT_EQ(Read(ReadKtx, magic + Be(0x04030201, 4) + Zeros(4 * 5) + Be(37, 4) + Be(23, 4))->size,
             (PictureSize{37, 23}));
+  EXPECT_EQ(Read(ReadKtx, magic + Le(0x04030201, 4) + Zeros(4 * 5) + Le(37, 4) + Le(23, 4))->fourcc, FourCC("KTX "));
   EXPECT_FALSE(Read(ReadKtx, magic + Le(0x04030201, 4) + Zeros(4 * 5) + Le(37, 4)));
 }
 
