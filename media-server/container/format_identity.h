@@ -31,10 +31,10 @@ struct FormatIdentity {
 };
 
 /// Recognises the format of `source` from its first 4 KiB and, where ID3v2 tags stand in front (up to 16 in a row),
-/// from the 4 KiB behind them; of XML, gzip included, up to 64 KiB are read until the root element is met. Formats whose
-/// sync word is short (MPEG audio, ADTS, AC-3, DTS, transport streams) are only named when several frames in a row prove
-/// them; TGA, which has none, is only named when nothing else is. Empty when the bytes prove nothing: libavformat may
-/// then probe the file.
+/// from the 4 KiB behind them; of XML, gzip included, up to 64 KiB are read until the root element is met. Formats
+/// whose sync word is short (MPEG audio, ADTS, AC-3, DTS, transport streams) are only named when several frames in a
+/// row prove them; TGA, which has none, is only named when nothing else is. Empty when the bytes prove nothing:
+/// libavformat may then probe the file.
 std::optional<FormatIdentity> IdentifyFormat(IByteSource& source);
 
 /// Names of the format that libavformat's demuxer `demuxer` reads, where it is one of those `IdentifyFormat` knows.
