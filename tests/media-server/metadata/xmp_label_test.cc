@@ -69,5 +69,15 @@ TEST(XmpLabelTest, DoesNotBlowUpOnNestedEntities) {
   EXPECT_EQ(label, std::nullopt);
 }
 
+TEST(XmpLabelTest, DoesNotRecurseIntoEntitiesOfEntities) {
+  constexpr int kEntities = 40'000;
+  std::string packet = "<!DOCTYPE r [<!ENTITY e0 'x'>";
+  for (int i = 1; i < kEntities; ++i) {
+    packet += "<!ENTITY e" + std::to_string(i) + " '&e" + std::to_string(i - 1) + ";'>";
+  }
+  packet += "]><r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'><a:AIGC>&e39999;</a:AIGC></r>";
+  EXPECT_EQ(ReadXmpAigcLabel(packet), std::nullopt);
+}
+
 }  // namespace
 }  // namespace media_server
