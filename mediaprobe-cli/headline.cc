@@ -37,6 +37,8 @@ std::string FrameRate(const Metadata& metadata) {
   return numerator > 0 && denominator > 0 ? FrameRateText(core::Rational{numerator, denominator}) : std::string();
 }
 
+std::string FramesText(std::uint32_t count) { return std::to_string(count) + (count == 1 ? " frame" : " frames"); }
+
 void Append(std::string& line, const std::string& part) {
   if (!part.empty()) line += ", " + part;
 }
@@ -52,10 +54,10 @@ std::string HeadlineOf(const MediaRecord& media) {
 std::string HeadlineOf(const ImageRecord& image) {
   std::string line = FormatOf(image.metadata);
   Append(line, SizePair(image.width, image.height));
-  if (image.frame_count)
-    Append(line, std::to_string(*image.frame_count) + (*image.frame_count == 1 ? " frame" : " frames"));
+  if (image.frame_count) Append(line, FramesText(*image.frame_count));
   if (image.duration_100ns) Append(line, DurationText(*image.duration_100ns));
-  Append(line, FrameRate(image.metadata));
+  // In a sequence it would be the rate of a first frame that is an animation.
+  if (!image.frame_count) Append(line, FrameRate(image.metadata));
   return line;
 }
 

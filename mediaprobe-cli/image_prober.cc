@@ -1,5 +1,7 @@
 #include "image_prober.h"
 
+#include <cmath>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -9,6 +11,7 @@
 #include "failure_reason.h"
 #include "mediainfo/iimage_info.h"
 #include "mediainfo/metedata_keys.h"
+#include "mediainfo/result.h"
 #include "metadata_reader.h"
 #include "picture_sequence.h"
 #include "service_session.h"
@@ -18,12 +21,12 @@ namespace {
 
 namespace keys = service::mediainfo::metedata_keys;
 using service::mediainfo::IImageInfo;
+using service::mediainfo::kTicksPerSecond;
 
 /// What an image session told after one SetPath.
 struct ImageAnswer {
   bool is_read = false;
   Metadata metadata;
-  std::uint64_t duration_100ns = 0;
 };
 
 ImageAnswer Ask(IImageInfo& image, const std::string& url) {
@@ -35,7 +38,6 @@ ImageAnswer Ask(IImageInfo& image, const std::string& url) {
     CoreSetErrorText("the image service tells a size that is no number");
   }
   if (const auto store = image.GetMetadata()) answer.metadata = ReadImageMetadata(*store);
-  answer.duration_100ns = image.GetDuration();
   return answer;
 }
 
@@ -45,11 +47,17 @@ ImageAnswer AskForRanges(IImageInfo& image, const InputPath& path) {
   const ImageAnswer sequence = Ask(image, ImageUrl(path));
   CoreSetErrorText(nullptr);
   ImageAnswer answer = Ask(image, ImageUrl({{}, FirstFrame(*path.local_path)}));
-  answer.duration_100ns = sequence.duration_100ns;
   for (const char* key : {keys::kImagePicSequenceDuration, keys::kImagePicSequenceTotalFrames}) {
     if (const MetadataValue* value = FindMetadata(sequence.metadata, key)) answer.metadata.push_back({key, *value});
   }
   return answer;
+}
+
+/// That of a sequence from its own key: the service's answer may be that of a first frame which is an animation.
+std::uint64_t DurationOf(IImageInfo& image, const Metadata& metadata) {
+  const auto seconds = MetadataNumber(metadata, keys::kImagePicSequenceDuration);
+  if (!seconds) return image.GetDuration();
+  return static_cast<std::uint64_t>(std::llround(*seconds * static_cast<double>(kTicksPerSecond)));
 }
 
 std::optional<std::uint32_t> KnownAmount(std::int64_t value) {
@@ -61,13 +69,13 @@ std::optional<std::uint32_t> QuarterTurns(std::optional<std::int64_t> degrees) {
   return is_told ? std::optional(static_cast<std::uint32_t>(*degrees)) : std::nullopt;
 }
 
-void DescribeImage(IImageInfo& image, ImageAnswer&& told, Record& record) {
+void DescribeImage(IImageInfo& image, Metadata&& metadata_told, Record& record) {
   auto& answer = std::get<ImageRecord>(record.answer);
   answer.width = KnownAmount(image.GetWidth());
   answer.height = KnownAmount(image.GetHeight());
-  if (told.duration_100ns > 0) answer.duration_100ns = told.duration_100ns;
-  answer.metadata = std::move(told.metadata);
+  answer.metadata = std::move(metadata_told);
   const Metadata& metadata = answer.metadata;
+  if (const std::uint64_t duration = DurationOf(image, metadata); duration > 0) answer.duration_100ns = duration;
   answer.frame_count = KnownAmount(MetadataInteger(metadata, keys::kImagePicSequenceTotalFrames).value_or(0));
   answer.rotation_degrees = QuarterTurns(MetadataInteger(metadata, keys::kImageRotate));
   if (const auto flip = MetadataInteger(metadata, keys::kImageFlip)) {
@@ -105,7 +113,7 @@ Record ImageProber::Probe(const InputPath& path) const {
   if (frame_count.value_or(1) < 1) {
     record.error = *frame_count == 0 ? "a sequence without frames" : "a sequence of too many frames";
   } else {
-    DescribeImage(*image, std::move(told), record);
+    DescribeImage(*image, std::move(told.metadata), record);
   }
   return record;
 }

@@ -50,7 +50,7 @@ std::string PathOfFileUrl(std::string_view rest) {
   if (rest.starts_with(kLocalHost)) rest.remove_prefix(kLocalHost.size() - 1);
   while (rest.starts_with("//")) rest.remove_prefix(1);
   std::string path(rest);
-  return Exists(path) ? path : DecodePercent(path);
+  return Exists(path) || Exists(FirstFrame(path)) ? path : DecodePercent(path);
 }
 
 std::string Absolute(const std::string& path) {
@@ -79,8 +79,7 @@ InputPath ToInputPath(std::string_view input) {
   if (input.starts_with(kFileScheme)) path = PathOfFileUrl(input.substr(kFileScheme.size()));
   path = Absolute(path);
 
-  const bool has_brackets = IsSequencePattern(path);
-  const bool is_sequence = is_sequence_url ? has_brackets || !Exists(path) : has_brackets && !Exists(path);
+  const bool is_sequence = (is_sequence_url || IsSequencePattern(path)) && !Exists(path);
   return {FileUrl(path), path, is_sequence};
 }
 

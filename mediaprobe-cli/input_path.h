@@ -18,8 +18,7 @@ struct InputPath {
 /// looks like, and is made absolute. A path with ":/" in it, which a service would take for a URL with a protocol, is
 /// given as the "file:" URL that the service turns back into the same path.
 ///
-/// A path whose name has a sequence's bracket part is a sequence unless a file has that very name. A "files:" URL is
-/// one whether there is such a file or not, and also without a bracket part, unless that names a file.
+/// A "files:" URL, and a path whose name has a sequence's bracket part, is a sequence unless a file has that very name.
 InputPath ToInputPath(std::string_view input);
 
 /// The URL that the image service turns back into the path. The path must be there.

@@ -57,6 +57,7 @@ TEST(Headline, SequencesTellTheirFrames) {
   EXPECT_EQ(HeadlineOf(image), "image, 100 frames, 0:00:04.000");
   image.frame_count = 1;
   image.duration_100ns = 400'000;
+  image.metadata = {{keys::kImageGifFrameRateNum, std::int64_t{25}}, {keys::kImageGifFrameRateDen, std::int64_t{2}}};
   EXPECT_EQ(HeadlineOf(image), "image, 1 frame, 0:00:00.040");
 }
 

@@ -106,6 +106,15 @@ TEST(ImageProber, SequencesTellTheirFramesAndDuration) {
   EXPECT_EQ(Image(record).width, 640u);
 }
 
+TEST(ImageProber, DurationOfASequenceIsItsOwn) {
+  FakeImageService service([](const std::string&) {
+    FakeImage sequence = SequenceOf(57);
+    sequence.duration_100ns = 15'000'000;  // of a first frame that is an animation
+    return sequence;
+  });
+  EXPECT_EQ(Image(ImageProber(service).Probe(ToInputPath("/v/a_[1-57].png"))).duration_100ns, 22'800'000u);
+}
+
 TEST(ImageProber, OfSeveralRangesTheFirstFrameIsAskedForByItsName) {
   FakeImageService service([](const std::string& url) {
     if (!url.starts_with("files:")) {

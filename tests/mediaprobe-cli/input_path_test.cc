@@ -68,6 +68,9 @@ TEST(InputPath, PercentEscapesAreReadWhereNoFileHasTheLiteralName) {
   EXPECT_EQ(ToInputPath("file:///v/My%20film%C3%a9.mp4").url, "/v/My film\xC3\xA9.mp4");
   EXPECT_EQ(ToInputPath("file:///v/%zz%4%00%").url, "/v/%zz%4%00%");
   EXPECT_EQ(ToInputPath("/v/a%20b.mp4").url, "/v/a%20b.mp4");
+  folder.AddFile("f%20_1.png");
+  EXPECT_EQ(ToInputPath("files://" + folder.path() + "/f%20_[1-3].png").local_path, folder.path() + "/f%20_[1-3].png");
+  EXPECT_EQ(ToInputPath("files://" + folder.path() + "/g%20_[1-3].png").local_path, folder.path() + "/g _[1-3].png");
 }
 
 TEST(InputPath, SequencesAreNamesWithNumbersInBracketsThatNoFileHas) {
@@ -84,7 +87,7 @@ TEST(InputPath, SequenceUrls) {
   const ScratchFolder folder;
   EXPECT_TRUE(ToInputPath("files://" + folder.path() + "/f_[1-3].png").is_sequence);
   EXPECT_TRUE(ToInputPath("files://" + folder.path() + "/none.png").is_sequence);
-  EXPECT_TRUE(ToInputPath("files://" + folder.AddFile("g_[1-3].png")).is_sequence);
+  EXPECT_FALSE(ToInputPath("files://" + folder.AddFile("g_[1-3].png")).is_sequence);
   EXPECT_FALSE(ToInputPath("files://" + folder.AddFile("a.mp4")).is_sequence);
 }
 
