@@ -5,7 +5,6 @@
 #include "platform/com_ptr.h"
 #include "service-mediainfo/service_base.h"
 
-/// The image service's classes carry the names under which the framework knows them.
 namespace service::mediainfo::image {
 
 /// What the image library gives. Nothing here calls it: pictures are read through the media server, and the library

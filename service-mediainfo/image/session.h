@@ -14,8 +14,8 @@
 namespace service::mediainfo::image {
 
 /// Describes one image or sequence after the other. The media server belongs to the service, which outlives its
-/// sessions.
-class session final : public ISession, public IImageInfo {
+/// sessions. The class keeps the name that the framework knows it by.
+class session final : public ISession, public IImageInfo {  // NOLINT(readability-identifier-naming)
  public:
   /// `media_server` is borrowed; without one no image can be read.
   session(const ImageLibrary& library, media_server::IMediaServer* media_server)
