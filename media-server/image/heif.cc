@@ -7,6 +7,7 @@
 
 #include "media-server/container/mp4_boxes.h"
 #include "media-server/image/alpha_type.h"
+#include "media-server/image/box_uuids.h"
 #include "media-server/image/exif_payload.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/heif_items.h"
@@ -92,14 +93,17 @@ class HeifReader {
     bool has_movie = false;
     Mp4BoxRange range = boxes_.WholeInput();
     std::optional<HeifItems> items;
+    std::optional<Mp4Box> xmp;
     while (const auto box = boxes_.Next(range)) {
       if (box->Is("meta") && !items) items.emplace(boxes_, *box);
+      if (box->Is("uuid") && box->uuid == kXmpBox && !xmp) xmp = *box;
       has_movie = has_movie || box->Is("moov");
     }
     const auto primary = items ? items->PrimaryId() : std::nullopt;
     if (primary) ReadPicture(*items, *primary);
     if (has_movie) ReadHeifSequence(source_, headers_);
     if (primary) ReadMetadata(*items, *primary);
+    if (xmp) ReadXmpBox(*xmp);
     return headers_.size.has_value();
   }
 
@@ -172,22 +176,30 @@ class HeifReader {
         choice.of_nothing.push_back(item.id);
       }
     }
-    std::size_t room = kMostPayloadBytes;
     for (const std::uint32_t id : exif.Best(/*most=*/1)) {
-      auto block = items.ReadItem(source_, id, room);
-      room -= block.size();
+      auto block = items.ReadItem(source_, id, payload_room_);
+      payload_room_ -= block.size();
       headers_.metadata.exif = TiffOfExifBlock(std::move(block), ExifPrefix::kOffset);
     }
     for (const std::uint32_t id : xmp.Best(/*most=*/4)) {
-      const auto packet = items.ReadItem(source_, id, room);
-      room -= packet.size();
+      const auto packet = items.ReadItem(source_, id, payload_room_);
+      payload_room_ -= packet.size();
       headers_.metadata.AddXmp(AsText(packet));
     }
+  }
+
+  /// Editors write XMP into sequences as into any other ISO base media file (XMP specification part 3, 1.2.7.1).
+  void ReadXmpBox(const Mp4Box& box) {
+    if (box.clipped || box.payload_size > payload_room_) return;
+    const auto size = static_cast<std::size_t>(box.payload_size);
+    const auto packet = ReadBytes(source_, box.payload_offset, size);
+    if (packet.size() == size) headers_.metadata.AddXmp(AsText(packet));
   }
 
   IByteSource& source_;
   PictureHeaders& headers_;
   Mp4BoxReader boxes_;
+  std::size_t payload_room_ = kMostPayloadBytes;
 };
 
 }  // namespace

@@ -13,6 +13,7 @@ namespace {
 
 using namespace std::string_literals;
 
+const std::string kXmpId = "\xbe\x7a\xcf\xcb\x97\xa9\x42\xe8\x9c\x71\x99\x94\x91\xe3\xaf\xac";
 constexpr char kAlphaType[] = "urn:mpeg:mpegB:cicp:systems:auxiliary:alpha";
 
 /// One picture of 4032 x 3024.
@@ -279,6 +280,27 @@ TEST(Heif, MetadataOfAnotherItemAreLeftOut) {
   file.items.push_back({.id = 3, .type = "Exif", .data = Be(0, 4) + "II*\0map"s});
   file.references = {{.type = "cdsc", .from = 3, .to = {9}}};
   EXPECT_FALSE(Read(file.Bytes()).metadata.HasPayload());
+}
+
+TEST(Heif, XmpMayLieInABoxOfItsOwn) {
+  HeifFile file = OnePicture();
+  file.boxes_behind = Box("uuid", kXmpId + "<x/>") + Box("uuid", kXmpId + "<second/>");
+  EXPECT_EQ(Read(file.Bytes()).metadata.xmp, "<x/>");
+  file.boxes_behind = Box("uuid", kXmpId + std::string(112 * 1024, 'x'));
+  EXPECT_EQ(Read(file.Bytes()).metadata.xmp.size(), 112 * 1024U);
+  file.boxes_behind = Box("uuid", kXmpId + std::string(112 * 1024 + 1, 'x'));
+  EXPECT_EQ(Read(file.Bytes()).metadata.xmp, "");
+  file.boxes_behind = Box("uuid", std::string(16, 'o') + "<x/>");
+  EXPECT_EQ(Read(file.Bytes()).metadata.xmp, "");
+}
+
+TEST(Heif, AnItemOfXmpComesBeforeTheBox) {
+  HeifFile file = OnePicture();
+  file.items.push_back({.id = 5, .type = "mime", .data = "<item/>", .mime = "application/rdf+xml\0"s});
+  file.boxes_behind = Box("uuid", kXmpId + "<box/>");
+  const EmbeddedMetadata metadata = Read(file.Bytes()).metadata;
+  EXPECT_EQ(metadata.xmp, "<item/>");
+  EXPECT_EQ(metadata.further_xmp, std::vector<std::string>{"<box/>"});
 }
 
 TEST(Heif, CompressedXmpIsLeftOut) {
