@@ -66,7 +66,7 @@ class CiffReader {
   void TakeEntry(std::uint16_t type, const Heap& data) {
     constexpr std::size_t kMostValueBytes = 256;
     if (std::ranges::find(kHeapKinds, type & kKindMask) != std::end(kHeapKinds)) {
-      if (heaps_.size() < kMostHeaps) heaps_.push_back(data);
+      heaps_.push_back(data);
       return;
     }
     if (type != kMakeModel && type != kCapturedTime && type != kImageSpec && type != kExposure) return;
@@ -82,7 +82,7 @@ class CiffReader {
     if (type == kExposure) {
       value.Skip(4);  // compensation
       const float speed_apex = std::bit_cast<float>(value.Le32());
-      if (value.Ok() && std::abs(speed_apex) < 30) shot_.exposure_time_s = std::exp2(-speed_apex);
+      if (value.Ok()) shot_.exposure_time_s = std::exp2(-speed_apex);
     }
   }
 

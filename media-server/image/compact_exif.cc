@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <limits>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -67,7 +66,7 @@ void Keep(const TiffWalker& walker, const TiffDirectory& directory, std::span<co
           KeptDirectory& kept) {
   for (const WantedTag& want : wanted) {
     const TiffEntry* entry = directory.Find(want.tag);
-    if (!entry || entry->count > std::numeric_limits<std::uint32_t>::max()) continue;
+    if (!entry) continue;
     if (std::ranges::find(kept, want.tag, &KeptEntry::tag) != kept.end()) continue;
     auto value = walker.Value(*entry, want.most_bytes);
     if (!value) continue;

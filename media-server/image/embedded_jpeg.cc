@@ -1,7 +1,5 @@
 #include "media-server/image/embedded_jpeg.h"
 
-#include <limits>
-
 #include "media-server/container/byte_reader.h"
 #include "media-server/image/jpeg.h"
 
@@ -14,7 +12,6 @@ class TailSource final : public IByteSource {
   TailSource(IByteSource& source, std::uint64_t start) : source_(source), start_(start) {}
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
-    if (offset > std::numeric_limits<std::uint64_t>::max() - start_) return 0;
     return source_.ReadAt(start_ + offset, out);
   }
   std::optional<std::uint64_t> Size() const override {

@@ -13,7 +13,6 @@ namespace media_server::image {
 namespace {
 
 constexpr std::size_t kMostTableBytes = 8 * 1024;
-constexpr std::uint32_t kMostRows = 255;
 
 /// Tags of the table that hold a height and a width, the best first.
 constexpr std::array<std::uint16_t, 3> kSizeTags = {
@@ -26,7 +25,7 @@ constexpr std::array<std::uint16_t, 3> kSizeTags = {
 std::optional<PictureSize> SizeInTable(std::span<const std::uint8_t> table) {
   std::array<std::optional<PictureSize>, kSizeTags.size()> sizes;
   ByteReader reader(table);
-  const std::uint32_t rows = std::min(reader.Be32(), kMostRows);
+  const std::uint32_t rows = reader.Be32();
   for (std::uint32_t row = 0; row < rows && reader.Ok(); ++row) {
     const std::uint16_t tag = reader.Be16();
     const std::uint16_t size = reader.Be16();
@@ -34,7 +33,7 @@ std::optional<PictureSize> SizeInTable(std::span<const std::uint8_t> table) {
     const std::uint32_t height = value.Be16();
     const std::uint32_t width = value.Be16();
     const auto wanted = std::ranges::find(kSizeTags, tag);
-    const bool is_size = wanted != kSizeTags.end() && value.Ok() && width > 0 && height > 0;
+    const bool is_size = wanted != kSizeTags.end() && width > 0 && height > 0;
     if (is_size) sizes[static_cast<std::size_t>(wanted - kSizeTags.begin())] = PictureSize{width, height};
   }
   const auto best = std::ranges::find_if(sizes, [](const auto& size) { return size.has_value(); });

@@ -82,7 +82,7 @@ void ReadSections(IByteSource& source, PictureHeaders& headers) {
   ByteReader directory(bytes);
   if (AsText(directory.Take(4)) != "SECd") return;
   directory.Skip(4);  // version
-  const std::uint32_t count = std::min(directory.Le32(), kMostSections);
+  const std::uint32_t count = directory.Le32();
   Shot shot;
   int previews = 0;
   for (std::uint32_t i = 0; i < count && directory.Remaining() >= kRow; ++i) {

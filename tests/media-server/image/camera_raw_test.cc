@@ -142,11 +142,14 @@ TEST(CameraRaw, PhaseOnesMarkTellsTheRaw) {
 }
 
 TEST(CameraRaw, SmallerExifSizeDoesNotShrinkAPreview) {
-  TiffBuilder raw;
-  raw.SetMark("CR\2\0\0\0\0\0"s);
-  raw.Add(Sized(5616, 3744, {TiffBuilder::Link(kExif, {1})}));
-  raw.Add({raw.Short(kPixelXDimension, 5600), raw.Short(kPixelYDimension, 9000)});
-  ExpectRaw(ReadPicture(raw.Bytes()), 5616, 3744);
+  for (const auto& [width, height] : {std::pair{5600, 9000}, {9000, 3700}}) {
+    TiffBuilder raw;
+    raw.SetMark("CR\2\0\0\0\0\0"s);
+    raw.Add(Sized(5616, 3744, {TiffBuilder::Link(kExif, {1})}));
+    raw.Add({raw.Long(kPixelXDimension, static_cast<std::uint64_t>(width)),
+             raw.Long(kPixelYDimension, static_cast<std::uint64_t>(height))});
+    ExpectRaw(ReadPicture(raw.Bytes()), 5616, 3744);
+  }
 }
 
 TEST(CameraRaw, SensorsPictureHoldsOverExif) {
@@ -198,6 +201,14 @@ TEST(CameraRaw, PanasonicsSizeIsBetweenTheBordersOfTheSensor) {
   TiffBuilder plain;  // the same tags mean nothing in TIFF
   plain.Add({raw.Short(2, 5272), raw.Short(3, 3904)});
   EXPECT_FALSE(ReadPicture(plain.Bytes()));
+}
+
+TEST(CameraRaw, PanasonicsSensorHoldsOverExif) {
+  TiffBuilder raw;
+  raw.SetMagic("U\0"s);
+  raw.Add({raw.Short(2, 5272), raw.Short(3, 3904), TiffBuilder::Link(kExif, {1})});
+  raw.Add({raw.Short(kPixelXDimension, 6000), raw.Short(kPixelYDimension, 6000)});
+  ExpectRaw(ReadPicture(raw.Bytes()), 5272, 3904);
 }
 
 TEST(CameraRaw, PanasonicsExifIsThatOfItsPreview) {

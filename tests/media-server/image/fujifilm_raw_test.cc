@@ -69,7 +69,7 @@ TEST(FujifilmRaw, AMissingPreviewLeavesTheSize) {
 
 TEST(FujifilmRaw, TablesThatLieAreReadWithinBounds) {
   std::string endless = Be(UINT32_MAX, 4);
-  for (int i = 0; i < 100000; ++i) endless += Be(0x0200, 2) + Be(0, 2);
+  for (int i = 0; i < 25000; ++i) endless += Be(0x0200, 2) + Be(0, 2);
   MemorySource source(Raf(endless + Be(0x0100, 2) + Be(4, 2) + HeightAndWidth(4000, 6000)));
   std::string reason;
   ExpectSize(ReadPictureHeaders(source, &reason), 32, 16);

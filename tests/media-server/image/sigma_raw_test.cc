@@ -115,6 +115,10 @@ TEST(SigmaRaw, DirectoriesThatLieAreReadWithinBounds) {
   ExpectSize(ReadPictureHeaders(source, &reason), 2268, 1512);
   EXPECT_LT(source.BytesRead(), 16384U);
 
+  std::vector<std::pair<std::string, std::string>> pairs(257, {"CAMMANUF", "SIGMA"});
+  EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", Properties(pairs)}}))->metadata.exif.empty());
+  pairs.pop_back();
+  EXPECT_FALSE(ReadPicture(X3f(0x20003, 0, {{"PROP", Properties(pairs)}}))->metadata.exif.empty());
   std::string properties = "SECp" + Le(0, 4) + Le(UINT32_MAX, 4) + Zeros(12);
   EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", properties}}))->metadata.exif.empty());
   properties = "SECp" + Le(0, 4) + Le(1, 4) + Zeros(12) + Le(UINT32_MAX, 4) + Le(0x80000000, 4) + Utf16("CAMMANUF");

@@ -119,9 +119,21 @@ TEST(Tiff, ReducedPicturesAloneCountToo) {
 
 TEST(Tiff, SubDirectoriesOfAFullPictureAreItsReducedVersions) {
   TiffBuilder tiff;
-  tiff.Add({tiff.Short(kWidth, 640), tiff.Short(kHeight, 480), TiffBuilder::Link(kSubDirectories, {1})});
+  tiff.Add({tiff.Short(kWidth, 640), tiff.Short(kHeight, 480), TiffBuilder::Ascii(0x010F, "Maker"),
+            TiffBuilder::Link(kSubDirectories, {1})});
   tiff.Add({tiff.Short(kWidth, 900), tiff.Short(kHeight, 900)});
-  ExpectSize(ReadPicture(tiff.Bytes()), 640, 480);
+  const auto headers = ReadPicture(tiff.Bytes());
+  ExpectSize(headers, 640, 480);
+  EXPECT_EQ(headers->type, imagecore::kPictureTiff);
+}
+
+TEST(Tiff, PagesBehindAFullPictureAreNotRead) {
+  TiffBuilder tiff;
+  tiff.Add({tiff.Short(kWidth, 640), tiff.Short(kHeight, 480)}, 1);
+  tiff.Add({tiff.Short(kWidth, 900), tiff.Short(kHeight, 900), tiff.Long(0x0106, 32803)});
+  const auto headers = ReadPicture(tiff.Bytes());
+  ExpectSize(headers, 640, 480);
+  EXPECT_EQ(headers->type, imagecore::kPictureTiff);
 }
 
 TEST(Tiff, ExtraSamplesTellAlpha) {
@@ -172,6 +184,11 @@ TEST(Tiff, IptcDeclaredAsNumbersMayBeTurnedRound) {
   headers = ReadPicture(OnePicture({field}));
   ASSERT_TRUE(headers);
   EXPECT_EQ(Text(headers->metadata.iptc), straight);
+
+  const std::string long_set = "\x1c\2\x05\x1c\0"s + std::string(0x1c00, 't');
+  headers = ReadPicture(OnePicture({TiffBuilder::Raw(kIptc, 7, long_set)}));
+  ASSERT_TRUE(headers);
+  EXPECT_EQ(Text(headers->metadata.iptc), long_set);
 }
 
 TEST(Tiff, IptcOfPhotoshopsResources) {
@@ -215,15 +232,13 @@ TEST(Tiff, LittleIsReadOfALargeFile) {
 }
 
 TEST(Tiff, DirectoriesWithoutEndAreReadWithinBounds) {
-  // Each of 1,000 reduced pictures has 500 entries and, as sub-directories, the ones behind it.
+  // Each of 1,000 reduced pictures has 500 entries.
   constexpr std::size_t kDirectorySize = 2 + 500 * 12 + 4;
   std::string bytes = "II*\0"s + Le(8, 4);
   for (int i = 0; i < 1000; ++i) {
     const std::size_t next = bytes.size() + kDirectorySize;
     bytes += Le(500, 2) + Le(kNewSubfileType, 2) + Le(4, 2) + Le(1, 4) + Le(1, 4) + Le(kWidth, 2) + Le(4, 2) +
-             Le(1, 4) + Le(160, 4) + Le(kHeight, 2) + Le(4, 2) + Le(1, 4) + Le(120, 4) + Le(kSubDirectories, 2) +
-             Le(4, 2) + Le(1, 4) + Le(next, 4);
-    bytes += Zeros(496 * 12) + Le(next, 4);
+             Le(1, 4) + Le(160, 4) + Le(kHeight, 2) + Le(4, 2) + Le(1, 4) + Le(120, 4) + Zeros(497 * 12) + Le(next, 4);
   }
   MemorySource source(bytes);
   std::string reason;
