@@ -1,6 +1,7 @@
 #include "media-server/image/heif_sequence.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "media-server/container/mp4_movie.h"
 #include "media-server/image/alpha_type.h"
@@ -11,7 +12,9 @@ namespace {
 
 constexpr Mp4BoxLimits kLimits = {.boxes = 4096, .bytes = 32 * 1024};
 
+/// A single picture stands still, however long it is shown.
 std::optional<Animation> AnimationOf(const Mp4Movie& movie, const Mp4Track& track) {
+  if (track.sample_count == 1) return std::nullopt;
   const auto duration = track.duration            ? track.duration
                         : movie.fragment_duration ? movie.fragment_duration
                                                   : movie.duration;
@@ -20,7 +23,8 @@ std::optional<Animation> AnimationOf(const Mp4Movie& movie, const Mp4Track& trac
   animation.duration_s = static_cast<double>(duration->value) / duration->timescale;
   const auto& times = track.decoding_times;
   if (times && times->constant && times->complete && times->smallest_delta > 0 && track.timescale > 0) {
-    animation.frame_rate = core::Rational{track.timescale, times->smallest_delta};
+    const std::uint32_t divisor = std::gcd(track.timescale, times->smallest_delta);
+    animation.frame_rate = core::Rational{track.timescale / divisor, times->smallest_delta / divisor};
   }
   return animation;
 }

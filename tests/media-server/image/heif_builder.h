@@ -126,12 +126,14 @@ struct HeifTrack {
   std::uint32_t duration = 432000;
   std::string decoding_times = Be(1, 4) + Be(120, 4) + Be(3600, 4);  ///< entries: samples, ticks of each
   std::string entry_boxes;
+  std::uint32_t samples = 120;
 
   std::string Bytes() const {
     const std::string entry = Box(sample_entry, Zeros(6) + Be(1, 2)                             // data reference
                                                     + Zeros(16) + Be(width, 2) + Be(height, 2)  // size
                                                     + Zeros(50) + entry_boxes);
-    const std::string tables = FullBox("stsd", Be(1, 4) + entry) + FullBox("stts", decoding_times);
+    const std::string tables = FullBox("stsd", Be(1, 4) + entry) + FullBox("stts", decoding_times) +
+                               FullBox("stsz", Be(1, 4) + Be(samples, 4));
     return Box("trak",
                FullBox("tkhd", Zeros(8) + Be(1, 4) + Zeros(68), 0, 3) +
                    Box("mdia", FullBox("mdhd", Zeros(8) + Be(90000, 4) + Be(duration, 4) + Zeros(4)) +

@@ -32,7 +32,7 @@ TEST(HeifSequence, ItsTrackTellsAllWithoutAPrimaryItem) {
   const PictureHeaders headers = Read(Sequence(HeifTrack().Bytes()));
   ASSERT_TRUE(headers.animation);
   EXPECT_DOUBLE_EQ(headers.animation->duration_s, 4.8);
-  EXPECT_EQ(headers.animation->frame_rate, (core::Rational{90000, 3600}));
+  EXPECT_EQ(headers.animation->frame_rate, (core::Rational{25, 1}));
   EXPECT_EQ(headers.size, (PictureSize{256, 144}));
   EXPECT_EQ(headers.fourcc, FourCC("hvc1"));
   EXPECT_EQ(headers.alpha, imagecore::kAlphaNone);
@@ -67,6 +67,11 @@ TEST(HeifSequence, TheMovieTellsTheLengthWhereTheTrackDoesNot) {
 
 TEST(HeifSequence, WithoutALengthItIsAStill) {
   EXPECT_FALSE(Read(Sequence(HeifTrack{.duration = 0}.Bytes())).animation);
+}
+
+TEST(HeifSequence, ASinglePictureIsAStill) {
+  EXPECT_FALSE(Read(Sequence(HeifTrack{.samples = 1}.Bytes())).animation);
+  EXPECT_TRUE(Read(Sequence(HeifTrack{.samples = 2}.Bytes())).animation);
 }
 
 TEST(HeifSequence, FramesOfUnequalLengthHaveNoRate) {
