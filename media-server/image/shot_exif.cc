@@ -2,6 +2,7 @@
 
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 
 namespace media_server::image {
@@ -47,9 +48,9 @@ std::string DateText(std::int64_t local_s) {
 /// In microseconds: cameras that have these formats have no shorter steps.
 void AddExposure(double exposure_time_s, std::vector<Entry>& entries) {
   constexpr std::uint32_t kPerSecond = 1000000;
-  constexpr double kMost_s = 4000;
-  if (!(exposure_time_s > 0 && exposure_time_s <= kMost_s)) return;
-  const auto numerator = static_cast<std::uint32_t>(exposure_time_s * kPerSecond + 0.5);
+  constexpr double kMostSeconds = 4000;
+  if (!(exposure_time_s > 0 && exposure_time_s <= kMostSeconds)) return;
+  const auto numerator = static_cast<std::uint32_t>(std::lround(exposure_time_s * kPerSecond));
   entries.push_back({0x829A, kRational, 1, Le(numerator, 4) + Le(kPerSecond, 4)});
 }
 
