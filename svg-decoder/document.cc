@@ -17,6 +17,7 @@ namespace svg_decoder {
 namespace {
 
 constexpr char kNotAnSvg[] = "not an SVG document";
+constexpr char kUnknownEncoding[] = "a document in an unknown text encoding";
 constexpr char kTooDeep[] = "an SVG with more than 1000 elements one in another";
 constexpr char kTooMuchUnfolding[] = "an SVG whose entities unfold without end";
 constexpr char kTooMuchMemory[] = "an SVG with too many or too large parts";
@@ -138,6 +139,7 @@ void SetReason(const Scan& scan) {
   const XML_Error fault = XML_GetErrorCode(scan.parser);
   if (fault == XML_ERROR_NO_MEMORY) return CoreSetErrorText(kTooMuchMemory);
   if (fault == XML_ERROR_AMPLIFICATION_LIMIT_BREACH) return CoreSetErrorText(kTooMuchUnfolding);
+  if (fault == XML_ERROR_UNKNOWN_ENCODING) return CoreSetErrorText(kUnknownEncoding);
   if (!scan.root) return CoreSetErrorText(kNotAnSvg);
   const auto* known = std::ranges::find(kFaultWords, fault, &FaultWords::fault);
   const std::string line = std::to_string(XML_GetCurrentLineNumber(scan.parser));

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <string>
 
 #include "core/error_text.h"
@@ -76,6 +76,10 @@ TEST(ReadDocumentTest, ReadsUtf16) {
 TEST(ReadDocumentTest, ReadsCodePages) {
   for (const char* encoding : {"windows-1252", "ISO-8859-1", "iso-8859-15", "KOI8-R"}) {
     ExpectRead("<?xml version=\"1.0\" encoding=\""s + encoding + "\"?>" + Whole("<text>caf\xE9</text>"));
+  }
+  for (const char* encoding : {"IBM850", "Shift_JIS", "no-such"}) {
+    ExpectRefused("<?xml version=\"1.0\" encoding=\""s + encoding + "\"?>" + Whole(""),
+                  "a document in an unknown text encoding");
   }
   ExpectRefused("<?xml version=\"1.0\" encoding=\"../EVIL\"?>" + Whole(""), "not an SVG document");
 }
@@ -162,11 +166,10 @@ TEST(ReadDocumentTest, FailsWithItsSource) {
 
 TEST(ReadDocumentTest, CountsDepthAndNotElements) { ExpectRead(Whole(Repeated("<g><g/></g>", 100'000))); }
 
+/// Each test takes less than a second of the processor.
 class HostileDocumentTest : public testing::Test {
  protected:
-  ~HostileDocumentTest() override {
-    EXPECT_LT(std::chrono::steady_clock::now() - start_, std::chrono::seconds(kMostSeconds));
-  }
+  ~HostileDocumentTest() override { EXPECT_LT(std::clock() - start_, kMostSeconds * CLOCKS_PER_SEC); }
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   static constexpr int kMostSeconds = 10;
@@ -175,7 +178,7 @@ class HostileDocumentTest : public testing::Test {
 #endif
 
  private:
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  std::clock_t start_ = std::clock();
 };
 
 TEST_F(HostileDocumentTest, StopsABillionLaughs) {
