@@ -1,4 +1,4 @@
-"""SVGs through the real decoder: sizes as a browser has them, words for what is no SVG, and nothing that an SVG refers to."""
+"""SVGs through the real decoder: sizes as a browser has them, words for what is no SVG, no references followed."""
 import gzip
 import os
 import pathlib
@@ -52,8 +52,8 @@ CHROMIUM_SIZES = (
     ('style="width:60px;height:40px"', 300, 150),
 )
 
-# What rsvg-convert renders at too: whole pixels, or anything that both round up. Without any size, it takes the view box,
-# as we do, where a browser goes by the page.
+# What rsvg-convert renders at too: whole pixels, or anything that both round up. Without any size, it takes the view
+# box, as we do, where a browser goes by the page.
 RSVG_SIZES = (
     'width="120" height="80"',
     'width="2in" height="1.5in"',
@@ -180,11 +180,12 @@ class HostileDocuments(Folder):
     def run_costs(self, path):
         """The record of a file, the seconds of the processor that it took and its peak of memory in MB."""
         # A sanitizer's record of freed memory is not the tool's own.
-        environment = {**os.environ, "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=8"}
+        options = os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=8"
         costs = self.folder / "costs"
         done = subprocess.run(
-            ["/usr/bin/time", "-q", "-f", "%U %S %M", "-o", costs, tool.MEDIAPROBE, "--ndjson", "--service", "svg", path],
-            env=environment, capture_output=True, timeout=tool.HANG_SECONDS)
+            ["/usr/bin/time", "-q", "-f", "%U %S %M", "-o", costs,
+             tool.MEDIAPROBE, "--ndjson", "--service", "svg", path],
+            env={**os.environ, "ASAN_OPTIONS": options}, capture_output=True, timeout=tool.HANG_SECONDS)
         record, = tool.Run(done.returncode, done.stdout, done.stderr).records()
         user_seconds, system_seconds, kilobytes = map(float, costs.read_text().split())
         return record, user_seconds + system_seconds, kilobytes / 1000
