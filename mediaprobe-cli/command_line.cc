@@ -16,12 +16,11 @@
 namespace mediaprobe {
 namespace {
 
-constexpr char kSummary[] =
-    "Tells what is in media files, images and SVGs: container, streams, sizes, tags, dates, place, camera.";
+constexpr char kSummary[] = "Tells what is in media files, images and SVGs.";
 constexpr char kDetails[] =
-    "A picture sequence is a file with a range of numbers in brackets: img_[0001-0100].png.\n"
-    "Exit status: 0 when every input was answered, 1 when at least one failed, 2 for wrong usage,\n"
-    "130 when interrupted.";
+    "A picture sequence is named by its numbers in brackets: img_[0001-0100].png.\n"
+    "Exit status: 0 when every input was answered, 1 when at least one failed,\n"
+    "2 for wrong usage, 130 when interrupted.";
 
 struct LevelName {
   std::string_view name;
@@ -128,19 +127,18 @@ void Declare(CLI::App& app, Arguments& arguments) {
   app.footer(kDetails);
   app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave");
   app.set_help_flag("-h,--help", "Show this text and leave");
-  app.add_option("INPUT", arguments.inputs, "File, picture sequence, or URL (http:, https:, file:, files:)")
+  app.add_option("INPUT", arguments.inputs, "File, picture sequence, URL (http:, file:, ...)")
       ->required()
       ->type_name("");
   app.add_flag("--text", arguments.text, "Blocks made to be read (default)");
   app.add_flag("--json", arguments.json, "One JSON array");
   app.add_flag("--ndjson", arguments.ndjson, "One JSON record a line");
-  app.add_flag("-u,--uuid", arguments.uuid, "Add the UUID of the content: reads each file to its end");
-  app.add_option("--service", arguments.service, "Service to ask: auto (by content, default), media, image, svg")
+  app.add_flag("-u,--uuid", arguments.uuid, "Add the UUID (MD5) of the whole content");
+  app.add_option("--service", arguments.service, "Service to ask (default: auto, by content)")
       ->type_name("NAME")
       ->check(CLI::IsMember(NamesIn(kServices)));
   app.add_option("-k,--key", arguments.key, "Hex key that opens protected files")->type_name("KEY")->take_last();
-  app.add_option("--key-file", arguments.key_file, "File that holds the key: keeps it off the list of processes")
-      ->type_name("FILE");
+  app.add_option("--key-file", arguments.key_file, "File that holds the key")->type_name("FILE");
   app.add_option("--log-level", arguments.log_level, "Least severe log lines to show (default: off)")
       ->type_name("LEVEL")
       ->check(CLI::IsMember(NamesIn(kLevels)));
