@@ -50,7 +50,7 @@ void AddExposure(double exposure_time_s, std::vector<Entry>& entries) {
   constexpr std::uint32_t kPerSecond = 1000000;
   constexpr double kMostSeconds = 4000;
   if (!(exposure_time_s > 0 && exposure_time_s <= kMostSeconds)) return;
-  const auto numerator = static_cast<std::uint32_t>(std::lround(exposure_time_s * kPerSecond));
+  const auto numerator = static_cast<std::uint32_t>(std::llround(exposure_time_s * kPerSecond));
   entries.push_back({0x829A, kRational, 1, Le(numerator, 4) + Le(kPerSecond, 4)});
 }
 
