@@ -141,7 +141,6 @@ class GifWalk {
     }
     delays_.Add(delay_, kTicksPerSecond);
     delay_ = 0;
-    has_transparent_color_ = false;
     SkipColorTable(flags);
     stream_.Skip(1);  // code size
     SkipSubBlocks();

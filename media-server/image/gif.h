@@ -12,7 +12,7 @@ namespace media_server::image {
 /// cut short has the frames that it still has. False when the header is cut short.
 bool ReadGif(IByteSource& source, PictureHeaders& headers);
 
-/// A file of this length takes 30 ms to walk, and less than half a second when it is all empty blocks.
+/// A file of this length takes less than 0.1 s to walk, and some 0.5 s when it is all empty blocks.
 inline constexpr std::uint64_t kMostGifBytes = std::uint64_t{128} << 20;
 
 }  // namespace media_server::image

@@ -61,7 +61,7 @@ TEST(Gif, AddsUpDelaysAsTheyStand) {
   ASSERT_TRUE(even);
   EXPECT_DOUBLE_EQ(even->duration_s, 0.12);
   EXPECT_EQ(even->frame_rate, (core::Rational{25, 1}));
-  const auto uneven = animation(Control(10) + kImage + Control(0) + kImage + kImage + Control(1) + kImage + kTrailer);
+  const auto uneven = animation(Control(10) + kImage + kImage + Control(0) + kImage + Control(1) + kImage + kTrailer);
   EXPECT_DOUBLE_EQ(uneven->duration_s, 0.11);
   EXPECT_EQ(uneven->frame_rate, (core::Rational{400, 11})) << "the mean";
   const auto instant = animation(kImage + kImage + kTrailer);

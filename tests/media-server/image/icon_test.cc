@@ -78,7 +78,7 @@ TEST(Icon, FallsBackToTheDirectory) {
 }
 
 TEST(Icon, ReadsCursorsWhoseHotSpotStandsForTheirColours) {
-  const auto headers = ReadPicture(Icon({{32, 32, 32, ""}, {32, 32, 5, Bitmap(32, 32, 1)}}, kCursor));
+  const auto headers = ReadPicture(Icon({{32, 32, 5, Bitmap(32, 32, 1)}, {32, 32, 32, ""}}, kCursor));
   ExpectSize(headers, 32, 32);
   EXPECT_EQ(headers->alpha, imagecore::kAlphaNone);
 }

@@ -287,13 +287,15 @@ TEST(Png, CountsAHundredThousandFrames) {
 }
 
 TEST(Png, LeavesAnAnimationOutThatItDoesNotSeeTheEndOf) {
-  RepeatingSource source(kSignature + Header(1, 2) + kAnimationControl + kData, FrameControl(1, 25) + kFrameData,
-                         std::uint64_t{1} << 40);
-  std::string reason;
-  const auto headers = ReadPictureHeaders(source, &reason);
-  ExpectSize(headers, 1, 2);
-  EXPECT_FALSE(headers->animation);
-  EXPECT_LE(source.BytesRead(), 64U << 20);
+  const std::string large_frame = FrameControl(1, 25) + Chunk("fdAT", Zeros(4000));
+  for (const std::string& unit : {FrameControl(1, 25) + kFrameData, large_frame}) {  // too many chunks, too many bytes
+    RepeatingSource source(kSignature + Header(1, 2) + kAnimationControl + kData, unit, std::uint64_t{1} << 40);
+    std::string reason;
+    const auto headers = ReadPictureHeaders(source, &reason);
+    ExpectSize(headers, 1, 2);
+    EXPECT_FALSE(headers->animation);
+    EXPECT_LE(source.BytesRead(), 65U << 20);
+  }
 }
 
 TEST(Png, ReadsABoundedPartOfAnyStill) {

@@ -104,30 +104,38 @@ class SparseSource : public IByteSource {
 class RepeatingSource : public IByteSource {
  public:
   RepeatingSource(std::string head, std::string unit, std::uint64_t count, std::string tail = {})
-      : head_(std::move(head)), unit_(std::move(unit)), count_(count), tail_(std::move(tail)) {}
+      : head_(std::move(head)), unit_(std::move(unit)), units_size_(unit_.size() * count), tail_(std::move(tail)) {}
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
     std::size_t done = 0;
-    for (; done < out.size() && offset + done < *Size(); ++done) out[done] = At(offset + done);
+    while (done < out.size()) {
+      const std::string_view run = RunAt(offset + done).substr(0, out.size() - done);
+      if (run.empty()) break;
+      std::ranges::copy(run, out.begin() + static_cast<std::ptrdiff_t>(done));
+      done += run.size();
+    }
     bytes_read_ += done;
     return done;
   }
-  std::optional<std::uint64_t> Size() const override { return head_.size() + unit_.size() * count_ + tail_.size(); }
+  std::optional<std::uint64_t> Size() const override { return head_.size() + units_size_ + tail_.size(); }
 
   std::uint64_t BytesRead() const { return bytes_read_; }
 
  private:
-  std::uint8_t At(std::uint64_t offset) const {
-    if (offset < head_.size()) return static_cast<std::uint8_t>(head_[static_cast<std::size_t>(offset)]);
+  /// From `offset` to the end of the head, of a unit or of the tail.
+  std::string_view RunAt(std::uint64_t offset) const {
+    const auto from = [](std::string_view text, std::uint64_t start) {
+      return text.substr(static_cast<std::size_t>(std::min<std::uint64_t>(start, text.size())));
+    };
+    if (offset < head_.size()) return from(head_, offset);
     offset -= head_.size();
-    if (offset < unit_.size() * count_)
-      return static_cast<std::uint8_t>(unit_[static_cast<std::size_t>(offset % unit_.size())]);
-    return static_cast<std::uint8_t>(tail_[static_cast<std::size_t>(offset - unit_.size() * count_)]);
+    if (offset < units_size_) return from(unit_, offset % unit_.size());
+    return from(tail_, offset - units_size_);
   }
 
   std::string head_;
   std::string unit_;
-  std::uint64_t count_;
+  std::uint64_t units_size_;
   std::string tail_;
   std::uint64_t bytes_read_ = 0;
 };

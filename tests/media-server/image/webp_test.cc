@@ -130,12 +130,14 @@ TEST(Webp, SkipsPicturesWithoutReadingThem) {
 
 TEST(Webp, LeavesAnAnimationOutThatItDoesNotSeeTheEndOf) {
   const std::string head = "RIFF"s + Le(0xFFFFFFF0, 4) + "WEBP" + Extended(kAnimated);
-  RepeatingSource source(head, Frame(40, ""), std::uint64_t{1} << 27);
-  std::string reason;
-  const auto headers = ReadPictureHeaders(source, &reason);
-  ExpectSize(headers, 122, 76);
-  EXPECT_FALSE(headers->animation);
-  EXPECT_LE(source.BytesRead(), 65U << 20);
+  for (const std::string& unit : {Frame(40, ""), Frame(40, Zeros(4000))}) {  // too many chunks, too many bytes
+    RepeatingSource source(head, unit, (std::uint64_t{1} << 32) / unit.size());
+    std::string reason;
+    const auto headers = ReadPictureHeaders(source, &reason);
+    ExpectSize(headers, 122, 76);
+    EXPECT_FALSE(headers->animation);
+    EXPECT_LE(source.BytesRead(), 65U << 20);
+  }
 }
 
 TEST(Webp, ReadsABoundedPartOfAnyStill) {
