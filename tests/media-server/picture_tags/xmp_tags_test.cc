@@ -65,7 +65,8 @@ TEST(XmpTagsTest, ReadsPlaces) {
   EXPECT_DOUBLE_EQ(tags.longitude_degrees.value_or(0), 70.675);
   EXPECT_EQ(tags.latitude_ref, 'S');
   EXPECT_EQ(tags.longitude_ref, 'W');
-  for (const char* text : {"", "N", "48", "48,51.5", "91,0N", "48,51,24,3N", "48,51.5E", "48;51N", "-48,51.5N"}) {
+  for (const char* text :
+       {"", "N", "48", "48,51.5", "48,51.5Nord", "91,0N", "48,51,24,3N", "48,51.5E", "48;51N", "-48,51.5N"}) {
     EXPECT_EQ(Read("<exif:GPSLatitude>" + std::string(text) + "</exif:GPSLatitude>").latitude_degrees, std::nullopt)
         << text;
   }
