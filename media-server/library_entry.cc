@@ -1,11 +1,15 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <type_traits>
 
 #include "core/error_text.h"
 #include "core/log.h"
 #include "media-server/digest/content_digest.h"
+#include "media-server/format_list.h"
 #include "media-server/media_server.h"
+#include "media_server/formats.h"
+#include "platform/export.h"
 
 namespace {
 
@@ -43,3 +47,14 @@ bool GetMD5Uuid(const char* path, char* buffer) {
   CoreSetErrorText(reason.c_str());
   return false;
 }
+
+extern "C" PLATFORM_EXPORT const char* GetMediaServerFormatList() {
+  try {
+    static const std::string list = media_server::FormatList();
+    return list.c_str();
+  } catch (const std::bad_alloc&) {
+    return "";
+  }
+}
+
+static_assert(std::is_same_v<decltype(&GetMediaServerFormatList), media_server::GetFormatListFunction>);

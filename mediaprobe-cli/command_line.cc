@@ -4,11 +4,15 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <thread>
+#include <utility>
 
 #include "core/log.h"
 #include "terminal_text.h"
@@ -41,6 +45,12 @@ constexpr ServiceName kServices[] = {
     {"image", ServiceChoice::kImage},
     {"svg", ServiceChoice::kSvg},
 };
+
+struct IsolationName {
+  std::string_view name;
+  Isolation isolation;
+};
+constexpr IsolationName kIsolations[] = {{"none", Isolation::kNone}, {"worker", Isolation::kWorker}};
 
 template <typename Table>
 std::vector<std::string> NamesIn(const Table& table) {
@@ -91,17 +101,35 @@ EarlyExit UsageError(const std::string& words) {
   return {kExitUsage, "mediaprobe: " + TerminalText(words) + "\nTry 'mediaprobe --help'.\n"};
 }
 
+constexpr std::uint64_t kMegabyte = 1024 * 1024;
+
 /// The command line's texts as CLI11 and its callers see them.
 struct Arguments {
   std::vector<std::string> inputs;
+  bool from_standard_input = false;
+  bool zero_separated = false;
+  bool recursive = false;
+  WalkFilter walk;
+  bool formats = false;
+  bool services = false;
   bool text = false;
   bool json = false;
   bool ndjson = false;
+  bool csv = false;
+  bool full = false;
+  std::string output;
   bool uuid = false;
   std::string service = "auto";
   std::string key;
   std::string key_file;
+  unsigned jobs = 0;
+  double timeout_s = 0;
+  std::uint64_t memory_megabytes = 512;
+  std::string isolation = "worker";
+  bool progress = false;
+  bool no_progress = false;
   std::string log_level = "off";
+  std::string log_file;
 };
 
 // CLI11 takes an argument in brackets, which is a good file name, for a list of names. A NUL in front of it, which no
@@ -123,37 +151,120 @@ std::string Unmarked(std::string argument) {
   return argument;
 }
 
-void Declare(CLI::App& app, Arguments& arguments) {
-  app.footer(kDetails);
-  app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave");
-  app.set_help_flag("-h,--help", "Show this text and leave");
-  app.add_option("INPUT", arguments.inputs, "File, picture sequence, URL (http:, file:, ...)")
-      ->required()
-      ->type_name("");
-  app.add_flag("--text", arguments.text, "Blocks made to be read (default)");
-  app.add_flag("--json", arguments.json, "One JSON array");
-  app.add_flag("--ndjson", arguments.ndjson, "One JSON record a line");
-  app.add_flag("-u,--uuid", arguments.uuid, "Add the UUID (MD5) of the whole content");
+void DeclareInputs(CLI::App& app, Arguments& arguments) {
+  app.add_option("INPUT", arguments.inputs, "File, picture sequence, URL, or folder (with -r)")->type_name("");
+  app.add_flag("-r,--recursive", arguments.recursive, "Walk folders for what can be read")->group("Inputs");
+  app.add_option("--include", arguments.walk.include, "Of files in folders, take those that match")
+      ->type_name("GLOB")
+      ->allow_extra_args(false)
+      ->group("Inputs");
+  app.add_option("--exclude", arguments.walk.exclude, "Leave out files and folders that match")
+      ->type_name("GLOB")
+      ->allow_extra_args(false)
+      ->group("Inputs");
+  app.add_flag("--stdin", arguments.from_standard_input, "Read inputs from standard input, one a line")
+      ->group("Inputs");
+  app.add_flag("-0", arguments.zero_separated, "With --stdin: inputs end with a NUL")->group("Inputs");
   app.add_option("--service", arguments.service, "Service to ask (default: auto, by content)")
       ->type_name("NAME")
-      ->check(CLI::IsMember(NamesIn(kServices)));
-  app.add_option("-k,--key", arguments.key, "Hex key that opens protected files")->type_name("KEY")->take_last();
-  app.add_option("--key-file", arguments.key_file, "File that holds the key")->type_name("FILE");
-  app.add_option("--log-level", arguments.log_level, "Least severe log lines to show (default: off)")
-      ->type_name("LEVEL")
-      ->check(CLI::IsMember(NamesIn(kLevels)));
+      ->check(CLI::IsMember(NamesIn(kServices)))
+      ->group("Inputs");
+  app.add_option("-k,--key", arguments.key, "Hex key that opens protected files")
+      ->type_name("KEY")
+      ->take_last()
+      ->group("Inputs");
+  app.add_option("--key-file", arguments.key_file, "File that holds the key")->type_name("FILE")->group("Inputs");
 }
 
-/// Empty when the options go together.
+void DeclareOutput(CLI::App& app, Arguments& arguments) {
+  app.add_flag("--text", arguments.text, "Blocks made to be read (default)")->group("Output");
+  app.add_flag("--json", arguments.json, "One JSON array")->group("Output");
+  app.add_flag("--ndjson", arguments.ndjson, "One JSON record a line")->group("Output");
+  app.add_flag("--csv", arguments.csv, "A header, then one row a stream or image")->group("Output");
+  app.add_option("-o,--output", arguments.output, "Write there, the whole output or nothing")
+      ->type_name("FILE")
+      ->group("Output");
+  app.add_flag("--full", arguments.full, "Text form: every metadata key")->group("Output");
+  app.add_flag("-u,--uuid", arguments.uuid, "Add the UUID (MD5) of the whole content")->group("Output");
+  app.add_flag("--progress", arguments.progress, "Show a progress line on standard error")->group("Output");
+  app.add_flag("--no-progress", arguments.no_progress, "Show none (default: only on a terminal)")->group("Output");
+}
+
+void DeclareLimits(CLI::App& app, Arguments& arguments) {
+  constexpr unsigned kMostJobs = 1024;
+  constexpr double kShortestTimeout = 0.001;
+  constexpr double kLongestTimeout = 1e6;
+  constexpr std::uint64_t kLeastMegabytes = 16;
+  constexpr std::uint64_t kMostMegabytes = 1024 * 1024;
+  app.add_option("-j,--jobs", arguments.jobs, "Inputs probed at once (default: processors)")
+      ->type_name("N")
+      ->check(CLI::Range(1U, kMostJobs))
+      ->group("Limits");
+  app.add_option("--timeout", arguments.timeout_s, "Longest time for one input (default: 10, URLs 30)")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(kShortestTimeout, kLongestTimeout))
+      ->group("Limits");
+  app.add_option("--memory", arguments.memory_megabytes, "Most memory for one input (default: 512)")
+      ->type_name("MB")
+      ->check(CLI::Range(kLeastMegabytes, kMostMegabytes))
+      ->group("Limits");
+  app.add_option("--isolation", arguments.isolation, "In workers that may die (default), or in this process")
+      ->type_name("MODE")
+      ->check(CLI::IsMember(NamesIn(kIsolations)))
+      ->group("Limits");
+}
+
+void Declare(CLI::App& app, Arguments& arguments) {
+  app.footer(kDetails);
+  app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave")->group("About");
+  app.set_help_flag("-h,--help", "Show this text and leave")->group("About");
+  DeclareInputs(app, arguments);
+  DeclareOutput(app, arguments);
+  DeclareLimits(app, arguments);
+  app.add_option("--log-level", arguments.log_level, "Least severe log lines to show (default: off)")
+      ->type_name("LEVEL")
+      ->check(CLI::IsMember(NamesIn(kLevels)))
+      ->group("About");
+  app.add_option("--log-file", arguments.log_file, "Write log lines there")->type_name("FILE")->group("About");
+  app.add_flag("--formats", arguments.formats, "List what is read, and leave")->group("About");
+  app.add_flag("--services", arguments.services, "List the services, and leave")->group("About");
+}
+
+/// Pairs, or more, of which at most one may be given.
 std::string Conflict(const Arguments& arguments) {
-  if (arguments.text + arguments.json + arguments.ndjson > 1) return "choose one of --text, --json and --ndjson";
+  if (arguments.text + arguments.json + arguments.ndjson + arguments.csv > 1) {
+    return "choose one of --text, --json, --ndjson and --csv";
+  }
   if (!arguments.key.empty() && !arguments.key_file.empty()) return "choose one of --key and --key-file";
+  if (arguments.progress && arguments.no_progress) return "choose one of --progress and --no-progress";
+  if (arguments.formats && arguments.services) return "choose one of --formats and --services";
+  if (arguments.formats || arguments.services) return {};
+  if (arguments.from_standard_input && !arguments.inputs.empty()) return "choose one of --stdin and inputs by name";
+  if (!arguments.from_standard_input && arguments.inputs.empty()) return "no input";
+  if (arguments.zero_separated && !arguments.from_standard_input) return "-0 goes with --stdin";
+  const bool has_pattern = !arguments.walk.include.empty() || !arguments.walk.exclude.empty();
+  if (has_pattern && !arguments.recursive) return "--include and --exclude go with --recursive";
   return {};
 }
 
 OutputForm FormOf(const Arguments& arguments) {
   if (arguments.json) return OutputForm::kJson;
+  if (arguments.csv) return OutputForm::kCsv;
   return arguments.ndjson ? OutputForm::kNdjson : OutputForm::kText;
+}
+
+Listing ListingOf(const Arguments& arguments) {
+  if (arguments.formats) return Listing::kFormats;
+  return arguments.services ? Listing::kServices : Listing::kNone;
+}
+
+void TakeLimits(const Arguments& arguments, Options& options) {
+  options.jobs = arguments.jobs != 0 ? arguments.jobs : std::max(std::thread::hardware_concurrency(), 1U);
+  options.memory_bytes = arguments.memory_megabytes * kMegabyte;
+  options.isolation = RowOf(kIsolations, arguments.isolation).isolation;
+  if (arguments.timeout_s > 0) {
+    options.timeout = std::chrono::milliseconds(std::llround(arguments.timeout_s * 1000));
+  }
 }
 
 std::variant<Options, EarlyExit> ToOptions(Arguments&& arguments) {
@@ -165,6 +276,15 @@ std::variant<Options, EarlyExit> ToOptions(Arguments&& arguments) {
   options.log_level = RowOf(kLevels, arguments.log_level).level;
   options.service = RowOf(kServices, arguments.service).service;
   options.uuid = arguments.uuid;
+  options.full = arguments.full;
+  options.listing = ListingOf(arguments);
+  options.from_standard_input = arguments.from_standard_input;
+  if (arguments.zero_separated) options.separator = '\0';
+  if (arguments.recursive) options.walk = std::move(arguments.walk);
+  options.output = Unmarked(std::move(arguments.output));
+  options.log_file = Unmarked(std::move(arguments.log_file));
+  if (arguments.progress || arguments.no_progress) options.progress = arguments.progress;
+  TakeLimits(arguments, options);
   for (std::string& input : arguments.inputs) options.inputs.push_back(Unmarked(std::move(input)));
   options.key = Unmarked(std::move(arguments.key));
   if (arguments.key_file.empty()) return options;

@@ -40,13 +40,23 @@ Host::~Host() {
 
 std::shared_ptr<service::IService> Host::AcquireService(const char* name) const {
   if (!manager_) return nullptr;
-  // The decoder that the SVG service asks for is a module of its own, which no other input is to pay for. Without it
-  // the SVG service says so itself.
-  if (std::string_view(name) == service::mediainfo::kSvgInfoServiceName) {
-    const auto decoder_path = std::filesystem::path(module_path_).replace_filename(kSvgDecoderName);
-    manager_->LoadModule(decoder_path.c_str(), /*config=*/nullptr);
-  }
+  // Without its decoder the SVG service says so itself.
+  if (std::string_view(name) == service::mediainfo::kSvgInfoServiceName) LoadSvgDecoder();
   return manager_->AcquireService(name, /*create=*/true, /*reserved=*/0);
+}
+
+void Host::LoadSvgDecoder() const {
+  manager_->LoadModule((library_folder() + "/" + kSvgDecoderName).c_str(), /*config=*/nullptr);
+}
+
+std::string Host::library_folder() const { return std::filesystem::path(module_path_).parent_path(); }
+
+std::vector<const service::ServiceDescriptor*> Host::Services() const {
+  std::vector<const service::ServiceDescriptor*> services;
+  if (!manager_) return services;
+  LoadSvgDecoder();
+  for (std::uint32_t i = 0; i < manager_->GetServiceCount(); ++i) services.push_back(manager_->GetService(i));
+  return services;
 }
 
 }  // namespace mediaprobe

@@ -2,10 +2,12 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "service/configuration.h"
 #include "service/iservice.h"
 #include "service/iservice_manager.h"
+#include "service/module_descriptor.h"
 
 namespace mediaprobe {
 
@@ -29,9 +31,16 @@ class Host {
   /// The service named `name`; empty when the module could not be loaded or has no such service. The SVG service brings
   /// its decoder module with it.
   std::shared_ptr<service::IService> AcquireService(const char* name) const;
+  /// Those of the module and of the SVG decoder's, in the order of their registration.
+  std::vector<const service::ServiceDescriptor*> Services() const;
   const std::string& module_path() const { return module_path_; }
+  /// Folder of the libraries.
+  std::string library_folder() const;
 
  private:
+  /// The decoder that the SVG service asks for: a module of its own, which no other input is to pay for.
+  void LoadSvgDecoder() const;
+
   service::Configuration configuration_;
   std::string module_path_;
   service::IServiceManager* manager_;

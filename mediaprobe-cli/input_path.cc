@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <system_error>
@@ -69,10 +70,12 @@ std::string FileUrl(const std::string& path) {
 
 }  // namespace
 
+bool IsNetworkUrl(std::string_view input) {
+  return std::ranges::any_of(kNetworkSchemes, [input](std::string_view scheme) { return input.starts_with(scheme); });
+}
+
 InputPath ToInputPath(std::string_view input) {
-  for (const std::string_view scheme : kNetworkSchemes) {
-    if (input.starts_with(scheme)) return {std::string(input), std::nullopt};
-  }
+  if (IsNetworkUrl(input)) return {std::string(input), std::nullopt};
   const bool is_sequence_url = input.starts_with(kSequenceScheme);
   std::string path(input);
   if (is_sequence_url) path = PathOfFileUrl(input.substr(kSequenceScheme.size()));

@@ -21,6 +21,8 @@ struct InputPath {
 /// A "files:" URL, and a path whose name has a sequence's bracket part, is a sequence unless a file has that very name.
 InputPath ToInputPath(std::string_view input);
 
+bool IsNetworkUrl(std::string_view input);
+
 /// The URL that the image service turns back into the path. The path must be there.
 std::string ImageUrl(const InputPath& path);
 /// Likewise for the UUID service, which also takes network URLs, to refuse them.

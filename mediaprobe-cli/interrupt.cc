@@ -1,43 +1,41 @@
 #include "interrupt.h"
 
-#include <pthread.h>
-
-#include <utility>
+#include <array>
 
 namespace mediaprobe {
 namespace {
 
-bool IsIgnored(int signal) {
-  struct sigaction current {};
-  return sigaction(signal, nullptr, &current) == 0 && current.sa_handler == SIG_IGN;
-}
+constexpr std::array kSignals = {SIGINT, SIGTERM};
 
-sigset_t Interrupts() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  return signals;
-}
+volatile sig_atomic_t interrupted = 0;
 
 }  // namespace
 
-InterruptWatch::InterruptWatch(std::function<void()> action) {
-  if (IsIgnored(SIGINT)) return;
-  const sigset_t signals = Interrupts();
-  pthread_sigmask(SIG_BLOCK, &signals, &before_);
-  watcher_ = std::thread([this, signals, action = std::move(action)] {
-    int signal = 0;
-    sigwait(&signals, &signal);
-    if (!ending_) action();
-  });
+Interrupts::Interrupts() {
+  interrupted = 0;
+  sigprocmask(SIG_SETMASK, nullptr, &before_);
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    sigaction(kSignals[i], nullptr, &previous_[i]);
+    if (previous_[i].sa_handler == SIG_IGN) continue;
+    struct sigaction remember {};
+    remember.sa_handler = [](int) { interrupted = 1; };
+    remember.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(kSignals[i], &remember, nullptr);
+  }
 }
 
-InterruptWatch::~InterruptWatch() {
-  if (!watcher_.joinable()) return;
-  ending_ = true;
-  pthread_kill(watcher_.native_handle(), SIGINT);
-  watcher_.join();
-  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+Interrupts::~Interrupts() {
+  for (std::size_t i = 0; i < kSignals.size(); ++i) sigaction(kSignals[i], &previous_[i], nullptr);
+  sigprocmask(SIG_SETMASK, &before_, nullptr);
+}
+
+bool Interrupts::happened() const { return interrupted != 0; }
+
+void Interrupts::HoldBack() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : kSignals) sigaddset(&signals, signal);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 }  // namespace mediaprobe

@@ -1,26 +1,27 @@
 #pragma once
 
-#include <atomic>
-#include <csignal>
-#include <functional>
-#include <thread>
+#include <signal.h>
 
 namespace mediaprobe {
 
-/// While it lives, an interrupt (SIGINT) does not end the process but calls `action`, at once and on a thread of its
-/// own, whatever the other threads are busy with. Nothing changes where interrupts are ignored, as in a background job.
-/// Threads that are started before it would still be ended by the signal.
-class InterruptWatch {
+/// While it lives, SIGINT and SIGTERM do not end the process but are remembered, so that the output gets a valid end.
+/// One that comes after the first ends the process. Signals that were ignored, as in a background job, stay ignored.
+/// One object at a time.
+class Interrupts {
  public:
-  explicit InterruptWatch(std::function<void()> action);
-  ~InterruptWatch();
-  InterruptWatch(const InterruptWatch&) = delete;
-  InterruptWatch& operator=(const InterruptWatch&) = delete;
+  Interrupts();
+  ~Interrupts();
+  Interrupts(const Interrupts&) = delete;
+  Interrupts& operator=(const Interrupts&) = delete;
+
+  bool happened() const;
+  /// Holds the two back from now on, save where `wait_mask` is in force: a wait that lets them through misses none.
+  void HoldBack();
+  const sigset_t& wait_mask() const { return before_; }
 
  private:
-  sigset_t before_{};  ///< signals that were blocked
-  std::atomic<bool> ending_ = false;
-  std::thread watcher_;  ///< last: it uses what is above
+  sigset_t before_{};  // signals that were blocked
+  struct sigaction previous_[2]{};
 };
 
 }  // namespace mediaprobe

@@ -6,6 +6,7 @@
 #include "code_names.h"
 #include "core/error_text.h"
 #include "failure_reason.h"
+#include "media_server/refusals.h"
 #include "mediainfo/imedia_file_info.h"
 #include "mediainfo/metedata_keys.h"
 #include "mediainfo/result.h"
@@ -212,7 +213,7 @@ Record MediaProber::Probe(InputPath& path) const {
   if (is_open) {
     DescribeFile(*file, record);
   } else {
-    record.error = FailureReason(path, CoreErrorText(), "not a media file");
+    record.error = FailureReason(path, CoreErrorText(), media_server::refusals::kNotMedia);
   }
   return record;
 }

@@ -1,31 +1,41 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
-#include <mutex>
+#include <string>
+#include <string_view>
 
 #include "record_formatter.h"
 
 namespace mediaprobe {
 
-/// The records as they are written to a file, whole ones only. Safe to use from several threads.
+/// Where the records' texts go, one whole record after another, each as soon as it is known.
 class Output {
  public:
-  /// Borrows `file`.
-  Output(std::unique_ptr<RecordFormatter> formatter, std::FILE* file);
+  /// Standard output.
+  explicit Output(OutputFrame frame);
+  /// A file that holds the whole output once End has succeeded, and that nothing has happened to before. Null, with
+  /// errno, when no file can be written beside it.
+  static std::unique_ptr<Output> ToFile(OutputFrame frame, const std::string& path);
+  ~Output();
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
 
-  /// Nothing is added after the end.
-  void Add(const Record& record);
-  void Flush();
-  /// Writes what closes the output, once. False, with errno, when something could not be written. Gives up on an output
-  /// that is busy with a record for more than a second, since nobody reads it.
+  /// Empty texts are passed over. False, with errno, when something could not be written; nothing is written after
+  /// that.
+  bool Add(std::string_view text);
+  /// Writes what closes the output; the last call. False on the same terms.
   bool End();
 
  private:
-  std::timed_mutex mutex_;
-  std::unique_ptr<RecordFormatter> formatter_;
-  std::FILE* file_;
-  bool ended_ = false;
+  Output(OutputFrame frame, int descriptor, std::string path, std::string unfinished_path);
+  bool Write(std::string_view text);
+
+  OutputFrame frame_;
+  int descriptor_;
+  std::string path_;             // of the file, empty for standard output
+  std::string unfinished_path_;  // under which it is written
+  bool has_records_ = false;
+  int error_ = 0;
 };
 
 }  // namespace mediaprobe

@@ -45,6 +45,8 @@ service::IService* Prober::Service(const char* name) {
   return held.get();
 }
 
+void Prober::Prepare() { Service(service::mediainfo::kMediaFileInfoServiceName); }
+
 Record Prober::ProbeMedia(InputPath& path) {
   service::IService* service = Service(service::mediainfo::kMediaFileInfoServiceName);
   if (!service) return Unanswered<MediaRecord>("the media file service cannot be started");

@@ -30,6 +30,9 @@ class Prober {
 
   Prober(ServiceSource source, Settings settings);
 
+  /// Acquires what most inputs need, so that it is there when the process is forked.
+  void Prepare();
+
   /// Never fails: what cannot be answered becomes a record with an error. `report`, which may be empty, is called when
   /// only the digest is left, and from then on as that goes on, from another thread. One thread at a time.
   Record Probe(const std::string& input, const DigestReport& report);

@@ -21,13 +21,13 @@ std::string WithPrefix(double amount, std::string_view unit) {
   return DecimalText(amount, decimals).append(" ").append(kPrefixes[prefix]).append(unit);
 }
 
-std::string Grouped(std::uint64_t number) {
+}  // namespace
+
+std::string GroupedText(std::uint64_t number) {
   std::string digits = std::to_string(number);
   for (std::size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, 1, ',');
   return digits;
 }
-
-}  // namespace
 
 std::string DurationText(std::uint64_t duration_100ns) {
   const std::uint64_t half = kTicksPerMillisecond / 2;
@@ -42,7 +42,7 @@ std::string DurationText(std::uint64_t duration_100ns) {
 }
 
 std::string SizeText(std::uint64_t bytes) {
-  const std::string exact = Grouped(bytes) + (bytes == 1 ? " byte" : " bytes");
+  const std::string exact = GroupedText(bytes) + (bytes == 1 ? " byte" : " bytes");
   return bytes < 1000 ? exact : ShortSizeText(bytes) + " (" + exact + ")";
 }
 

@@ -8,6 +8,8 @@
 /// Amounts as people read them.
 namespace mediaprobe {
 
+/// "1,268,000".
+std::string GroupedText(std::uint64_t number);
 /// "0:01:02.503" of a count of 100 ns, rounded to milliseconds.
 std::string DurationText(std::uint64_t duration_100ns);
 /// "1.27 MB (1,268,000 bytes)"; below 1000 only "512 bytes".

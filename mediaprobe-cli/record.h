@@ -22,6 +22,7 @@ struct Record {
   std::optional<std::int64_t> modified_s;  ///< both in seconds since 1970
   std::optional<Location> location;
   std::optional<std::string> aigc;  ///< the AI-generated-content label's text
+  bool truncated = false;           ///< texts were cut to bound the record
   /// What the service tells that answered, or that was asked last.
   std::variant<MediaRecord, ImageRecord, SvgRecord> answer;
 };

@@ -97,12 +97,23 @@ std::string AigcSummary(const std::string& text) {
   return Shown(summary);
 }
 
+struct ValueWriter {
+  std::string operator()(std::int64_t value) const { return std::to_string(value); }
+  std::string operator()(double value) const { return DecimalText(value, kPlaceDecimals); }
+  std::string operator()(const std::string& value) const { return TerminalText(value); }
+  std::string operator()(const core::Rational& value) const {
+    return std::to_string(value.numerator) + "/" + std::to_string(value.denominator);
+  }
+};
+
+std::string ValueText(const MetadataValue& value) { return std::visit(ValueWriter{}, value); }
+
 }  // namespace
 
 std::vector<Fact> FactsOf(const Record& record) {
   std::vector<Fact> facts;
   const auto add = [&facts](std::string_view label, std::string value) {
-    if (!value.empty()) facts.push_back({label, std::move(value)});
+    if (!value.empty()) facts.push_back({std::string(label), std::move(value)});
   };
   if (const auto* media = std::get_if<MediaRecord>(&record.answer)) {
     for (const TagLabel& tag : kTags) add(tag.label, Shown(MetadataText(media->metadata, tag.key).value_or("")));
@@ -114,6 +125,22 @@ std::vector<Fact> FactsOf(const Record& record) {
   add("camera", std::visit([](const auto& answer) { return CameraOf(answer); }, record.answer));
   if (record.aigc) add("AI label", AigcSummary(*record.aigc));
   add("UUID", record.uuid.value_or(""));
+  return facts;
+}
+
+std::vector<Fact> MetadataFacts(const Record& record) {
+  std::vector<Fact> facts;
+  const auto add_all = [&facts](const Metadata& metadata, const std::string& owner) {
+    for (const MetadataEntry& entry : metadata)
+      facts.push_back({owner + std::string(entry.key), ValueText(entry.value)});
+  };
+  if (const auto* media = std::get_if<MediaRecord>(&record.answer)) {
+    add_all(media->metadata, {});
+    for (const ProgramRecord& program : media->programs) {
+      for (const VideoRecord& video : program.video) add_all(video.metadata, std::to_string(video.index) + ": ");
+    }
+  }
+  if (const auto* image = std::get_if<ImageRecord>(&record.answer)) add_all(image->metadata, {});
   return facts;
 }
 

@@ -1,18 +1,26 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "record.h"
 
 namespace mediaprobe {
 
-/// An output form. The texts that it gives, put one after another, are the whole output.
+/// What stands around the records of an output.
+struct OutputFrame {
+  std::string begin;
+  std::string between;
+  std::string end;
+};
+
+/// An output form: `begin`, the records' texts with `between` between them, and `end` are the whole output.
 class RecordFormatter {
  public:
   virtual ~RecordFormatter() = default;
-  virtual std::string Format(const Record& record) = 0;
-  /// What closes the output after the last record, also when there was none.
-  virtual std::string End() = 0;
+  /// Depends on the record alone, so that any process may do it.
+  virtual std::string Format(const Record& record) const = 0;
+  virtual OutputFrame Frame() const { return {}; }
 };
 
 }  // namespace mediaprobe

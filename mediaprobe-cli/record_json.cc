@@ -182,6 +182,7 @@ Json ToJson(const Record& record) {
   AddDate(object, "modified", record.modified_s);
   AddLocation(object, record.location);
   AddAigc(object, record.aigc);
+  if (record.truncated) object["truncated"] = true;
   std::visit([&object](const auto& answer) { AddAnswer(object, answer); }, record.answer);
   return object;
 }

@@ -110,9 +110,8 @@ void Block::AddFacts(const std::vector<Fact>& facts) {
 
 }  // namespace
 
-std::string TextFormatter::Format(const Record& record) {
+std::string TextFormatter::Format(const Record& record) const {
   Block block(use_colors_);
-  if (!std::exchange(empty_, false)) block.Add("\n");
   block.AddPainted(TerminalText(record.input), kBold);
   block.Add(": ");
   if (record.error) {
@@ -123,6 +122,7 @@ std::string TextFormatter::Format(const Record& record) {
   block.Add(Headline(record) + "\n");
   if (const auto* media = std::get_if<MediaRecord>(&record.answer)) block.AddStreams(media->programs);
   block.AddFacts(FactsOf(record));
+  if (is_full_) block.AddFacts(MetadataFacts(record));
   return block.Take();
 }
 

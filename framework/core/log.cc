@@ -63,6 +63,15 @@ bool CoreLogSetFolder(const char* folder) {
   }
 }
 
+bool CoreLogSetFile(const char* path) {
+  try {
+    Writer().SetFile(path ? path : "");
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
 void CoreLogProtect(const char* text) {
   if (!text || !*text) return;
   try {

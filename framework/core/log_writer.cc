@@ -47,12 +47,13 @@ void LogWriter::Write(std::string_view tag, int level, std::string_view text) {
   const std::string clean_text = Clean(text, protected_texts_);
   const spdlog::details::log_msg line(clean_tag, ToSpdlog(level), clean_text);
 
-  if (!standard_error_) standard_error_ = std::make_shared<spdlog::sinks::stderr_sink_st>();
-  standard_error_->log(line);
-  if (!file_) return;
-  file_->log(line);
-  // The line that matters most is the last one before a crash.
-  file_->flush();
+  if (!output_) output_ = std::make_shared<spdlog::sinks::stderr_sink_st>();
+  for (const auto& sink : {output_, file_}) {
+    if (!sink) continue;
+    sink->log(line);
+    // The line that matters most is the last one before a crash.
+    sink->flush();
+  }
 }
 
 void LogWriter::SetFolder(const std::string& folder) {
@@ -60,6 +61,15 @@ void LogWriter::SetFolder(const std::string& folder) {
   file_.reset();
   if (folder.empty()) return;
   file_ = std::make_shared<spdlog::sinks::basic_file_sink_st>(folder + "/" + std::string(kFileName));
+}
+
+void LogWriter::SetFile(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  if (path.empty()) {
+    output_.reset();
+  } else {
+    output_ = std::make_shared<spdlog::sinks::basic_file_sink_st>(path);
+  }
 }
 
 void LogWriter::Protect(std::string text) {

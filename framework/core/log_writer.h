@@ -25,14 +25,17 @@ class LogWriter {
   /// From now on lines go to "mediainfo.log" in `folder` too, behind what the file holds. Throws when the file cannot
   /// be opened; then, as with an empty `folder`, no file is open.
   void SetFolder(const std::string& folder);
+  /// From now on lines go to the file `path`, behind what it holds, instead of standard error; an empty one brings
+  /// standard error back. Throws, and changes nothing, when the file cannot be opened.
+  void SetFile(const std::string& path);
   /// `text` must not be empty.
   void Protect(std::string text);
 
  private:
   std::mutex mutex_;
   std::vector<std::string> protected_texts_;
-  std::shared_ptr<spdlog::sinks::sink> standard_error_;
-  std::shared_ptr<spdlog::sinks::sink> file_;
+  std::shared_ptr<spdlog::sinks::sink> output_;  // standard error, or a file in its place
+  std::shared_ptr<spdlog::sinks::sink> file_;    // in the log folder
 };
 
 }  // namespace core

@@ -4,6 +4,7 @@
 /// choose a service by content compare with these texts.
 namespace media_server::refusals {
 
+inline constexpr char kNotMedia[] = "not a media file";  ///< nor anything else that is read here
 inline constexpr char kStillImage[] = "a still image, not a media file";
 inline constexpr char kSvg[] = "an SVG image, not a media file";
 

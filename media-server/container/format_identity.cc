@@ -412,4 +412,18 @@ FormatNames NamesOfMp4Brand(std::string_view brand) {
 
 FormatNames NamesOfDocType(std::string_view doc_type) { return doc_type == "webm" ? kWebM.names : kMatroska.names; }
 
+std::vector<FormatIdentity> KnownFormats() {
+  std::vector<FormatIdentity> formats(kDemuxerDefaults.begin(), kDemuxerDefaults.end());
+  formats.insert(formats.end(), {kWebM, kMov, kMp2, kMp1, kSvg});
+  formats.insert(formats.end(), FormatsWithoutMagic().begin(), FormatsWithoutMagic().end());
+  for (const Brand& brand : kBrands) formats.push_back(brand.identity);
+  for (const OggCodec& codec : kOggCodecs) formats.push_back(codec.identity);
+  for (const Magic& magic : FormatMagics()) formats.push_back(magic.identity);
+  std::ranges::sort(formats, {}, [](const FormatIdentity& identity) { return identity.names.short_name; });
+  const auto repeated =
+      std::ranges::unique(formats, {}, [](const FormatIdentity& identity) { return identity.names.short_name; });
+  formats.erase(repeated.begin(), repeated.end());
+  return formats;
+}
+
 }  // namespace media_server

@@ -194,4 +194,9 @@ std::optional<FormatIdentity> IdentifyTarga(IByteSource& source) {
   return std::nullopt;
 }
 
+std::span<const FormatIdentity> FormatsWithoutMagic() {
+  static constexpr std::array kFormats = {kBmp, kIcon, kNetpbm, kSgi, kPcx, kTarga};
+  return kFormats;
+}
+
 }  // namespace media_server

@@ -15,4 +15,7 @@ std::optional<FormatIdentity> IdentifyPicture(std::span<const std::uint8_t> head
 /// what the format allows. To be asked last, when nothing else is known of a file.
 std::optional<FormatIdentity> IdentifyTarga(IByteSource& source);
 
+/// The formats that the two above name.
+std::span<const FormatIdentity> FormatsWithoutMagic();
+
 }  // namespace media_server

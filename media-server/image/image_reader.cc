@@ -89,6 +89,8 @@ constexpr std::array kReaders = {
     Row{"xcf", ReadXcf},
 };
 
+constexpr auto FindReader(std::string_view format) { return std::ranges::find(kReaders, format, &Row::format); }
+
 /// Remembers whether a read wanted more than there was.
 class EndNotingSource final : public IByteSource {
  public:
@@ -115,14 +117,15 @@ bool IsPlausible(const PictureSize& size) {
 
 }  // namespace
 
+bool IsReadable(std::string_view format) { return FindReader(format) != kReaders.end(); }
+
 std::optional<PictureHeaders> ReadPictureHeaders(IByteSource& source, std::string* reason) {
   if (source.Size() == 0) {
     *reason = "empty file";
     return std::nullopt;
   }
   const auto identity = IdentifyFormat(source);
-  const auto row =
-      std::ranges::find(kReaders, identity ? identity->names.short_name : std::string_view(), &Row::format);
+  const auto row = FindReader(identity ? identity->names.short_name : std::string_view());
   if (row == kReaders.end()) {
     *reason =
         identity && identity->kind == ContentKind::kStillImage ? "an image format that is not read: " : "not an image";

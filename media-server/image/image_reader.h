@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "media-server/image/picture_headers.h"
 #include "media-server/io/byte_source.h"
@@ -14,5 +15,8 @@ namespace media_server::image {
 /// `source` is no image or its headers do not tell its size; a file whose headers are whole is answered although its
 /// picture is cut short.
 std::optional<PictureHeaders> ReadPictureHeaders(IByteSource& source, std::string* reason);
+
+/// Whether there is a reader for the format that IdentifyFormat gives this short name.
+bool IsReadable(std::string_view format);
 
 }  // namespace media_server::image

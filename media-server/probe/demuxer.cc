@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "media-server/probe/ffmpeg.h"
+#include "media_server/refusals.h"
 
 namespace media_server::probe {
 namespace {
@@ -92,12 +93,12 @@ std::unique_ptr<Demuxer> Demuxer::Open(BoundedSource& source, const DemuxerOptio
   if (!options.decryption_key.empty()) demuxer_options.Set("decryption_key", options.decryption_key);
   const int status = avformat_open_input(&context, /*url=*/"", FindDemuxer(options.demuxer), demuxer_options.Put());
   if (status < 0) {  // the context is freed already
-    *reason = status == AVERROR_INVALIDDATA && options.demuxer.empty() ? "not a media file" : ReasonOf(status, source);
+    *reason = status == AVERROR_INVALIDDATA && options.demuxer.empty() ? refusals::kNotMedia : ReasonOf(status, source);
     return nullptr;
   }
   demuxer->context_.reset(context);
   if (options.demuxer.empty() && context->probe_score < kLeastProbeScore) {
-    *reason = "not a media file";
+    *reason = refusals::kNotMedia;
     return nullptr;
   }
   return demuxer;

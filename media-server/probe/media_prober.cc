@@ -32,7 +32,7 @@ std::string_view RefusalOf(ContentKind kind) {
     case ContentKind::kSvg:
       return refusals::kSvg;
     default:
-      return "not a media file";
+      return refusals::kNotMedia;
   }
 }
 
@@ -144,7 +144,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   media->date_text = CombinedDateText(media->tags.created, media->tags.modified);
   DescribeStreams(context, source, container, *media);
   if (media->streams.empty()) {
-    *reason = container.truncated.value_or(false) ? "file ends early" : "not a media file";
+    *reason = container.truncated.value_or(false) ? "file ends early" : refusals::kNotMedia;
     return nullptr;
   }
   DescribePrograms(context, *media);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace mediaprobe {
@@ -22,6 +24,8 @@ class InputSource {
   virtual State Next(Input* input) = 0;
   /// Negative for a source that never waits.
   virtual int descriptor() const { return -1; }
+  /// How many inputs there are in all, where that is known beforehand.
+  virtual std::optional<std::uint64_t> total() const { return std::nullopt; }
 };
 
 }  // namespace mediaprobe

@@ -37,4 +37,8 @@ InputSource::State ListedInputs::Next(Input* input) {
   }
 }
 
+std::optional<std::uint64_t> ListedInputs::total() const {
+  return filter_ ? std::nullopt : std::optional<std::uint64_t>(names_.size());
+}
+
 }  // namespace mediaprobe

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ class ListedInputs final : public InputSource {
   explicit ListedInputs(std::vector<std::string> names, std::optional<WalkFilter> walk = std::nullopt);
 
   State Next(Input* input) override;
+  std::optional<std::uint64_t> total() const override;
 
  private:
   std::vector<std::string> names_;

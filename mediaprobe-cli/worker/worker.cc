@@ -39,10 +39,10 @@ std::uint64_t AddressSpace() {
   return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 
-void LimitThisProcess(const WorkerLimits& limits) {
+void LimitThisProcess(std::uint64_t memory_bytes) {
   const rlimit no_core{0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
-  const rlim_t most = AddressSpace() + limits.memory_bytes;
+  const rlim_t most = AddressSpace() + memory_bytes;
   const rlimit memory{most, most};
   setrlimit(RLIMIT_AS, &memory);
 }
@@ -75,14 +75,14 @@ void Serve(int descriptor, const AnswerInput& answer) {
   }
 }
 
-[[noreturn]] void RunChild(int descriptor, pid_t parent, const AnswerInput& answer, const WorkerLimits& limits,
+[[noreturn]] void RunChild(int descriptor, pid_t parent, const AnswerInput& answer, std::uint64_t memory_bytes,
                            std::span<const int> inherited) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   // The parent may have died before that.
   if (getppid() != parent) _exit(1);
   for (const int unneeded : inherited) close(unneeded);
   LeaveInterruptsToTheParent();
-  LimitThisProcess(limits);
+  LimitThisProcess(memory_bytes);
   try {
     Serve(descriptor, answer);
   } catch (...) {
@@ -93,7 +93,7 @@ void Serve(int descriptor, const AnswerInput& answer) {
 
 }  // namespace
 
-std::unique_ptr<Worker> Worker::Start(const AnswerInput& answer, const WorkerLimits& limits,
+std::unique_ptr<Worker> Worker::Start(const AnswerInput& answer, std::uint64_t memory_bytes,
                                       std::span<const int> inherited) {
   std::array<int, 2> ends;
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return nullptr;
@@ -101,26 +101,24 @@ std::unique_ptr<Worker> Worker::Start(const AnswerInput& answer, const WorkerLim
   const pid_t process = fork();
   if (process == 0) {
     close(ends[0]);
-    RunChild(ends[1], parent, answer, limits, inherited);
+    RunChild(ends[1], parent, answer, memory_bytes, inherited);
   }
   close(ends[1]);
   if (process < 0) {
     close(ends[0]);
     return nullptr;
   }
-  return std::unique_ptr<Worker>(new Worker(process, ends[0], limits));
+  return std::unique_ptr<Worker>(new Worker(process, ends[0]));
 }
-
-Worker::Worker(pid_t process, int descriptor, const WorkerLimits& limits)
-    : process_(process), descriptor_(descriptor), limits_(limits) {}
 
 Worker::~Worker() { End(); }
 
-void Worker::Ask(Request request) {
+void Worker::Ask(Request request, std::chrono::milliseconds time_limit) {
   // A dead worker is noticed when its end of the stream is read.
   SendAll(descriptor_, frame::Request(request.input));
   if (requests_.empty()) started_ = Clock::now();
   requests_.push_back(std::move(request));
+  time_limits_.push_back(time_limit);
 }
 
 bool Worker::Receive(const std::function<void(Reply)>& take) {
@@ -138,6 +136,7 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
     if (!answer) return false;
     const std::uint64_t number = requests_.front().number;
     requests_.pop_front();
+    time_limits_.pop_front();
     digest_.reset();
     started_ = Clock::now();
     take({number, std::move(*answer)});
@@ -147,7 +146,7 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
 
 std::optional<Worker::Clock::time_point> Worker::Deadline() const {
   if (requests_.empty() || digest_) return std::nullopt;
-  return started_ + limits_.timeout;
+  return started_ + time_limits_.front();
 }
 
 std::string Worker::End() {

@@ -16,12 +16,6 @@
 
 namespace mediaprobe {
 
-/// What a worker may take.
-struct WorkerLimits {
-  std::chrono::milliseconds timeout{10'000};  ///< longest time for one input, its digest not counted
-  std::uint64_t memory_bytes = 512ULL << 20;  ///< address space beyond what the parent had when it forked
-};
-
 /// A process that answers inputs, one after another, forked from this one with all that is loaded in it. It ends when
 /// its parent does. Inputs are handed over by their numbers, which come back with the answers.
 class Worker {
@@ -37,9 +31,10 @@ class Worker {
     Answer answer;
   };
 
-  /// Forks. `inherited` are descriptors of the parent that the child has no use for and must not keep open. Null when
-  /// no process can be made; errno tells why.
-  static std::unique_ptr<Worker> Start(const AnswerInput& answer, const WorkerLimits& limits,
+  /// Forks. The child may take `memory_bytes` of address space beyond what this process has. `inherited` are
+  /// descriptors of the parent that the child has no use for and must not keep open. Null when no process can be made;
+  /// errno tells why.
+  static std::unique_ptr<Worker> Start(const AnswerInput& answer, std::uint64_t memory_bytes,
                                        std::span<const int> inherited);
   /// Kills the process if it still lives.
   ~Worker();
@@ -52,7 +47,7 @@ class Worker {
   const Request* current() const { return requests_.empty() ? nullptr : &requests_.front(); }
 
   /// Hands over an input. At most two are with a worker, the one it works on and the one it goes on with.
-  void Ask(Request request);
+  void Ask(Request request, std::chrono::milliseconds time_limit);
 
   /// Takes what has arrived, without waiting. False when the process has died or talks nonsense.
   bool Receive(const std::function<void(Reply)>& take);
@@ -68,14 +63,14 @@ class Worker {
   std::deque<Request> TakeRequests() { return std::move(requests_); }
 
  private:
-  Worker(pid_t process, int descriptor, const WorkerLimits& limits);
+  Worker(pid_t process, int descriptor) : process_(process), descriptor_(descriptor) {}
 
   pid_t process_;
   int descriptor_;
-  WorkerLimits limits_;
   FrameDecoder decoder_;
   std::deque<Request> requests_;
-  Clock::time_point started_;  // of the first pending input
+  std::deque<std::chrono::milliseconds> time_limits_;  // of those
+  Clock::time_point started_;                          // of the first pending input
   std::optional<DigestProgress> digest_;
 };
 

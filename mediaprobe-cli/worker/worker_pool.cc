@@ -29,7 +29,7 @@ std::string Seconds(std::chrono::milliseconds time) {
 
 }  // namespace
 
-WorkerPool::WorkerPool(const Settings& settings, Callbacks callbacks)
+WorkerPool::WorkerPool(const Settings& settings, RunCallbacks callbacks)
     : settings_(settings), callbacks_(std::move(callbacks)), workers_(std::max(settings.jobs, 1U)) {}
 
 bool WorkerPool::Run(InputSource& source) {
@@ -83,7 +83,7 @@ void WorkerPool::FillWorkers(InputSource& source) {
       if (retried_.contains(request->number)) worker.reset();
       if (!worker) worker = StartWorker();
       if (worker) {
-        worker->Ask(*request);
+        worker->Ask(*request, callbacks_.time_limit(request->input));
       } else {
         Fail(*request, std::string("no process can be started: ") + std::strerror(errno));
       }
@@ -100,7 +100,7 @@ std::unique_ptr<Worker> WorkerPool::StartWorker() const {
   for (const auto& other : workers_) {
     if (other) others.push_back(other->descriptor());
   }
-  return Worker::Start(callbacks_.answer, settings_.limits, others);
+  return Worker::Start(callbacks_.answer, settings_.memory_bytes, others);
 }
 
 void WorkerPool::WaitForNews(const InputSource& source) {
@@ -137,7 +137,7 @@ void WorkerPool::Bury(std::unique_ptr<Worker> worker, bool was_late) {
   Worker::Request current = std::move(lost.front());
   lost.pop_front();
   if (was_late) {
-    Fail(current, "takes longer than " + Seconds(settings_.limits.timeout));
+    Fail(current, "takes longer than " + Seconds(callbacks_.time_limit(current.input)));
   } else if (retried_.insert(current.number).second) {
     lost.push_front(std::move(current));
   } else {
@@ -168,7 +168,7 @@ bool WorkerPool::HandOut() {
 }
 
 void WorkerPool::TellProgress() {
-  Progress progress{.answered = next_out_, .current = {}, .digest = {}};
+  RunCallbacks::Progress progress{.answered = next_out_, .current = {}, .digest = {}};
   for (const auto& worker : workers_) {
     const Worker::Request* request = worker ? worker->current() : nullptr;
     if (!request || request->number != next_out_) continue;

@@ -14,6 +14,7 @@
 
 #include "inputs/input_source.h"
 #include "worker/answer.h"
+#include "worker/run_callbacks.h"
 #include "worker/worker.h"
 
 namespace mediaprobe {
@@ -25,30 +26,12 @@ class WorkerPool {
  public:
   struct Settings {
     unsigned jobs = 1;
-    WorkerLimits limits;
+    std::uint64_t memory_bytes = 0;  ///< most for a worker, beyond what this process takes
   };
-  struct Progress {
-    std::uint64_t answered = 0;
-    std::string current;  ///< the input that the output waits for
-    std::optional<DigestProgress> digest;
-  };
-  struct Callbacks {
-    AnswerInput answer;  ///< runs in the workers
-    /// Makes the answer for an input that no worker could answer; runs in this process, as the others below.
-    std::function<Answer(const Input& input, const std::string& reason)> fail;
-    /// Takes the answers, in order. False ends the run.
-    std::function<bool(const Answer& answer)> take;
-    /// Called several times a second while answers are awaited.
-    std::function<void(const Progress& progress)> wait;
-    /// Asked before each wait: true ends the run. Signals that change its mind interrupt the wait only where the
-    /// caller has blocked them and `wait_mask` lets them through, so that none is missed.
-    std::function<bool()> stop;
-    sigset_t wait_mask{};
-  };
+  WorkerPool(const Settings& settings, RunCallbacks callbacks);
 
-  WorkerPool(const Settings& settings, Callbacks callbacks);
-
-  /// Until the source ends. False when `take` or `stop` ended it early.
+  /// Until the source ends. False when `take` or `stop` ended it early. Signals that change the mind of `stop`
+  /// interrupt a wait only where the caller has blocked them and `wait_mask` lets them through, so that none is missed.
   bool Run(InputSource& source);
 
  private:
@@ -70,7 +53,7 @@ class WorkerPool {
   void TellProgress();
 
   Settings settings_;
-  Callbacks callbacks_;
+  RunCallbacks callbacks_;
   std::vector<std::unique_ptr<Worker>> workers_;
   InputSource::State source_state_ = InputSource::State::kInput;
   std::uint64_t next_number_ = 0;             // of the inputs, in the order of the source

@@ -1,58 +1,60 @@
 #include "interrupt.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <poll.h>
 
-#include <future>
+#include <cerrno>
+#include <csignal>
 
 namespace mediaprobe {
 namespace {
 
-/// The status of a process that runs `body`. A signal that ends it counts as its number and 1000.
-template <typename Body>
-int StatusOf(Body body) {
-  const pid_t child = fork();
-  if (child == 0) {
-    body();
-    _exit(0);
+TEST(Interrupts, AreRemembered) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    const Interrupts interrupts;
+    EXPECT_FALSE(interrupts.happened());
+    raise(signal);
+    EXPECT_TRUE(interrupts.happened());
   }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
 }
 
-TEST(InterruptWatch, ActionRunsWhateverTheOtherThreadsAreBusyWith) {
-  EXPECT_EQ(StatusOf([] {
-              const InterruptWatch watch([] { _exit(130); });
-              kill(getpid(), SIGINT);
-              std::promise<void>().get_future().wait_for(std::chrono::seconds(60));
-            }),
-            130);
+TEST(Interrupts, SecondOneEndsTheProcess) {
+  EXPECT_EXIT(
+      {
+        const Interrupts interrupts;
+        raise(SIGINT);
+        raise(SIGINT);
+      },
+      ::testing::KilledBySignal(SIGINT), "");
 }
 
-TEST(InterruptWatch, ActionDoesNotRunAtTheEnd) {
-  EXPECT_EQ(StatusOf([] { const InterruptWatch watch([] { _exit(130); }); }), 0);
+TEST(Interrupts, EndTheProcessAgainAfterwards) {
+  EXPECT_EXIT(
+      {
+        { const Interrupts interrupts; }
+        raise(SIGTERM);
+      },
+      ::testing::KilledBySignal(SIGTERM), "");
 }
 
-TEST(InterruptWatch, InterruptsEndTheProcessAgainAfterIt) {
-  EXPECT_EQ(StatusOf([] {
-              {
-                const InterruptWatch watch([] { _exit(130); });
-              }
-              raise(SIGINT);
-            }),
-            1000 + SIGINT);
+TEST(Interrupts, HeldBackOnesComeInAWait) {
+  Interrupts interrupts;
+  interrupts.HoldBack();
+  raise(SIGINT);
+  EXPECT_FALSE(interrupts.happened());
+  EXPECT_EQ(ppoll(nullptr, 0, nullptr, &interrupts.wait_mask()), -1);
+  EXPECT_EQ(errno, EINTR);
+  EXPECT_TRUE(interrupts.happened());
 }
 
-TEST(InterruptWatch, IgnoredInterruptsStayIgnored) {
-  EXPECT_EQ(StatusOf([] {
-              signal(SIGINT, SIG_IGN);
-              const InterruptWatch watch([] { _exit(130); });
-              kill(getpid(), SIGINT);
-              usleep(50'000);
-            }),
-            0);
+TEST(Interrupts, IgnoredOnesStayIgnored) {
+  std::signal(SIGINT, SIG_IGN);
+  {
+    const Interrupts interrupts;
+    raise(SIGINT);
+    EXPECT_FALSE(interrupts.happened());
+  }
+  std::signal(SIGINT, SIG_DFL);
 }
 
 }  // namespace

@@ -15,10 +15,10 @@ Record FailedRecord(const std::string& input) {
 }
 
 TEST(JsonFormatter, RecordsMakeOneArray) {
-  JsonFormatter formatter;
-  std::string text = formatter.Format(FailedRecord("a"));
-  text += formatter.Format(FailedRecord("b"));
-  text += formatter.End();
+  const JsonFormatter formatter;
+  const OutputFrame frame = formatter.Frame();
+  const std::string text = frame.begin + formatter.Format(FailedRecord("a")) + frame.between +
+                           formatter.Format(FailedRecord("b")) + frame.end;
   EXPECT_TRUE(text.starts_with("[\n  {\n    \"input\": \"a\",\n"));
   EXPECT_TRUE(text.ends_with("\n  }\n]\n"));
   const auto parsed = nlohmann::json::parse(text);
@@ -26,14 +26,17 @@ TEST(JsonFormatter, RecordsMakeOneArray) {
   EXPECT_EQ(parsed[1]["input"], "b");
 }
 
-TEST(JsonFormatter, NoRecordsMakeAnEmptyArray) { EXPECT_EQ(JsonFormatter().End(), "[]\n"); }
+TEST(JsonFormatter, NoRecordsMakeAnEmptyArray) {
+  const OutputFrame frame = JsonFormatter().Frame();
+  EXPECT_EQ(frame.begin + frame.end, "[\n]\n");
+}
 
 TEST(NdjsonFormatter, EachRecordIsALine) {
-  NdjsonFormatter formatter;
+  const NdjsonFormatter formatter;
   const std::string line = formatter.Format(FailedRecord("a\nb"));
   EXPECT_EQ(line.find('\n'), line.size() - 1);
   EXPECT_EQ(nlohmann::json::parse(line)["input"], "a\nb");
-  EXPECT_EQ(formatter.End(), "");
+  EXPECT_EQ(formatter.Frame().begin + formatter.Frame().between + formatter.Frame().end, "");
 }
 
 }  // namespace

@@ -1,103 +1,93 @@
 #include "output.h"
 
+#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <string>
-#include <thread>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <vector>
+
+#include "scratch_folder.h"
 
 namespace mediaprobe {
 namespace {
 
-class PlainFormatter final : public RecordFormatter {
- public:
-  std::string Format(const Record& record) override { return record.input + "\n"; }
-  std::string End() override { return "end\n"; }
-};
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class OutputTest : public ::testing::Test {
  protected:
-  ~OutputTest() override {
-    std::fclose(file_);
-    std::free(text_);
+  std::unique_ptr<Output> Open() { return Output::ToFile({"(", ",", ")"}, path_); }
+  std::string Written() const {
+    std::ifstream file(path_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
-  std::string Written() {
-    std::fflush(file_);
-    return {text_, length_};
-  }
-  static Record RecordOf(const std::string& input) {
-    Record record;
-    record.input = input;
-    return record;
+  std::vector<std::string> FilesInFolder() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path()))
+      names.push_back(entry.path().filename());
+    return names;
   }
 
-  char* text_ = nullptr;
-  std::size_t length_ = 0;
-  std::FILE* file_ = open_memstream(&text_, &length_);
+  testing::ScratchFolder folder_;
+  std::string path_ = folder_.path() + "/list";
 };
 
-TEST_F(OutputTest, RecordsAndThenTheEnd) {
-  Output output(std::make_unique<PlainFormatter>(), file_);
-  output.Add(RecordOf("a"));
-  output.Add(RecordOf("b"));
-  EXPECT_TRUE(output.End());
-  EXPECT_EQ(Written(), "a\nb\nend\n");
+TEST_F(OutputTest, PutsTheFrameAroundTheRecords) {
+  const auto output = Open();
+  EXPECT_TRUE(output->Add("a"));
+  EXPECT_TRUE(output->Add(""));
+  EXPECT_TRUE(output->Add("b"));
+  EXPECT_TRUE(output->End());
+  EXPECT_EQ(Written(), "(a,b)");
 }
 
-TEST_F(OutputTest, EndsOnceAndTakesNothingAfterIt) {
-  Output output(std::make_unique<PlainFormatter>(), file_);
-  EXPECT_TRUE(output.End());
-  output.Add(RecordOf("late"));
-  EXPECT_TRUE(output.End());
-  EXPECT_EQ(Written(), "end\n");
+TEST_F(OutputTest, WithoutRecordsIsTheFrame) {
+  EXPECT_TRUE(Open()->End());
+  EXPECT_EQ(Written(), "()");
 }
 
-TEST_F(OutputTest, RecordsOfSeveralThreadsStayWhole) {
-  Output output(std::make_unique<PlainFormatter>(), file_);
+TEST_F(OutputTest, TouchesTheFileAtTheEndOnly) {
+  std::ofstream(path_) << "before";
   {
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i) {
-      threads.emplace_back([&output] {
-        for (int k = 0; k < 1'000; ++k) output.Add(RecordOf("record"));
-      });
-    }
+    const auto output = Open();
+    EXPECT_TRUE(output->Add("a"));
+    EXPECT_EQ(Written(), "before");
   }
-  EXPECT_EQ(Written().size(), 4'000 * std::string("record\n").size());
+  EXPECT_EQ(Written(), "before") << "an output that was not ended is dropped";
+  EXPECT_THAT(FilesInFolder(), ElementsAre("list"));
+  EXPECT_TRUE(Open()->End());
+  EXPECT_EQ(Written(), "()");
+  EXPECT_THAT(FilesInFolder(), ElementsAre("list"));
 }
 
-TEST(Output, WhatCannotBeWrittenIsToldAtTheEnd) {
-  std::FILE* full = std::fopen("/dev/full", "w");
-  ASSERT_NE(full, nullptr);
-  Output output(std::make_unique<PlainFormatter>(), full);
-  output.Add({});
-  EXPECT_FALSE(output.End());
+TEST_F(OutputTest, GivesTheFileTheUsualPermissions) {
+  const mode_t before = umask(027);
+  EXPECT_TRUE(Open()->End());
+  umask(before);
+  struct stat status {};
+  ASSERT_EQ(stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0640u);
+}
+
+TEST_F(OutputTest, IsRefusedWhereNoFileCanBeWritten) {
+  EXPECT_EQ(Output::ToFile({}, folder_.path() + "/missing/list"), nullptr);
+  EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(OutputTest, WritesToADeviceAsItIs) {
+  const auto output = Output::ToFile({"(", ",", ")"}, "/dev/full");
+  ASSERT_NE(output, nullptr);
+  EXPECT_FALSE(output->Add("a"));
   EXPECT_EQ(errno, ENOSPC);
-  std::fclose(full);
-}
-
-/// A reader that does not read keeps a record from being written, but not the process from ending.
-TEST(Output, EndGivesUpOnAnOutputThatNobodyReads) {
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  std::FILE* file = fdopen(ends[1], "w");
-  Output output(std::make_unique<PlainFormatter>(), file);
-  std::jthread writer([&output] {
-    Record record;
-    record.input = std::string(1'000'000, 'x');
-    output.Add(record);
-  });
-  std::string buffer(4096, '\0');
-  ASSERT_EQ(read(ends[0], buffer.data(), 1), 1);
-  EXPECT_FALSE(output.End());
-
-  const std::jthread reader([&] {
-    while (read(ends[0], buffer.data(), buffer.size()) > 0) continue;
-  });
-  writer.join();
-  std::fclose(file);
+  EXPECT_FALSE(output->End());
+  EXPECT_EQ(errno, ENOSPC) << "the first error is kept";
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }
 
 }  // namespace

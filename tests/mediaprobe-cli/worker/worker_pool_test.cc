@@ -70,21 +70,22 @@ class WorkerPoolTest : public ::testing::Test {
  protected:
   /// The texts handed out; a failure is told as "input: reason".
   std::vector<std::string> Run(InputSource& source, unsigned jobs = 2) {
-    WorkerPool::Callbacks callbacks;
+    RunCallbacks callbacks;
     callbacks.answer = [this](const Input& input, const ReportDigest& report) { return act_(input.name, report); };
     callbacks.fail = [](const Input& input, const std::string& reason) {
       return Answer{input.name + ": " + reason, reason};
     };
+    callbacks.time_limit = [this](const Input&) { return time_limit_; };
     callbacks.take = [this](const Answer& answer) {
       taken_.push_back(answer.text);
       if (on_take_) on_take_();
       return taken_.size() < most_;
     };
-    callbacks.wait = [this](const WorkerPool::Progress& progress) {
+    callbacks.wait = [this](const RunCallbacks::Progress& progress) {
       if (progress.digest) digests_.push_back(progress.current + " " + std::to_string(progress.digest->done));
     };
     callbacks.stop = [this] { return stop_; };
-    WorkerPool pool({.jobs = jobs, .limits = limits_}, std::move(callbacks));
+    WorkerPool pool({.jobs = jobs, .memory_bytes = memory_bytes_}, std::move(callbacks));
     complete_ = pool.Run(source);
     return taken_;
   }
@@ -93,7 +94,8 @@ class WorkerPoolTest : public ::testing::Test {
     return Run(source, jobs);
   }
 
-  WorkerLimits limits_{.timeout = 10s, .memory_bytes = std::uint64_t{1} << 30};
+  std::chrono::milliseconds time_limit_ = 10s;
+  std::uint64_t memory_bytes_ = std::uint64_t{1} << 30;
   std::function<Answer(const std::string&, const ReportDigest&)> act_ = [](const std::string& input,
                                                                            const ReportDigest&) { return Act(input); };
   std::function<void()> on_take_;
@@ -137,19 +139,19 @@ TEST_F(WorkerPoolTest, TriesAnInputThatKillsItsWorkerOnceMoreInAFreshOne) {
 }
 
 TEST_F(WorkerPoolTest, EndsAnInputThatTakesTooLong) {
-  limits_.timeout = 250ms;
+  time_limit_ = 250ms;
   EXPECT_THAT(Run({"a", "hang", "b", "hang", "c"}, 1),
               ElementsAre("a", "hang: takes longer than 0.25 s", "b", "hang: takes longer than 0.25 s", "c"));
 }
 
 TEST_F(WorkerPoolTest, CountsTheTimeOfEachInputAlone) {
-  limits_.timeout = 1s;
+  time_limit_ = 1s;
   EXPECT_THAT(Run(std::vector<std::string>(8, "slow"), 1), SizeIs(8));
   EXPECT_THAT(taken_, Each(std::string("slow")));
 }
 
 TEST_F(WorkerPoolTest, GivesTheDigestAllTheTimeItNeeds) {
-  limits_.timeout = 250ms;
+  time_limit_ = 250ms;
   act_ = [](const std::string& input, const ReportDigest& report) {
     report(0, 100);
     std::this_thread::sleep_for(300ms);
@@ -163,7 +165,7 @@ TEST_F(WorkerPoolTest, GivesTheDigestAllTheTimeItNeeds) {
 
 TEST_F(WorkerPoolTest, BoundsTheMemoryOfAWorker) {
   EXPECT_THAT(Run({"hoard", "a"}), ElementsAre("refused", "a"));
-  limits_.memory_bytes = std::uint64_t{4} << 30;
+  memory_bytes_ = std::uint64_t{4} << 30;
   taken_.clear();
   EXPECT_THAT(Run({"hoard"}), ElementsAre("hoarded"));
 }

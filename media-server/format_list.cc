@@ -1,0 +1,40 @@
+#include "media-server/format_list.h"
+
+#include <set>
+#include <string_view>
+
+#include "media-server/container/format_identity.h"
+#include "media-server/image/image_reader.h"
+#include "media-server/probe/ffmpeg.h"
+
+namespace media_server {
+namespace {
+
+std::string Line(std::string_view kind, std::string_view short_name, std::string_view long_name) {
+  return std::string(kind).append("\t").append(short_name).append("\t").append(long_name).append("\n");
+}
+
+}  // namespace
+
+std::string FormatList() {
+  std::set<std::string> lines;
+  for (const FormatIdentity& format : KnownFormats()) {
+    const auto& [short_name, long_name] = format.names;
+    if (format.kind == ContentKind::kMedia) lines.insert(Line("media", short_name, long_name));
+    if (format.kind == ContentKind::kStillImage && image::IsReadable(short_name)) {
+      lines.insert(Line("image", short_name, long_name));
+    }
+  }
+  // Those that libavformat recognises by itself.
+  void* state = nullptr;
+  while (const AVInputFormat* demuxer = av_demuxer_iterate(&state)) {
+    if (NamesOfDemuxer(demuxer->name)) continue;
+    const std::string_view names = demuxer->name;
+    lines.insert(Line("media", names.substr(0, names.find(',')), demuxer->long_name));
+  }
+  std::string list;
+  for (const std::string& line : lines) list += line;
+  return list;
+}
+
+}  // namespace media_server

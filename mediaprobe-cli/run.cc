@@ -1,0 +1,223 @@
+#include "run.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "core/log.h"
+#include "csv_formatter.h"
+#include "host.h"
+#include "input_path.h"
+#include "inputs/listed_inputs.h"
+#include "inputs/streamed_inputs.h"
+#include "interrupt.h"
+#include "json_formatter.h"
+#include "listings.h"
+#include "media_server/refusals.h"
+#include "output.h"
+#include "progress_line.h"
+#include "record_limit.h"
+#include "terminal_text.h"
+#include "text_formatter.h"
+#include "worker/run_here.h"
+#include "worker/worker_pool.h"
+
+namespace mediaprobe {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kFileTimeout{10'000};
+constexpr milliseconds kNetworkTimeout{30'000};
+
+void Complain(const std::string& words) { std::fputs(("mediaprobe: " + words + "\n").c_str(), stderr); }
+
+bool IsSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value && *value;
+}
+
+bool UseColors(const Options& options) { return options.output.empty() && isatty(STDOUT_FILENO) && !IsSet("NO_COLOR"); }
+
+std::unique_ptr<RecordFormatter> MakeFormatter(const Options& options) {
+  switch (options.form) {
+    case OutputForm::kJson:
+      return std::make_unique<JsonFormatter>();
+    case OutputForm::kNdjson:
+      return std::make_unique<NdjsonFormatter>();
+    case OutputForm::kCsv:
+      return std::make_unique<CsvFormatter>();
+    case OutputForm::kText:
+      break;
+  }
+  return std::make_unique<TextFormatter>(UseColors(options), options.full);
+}
+
+std::unique_ptr<InputSource> MakeSource(const Options& options) {
+  if (options.from_standard_input) return std::make_unique<StreamedInputs>(STDIN_FILENO, options.separator);
+  return std::make_unique<ListedInputs>(options.inputs, options.walk);
+}
+
+milliseconds TimeLimit(const Options& options, const Input& input) {
+  return options.timeout.value_or(IsNetworkUrl(input.name) ? kNetworkTimeout : kFileTimeout);
+}
+
+/// The line on standard error that a record calls for, empty for none.
+std::string Complaint(const Record& record) {
+  if (record.error) return TerminalText(record.input) + ": " + TerminalText(*record.error);
+  if (record.uuid_error) return TerminalText(record.input) + ": no UUID: " + TerminalText(*record.uuid_error);
+  return {};
+}
+
+/// One run over the inputs of a command line.
+class InputRun {
+ public:
+  InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Output& output);
+
+  /// Whether every input was answered, or why not.
+  int Run(InputSource& source);
+
+ private:
+  RunCallbacks MakeCallbacks();
+  Answer AnswerOne(const Input& input, const ReportDigest& report);
+  Answer AnswerFor(Record& record) const;
+  bool Take(const Answer& answer);
+
+  const Options& options_;
+  const RecordFormatter& formatter_;
+  Output& output_;
+  Prober prober_;
+  Interrupts interrupts_;
+  ProgressLine progress_;
+  std::optional<std::uint64_t> total_;
+  bool failures_are_seen_;
+  bool all_answered_ = true;
+  bool is_written_ = true;
+};
+
+bool ShowsProgress(const Options& options) { return options.progress.value_or(isatty(STDERR_FILENO) != 0); }
+
+InputRun::InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Output& output)
+    : options_(options),
+      formatter_(formatter),
+      output_(output),
+      prober_([&host](const char* name) { return host.AcquireService(name); },
+              {.service = options.service, .key = options.key, .wants_uuid = options.uuid}),
+      progress_(ShowsProgress(options) ? stderr : nullptr),
+      // A person at a terminal sees standard error beside the blocks and need not read the same failure twice.
+      failures_are_seen_(options.form == OutputForm::kText && options.output.empty() && isatty(STDOUT_FILENO) &&
+                         isatty(STDERR_FILENO)) {}
+
+Answer InputRun::AnswerFor(Record& record) const {
+  LimitRecord(record);
+  Answer answer{{}, Complaint(record)};
+  if (!record.error || !failures_are_seen_) answer.text = formatter_.Format(record);
+  return answer;
+}
+
+Answer InputRun::AnswerOne(const Input& input, const ReportDigest& report) {
+  Record record = prober_.Probe(input.name, report);
+  if (input.found_by_walk && record.error == media_server::refusals::kNotMedia) return {};
+  return AnswerFor(record);
+}
+
+bool InputRun::Take(const Answer& answer) {
+  progress_.Wipe();
+  is_written_ = output_.Add(answer.text);
+  if (!answer.error.empty()) {
+    all_answered_ = false;
+    Complain(answer.error);
+  }
+  return is_written_;
+}
+
+RunCallbacks InputRun::MakeCallbacks() {
+  RunCallbacks callbacks;
+  callbacks.answer = [this](const Input& input, const ReportDigest& report) { return AnswerOne(input, report); };
+  callbacks.fail = [this](const Input& input, const std::string& reason) {
+    Record record;
+    record.input = input.name;
+    record.error = reason;
+    return AnswerFor(record);
+  };
+  callbacks.time_limit = [this](const Input& input) { return TimeLimit(options_, input); };
+  callbacks.take = [this](const Answer& answer) { return Take(answer); };
+  callbacks.wait = [this](const RunCallbacks::Progress& progress) {
+    RunProgress now{.answered = progress.answered, .total = total_, .current = progress.current};
+    if (progress.digest) now.digest = {progress.digest->done, progress.digest->total};
+    progress_.Show(std::move(now));
+  };
+  callbacks.stop = [this] { return interrupts_.happened(); };
+  callbacks.wait_mask = interrupts_.wait_mask();
+  return callbacks;
+}
+
+int InputRun::Run(InputSource& source) {
+  total_ = source.total();
+  if (options_.isolation == Isolation::kNone) {
+    RunHere(source, MakeCallbacks());
+  } else {
+    interrupts_.HoldBack();
+    // Loaded once here rather than in every worker.
+    prober_.Prepare();
+    WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, MakeCallbacks()).Run(source);
+  }
+  progress_.Wipe();
+  // A file holds the whole output or nothing of it.
+  const bool keeps_output = options_.output.empty() || !interrupts_.happened();
+  if (is_written_ && keeps_output) is_written_ = output_.End();
+  if (interrupts_.happened()) {
+    // The shell's next prompt is to start a line of its own.
+    if (isatty(STDERR_FILENO)) std::fputs("\n", stderr);
+    return kExitInterrupted;
+  }
+  if (!is_written_) {
+    // A reader that has seen enough is no failure to talk about.
+    if (errno != EPIPE) Complain(std::string("cannot write the output: ") + std::strerror(errno));
+    return kExitFailed;
+  }
+  return all_answered_ ? kExitAnswered : kExitFailed;
+}
+
+std::unique_ptr<Output> OpenOutput(const Options& options, const RecordFormatter& formatter) {
+  if (options.output.empty()) return std::make_unique<Output>(formatter.Frame());
+  return Output::ToFile(formatter.Frame(), options.output);
+}
+
+}  // namespace
+
+int Run(const Options& options) {
+  CoreLogSetLevel(options.log_level);
+  CoreLogProtect(options.key.c_str());
+  if (!CoreLogSetFile(options.log_file.c_str())) {
+    Complain("cannot write the log file " + TerminalText(options.log_file));
+    return kExitUsage;
+  }
+  const Host host(LibraryFolder());
+  if (!host.is_loaded()) {
+    Complain("cannot load the media information module " + TerminalText(host.module_path()));
+    return kExitFailed;
+  }
+  if (options.listing != Listing::kNone) {
+    std::fputs((options.listing == Listing::kFormats ? FormatList(host) : ServiceList(host)).c_str(), stdout);
+    return std::fflush(stdout) == 0 ? kExitAnswered : kExitFailed;
+  }
+  const auto formatter = MakeFormatter(options);
+  const auto output = OpenOutput(options, *formatter);
+  if (!output) {
+    Complain("cannot write " + TerminalText(options.output) + ": " + std::strerror(errno));
+    return kExitUsage;
+  }
+  const auto source = MakeSource(options);
+  return InputRun(options, host, *formatter, *output).Run(*source);
+}
+
+}  // namespace mediaprobe
