@@ -177,10 +177,10 @@ TEST_F(TextFormatterTest, FailuresAreALine) {
 }
 
 TEST_F(TextFormatterTest, BlocksAreApart) {
-  TextFormatter formatter(/*use_colors=*/false);
-  EXPECT_EQ(formatter.Format(Media()), "a.mp4: mp4\n");
-  EXPECT_EQ(formatter.Format(Media()), "\na.mp4: mp4\n");
-  EXPECT_EQ(formatter.End(), "");
+  const OutputFrame frame = TextFormatter(/*use_colors=*/false).Frame();
+  EXPECT_EQ(frame.begin, "");
+  EXPECT_EQ(frame.between, "\n");
+  EXPECT_EQ(frame.end, "");
 }
 
 TEST_F(TextFormatterTest, ColorsAreUsedWhenAskedFor) {
