@@ -69,6 +69,12 @@ std::optional<std::uint32_t> QuarterTurns(std::optional<std::int64_t> degrees) {
   return is_told ? std::optional(static_cast<std::uint32_t>(*degrees)) : std::nullopt;
 }
 
+/// The store has it as a signed number of 32 bits, past which counts wrap.
+std::optional<std::uint32_t> FrameCount(const Metadata& metadata) {
+  const auto count = MetadataInteger(metadata, keys::kImagePicSequenceTotalFrames);
+  return count ? std::optional(static_cast<std::uint32_t>(*count)) : std::nullopt;
+}
+
 void DescribeImage(IImageInfo& image, Metadata&& metadata_told, Record& record) {
   auto& answer = std::get<ImageRecord>(record.answer);
   answer.width = KnownAmount(image.GetWidth());
@@ -76,7 +82,7 @@ void DescribeImage(IImageInfo& image, Metadata&& metadata_told, Record& record) 
   answer.metadata = std::move(metadata_told);
   const Metadata& metadata = answer.metadata;
   if (const std::uint64_t duration = DurationOf(image, metadata); duration > 0) answer.duration_100ns = duration;
-  answer.frame_count = KnownAmount(MetadataInteger(metadata, keys::kImagePicSequenceTotalFrames).value_or(0));
+  answer.frame_count = FrameCount(metadata);
   answer.rotation_degrees = QuarterTurns(MetadataInteger(metadata, keys::kImageRotate));
   if (const auto flip = MetadataInteger(metadata, keys::kImageFlip)) {
     answer.flip = FlipName(static_cast<std::uint32_t>(*flip));
@@ -109,9 +115,8 @@ Record ImageProber::Probe(const InputPath& path) const {
     record.error = FailureReason(path, CoreErrorText(), "not an image");
     return record;
   }
-  const auto frame_count = MetadataInteger(told.metadata, keys::kImagePicSequenceTotalFrames);
-  if (frame_count.value_or(1) < 1) {
-    record.error = *frame_count == 0 ? "a sequence without frames" : "a sequence of too many frames";
+  if (FrameCount(told.metadata) == 0U) {
+    record.error = "a sequence without frames";
   } else {
     DescribeImage(*image, std::move(told.metadata), record);
   }

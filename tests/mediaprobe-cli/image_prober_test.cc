@@ -135,12 +135,16 @@ TEST(ImageProber, OfSeveralRangesTheFirstFrameIsAskedForByItsName) {
   EXPECT_EQ(Image(record).metadata.back().key, "Image_Metedata_PicSequenceTotalFrames");
 }
 
-TEST(ImageProber, SequencesThatCannotBeCountedAreRefused) {
-  FakeImageService service([](const std::string& url) { return SequenceOf(url.ends_with("9-1].png") ? 0 : -5); });
-  const Record empty = ImageProber(service).Probe(ToInputPath("/v/img_[9-1].png"));
-  EXPECT_EQ(empty.error, "a sequence without frames");
-  const Record endless = ImageProber(service).Probe(ToInputPath("/v/img_[1-4294967291].png"));
-  EXPECT_EQ(endless.error, "a sequence of too many frames");
+TEST(ImageProber, SequencesWithoutFramesAreRefused) {
+  FakeImageService service([](const std::string&) { return SequenceOf(0); });
+  EXPECT_EQ(ImageProber(service).Probe(ToInputPath("/v/img_[9-1].png")).error, "a sequence without frames");
+}
+
+TEST(ImageProber, CountsPastTheSignedNumbersAreReadAsTheyAreMeant) {
+  FakeImageService service([](const std::string&) { return SequenceOf(-5); });
+  const Record record = ImageProber(service).Probe(ToInputPath("/v/img_[1-4294967291].png"));
+  EXPECT_EQ(record.error, std::nullopt);
+  EXPECT_EQ(Image(record).frame_count, 4'294'967'291U);
 }
 
 TEST(ImageProber, FailuresSayWhy) {
