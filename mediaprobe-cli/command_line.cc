@@ -98,8 +98,12 @@ KeyFile ReadKeyFile(const std::string& path) {
 }
 
 EarlyExit UsageError(const std::string& words) {
-  return {kExitUsage, "mediaprobe: " + TerminalText(words) + "\nTry 'mediaprobe --help'.\n"};
+  return {kExitUsage, "mediaprobe: " + TerminalText(words) + " (try 'mediaprobe --help')\n"};
 }
+
+/// Names of files cannot be empty, as they come out of variables that are not set.
+const CLI::Validator kSomeName(
+    [](const std::string& name) { return name.empty() ? std::string("the name is empty") : std::string(); }, "");
 
 constexpr std::uint64_t kMegabyte = 1024 * 1024;
 
@@ -151,6 +155,12 @@ std::string Unmarked(std::string argument) {
   return argument;
 }
 
+std::vector<std::string> AllUnmarked(const std::vector<std::string>& arguments) {
+  std::vector<std::string> unmarked;
+  for (const std::string& argument : arguments) unmarked.push_back(Unmarked(argument));
+  return unmarked;
+}
+
 void DeclareInputs(CLI::App& app, Arguments& arguments) {
   app.add_option("INPUT", arguments.inputs, "File, picture sequence, URL, or folder (with -r)")->type_name("");
   app.add_flag("-r,--recursive", arguments.recursive, "Walk folders for what can be read")->group("Inputs");
@@ -173,7 +183,10 @@ void DeclareInputs(CLI::App& app, Arguments& arguments) {
       ->type_name("KEY")
       ->take_last()
       ->group("Inputs");
-  app.add_option("--key-file", arguments.key_file, "File that holds the key")->type_name("FILE")->group("Inputs");
+  app.add_option("--key-file", arguments.key_file, "File that holds the key")
+      ->type_name("FILE")
+      ->check(kSomeName)
+      ->group("Inputs");
 }
 
 void DeclareOutput(CLI::App& app, Arguments& arguments) {
@@ -183,6 +196,7 @@ void DeclareOutput(CLI::App& app, Arguments& arguments) {
   app.add_flag("--csv", arguments.csv, "A header, then one row a stream or image")->group("Output");
   app.add_option("-o,--output", arguments.output, "Write there, the whole output or nothing")
       ->type_name("FILE")
+      ->check(kSomeName)
       ->group("Output");
   app.add_flag("--full", arguments.full, "Text form: every metadata key")->group("Output");
   app.add_flag("-u,--uuid", arguments.uuid, "Add the UUID (MD5) of the whole content")->group("Output");
@@ -225,7 +239,10 @@ void Declare(CLI::App& app, Arguments& arguments) {
       ->type_name("LEVEL")
       ->check(CLI::IsMember(NamesIn(kLevels)))
       ->group("About");
-  app.add_option("--log-file", arguments.log_file, "Write log lines there")->type_name("FILE")->group("About");
+  app.add_option("--log-file", arguments.log_file, "Write log lines there")
+      ->type_name("FILE")
+      ->check(kSomeName)
+      ->group("About");
   app.add_flag("--formats", arguments.formats, "List what is read, and leave")->group("About");
   app.add_flag("--services", arguments.services, "List the services, and leave")->group("About");
 }
@@ -280,12 +297,13 @@ std::variant<Options, EarlyExit> ToOptions(Arguments&& arguments) {
   options.listing = ListingOf(arguments);
   options.from_standard_input = arguments.from_standard_input;
   if (arguments.zero_separated) options.separator = '\0';
-  if (arguments.recursive) options.walk = std::move(arguments.walk);
+  if (arguments.recursive)
+    options.walk = WalkFilter{AllUnmarked(arguments.walk.include), AllUnmarked(arguments.walk.exclude)};
   options.output = Unmarked(std::move(arguments.output));
   options.log_file = Unmarked(std::move(arguments.log_file));
   if (arguments.progress || arguments.no_progress) options.progress = arguments.progress;
   TakeLimits(arguments, options);
-  for (std::string& input : arguments.inputs) options.inputs.push_back(Unmarked(std::move(input)));
+  options.inputs = AllUnmarked(arguments.inputs);
   options.key = Unmarked(std::move(arguments.key));
   if (arguments.key_file.empty()) return options;
 

@@ -55,8 +55,8 @@ std::string ProgressText(const RunProgress& progress, std::size_t columns) {
   if (is_single && !progress.digest) return {};
   const std::string count = is_single ? std::string() : CountText(progress);
   const std::string digest = progress.digest ? DigestText(*progress.digest) : std::string();
-  // A line that wraps cannot be wiped.
-  const std::size_t taken = count.size() + 2 + digest.size() + 1;
+  // A line that wraps cannot be wiped. A name that is cut ends in three dots.
+  const std::size_t taken = count.size() + 2 + 3 + digest.size() + 1;
   std::string text = count;
   if (progress.current.empty() || taken + kLeastNameColumns > columns) return text.substr(0, columns - 1);
   if (!text.empty()) text += ", ";

@@ -72,13 +72,80 @@ TEST_F(CommandLineTest, OutputForms) {
   EXPECT_EQ(ParseGood({"--text", "a"}).form, OutputForm::kText);
   EXPECT_EQ(ParseGood({"--json", "a"}).form, OutputForm::kJson);
   EXPECT_EQ(ParseGood({"--ndjson", "a"}).form, OutputForm::kNdjson);
+  EXPECT_EQ(ParseGood({"--csv", "a"}).form, OutputForm::kCsv);
+}
+
+TEST_F(CommandLineTest, Output) {
+  EXPECT_EQ(ParseGood({"a"}).output, "");
+  EXPECT_EQ(ParseGood({"-o", "[list]", "a"}).output, "[list]");
+  EXPECT_EQ(ParseGood({"--output=list", "a"}).output, "list");
+  EXPECT_FALSE(ParseGood({"a"}).full);
+  EXPECT_TRUE(ParseGood({"--full", "a"}).full);
+}
+
+TEST_F(CommandLineTest, StandardInput) {
+  const Options lines = ParseGood({"--stdin"});
+  EXPECT_TRUE(lines.from_standard_input);
+  EXPECT_EQ(lines.separator, '\n');
+  EXPECT_EQ(ParseGood({"--stdin", "-0"}).separator, '\0');
+}
+
+TEST_F(CommandLineTest, Folders) {
+  EXPECT_FALSE(ParseGood({"a"}).walk);
+  const Options options = ParseGood({"-r", "--include", "*.mp4", "--include", "[a-c]*", "--exclude", "x", "a"});
+  ASSERT_TRUE(options.walk);
+  EXPECT_THAT(options.walk->include, ElementsAre("*.mp4", "[a-c]*"));
+  EXPECT_THAT(options.walk->exclude, ElementsAre("x"));
+  EXPECT_THAT(options.inputs, ElementsAre("a"));
+}
+
+TEST_F(CommandLineTest, Limits) {
+  const Options usual = ParseGood({"a"});
+  EXPECT_GE(usual.jobs, 1u);
+  EXPECT_FALSE(usual.timeout);
+  EXPECT_EQ(usual.memory_bytes, 512u << 20);
+  EXPECT_EQ(usual.isolation, Isolation::kWorker);
+  const Options options = ParseGood({"-j", "3", "--timeout", "2.5", "--memory", "64", "--isolation", "none", "a"});
+  EXPECT_EQ(options.jobs, 3u);
+  EXPECT_EQ(options.timeout, std::chrono::milliseconds(2500));
+  EXPECT_EQ(options.memory_bytes, 64u << 20);
+  EXPECT_EQ(options.isolation, Isolation::kNone);
+  for (const char* wrong : {"--jobs=0", "--jobs=x", "--timeout=0", "--timeout=-1", "--memory=1", "--isolation=some"}) {
+    EXPECT_EQ(ParseToExit({wrong, "a"}).status, 2) << wrong;
+  }
+}
+
+TEST_F(CommandLineTest, Progress) {
+  EXPECT_EQ(ParseGood({"a"}).progress, std::nullopt);
+  EXPECT_EQ(ParseGood({"--progress", "a"}).progress, true);
+  EXPECT_EQ(ParseGood({"--no-progress", "a"}).progress, false);
+}
+
+TEST_F(CommandLineTest, ListingsNeedNoInput) {
+  EXPECT_EQ(ParseGood({"--formats"}).listing, Listing::kFormats);
+  EXPECT_EQ(ParseGood({"--services"}).listing, Listing::kServices);
+}
+
+TEST_F(CommandLineTest, OptionsThatDoNotGoTogether) {
+  for (const auto& [arguments, words] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{"--stdin", "a"}, "choose one of --stdin and inputs by name"},
+           {{"-0", "a"}, "-0 goes with --stdin"},
+           {{"--include", "*", "a"}, "--include and --exclude go with --recursive"},
+           {{"--exclude", "*", "a"}, "--include and --exclude go with --recursive"},
+           {{"--progress", "--no-progress", "a"}, "choose one of --progress and --no-progress"},
+           {{"--formats", "--services"}, "choose one of --formats and --services"},
+           {{"--json"}, "no input"}}) {
+    const EarlyExit leave = ParseToExit(arguments);
+    EXPECT_EQ(leave.status, 2);
+    EXPECT_THAT(leave.text, StartsWith("mediaprobe: " + words));
+  }
 }
 
 TEST_F(CommandLineTest, OutputFormsExcludeEachOther) {
-  for (const auto& [one, other] : {std::pair("--text", "--json"), {"--json", "--ndjson"}, {"--ndjson", "--text"}}) {
+  for (const auto& [one, other] : {std::pair("--text", "--json"), {"--json", "--ndjson"}, {"--csv", "--text"}}) {
     const EarlyExit leave = ParseToExit({one, other, "a"});
     EXPECT_EQ(leave.status, 2);
-    EXPECT_THAT(leave.text, StartsWith("mediaprobe: choose one of --text, --json and --ndjson\n"));
+    EXPECT_THAT(leave.text, StartsWith("mediaprobe: choose one of --text, --json, --ndjson and --csv"));
   }
 }
 
@@ -105,7 +172,7 @@ TEST_F(CommandLineTest, LogLevels) {
 TEST_F(CommandLineTest, WrongUsageNamesTheFault) {
   const EarlyExit nothing = ParseToExit({});
   EXPECT_EQ(nothing.status, 2);
-  EXPECT_THAT(nothing.text, AllOf(HasSubstr("INPUT"), HasSubstr("--help")));
+  EXPECT_THAT(nothing.text, AllOf(HasSubstr("no input"), HasSubstr("--help")));
   const EarlyExit unknown = ParseToExit({"--bogus", "a"});
   EXPECT_EQ(unknown.status, 2);
   EXPECT_THAT(unknown.text, HasSubstr("--bogus"));

@@ -86,7 +86,7 @@ TEST(CsvFormatter, GivesARowForEachStream) {
   const auto rows = Rows(TwoStreams());
   ASSERT_THAT(rows, SizeIs(2));
   const Row file = {{"input", "a, \"b\"\n.mp4"}, {"service", "media"}, {"status", "ok"},  {"latitude", "-1.5"},
-                    {"longitude", "2.0"},        {"maker", "Eye"},     {"format", "mp4"}, {"size", "5"},
+                    {"longitude", "2"},        {"maker", "Eye"},     {"format", "mp4"}, {"size", "5"},
                     {"duration", "2.5"},         {"program", "7"}};
   Row video = file;
   video.merge(Row{{"kind", "video"},

@@ -41,6 +41,7 @@ TEST(ProgressText, TellsOfASingleInputOnlyItsDigest) {
 TEST(ProgressText, FitsTheTerminalAndIsFitForIt) {
   RunProgress progress{.answered = 1, .total = 9, .current = std::string(300, 'x'), .elapsed = 1s};
   EXPECT_EQ(ProgressText(progress, 80).size(), 79u);
+  EXPECT_TRUE(ProgressText(progress, 80).ends_with("xxx..."));
   EXPECT_LT(ProgressText(progress, 12).size(), 12u);
   progress.current = "a\x1b[31m";
   EXPECT_EQ(ProgressText(progress, 80), "1 of 9, 1/s, 0:08 left, a\\x1b[31m");

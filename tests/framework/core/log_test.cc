@@ -192,6 +192,22 @@ TEST_F(LogTest, FileGetsTheLinesOfStandardError) {
   EXPECT_EQ(text.str(), line);
 }
 
+TEST_F(LogTest, FileTakesThePlaceOfStandardError) {
+  const fs::path path = folder_ / "tool.log";
+  const std::string lines = StandardErrorOf([&] {
+    ASSERT_TRUE(CoreLogSetFile(path.c_str()));
+    CoreLogPrint("t", kCoreLogError, "into the file");
+    EXPECT_FALSE(CoreLogSetFile((path / "in the way").c_str())) << "which changes nothing";
+    CoreLogPrint("t", kCoreLogError, "this one too");
+    ASSERT_TRUE(CoreLogSetFile(nullptr));
+    CoreLogPrint("t", kCoreLogError, "back again");
+  });
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  EXPECT_THAT(text.str(), AllOf(HasSubstr("into the file\n"), EndsWith("this one too\n")));
+  EXPECT_THAT(lines, AllOf(EndsWith("back again\n"), Not(HasSubstr("the file")), Not(HasSubstr("this one"))));
+}
+
 TEST_F(LogTest, NullAndEmptyFolderCloseTheFile) {
   for (const char* none : {static_cast<const char*>(nullptr), ""}) {
     ASSERT_TRUE(CoreLogSetFolder(folder_.c_str()));
