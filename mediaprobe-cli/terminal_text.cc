@@ -2,15 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdio>
+#include <iterator>
 
+#include "display_width.h"
 #include "platform/text.h"
+#include "utf8_character.h"
 
 namespace mediaprobe {
 namespace {
 
-constexpr std::size_t kMostUtf8Bytes = 4;
+// Room for a character outside the first plane with marks on it.
+constexpr std::size_t kMostBytesPerColumn = 16;
 constexpr std::string_view kEllipsis = "...";
 
 struct Range {
@@ -18,10 +21,10 @@ struct Range {
   char32_t last;
 };
 
-/// C0 and DEL with C1, the zero-width marks, line and paragraph separators with the embedding controls, the isolates,
-/// and the byte order mark.
-constexpr Range kHidden[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x200B, 0x200F},
-                             {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
+/// C0 and DEL with C1, the marks of direction, the zero-width space, line and paragraph separators with the embedding
+/// controls, the isolates, and the byte order mark.
+constexpr Range kHidden[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C}, {0x200B, 0x200B},
+                             {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
 
 bool IsHidden(char32_t c) {
   return std::any_of(std::begin(kHidden), std::end(kHidden),
@@ -37,41 +40,31 @@ std::string Escaped(char32_t c) {
   return text.data();
 }
 
-std::size_t SequenceLength(char lead) {
-  const auto byte = static_cast<unsigned char>(lead);
-  return byte < 0x80 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
-}
-
-/// Reads the character that the valid UTF-8 `sequence` is.
-char32_t Decode(std::string_view sequence) {
-  constexpr std::array<unsigned, 5> kLeadMask = {0, 0x7F, 0x1F, 0x0F, 0x07};
-  char32_t c = static_cast<unsigned char>(sequence[0]) & kLeadMask[sequence.size()];
-  for (const char byte : sequence.substr(1)) c = c << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
-  return c;
-}
-
 }  // namespace
 
-std::string TerminalText(std::string_view text) { return ShortTerminalText(text, text.size()); }
-
-std::string ShortTerminalText(std::string_view text, std::size_t most) {
-  // A tag may have megabytes: only what can be shown is looked at, and one character more to see that there is more.
-  const std::size_t most_bytes = (most + 1) * kMostUtf8Bytes;
-  const std::string valid = platform::ToValidUtf8(text.substr(0, most_bytes));
+std::string TerminalText(std::string_view text) {
+  const std::string valid = platform::ToValidUtf8(text);
   std::string shown;
-  std::size_t count = 0;
-  for (std::size_t at = 0; at < valid.size(); ++count) {
-    if (count == most) return shown.append(kEllipsis);
-    const std::string_view sequence = std::string_view(valid).substr(at, SequenceLength(valid[at]));
-    const char32_t c = Decode(sequence);
-    if (IsHidden(c)) {
-      shown += Escaped(c);
+  for (std::size_t at = 0; at < valid.size();) {
+    const Utf8Character next = FirstCharacter(std::string_view(valid).substr(at));
+    if (IsHidden(next.code)) {
+      shown += Escaped(next.code);
     } else {
-      shown += sequence;
+      shown.append(valid, at, next.size);
     }
-    at += sequence.size();
+    at += next.size;
   }
   return shown;
+}
+
+std::string ShortTerminalText(std::string_view text, std::size_t most_columns) {
+  // A tag may have megabytes: only what can be shown is looked at.
+  const std::string_view start = text.substr(0, (most_columns + 1) * kMostBytesPerColumn);
+  std::string shown = TerminalText(start);
+  const std::size_t fitting = FittingBytes(shown, most_columns);
+  if (start.size() == text.size() && fitting == shown.size()) return shown;
+  shown.resize(fitting);
+  return shown.append(kEllipsis);
 }
 
 }  // namespace mediaprobe

@@ -19,6 +19,13 @@ TEST(TerminalText, ControlCharactersAreWrittenOut) {
 TEST(TerminalText, CharactersThatReorderOrHideAreWrittenOut) {
   EXPECT_EQ(TerminalText("\u202e"), "\\u202e");
   EXPECT_EQ(TerminalText("\u2066\u200b\u2028\ufeff"), "\\u2066\\u200b\\u2028\\ufeff");
+  EXPECT_EQ(TerminalText("\u200e\u200f\u061c"), "\\u200e\\u200f\\u061c");
+}
+
+TEST(TerminalText, JoinersStay) {
+  EXPECT_EQ(TerminalText("\u0645\u06cc\u200c\u062e\u0648\u0627\u0647\u0645"),
+            "\u0645\u06cc\u200c\u062e\u0648\u0627\u0647\u0645");
+  EXPECT_EQ(TerminalText("\U0001F469\u200d\U0001F4BB"), "\U0001F469\u200d\U0001F4BB");
 }
 
 TEST(TerminalText, InvalidUtf8IsReplaced) {
@@ -27,12 +34,22 @@ TEST(TerminalText, InvalidUtf8IsReplaced) {
             "a\uFFFDb");
 }
 
-TEST(TerminalText, ShortFormCountsCharacters) {
-  EXPECT_EQ(ShortTerminalText("\u6d77\u6d77\u6d77", 3), "\u6d77\u6d77\u6d77");
-  EXPECT_EQ(ShortTerminalText("\u6d77\u6d77\u6d77\u6d77", 3), "\u6d77\u6d77\u6d77...");
-  EXPECT_EQ(ShortTerminalText("\n\n\n", 2), "\\n\\n...");
+TEST(TerminalText, ShortFormCountsColumns) {
+  EXPECT_EQ(ShortTerminalText("\u6d77\u6d77\u6d77", 6), "\u6d77\u6d77\u6d77");
+  EXPECT_EQ(ShortTerminalText("\u6d77\u6d77\u6d77\u6d77", 7), "\u6d77\u6d77\u6d77...");
+  EXPECT_EQ(ShortTerminalText("\u6d77\u6d77\u6d77", 5), "\u6d77\u6d77...");
+  EXPECT_EQ(ShortTerminalText("\n\n\n", 6), "\\n\\n\\n");
+  EXPECT_EQ(ShortTerminalText("\n\n\n\n", 6), "\\n\\n\\n...");
+  EXPECT_EQ(ShortTerminalText("e\u0301e\u0301e\u0301", 3), "e\u0301e\u0301e\u0301");
   EXPECT_EQ(ShortTerminalText("", 0), "");
+  EXPECT_EQ(ShortTerminalText("a", 0), "...");
   EXPECT_EQ(ShortTerminalText(std::string(std::size_t{16} << 20, 'x'), 240), std::string(240, 'x') + "...");
+}
+
+TEST(TerminalText, ShortFormBoundsMarksToo) {
+  std::string marks = "a";
+  for (int i = 0; i < 100'000; ++i) marks += "\u0301";
+  EXPECT_LT(ShortTerminalText(marks, 10).size(), 200u);
 }
 
 }  // namespace
