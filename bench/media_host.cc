@@ -22,13 +22,18 @@ MediaHost::MediaHost() : manager_(ZORServiceMrgAcqire(/*reserved=*/0)) {
   if (!manager_->LoadModule(LIBRARY_FOLDER "/service-mediainfo.so", &configuration_)) {
     throw std::runtime_error("cannot load the module in " LIBRARY_FOLDER);
   }
-  service_ = manager_->AcquireService(service::mediainfo::kMediaFileInfoServiceName, /*create=*/true, /*reserved=*/0);
-  if (!service_) throw std::runtime_error("the module gives no media file service");
+  service_ = AcquireService(service::mediainfo::kMediaFileInfoServiceName);
 }
 
 MediaHost::~MediaHost() {
   service_.reset();
   manager_->ReleaseServices();
+}
+
+std::shared_ptr<service::IService> MediaHost::AcquireService(const char* name) {
+  auto service = manager_->AcquireService(name, /*create=*/true, /*reserved=*/0);
+  if (!service) throw std::runtime_error(std::string("the module gives no service ") + name);
+  return service;
 }
 
 void MediaHost::OpenAndClose(const std::string& path) {

@@ -18,6 +18,9 @@ class MediaHost {
   MediaHost(const MediaHost&) = delete;
   MediaHost& operator=(const MediaHost&) = delete;
 
+  /// Another service of the module. Throws std::runtime_error when there is none.
+  std::shared_ptr<service::IService> AcquireService(const char* name);
+
   /// Opens a session on the file and closes it again. Throws std::runtime_error when it cannot be opened.
   void OpenAndClose(const std::string& path);
 
