@@ -1,6 +1,12 @@
 # Completion for bash.
 _mediaprobe() {
   local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
+  # Readline takes the equals sign of "--service=im" for a word of its own.
+  if [[ $word == = ]]; then
+    word=
+  elif [[ $previous == = ]]; then
+    previous=${COMP_WORDS[COMP_CWORD-2]}
+  fi
   case $previous in
     --service) mapfile -t COMPREPLY < <(compgen -W 'auto media image svg' -- "$word"); return ;;
     --isolation) mapfile -t COMPREPLY < <(compgen -W 'none worker' -- "$word"); return ;;
