@@ -128,20 +128,21 @@ std::vector<Fact> FactsOf(const Record& record) {
   return facts;
 }
 
-std::vector<Fact> MetadataFacts(const Record& record) {
-  std::vector<Fact> facts;
-  const auto add_all = [&facts](const Metadata& metadata, const std::string& owner) {
-    for (const MetadataEntry& entry : metadata)
-      facts.push_back({owner + std::string(entry.key), ValueText(entry.value)});
+std::vector<FactGroup> MetadataOf(const Record& record) {
+  std::vector<FactGroup> groups;
+  const auto add = [&groups](std::string heading, const Metadata& metadata) {
+    if (metadata.empty()) return;
+    FactGroup& group = groups.emplace_back(FactGroup{std::move(heading), {}});
+    for (const MetadataEntry& entry : metadata) group.facts.push_back({std::string(entry.key), ValueText(entry.value)});
   };
   if (const auto* media = std::get_if<MediaRecord>(&record.answer)) {
-    add_all(media->metadata, {});
+    add("metadata", media->metadata);
     for (const ProgramRecord& program : media->programs) {
-      for (const VideoRecord& video : program.video) add_all(video.metadata, std::to_string(video.index) + ": ");
+      for (const VideoRecord& video : program.video) add("video " + std::to_string(video.index), video.metadata);
     }
   }
-  if (const auto* image = std::get_if<ImageRecord>(&record.answer)) add_all(image->metadata, {});
-  return facts;
+  if (const auto* image = std::get_if<ImageRecord>(&record.answer)) add("metadata", image->metadata);
+  return groups;
 }
 
 }  // namespace mediaprobe

@@ -17,7 +17,14 @@ struct Fact {
 /// Tags, orientation, dates, place, camera, AI label and UUID, as far as they are known, in the order in which they are
 /// shown.
 std::vector<Fact> FactsOf(const Record& record);
-/// Every metadata key of the file and of its picture streams, with its value.
-std::vector<Fact> MetadataFacts(const Record& record);
+
+/// Facts under a heading of their own.
+struct FactGroup {
+  std::string heading;
+  std::vector<Fact> facts;  ///< not empty
+};
+
+/// Every metadata key with its value: first those of the file, then those of each picture stream.
+std::vector<FactGroup> MetadataOf(const Record& record);
 
 }  // namespace mediaprobe

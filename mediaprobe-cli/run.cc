@@ -25,6 +25,7 @@
 #include "output.h"
 #include "progress_line.h"
 #include "record_limit.h"
+#include "terminal_columns.h"
 #include "terminal_text.h"
 #include "text_formatter.h"
 #include "worker/run_here.h"
@@ -45,7 +46,13 @@ bool IsSet(const char* variable) {
   return value && *value;
 }
 
-bool UseColors(const Options& options) { return options.output.empty() && isatty(STDOUT_FILENO) && !IsSet("NO_COLOR"); }
+TextLayout LayoutFor(const Options& options) {
+  TextLayout layout{.use_colors = false, .is_full = options.full, .columns = std::nullopt};
+  if (!options.output.empty() || !isatty(STDOUT_FILENO)) return layout;
+  layout.use_colors = !IsSet("NO_COLOR");
+  layout.columns = TerminalColumns(STDOUT_FILENO);
+  return layout;
+}
 
 std::unique_ptr<RecordFormatter> MakeFormatter(const Options& options) {
   switch (options.form) {
@@ -58,7 +65,7 @@ std::unique_ptr<RecordFormatter> MakeFormatter(const Options& options) {
     case OutputForm::kText:
       break;
   }
-  return std::make_unique<TextFormatter>(UseColors(options), options.full);
+  return std::make_unique<TextFormatter>(LayoutFor(options));
 }
 
 std::unique_ptr<InputSource> MakeSource(const Options& options) {

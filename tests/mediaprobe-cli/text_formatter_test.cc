@@ -43,7 +43,7 @@ class TextFormatterTest : public ::testing::Test {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", /*overwrite=*/1);
     tzset();
   }
-  static std::string Format(const Record& record) { return TextFormatter(/*use_colors=*/false).Format(record); }
+  static std::string Format(const Record& record) { return TextFormatter(TextLayout{}).Format(record); }
   static std::string FactLines(const Record& record) {
     const std::string text = Format(record);
     return text.substr(text.find('\n') + 1);
@@ -177,7 +177,7 @@ TEST_F(TextFormatterTest, FailuresAreALine) {
 }
 
 TEST_F(TextFormatterTest, BlocksAreApart) {
-  const OutputFrame frame = TextFormatter(/*use_colors=*/false).Frame();
+  const OutputFrame frame = TextFormatter(TextLayout{}).Frame();
   EXPECT_EQ(frame.begin, "");
   EXPECT_EQ(frame.between, "\n");
   EXPECT_EQ(frame.end, "");
@@ -185,9 +185,9 @@ TEST_F(TextFormatterTest, BlocksAreApart) {
 
 TEST_F(TextFormatterTest, ColorsAreUsedWhenAskedFor) {
   Record record = Media();
-  EXPECT_EQ(TextFormatter(/*use_colors=*/true).Format(record), "\x1b[1ma.mp4\x1b[0m: mp4\n");
+  EXPECT_EQ(TextFormatter({.use_colors = true}).Format(record), "\x1b[1ma.mp4\x1b[0m: mp4\n");
   record.error = "no such file";
-  EXPECT_EQ(TextFormatter(/*use_colors=*/true).Format(record), "\x1b[1ma.mp4\x1b[0m: \x1b[31mno such file\x1b[0m\n");
+  EXPECT_EQ(TextFormatter({.use_colors = true}).Format(record), "\x1b[1ma.mp4\x1b[0m: \x1b[31mno such file\x1b[0m\n");
 }
 
 }  // namespace
