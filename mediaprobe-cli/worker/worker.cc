@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -20,6 +21,7 @@ namespace mediaprobe {
 namespace {
 
 constexpr std::size_t kReadSize = 64 * 1024;
+constexpr int kOutOfMemoryStatus = 70;  // that a worker leaves with
 
 /// False when the other end is gone.
 bool SendAll(int descriptor, std::string_view bytes) {
@@ -85,6 +87,8 @@ void Serve(int descriptor, const AnswerInput& answer) {
   LimitThisProcess(memory_bytes);
   try {
     Serve(descriptor, answer);
+  } catch (const std::bad_alloc&) {
+    _exit(kOutOfMemoryStatus);
   } catch (...) {
     _exit(1);
   }
@@ -160,6 +164,8 @@ std::string Worker::End() {
   if (WIFSIGNALED(status)) {
     const int signal_number = WTERMSIG(status);
     words = "killed by signal " + std::to_string(signal_number) + " (" + strsignal(signal_number) + ")";
+  } else if (WIFEXITED(status) && WEXITSTATUS(status) == kOutOfMemoryStatus) {
+    words = "out of memory";
   } else if (WIFEXITED(status)) {
     words = "left with status " + std::to_string(WEXITSTATUS(status));
   }

@@ -57,6 +57,9 @@ class Worker {
   /// When the first pending input has taken too long; empty when nothing is pending or only its digest is left.
   std::optional<Clock::time_point> Deadline() const;
 
+  /// Gives the first pending input that much more time.
+  void Excuse(Clock::duration delay) { started_ += delay; }
+
   /// Ends the process and tells in words how it had ended, when it had: "killed by signal 11 (Segmentation fault)".
   std::string End();
   /// The inputs that were not answered, the one it worked on first.

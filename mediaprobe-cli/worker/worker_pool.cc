@@ -33,6 +33,7 @@ WorkerPool::WorkerPool(const Settings& settings, RunCallbacks callbacks)
     : settings_(settings), callbacks_(std::move(callbacks)), workers_(std::max(settings.jobs, 1U)) {}
 
 bool WorkerPool::Run(InputSource& source) {
+  last_look_ = Clock::now();
   while (true) {
     if (callbacks_.stop()) return false;
     FillWorkers(source);
@@ -107,7 +108,7 @@ void WorkerPool::WaitForNews(const InputSource& source) {
   std::vector<pollfd> watched;
   Clock::time_point wake = Clock::now() + kTick;
   for (const auto& worker : workers_) {
-    if (!worker || worker->pending() == 0) continue;
+    if (!worker) continue;
     watched.push_back({worker->descriptor(), POLLIN, 0});
     if (const auto deadline = worker->Deadline()) wake = std::min(wake, *deadline);
   }
@@ -121,12 +122,22 @@ void WorkerPool::WaitForNews(const InputSource& source) {
 
 void WorkerPool::ReadWorkers() {
   const auto now = Clock::now();
+  ExcuseOwnDelay(now);
   for (auto& worker : workers_) {
-    if (!worker || worker->pending() == 0) continue;
+    if (!worker) continue;
     const bool lives = worker->Receive([this](Worker::Reply reply) { Keep(reply.number, std::move(reply.answer)); });
     const auto deadline = worker->Deadline();
     const bool was_late = lives && deadline && *deadline <= now;
     if (!lives || was_late) Bury(std::move(worker), was_late);
+  }
+}
+
+void WorkerPool::ExcuseOwnDelay(Clock::time_point now) {
+  const auto delay = now - last_look_ - kTick;
+  last_look_ = now;
+  if (delay <= Clock::duration::zero()) return;
+  for (const auto& worker : workers_) {
+    if (worker) worker->Excuse(delay);
   }
 }
 

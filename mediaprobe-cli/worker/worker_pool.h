@@ -45,6 +45,9 @@ class WorkerPool {
   std::unique_ptr<Worker> StartWorker() const;
   void WaitForNews(const InputSource& source);
   void ReadWorkers();
+  /// Counts no time against the workers in which this process did not listen to them: it may have been stopped, or
+  /// have waited for the reader of its output.
+  void ExcuseOwnDelay(Worker::Clock::time_point now);
   /// Ends a worker and sees to it that its inputs are answered all the same.
   void Bury(std::unique_ptr<Worker> worker, bool was_late);
   void Fail(const Worker::Request& request, const std::string& reason);
@@ -62,6 +65,7 @@ class WorkerPool {
   std::set<std::uint64_t> retried_;           // of them, those that it died of
   std::map<std::uint64_t, Answer> finished_;  // that wait for one before them
   std::size_t held_bytes_ = 0;                // of those
+  Worker::Clock::time_point last_look_;       // at the workers
 };
 
 }  // namespace mediaprobe

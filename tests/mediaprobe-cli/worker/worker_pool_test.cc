@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -138,6 +139,11 @@ TEST_F(WorkerPoolTest, TriesAnInputThatKillsItsWorkerOnceMoreInAFreshOne) {
   EXPECT_THAT(Run({"a", "once", "b"}, 1), ElementsAre("a 0", "once 0", "b 1"));
 }
 
+TEST_F(WorkerPoolTest, SaysThatMemoryDidNotSuffice) {
+  act_ = [](const std::string&, const ReportDigest&) -> Answer { throw std::bad_alloc(); };
+  EXPECT_THAT(Run({"a"}), ElementsAre("a: the probe broke down twice: out of memory"));
+}
+
 TEST_F(WorkerPoolTest, EndsAnInputThatTakesTooLong) {
   time_limit_ = 250ms;
   EXPECT_THAT(Run({"a", "hang", "b", "hang", "c"}, 1),
@@ -148,6 +154,16 @@ TEST_F(WorkerPoolTest, CountsTheTimeOfEachInputAlone) {
   time_limit_ = 1s;
   EXPECT_THAT(Run(std::vector<std::string>(8, "slow"), 1), SizeIs(8));
   EXPECT_THAT(taken_, Each(std::string("slow")));
+}
+
+TEST_F(WorkerPoolTest, CountsNoTimeInWhichNobodyListens) {
+  time_limit_ = 500ms;
+  // More than a socket holds: the second answer waits in its worker while the first one is taken.
+  constexpr std::size_t kLong = std::size_t{4} << 20;
+  act_ = [](const std::string& input, const ReportDigest&) { return Answer{std::string(kLong, input[0]), ""}; };
+  on_take_ = [] { std::this_thread::sleep_for(1s); };
+  EXPECT_THAT(Run({"a", "b", "c"}, 1),
+              ElementsAre(std::string(kLong, 'a'), std::string(kLong, 'b'), std::string(kLong, 'c')));
 }
 
 TEST_F(WorkerPoolTest, GivesTheDigestAllTheTimeItNeeds) {
@@ -231,6 +247,25 @@ class PipeSource final : public InputSource {
   int given_ = 0;
   bool may_go_on_ = false;
 };
+
+TEST_F(WorkerPoolTest, BlamesNoInputForAWorkerThatDiedWithoutOne) {
+  const testing::ScratchFolder folder;
+  const std::string mark = folder.path() + "/mark";
+  act_ = [&](const std::string& input, const ReportDigest&) {
+    if (input == "second" && std::filesystem::create_directory(mark)) std::abort();
+    return Answer{input == "first" ? std::to_string(getpid()) : input, ""};
+  };
+  PipeSource source;
+  on_take_ = [&] {
+    if (taken_.size() > 1) return;
+    const pid_t idle = std::stoi(taken_.front());
+    kill(idle, SIGKILL);
+    siginfo_t end;
+    waitid(P_PID, static_cast<id_t>(idle), &end, WEXITED | WNOWAIT);
+    source.GoOn();
+  };
+  EXPECT_EQ(Run(source, 1).back(), "second");
+}
 
 TEST_F(WorkerPoolTest, HandsOutWhatIsKnownWhileTheSourceWaits) {
   PipeSource source;
