@@ -32,10 +32,10 @@ class Run:
         return self.complaints.decode("utf-8").splitlines()
 
 
-def run(*arguments, folder=None, environment=None, timeout=HANG_SECONDS):
+def run(*arguments, folder=None, environment=None, timeout=HANG_SECONDS, standard_input=b""):
     """Runs the tool with `arguments` (texts, or bytes for names that are no UTF-8)."""
     finished = subprocess.run(
-        [MEDIAPROBE, *arguments], cwd=folder, env={**os.environ, **(environment or {})}, stdin=subprocess.DEVNULL,
+        [MEDIAPROBE, *arguments], cwd=folder, env={**os.environ, **(environment or {})}, input=standard_input,
         capture_output=True, timeout=timeout)
     return Run(finished.returncode, finished.stdout, finished.stderr)
 

@@ -2,18 +2,26 @@
 /// without any media. Of media files, "full" tells everything, "plain" nothing but its format, "odd" has texts that are
 /// not fit to be shown, "locked" opens with one key only. "photo" is an image that tells everything, "frame" the first
 /// one of a sequence, "movie" an animation, "torn" an image that is damaged; "drawing" is an SVG. Everything else is
-/// none of all that. "slow" and "gone" are media whose UUID takes a minute, after a file
+/// none of all that. What is asked to open "abort", "killed", "leave" or "hang" does so, "hoard" and "bloat" take 2 GB,
+/// of the system and of the heap, "babble" writes into every open descriptor, "once" aborts the first time only, and
+/// "huge" has a title of 6 MB. "slow" and "gone" are media whose UUID takes a minute, after a file
 /// "slow.begun" has told that it begins, and cannot be had.
 
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "core/error_text.h"
 #include "core/log.h"
@@ -28,6 +36,9 @@ namespace mediaprobe::testing {
 namespace {
 
 namespace keys = service::mediainfo::metedata_keys;
+
+// Kept, or the compiler makes nothing of it.
+std::vector<char> bloat;
 
 constexpr char kKey[] = "00112233445566778899aabbccddeeff";
 
@@ -58,13 +69,43 @@ bool IsImage(const std::string& name) {
          name.starts_with("torn");
 }
 
+std::shared_ptr<FakeFile> MakeHugeFile() {
+  static const std::string title(std::size_t{6} << 20, 'h');
+  auto file = MakePlainFile();
+  file->store->SetText(keys::kTitle, title.c_str());
+  return file;
+}
+
+/// The process that is asked for one of these names is in trouble.
+void GetIntoTrouble(const std::string& path) {
+  constexpr std::size_t kHoard = std::size_t{2} << 30;
+  const std::string name = NameIn(path);
+  if (name.starts_with("abort")) std::abort();
+  if (name.starts_with("killed")) raise(SIGKILL);
+  if (name.starts_with("leave")) _exit(3);
+  if (name.starts_with("hang")) std::this_thread::sleep_for(std::chrono::hours(1));
+  if (name.starts_with("bloat")) std::vector<char>(kHoard, 'b').swap(bloat);
+  if (name.starts_with("hoard")) {
+    void* hoard = mmap(nullptr, kHoard, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (hoard == MAP_FAILED) CoreSetErrorText("no room for a hoard");
+  }
+  if (name.starts_with("babble")) {
+    constexpr char kBabble[] = "this is no message at all";
+    for (int descriptor = 3; descriptor < 64; ++descriptor) send(descriptor, kBabble, sizeof kBabble, MSG_DONTWAIT);
+  }
+  if (name.starts_with("once") && mkdir((path + ".died").c_str(), 0700) == 0) std::abort();
+}
+
 std::shared_ptr<FakeFile> Open(const std::string& url, const std::string& key) {
   // As the module does: of a URL with a protocol the first six characters go.
   const std::string path = url.find(":/") == std::string::npos ? url : url.substr(6);
   if (!url.starts_with("http") && !IsFile(path)) return nullptr;
 
+  GetIntoTrouble(path);
   const std::string name = NameIn(path);
   if (name.starts_with("full")) return MakeFullFile();
+  if (name.starts_with("huge")) return MakeHugeFile();
+  if (name.starts_with("once") || name.starts_with("babble")) return MakePlainFile();
   if (name.starts_with("plain")) return MakePlainFile();
   if (name.starts_with("odd")) return MakeOddFile();
   if (name.starts_with("slow") || name.starts_with("gone")) return MakePlainFile();

@@ -32,6 +32,7 @@ class RecordSchemaTest(unittest.TestCase):
         cls.full, cls.photo, cls.movie, cls.frames, cls.drawing = records(
             b"full.mp4", b"photo.jpg", b"movie.gif", b"frame[01-10].png", b"drawing.svg", b"frame01.png",
             options=["--uuid"])[:5]
+        cls.huge, = records(b"huge.wav")
 
     def assert_refused(self, change, record=None):
         record = copy.deepcopy(record or self.full)
@@ -45,7 +46,7 @@ class RecordSchemaTest(unittest.TestCase):
         self.assertEqual([record["service"] for record in made],
                          ["media"] * 3 + ["image"] * 2 + ["svg"] + ["media"] * 2 + ["image"] * 2)
         forced, = records(b"full.mp4", options=["--service", "svg"])
-        for record in made + [forced, self.full, self.photo, self.movie, self.frames, self.drawing]:
+        for record in made + [forced, self.full, self.huge, self.photo, self.movie, self.frames, self.drawing]:
             self.validator.validate(record)
 
     def test_records_together_have_every_key_of_the_schema(self):
@@ -55,8 +56,9 @@ class RecordSchemaTest(unittest.TestCase):
             self.assertEqual(set(properties) - set().union(*values), set())
 
         common = self.validator.schema["properties"]
-        keys(set(common) - {"error"}, self.full)
-        keys(set(common) - {"error"}, self.photo)
+        keys(set(common) - {"error", "truncated"}, self.full)
+        keys(set(common) - {"error", "truncated"}, self.photo)
+        keys({"truncated"}, self.huge)
         keys(definitions["media"]["properties"], self.full)
         keys(definitions["image"]["properties"], self.photo, self.frames)
         keys(definitions["svg"]["properties"], self.drawing)
@@ -67,7 +69,7 @@ class RecordSchemaTest(unittest.TestCase):
 
     def test_keys_stand_in_the_order_of_the_schema(self):
         schema = self.validator.schema
-        for record in (self.full, self.photo, self.movie, self.frames, self.drawing):
+        for record in (self.full, self.huge, self.photo, self.movie, self.frames, self.drawing):
             order = [*schema["properties"], *schema["$defs"][record["service"]]["properties"]]
             self.assertEqual(list(record), [key for key in order if key in record])
         video = self.full["programs"][0]["video"][0]
@@ -85,6 +87,7 @@ class RecordSchemaTest(unittest.TestCase):
 
     def test_altered_records_are_refused(self):
         self.validator.validate(self.full)
+        self.assert_refused(lambda r: r.update(truncated=False))
         self.assert_refused(lambda r: r.pop("input"))
         self.assert_refused(lambda r: r.pop("metadata"))
         self.assert_refused(lambda r: r.update(unknown=1))
