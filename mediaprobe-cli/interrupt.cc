@@ -38,4 +38,6 @@ void Interrupts::HoldBack() {
   sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
+void Interrupts::LetThrough() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
 }  // namespace mediaprobe

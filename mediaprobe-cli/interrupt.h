@@ -17,6 +17,8 @@ class Interrupts {
   bool happened() const;
   /// Holds the two back from now on, save where `wait_mask` is in force: a wait that lets them through misses none.
   void HoldBack();
+  /// Ends that, for work that may wait without `wait_mask`.
+  void LetThrough();
   const sigset_t& wait_mask() const { return before_; }
 
  private:

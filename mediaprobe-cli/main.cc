@@ -1,13 +1,31 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <variant>
 
 #include "command_line.h"
 #include "run.h"
 
+namespace {
+
+/// The next file that is opened would get the number of a standard one that is closed, and what is meant for the one
+/// would go into the other. A closed one stays of no use, so that its failure is told.
+void OccupyStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) >= 0) continue;
+    open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  OccupyStandardDescriptors();
   const auto parsed = mediaprobe::ParseCommandLine(argc, argv);
   if (const auto* leave = std::get_if<mediaprobe::EarlyExit>(&parsed)) {
-    std::fputs(leave->text.c_str(), leave->status == mediaprobe::kExitAnswered ? stdout : stderr);
+    if (leave->status == mediaprobe::kExitAnswered) return mediaprobe::Show(leave->text);
+    std::fputs(leave->text.c_str(), stderr);
     return leave->status;
   }
   return mediaprobe::Run(std::get<mediaprobe::Options>(parsed));

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 namespace mediaprobe {
@@ -21,6 +22,12 @@ mode_t NewFileMode() {
 bool IsSpecial(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+/// The file that a path leads to through links: what is put in its place is not to take that of a link.
+std::string WithoutLinks(const std::string& path) {
+  const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
+  return real ? real.get() : path;
 }
 
 }  // namespace
@@ -40,11 +47,12 @@ std::unique_ptr<Output> Output::ToFile(OutputFrame frame, const std::string& pat
     if (descriptor < 0) return nullptr;
     return std::unique_ptr<Output>(new Output(std::move(frame), descriptor, path, {}));
   }
-  std::string unfinished = path + ".XXXXXX";
+  const std::string real_path = WithoutLinks(path);
+  std::string unfinished = real_path + ".XXXXXX";
   const int descriptor = mkostemp(unfinished.data(), O_CLOEXEC);
   if (descriptor < 0) return nullptr;
   fchmod(descriptor, NewFileMode());
-  return std::unique_ptr<Output>(new Output(std::move(frame), descriptor, path, std::move(unfinished)));
+  return std::unique_ptr<Output>(new Output(std::move(frame), descriptor, real_path, std::move(unfinished)));
 }
 
 Output::~Output() {
@@ -63,7 +71,10 @@ bool Output::End() {
   if (!has_records_ && !Write(frame_.begin)) return false;
   if (!Write(frame_.end)) return false;
   if (unfinished_path_.empty()) return true;
-  if (fsync(descriptor_) != 0 || rename(unfinished_path_.c_str(), path_.c_str()) != 0) return false;
+  if (fsync(descriptor_) != 0 || rename(unfinished_path_.c_str(), path_.c_str()) != 0) {
+    error_ = errno;
+    return false;
+  }
   unfinished_path_.clear();
   return true;
 }
@@ -77,7 +88,6 @@ bool Output::Write(std::string_view text) {
       error_ = errno;
     }
   }
-  errno = error_;
   return error_ == 0;
 }
 

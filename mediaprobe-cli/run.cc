@@ -41,6 +41,13 @@ constexpr milliseconds kNetworkTimeout{30'000};
 
 void Complain(const std::string& words) { std::fputs(("mediaprobe: " + words + "\n").c_str(), stderr); }
 
+/// Why nothing more can be written to a file, or to standard output where that has no name.
+void ComplainOfOutput(const std::string& file, int error) {
+  // A reader that has seen enough is no failure to talk about.
+  if (error == EPIPE) return;
+  Complain("cannot write " + (file.empty() ? "the output" : TerminalText(file)) + ": " + std::strerror(error));
+}
+
 bool IsSet(const char* variable) {
   const char* value = std::getenv(variable);
   return value && *value;
@@ -175,9 +182,22 @@ int InputRun::Run(InputSource& source) {
     interrupts_.HoldBack();
     // Loaded once here rather than in every worker.
     prober_.Prepare();
-    WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, MakeCallbacks()).Run(source);
+    RunCallbacks callbacks = MakeCallbacks();
+    // The reader of the output may take its time: nobody is to wait for that who wants to end the run.
+    callbacks.take = [this](const Answer& answer) {
+      interrupts_.LetThrough();
+      const bool goes_on = Take(answer);
+      interrupts_.HoldBack();
+      return goes_on;
+    };
+    WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, std::move(callbacks)).Run(source);
+    interrupts_.LetThrough();
   }
   progress_.Wipe();
+  if (source.error() != 0) {
+    all_answered_ = false;
+    Complain(std::string("cannot read standard input: ") + std::strerror(source.error()));
+  }
   // A file holds the whole output or nothing of it.
   const bool keeps_output = options_.output.empty() || !interrupts_.happened();
   if (is_written_ && keeps_output) is_written_ = output_.End();
@@ -187,9 +207,8 @@ int InputRun::Run(InputSource& source) {
     return kExitInterrupted;
   }
   if (!is_written_) {
-    // A reader that has seen enough is no failure to talk about.
-    if (errno != EPIPE) Complain(std::string("cannot write the output: ") + std::strerror(errno));
-    return kExitFailed;
+    ComplainOfOutput(options_.output, output_.error());
+    return options_.output.empty() ? kExitFailed : kExitUsage;
   }
   return all_answered_ ? kExitAnswered : kExitFailed;
 }
@@ -200,6 +219,13 @@ std::unique_ptr<Output> OpenOutput(const Options& options, const RecordFormatter
 }
 
 }  // namespace
+
+int Show(const std::string& text) {
+  Output output({});
+  if (output.Add(text)) return kExitAnswered;
+  ComplainOfOutput({}, output.error());
+  return kExitFailed;
+}
 
 int Run(const Options& options) {
   CoreLogSetLevel(options.log_level);
@@ -214,13 +240,12 @@ int Run(const Options& options) {
     return kExitFailed;
   }
   if (options.listing != Listing::kNone) {
-    std::fputs((options.listing == Listing::kFormats ? FormatList(host) : ServiceList(host)).c_str(), stdout);
-    return std::fflush(stdout) == 0 ? kExitAnswered : kExitFailed;
+    return Show(options.listing == Listing::kFormats ? FormatList(host) : ServiceList(host));
   }
   const auto formatter = MakeFormatter(options);
   const auto output = OpenOutput(options, *formatter);
   if (!output) {
-    Complain("cannot write " + TerminalText(options.output) + ": " + std::strerror(errno));
+    ComplainOfOutput(options.output, errno);
     return kExitUsage;
   }
   const auto source = MakeSource(options);

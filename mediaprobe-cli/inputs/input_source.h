@@ -24,6 +24,8 @@ class InputSource {
   virtual State Next(Input* input) = 0;
   /// Negative for a source that never waits.
   virtual int descriptor() const { return -1; }
+  /// What a source that cannot be read to its end failed with, as errno has it; 0 for none.
+  virtual int error() const { return 0; }
   /// How many inputs there are in all, where that is known beforehand.
   virtual std::optional<std::uint64_t> total() const { return std::nullopt; }
 };

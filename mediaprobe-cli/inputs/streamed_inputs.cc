@@ -34,7 +34,8 @@ InputSource::State StreamedInputs::Next(Input* input) {
     read_.resize(before + kReadSize);
     const ssize_t got = read(descriptor_, read_.data() + before, kReadSize);
     read_.resize(before + static_cast<std::size_t>(got > 0 ? got : 0));
-    ended_ = got == 0 || (got < 0 && errno != EINTR && errno != EAGAIN);
+    if (got < 0 && errno != EINTR && errno != EAGAIN) error_ = errno;
+    ended_ = got == 0 || error_ != 0;
   }
 }
 

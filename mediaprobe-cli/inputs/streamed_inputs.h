@@ -15,6 +15,7 @@ class StreamedInputs final : public InputSource {
 
   State Next(Input* input) override;
   int descriptor() const override { return descriptor_; }
+  int error() const override { return error_; }
 
  private:
   /// Takes a whole name out of what was read.
@@ -26,6 +27,7 @@ class StreamedInputs final : public InputSource {
   std::size_t start_ = 0;     // of the name that is next
   std::size_t searched_ = 0;  // up to here there is no separator
   bool ended_ = false;
+  int error_ = 0;
 };
 
 }  // namespace mediaprobe

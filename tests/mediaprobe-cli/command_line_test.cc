@@ -230,7 +230,15 @@ TEST_F(CommandLineTest, KeyFilesWithoutAKeyAreWrongUsage) {
 TEST_F(CommandLineTest, KeyAndKeyFileExcludeEachOther) {
   const EarlyExit leave = ParseToExit({"-k", "aaaa", "--key-file", FileOf("bbbb"), "a"});
   EXPECT_EQ(leave.status, 2);
-  EXPECT_THAT(leave.text, StartsWith("mediaprobe: choose one of --key and --key-file\n"));
+  EXPECT_THAT(leave.text, StartsWith("mediaprobe: choose one of --key and --key-file "));
+}
+
+TEST_F(CommandLineTest, FilesHaveNames) {
+  for (const char* option : {"--output", "--log-file", "--key-file"}) {
+    const EarlyExit leave = ParseToExit({option, "", "a"});
+    EXPECT_EQ(leave.status, kExitUsage) << option;
+    EXPECT_EQ(leave.text, std::string("mediaprobe: ") + option + ": the name is empty (try 'mediaprobe --help')\n");
+  }
 }
 
 TEST_F(CommandLineTest, UsageErrorsAreFitForATerminal) {

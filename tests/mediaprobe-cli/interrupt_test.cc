@@ -47,6 +47,15 @@ TEST(Interrupts, HeldBackOnesComeInAWait) {
   EXPECT_TRUE(interrupts.happened());
 }
 
+TEST(Interrupts, HeldBackOnesComeWhenTheyAreLetThrough) {
+  Interrupts interrupts;
+  interrupts.HoldBack();
+  raise(SIGTERM);
+  EXPECT_FALSE(interrupts.happened());
+  interrupts.LetThrough();
+  EXPECT_TRUE(interrupts.happened());
+}
+
 TEST(Interrupts, IgnoredOnesStayIgnored) {
   std::signal(SIGINT, SIG_IGN);
   {

@@ -75,18 +75,35 @@ TEST_F(OutputTest, GivesTheFileTheUsualPermissions) {
   EXPECT_EQ(status.st_mode & 0777, 0640u);
 }
 
+TEST_F(OutputTest, GoesWhereALinkLeads) {
+  folder_.AddFile("real", "before");
+  std::filesystem::create_symlink("real", path_);
+  EXPECT_TRUE(Open()->End());
+  EXPECT_TRUE(std::filesystem::is_symlink(path_));
+  EXPECT_EQ(Written(), "()");
+  EXPECT_THAT(FilesInFolder(), ::testing::UnorderedElementsAre("list", "real"));
+}
+
 TEST_F(OutputTest, IsRefusedWhereNoFileCanBeWritten) {
   EXPECT_EQ(Output::ToFile({}, folder_.path() + "/missing/list"), nullptr);
   EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(OutputTest, TellsWhyTheFileCannotBePutInPlace) {
+  const auto output = Open();
+  EXPECT_TRUE(output->Add("a"));
+  std::filesystem::create_directory(path_);
+  EXPECT_FALSE(output->End());
+  EXPECT_EQ(output->error(), EISDIR);
 }
 
 TEST_F(OutputTest, WritesToADeviceAsItIs) {
   const auto output = Output::ToFile({"(", ",", ")"}, "/dev/full");
   ASSERT_NE(output, nullptr);
   EXPECT_FALSE(output->Add("a"));
-  EXPECT_EQ(errno, ENOSPC);
+  EXPECT_EQ(output->error(), ENOSPC);
   EXPECT_FALSE(output->End());
-  EXPECT_EQ(errno, ENOSPC) << "the first error is kept";
+  EXPECT_EQ(output->error(), ENOSPC) << "the first error is kept";
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }
 

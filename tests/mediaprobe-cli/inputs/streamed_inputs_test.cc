@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string_view>
 #include <vector>
 
@@ -90,6 +91,7 @@ TEST_F(StreamedInputsTest, EndsWhereTheStreamCannotBeRead) {
   const int folder = open("/", O_RDONLY | O_CLOEXEC);
   StreamedInputs unreadable(folder, '\n');
   EXPECT_EQ(unreadable.Next(&input), State::kEnd);
+  EXPECT_EQ(unreadable.error(), EISDIR);
   close(folder);
 }
 
