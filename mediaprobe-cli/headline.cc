@@ -27,8 +27,10 @@ std::string FormatOf(const Metadata& metadata) {
   const auto type = MetadataInteger(metadata, keys::kImagePicType);
   if (const auto name = type ? PictureTypeName(*type) : std::nullopt) return std::string(*name);
   const auto fourcc = MetadataInteger(metadata, keys::kImageFourCC);
-  const auto code = fourcc ? FourCcText(static_cast<std::uint32_t>(*fourcc)) : std::nullopt;
-  return code ? "image (" + *code + ")" : "image";
+  auto code = fourcc ? FourCcText(static_cast<std::uint32_t>(*fourcc)) : std::nullopt;
+  if (!code) return "image";
+  code->erase(code->find_last_not_of(' ') + 1);
+  return "image (" + *code + ")";
 }
 
 std::string FrameRate(const Metadata& metadata) {

@@ -1,5 +1,6 @@
 #include "record_facts.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -52,12 +53,21 @@ std::string Place(const Location& location) {
          DecimalText(std::abs(location.longitude), kPlaceDecimals) + (location.longitude < 0 ? " W" : " E");
 }
 
-/// The maker is not repeated where the model starts with it.
+std::string FirstWord(std::string_view text) {
+  std::string word(text.substr(0, text.find(' ')));
+  std::transform(word.begin(), word.end(), word.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return word;
+}
+
+/// The maker is not repeated where the model starts with it, or with the name that it goes by: "NIKON CORPORATION",
+/// "NIKON D300".
 std::string Camera(const Metadata& metadata, const char* maker_key, const char* model_key) {
   const std::string maker = MetadataText(metadata, maker_key).value_or("");
   const std::string model = MetadataText(metadata, model_key).value_or("");
-  if (model.starts_with(maker)) return Shown(model);
-  return Shown(model.empty() ? maker : maker + " " + model);
+  if (model.empty()) return Shown(maker);
+  if (model.starts_with(maker) || FirstWord(model) == FirstWord(maker)) return Shown(model);
+  return Shown(maker + " " + model);
 }
 
 std::string CameraOf(const MediaRecord& media) { return Camera(media.metadata, keys::kMaker, keys::kModel); }
@@ -125,6 +135,7 @@ std::vector<Fact> FactsOf(const Record& record) {
   add("camera", std::visit([](const auto& answer) { return CameraOf(answer); }, record.answer));
   if (record.aigc) add("AI label", AigcSummary(*record.aigc));
   add("UUID", record.uuid.value_or(""));
+  if (record.truncated) add("note", "long texts were cut");
   return facts;
 }
 

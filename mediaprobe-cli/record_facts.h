@@ -14,8 +14,8 @@ struct Fact {
   std::string value;  ///< fit for a terminal, not empty
 };
 
-/// Tags, orientation, dates, place, camera, AI label and UUID, as far as they are known, in the order in which they are
-/// shown.
+/// Tags, orientation, dates, place, camera, AI label and UUID, as far as they are known, and whether texts were cut, in
+/// the order in which they are shown.
 std::vector<Fact> FactsOf(const Record& record);
 
 /// Facts under a heading of their own.

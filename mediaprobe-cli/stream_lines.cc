@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <utility>
 
 #include "mediainfo/metedata_keys.h"
@@ -78,16 +79,22 @@ void JoinLanguageAndDisposition(std::string& text, const StreamRecord& stream) {
   for (const std::string_view name : stream.disposition) Join(text, Words(name), ", ");
 }
 
+/// The name, where there is one: libavcodec calls the codec that it does not know "none".
+std::optional<std::string> CodecText(const StreamRecord& stream) {
+  if (!stream.codec || *stream.codec == "none") return std::nullopt;
+  return TerminalText(*stream.codec);
+}
+
 StreamCells CommonCells(std::string_view kind, const StreamRecord& stream) {
   StreamCells cells;
   cells[0] = std::string(kind) + " " + std::to_string(stream.index);
-  cells[1] = stream.codec ? TerminalText(*stream.codec) : "unknown codec";
+  cells[1] = CodecText(stream).value_or("unknown codec");
   return cells;
 }
 
 StreamCells CodedCells(std::string_view kind, const CodedStreamRecord& stream) {
   StreamCells cells = CommonCells(kind, stream);
-  if (!stream.codec && stream.fourcc) cells[1] += " " + TerminalText(*stream.fourcc);
+  if (!CodecText(stream) && stream.fourcc) cells[1] += " " + TerminalText(*stream.fourcc);
   Join(cells[1], ProfileText(stream), " ");
   if (stream.bit_rate_bps) cells[3] = BitRateText(*stream.bit_rate_bps);
   return cells;
@@ -95,9 +102,9 @@ StreamCells CodedCells(std::string_view kind, const CodedStreamRecord& stream) {
 
 StreamCells VideoCells(const VideoRecord& video) {
   StreamCells cells = CodedCells("video", video);
-  if (const auto profile = MetadataText(video.metadata, keys::kVideoFormatProfile); profile && video.codec) {
-    cells[1] = TerminalText(*video.codec) + " " + TerminalText(*profile);
-  }
+  const auto codec = CodecText(video);
+  const auto profile = MetadataText(video.metadata, keys::kVideoFormatProfile);
+  if (codec && profile) cells[1] = *codec + " " + TerminalText(*profile);
   cells[2] = PictureSize(video);
   if (video.frame_rate) Join(cells[2], FrameRateText(*video.frame_rate), " ");
 

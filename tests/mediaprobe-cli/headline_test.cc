@@ -35,6 +35,8 @@ TEST(Headline, RarerFormatsAreToldByTheCodeOfTheirPictures) {
   ImageRecord image;
   image.metadata = {{keys::kImagePicType, std::int64_t{99}}, {keys::kImageFourCC, std::int64_t{0x66696F71}}};
   EXPECT_EQ(HeadlineOf(image), "image (qoif)");
+  image.metadata[1].value = std::int64_t{0x20414754};
+  EXPECT_EQ(HeadlineOf(image), "image (TGA)");
   image.metadata[1].value = std::int64_t{0};
   EXPECT_EQ(HeadlineOf(image), "image");
 }

@@ -49,6 +49,25 @@ TEST(RecordFacts, CameraOfAnImageHasItsExposure) {
   EXPECT_EQ(FactOf(image, "camera"), "1/100 s");
 }
 
+TEST(RecordFacts, MakerIsNotRepeatedUnderAnotherForm) {
+  ImageRecord image;
+  image.metadata = {{keys::kImageCameraMaker, std::string("NIKON CORPORATION")},
+                    {keys::kImageCameraModel, std::string("NIKON D300")}};
+  EXPECT_EQ(FactOf(image, "camera"), "NIKON D300");
+  image.metadata[0].value = std::string("Leica Camera AG");
+  image.metadata[1].value = std::string("LEICA M10");
+  EXPECT_EQ(FactOf(image, "camera"), "LEICA M10");
+  image.metadata[1].value = std::string("M10");
+  EXPECT_EQ(FactOf(image, "camera"), "Leica Camera AG M10");
+}
+
+TEST(RecordFacts, CutTextsAreTold) {
+  Record record;
+  EXPECT_EQ(FactOf(record, "note"), "");
+  record.truncated = true;
+  EXPECT_EQ(FactOf(record, "note"), "long texts were cut");
+}
+
 TEST(RecordFacts, UuidComesLast) {
   Record record;
   record.aigc = "by a machine";
@@ -63,6 +82,42 @@ TEST(RecordFacts, SvgsHaveNone) {
   Record record;
   record.answer.emplace<SvgRecord>();
   EXPECT_TRUE(FactsOf(record).empty());
+}
+
+TEST(MetadataOf, FilesAndPictureStreamsHaveAGroupEach) {
+  Record record;
+  auto& media = std::get<MediaRecord>(record.answer);
+  EXPECT_TRUE(MetadataOf(record).empty());
+  media.metadata = {{keys::kTitle, std::string("a\nb")}, {keys::kGpsLatitude, 33.8568}};
+  ProgramRecord& program = media.programs.emplace_back();
+  program.video.emplace_back().index = 1;
+  program.video.emplace_back().index = 2;
+  program.video[1].metadata = {{keys::kVideoMaxFramerate, core::Rational{24'000, 1'000}},
+                               {keys::kVideoIsDolbyVision, std::int64_t{0}}};
+  const std::vector<FactGroup> groups = MetadataOf(record);
+  ASSERT_EQ(groups.size(), 2u);
+  EXPECT_EQ(groups[0].heading, "metadata");
+  ASSERT_EQ(groups[0].facts.size(), 2u);
+  EXPECT_EQ(groups[0].facts[0].label, "MediaFile_Metedata_Title");
+  EXPECT_EQ(groups[0].facts[0].value, "a\\nb");
+  EXPECT_EQ(groups[0].facts[1].value, "33.8568");
+  EXPECT_EQ(groups[1].heading, "video 2");
+  ASSERT_EQ(groups[1].facts.size(), 2u);
+  EXPECT_EQ(groups[1].facts[0].value, "24000/1000");
+  EXPECT_EQ(groups[1].facts[1].value, "0");
+}
+
+TEST(MetadataOf, ImagesHaveOneGroupAndSvgsNone) {
+  Record record;
+  ImageRecord image;
+  image.metadata = {{keys::kImageCameraModel, std::string("Cam 9")}};
+  record.answer = image;
+  const std::vector<FactGroup> groups = MetadataOf(record);
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0].heading, "metadata");
+  EXPECT_EQ(groups[0].facts.at(0).label, "Image_Metedata_CameraModel");
+  record.answer.emplace<SvgRecord>();
+  EXPECT_TRUE(MetadataOf(record).empty());
 }
 
 }  // namespace

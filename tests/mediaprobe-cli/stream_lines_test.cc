@@ -90,6 +90,9 @@ TEST(StreamLines, UnknownCodecShowsItsCode) {
   EXPECT_THAT(VideoCells(video), ElementsAre("video 0", "unknown codec", "", "", ""));
   video.fourcc = "keyb";
   EXPECT_EQ(VideoCells(video)[1], "unknown codec keyb");
+  video.codec = "none";
+  video.metadata = {{keys::kVideoFormatProfile, std::string("High")}};
+  EXPECT_EQ(VideoCells(video)[1], "unknown codec keyb");
 }
 
 TEST(StreamLines, Audio) {

@@ -190,5 +190,141 @@ TEST_F(TextFormatterTest, ColorsAreUsedWhenAskedFor) {
   EXPECT_EQ(TextFormatter({.use_colors = true}).Format(record), "\x1b[1ma.mp4\x1b[0m: \x1b[31mno such file\x1b[0m\n");
 }
 
+class TextOnATerminalTest : public TextFormatterTest {
+ protected:
+  static std::string Format(const Record& record, std::size_t columns, bool is_full = false) {
+    return TextFormatter({.is_full = is_full, .columns = columns}).Format(record);
+  }
+};
+
+TEST_F(TextOnATerminalTest, HeadlineGoesBelowALongName) {
+  Record record = Media();
+  record.input = "a concert in the park.mp4";
+  std::get<MediaRecord>(record.answer).duration_100ns = 100'050'000;
+  std::get<MediaRecord>(record.answer).size_bytes = 2'788'750;
+  EXPECT_EQ(Format(record, 70), "a concert in the park.mp4: mp4, 0:00:10.005, 2.79 MB (2,788,750 bytes)\n");
+  EXPECT_EQ(Format(record, 69),
+            "a concert in the park.mp4:\n"
+            "  mp4, 0:00:10.005, 2.79 MB (2,788,750 bytes)\n");
+  EXPECT_EQ(Format(record, 40),
+            "a concert in the park.mp4:\n"
+            "  mp4, 0:00:10.005, 2.79 MB (2,788,750\n"
+            "  bytes)\n");
+}
+
+TEST_F(TextOnATerminalTest, NamesAreMeasuredInColumns) {
+  Record record = Media();
+  record.input = "\u591c\u660e\u3051\u306e\u6d77\u591c\u660e\u3051\u306e\u6d77\u591c\u660e\u3051\u306e.mp4";
+  EXPECT_EQ(Format(record, 40), record.input + ": mp4\n");  // 28 + 4 + 5 columns
+  record.input += "\u6d77\u6d77";
+  EXPECT_EQ(Format(record, 40), record.input + ":\n  mp4\n");
+  EXPECT_EQ(Format(record, 41), record.input + ": mp4\n");
+  record.input =
+      "\u05e9\u05dc\u05d5\u05dd \u05e9\u05dc\u05d5\u05dd \u05e9\u05dc\u05d5\u05dd \u05e9\u05dc\u05d5\u05dd.mp4";
+  EXPECT_EQ(Format(record, 40), record.input + ": mp4\n");
+}
+
+TEST_F(TextOnATerminalTest, ReasonsGoBelowALongName) {
+  Record record = Media();
+  record.input = "a concert in the park.mp4";
+  record.error = "not a media file";
+  EXPECT_EQ(Format(record, 43), "a concert in the park.mp4: not a media file\n");
+  EXPECT_EQ(Format(record, 42), "a concert in the park.mp4:\n  not a media file\n");
+}
+
+TEST_F(TextOnATerminalTest, CellsOfAStreamThatDoNotFitStandBelow) {
+  Record record = Media();
+  ProgramRecord program;
+  program.video.push_back(Video());
+  program.video[0].color_primaries = "bt709";
+  program.video[0].rotation_degrees = 90;
+  program.video[0].disposition = {"default", "original"};
+  program.audio.push_back(Audio(1, "pcm_s16le"));
+  program.audio[0].language = "eng";
+  std::get<MediaRecord>(record.answer).programs.push_back(program);
+  EXPECT_EQ(Format(record, 82),
+            "a.mp4: mp4\n"
+            "  video 0  h264       1920x1080      2 Mb/s  bt709, rotated 90, default, original\n"
+            "  audio 1  pcm_s16le  48 kHz stereo          eng\n");
+  EXPECT_EQ(Format(record, 80),
+            "a.mp4: mp4\n"
+            "  video 0  h264       1920x1080      2 Mb/s\n"
+            "           bt709, rotated 90, default, original\n"
+            "  audio 1  pcm_s16le  48 kHz stereo          eng\n");
+  EXPECT_EQ(Format(record, 40),
+            "a.mp4: mp4\n"
+            "  video 0  h264       1920x1080\n"
+            "           2 Mb/s  bt709, rotated 90,\n"
+            "           default, original\n"
+            "  audio 1  pcm_s16le  48 kHz stereo\n"
+            "           eng\n");
+}
+
+TEST_F(TextOnATerminalTest, LongTagsAreWrappedBesideTheirLabel) {
+  Record record = Media();
+  std::get<MediaRecord>(record.answer).metadata = {
+      {keys::kTitle, std::string("The quick brown fox jumps over the lazy dog")},
+      {keys::kArtist, std::string("\u6d77\u8fba\u306e\u671d\u3001\u9759\u304b\u306a\u6ce2\u306e\u97f3\u304c\u3044"
+                                  "\u3064\u307e\u3067\u3082")}};
+  EXPECT_EQ(Format(record, 40),
+            "a.mp4: mp4\n"
+            "  title   The quick brown fox jumps over\n"
+            "          the lazy dog\n"
+            "  artist  \u6d77\u8fba\u306e\u671d\u3001\u9759\u304b\u306a\u6ce2\u306e\u97f3\u304c\u3044\u3064\u307e\n"
+            "          \u3067\u3082\n");
+}
+
+TEST_F(TextOnATerminalTest, MetadataStandsUnderHeadings) {
+  Record record = Media();
+  auto& media = std::get<MediaRecord>(record.answer);
+  media.metadata = {{keys::kTitle, std::string("The quick brown fox jumps over the lazy dog")},
+                    {keys::kGpsLatitude, 33.8568}};
+  ProgramRecord program;
+  program.video.push_back(Video());
+  program.video[0].metadata = {{keys::kVideoIsDolbyVision, std::int64_t{0}}};
+  media.programs.push_back(program);
+  EXPECT_EQ(Format(record, 60, /*is_full=*/true),
+            "a.mp4: mp4\n"
+            "  video 0  h264  1920x1080  2 Mb/s\n"
+            "  title  The quick brown fox jumps over the lazy dog\n"
+            "  metadata\n"
+            "    MediaFile_Metedata_Title\n"
+            "      The quick brown fox jumps over the lazy dog\n"
+            "    MediaFile_Metedata_GPSLatitude  33.8568\n"
+            "  video 0\n"
+            "    MediaFile_Metedata_Video_Is_DolbyVision  0\n");
+  EXPECT_EQ(TextFormatter({.is_full = true}).Format(record),
+            "a.mp4: mp4\n"
+            "  video 0  h264  1920x1080  2 Mb/s\n"
+            "  title  The quick brown fox jumps over the lazy dog\n"
+            "  metadata\n"
+            "    MediaFile_Metedata_Title        The quick brown fox jumps over the lazy dog\n"
+            "    MediaFile_Metedata_GPSLatitude  33.8568\n"
+            "  video 0\n"
+            "    MediaFile_Metedata_Video_Is_DolbyVision  0\n");
+}
+
+TEST_F(TextOnATerminalTest, TerminalsTooNarrowWrapThemselves) {
+  Record record = Media();
+  record.input = std::string(39, 'x');
+  EXPECT_EQ(Format(record, 39), record.input + ": mp4\n");
+  EXPECT_EQ(Format(record, 40), record.input + ":\n  mp4\n");
+  EXPECT_EQ(Format(record, 0), record.input + ": mp4\n");
+}
+
+TEST_F(TextOnATerminalTest, ColorsTakeNoColumns) {
+  Record record = Media();
+  record.input = "a concert in the park.mp4";
+  record.error = "a reason that is not told in a single line";
+  const std::string text = TextFormatter({.use_colors = true, .columns = 40}).Format(record);
+  EXPECT_EQ(text,
+            "\x1b[1ma concert in the park.mp4\x1b[0m:\n"
+            "  \x1b[31ma reason that is not told in a single\x1b[0m\n"
+            "  \x1b[31mline\x1b[0m\n");
+  record.error = "no such file";
+  EXPECT_EQ(TextFormatter({.use_colors = true, .columns = 40}).Format(record),
+            "\x1b[1ma concert in the park.mp4\x1b[0m: \x1b[31mno such file\x1b[0m\n");
+}
+
 }  // namespace
 }  // namespace mediaprobe
