@@ -1,11 +1,10 @@
 #include "progress_line.h"
 
-#include <sys/ioctl.h>
-
 #include <algorithm>
 #include <cmath>
 
 #include "quantity_text.h"
+#include "terminal_columns.h"
 #include "terminal_text.h"
 
 namespace mediaprobe {
@@ -17,11 +16,7 @@ constexpr std::chrono::milliseconds kStep{200};
 constexpr std::size_t kUsualColumns = 80;
 constexpr std::size_t kLeastNameColumns = 8;
 
-std::size_t ColumnsOf(std::FILE* terminal) {
-  winsize size{};
-  if (ioctl(fileno(terminal), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
-  return size.ws_col;
-}
+std::size_t ColumnsOf(std::FILE* terminal) { return TerminalColumns(fileno(terminal)).value_or(kUsualColumns); }
 
 std::string TimeText(double seconds) {
   const auto whole = static_cast<std::uint64_t>(std::llround(std::clamp(seconds, 0.0, 360'000.0)));

@@ -1,8 +1,10 @@
 /// The built tool as its users see it: what it writes and how it ends. The module behind it is fake_module.cc.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,6 +27,7 @@ using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 using testing::ScratchFolder;
+using ::testing::StartsWith;
 
 constexpr char kKey[] = "00112233445566778899aabbccddeeff";
 
@@ -57,6 +60,25 @@ class MainTest : public ::testing::Test {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ContentOf(output), ContentOf(errors)};
   }
 
+  /// The same, and all that it writes to a terminal as wide as that: less than a terminal holds unread.
+  static std::string RunOnTerminal(const std::string& arguments, unsigned short columns) {
+    const int reader = posix_openpt(O_RDWR | O_NOCTTY);
+    grantpt(reader);
+    unlockpt(reader);
+    const std::string name = ptsname(reader);
+    const int terminal = open(name.c_str(), O_RDWR | O_NOCTTY);
+    winsize size{};
+    size.ws_col = columns;
+    ioctl(terminal, TIOCSWINSZ, &size);
+    EXPECT_EQ(std::system((std::string(MEDIAPROBE) + " " + arguments + " > " + name).c_str()), 0);
+    std::string text(4096, ' ');
+    const ssize_t length = read(reader, text.data(), text.size());
+    text.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+    close(terminal);
+    close(reader);
+    return text;
+  }
+
   ScratchFolder folder_;
   ScratchFolder outputs_;
 };
@@ -81,6 +103,18 @@ TEST_F(MainTest, TextIsTheDefault) {
             "  camera    Acme Cam 9\n"
             "  AI label  Label 1, ContentProducer Studio\n");
   EXPECT_EQ(Run("--text full.mp4").output, outcome.output);
+}
+
+TEST_F(MainTest, TextFitsTheTerminalThatItGoesTo) {
+  folder_.AddFile("full.mp4");
+  setenv("NO_COLOR", "1", /*overwrite=*/1);
+  EXPECT_THAT(RunOnTerminal("full.mp4", /*columns=*/60),
+              StartsWith("full.mp4:\r\n"
+                         "  mp4, 0:00:10.005, 2.79 MB (2,788,750 bytes), 2.23 Mb/s\r\n"
+                         "  video 0     h264 High@L4.1\r\n"));
+  EXPECT_THAT(RunOnTerminal("full.mp4", /*columns=*/160),
+              StartsWith("full.mp4: mp4, 0:00:10.005, 2.79 MB (2,788,750 bytes), 2.23 Mb/s\r\n"));
+  unsetenv("NO_COLOR");
 }
 
 TEST_F(MainTest, NdjsonIsARecordALineInTheOrderOfTheInputs) {

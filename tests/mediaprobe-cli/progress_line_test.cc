@@ -6,6 +6,8 @@
 #include <memory>
 #include <thread>
 
+#include "display_width.h"
+
 namespace mediaprobe {
 namespace {
 
@@ -43,6 +45,9 @@ TEST(ProgressText, FitsTheTerminalAndIsFitForIt) {
   EXPECT_EQ(ProgressText(progress, 80).size(), 79u);
   EXPECT_TRUE(ProgressText(progress, 80).ends_with("xxx..."));
   EXPECT_LT(ProgressText(progress, 12).size(), 12u);
+  progress.current.clear();
+  for (int i = 0; i < 100; ++i) progress.current += "\u6d77";
+  EXPECT_EQ(DisplayWidth(ProgressText(progress, 80)), 79u);
   progress.current = "a\x1b[31m";
   EXPECT_EQ(ProgressText(progress, 80), "1 of 9, 1/s, 0:08 left, a\\x1b[31m");
 }
