@@ -21,6 +21,7 @@ std::string FormatList() {
   for (const FormatIdentity& format : KnownFormats()) {
     const auto& [short_name, long_name] = format.names;
     if (format.kind == ContentKind::kMedia) lines.insert(Line("media", short_name, long_name));
+    if (format.kind == ContentKind::kSvg) lines.insert(Line("svg", short_name, long_name));
     if (format.kind == ContentKind::kStillImage && image::IsReadable(short_name)) {
       lines.insert(Line("image", short_name, long_name));
     }

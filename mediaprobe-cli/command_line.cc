@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -104,6 +105,13 @@ EarlyExit UsageError(const std::string& words) {
 /// Names of files cannot be empty, as they come out of variables that are not set.
 const CLI::Validator kSomeName(
     [](const std::string& name) { return name.empty() ? std::string("the name is empty") : std::string(); }, "");
+
+/// CLI11 takes "nan" for a number within every range.
+const CLI::Validator kNumber(
+    [](const std::string& text) {
+      return std::isnan(std::strtod(text.c_str(), nullptr)) ? std::string("not a number") : std::string();
+    },
+    "");
 
 constexpr std::uint64_t kMegabyte = 1024 * 1024;
 
@@ -217,6 +225,7 @@ void DeclareLimits(CLI::App& app, Arguments& arguments) {
   app.add_option("--timeout", arguments.timeout_s, "Longest time for one input (default: 10, URLs 30)")
       ->type_name("SECONDS")
       ->check(CLI::Range(kShortestTimeout, kLongestTimeout))
+      ->check(kNumber)
       ->group("Limits");
   app.add_option("--memory", arguments.memory_megabytes, "Most memory for one input (default: 512)")
       ->type_name("MB")

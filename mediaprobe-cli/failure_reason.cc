@@ -3,13 +3,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <system_error>
 
+#include "media_server/refusals.h"
 #include "picture_sequence.h"
 
 namespace mediaprobe {
 namespace {
+
+constexpr char kEmptyFile[] = "empty file";
 
 std::string WordsFor(int error) {
   switch (error) {
@@ -28,14 +33,21 @@ std::string WordsFor(int error) {
 std::string FileReason(const std::string& path) {
   struct stat status;
   if (stat(path.c_str(), &status) != 0) return WordsFor(errno);
-  if (S_ISDIR(status.st_mode)) return "is a folder";
+  if (S_ISDIR(status.st_mode)) return access(path.c_str(), R_OK | X_OK) == 0 ? "is a folder" : WordsFor(errno);
   if (!S_ISREG(status.st_mode)) return "not a regular file";
   if (access(path.c_str(), R_OK) != 0) return WordsFor(errno);
-  if (status.st_size == 0) return "empty file";
+  if (status.st_size == 0) return kEmptyFile;
   return {};
 }
 
 }  // namespace
+
+bool IsNothingToRead(std::string_view reason) {
+  namespace refusals = media_server::refusals;
+  constexpr std::string_view kReasons[] = {
+      kEmptyFile, kNotImage, kNotSvg, refusals::kNotMedia, refusals::kStillImage, refusals::kSvg};
+  return std::ranges::find(kReasons, reason) != std::end(kReasons);
+}
 
 std::string FailureReason(const InputPath& input, const std::string& service_reason, std::string_view not_its_kind) {
   if (!input.local_path) return service_reason.empty() ? "cannot be opened" : service_reason;

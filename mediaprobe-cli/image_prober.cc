@@ -112,7 +112,7 @@ Record ImageProber::Probe(const InputPath& path) const {
   const bool asks_twice = path.is_sequence && HasSeveralRanges(*path.local_path);
   ImageAnswer told = asks_twice ? AskForRanges(*image, path) : Ask(*image, ImageUrl(path));
   if (!told.is_read) {
-    record.error = FailureReason(path, CoreErrorText(), "not an image");
+    record.error = FailureReason(path, CoreErrorText(), kNotImage);
     return record;
   }
   if (FrameCount(told.metadata) == 0U) {

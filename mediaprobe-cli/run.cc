@@ -14,6 +14,7 @@
 
 #include "core/log.h"
 #include "csv_formatter.h"
+#include "failure_reason.h"
 #include "host.h"
 #include "input_path.h"
 #include "inputs/listed_inputs.h"
@@ -21,7 +22,6 @@
 #include "interrupt.h"
 #include "json_formatter.h"
 #include "listings.h"
-#include "media_server/refusals.h"
 #include "output.h"
 #include "progress_line.h"
 #include "record_limit.h"
@@ -139,7 +139,7 @@ Answer InputRun::AnswerFor(Record& record) const {
 
 Answer InputRun::AnswerOne(const Input& input, const ReportDigest& report) {
   Record record = prober_.Probe(input.name, report);
-  if (input.found_by_walk && record.error == media_server::refusals::kNotMedia) return {};
+  if (input.found_by_walk && record.error && IsNothingToRead(*record.error)) return {};
   return AnswerFor(record);
 }
 

@@ -45,7 +45,7 @@ Record SvgProber::Probe(InputPath& path) const {
   if (is_open) {
     DescribeSvg(*svg, record);
   } else {
-    record.error = FailureReason(path, CoreErrorText(), "not an SVG image");
+    record.error = FailureReason(path, CoreErrorText(), kNotSvg);
   }
   return record;
 }

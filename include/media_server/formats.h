@@ -2,8 +2,8 @@
 
 namespace media_server {
 
-/// File name of the media server library and of its function that lists formats: a line for each with its kind ("media"
-/// or "image"), short name and long name, set apart by tabs; static text.
+/// File name of the media server library and of its function that lists formats: a line for each with its kind
+/// ("media", "image" or "svg"), short name and long name, set apart by tabs; static text.
 inline constexpr char kLibraryName[] = "libMediaServer.so";
 inline constexpr char kGetFormatList[] = "GetMediaServerFormatList";
 using GetFormatListFunction = const char* (*)();

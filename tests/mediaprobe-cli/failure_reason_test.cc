@@ -41,6 +41,16 @@ TEST(FailureReason, NoPermission) {
   EXPECT_EQ(ReasonForPath(path), may_read_all ? "file ends early" : "no permission");
 }
 
+TEST(FailureReason, TellsWhatIsNothingToReadFromWhatIsBroken) {
+  for (const char* reason : {"not a media file", "not an image", "not an SVG document", "empty file",
+                             "a still image, not a media file", "an SVG image, not a media file"}) {
+    EXPECT_TRUE(IsNothingToRead(reason)) << reason;
+  }
+  for (const char* reason : {"", "file ends early", "no permission", "is a folder"}) {
+    EXPECT_FALSE(IsNothingToRead(reason)) << reason;
+  }
+}
+
 TEST(FailureReason, ThenTheServiceAndLastAGeneralWord) {
   const ScratchFolder folder;
   const std::string path = folder.AddFile("a.mp4");

@@ -274,7 +274,7 @@ TEST_F(MainTest, ForcedServicesRefuseInWords) {
   folder_.AddFile("full.mp4");
   EXPECT_EQ(Run("--service media photo.jpg").errors, "mediaprobe: photo.jpg: a still image, not a media file\n");
   EXPECT_EQ(Run("--service image full.mp4").errors, "mediaprobe: full.mp4: not an image\n");
-  EXPECT_EQ(Run("--service svg full.mp4").errors, "mediaprobe: full.mp4: not an SVG image\n");
+  EXPECT_EQ(Run("--service svg full.mp4").errors, "mediaprobe: full.mp4: not an SVG document\n");
   EXPECT_EQ(Run("--service image photo.jpg").status, 0);
 }
 

@@ -77,7 +77,7 @@ TEST(SvgProber, FailuresSayWhy) {
     if (!words.empty()) CoreSetErrorText(words.c_str());
     return std::nullopt;
   });
-  EXPECT_EQ(ProbeInput(service, path).error, "not an SVG image");
+  EXPECT_EQ(ProbeInput(service, path).error, "not an SVG document");
   words = "nested too deep";
   EXPECT_EQ(ProbeInput(service, path).error, "nested too deep");
   EXPECT_EQ(ProbeInput(service, folder.path() + "/none.svg").error, "no such file");
