@@ -1,0 +1,215 @@
+"""Runs over many inputs: names from standard input, order, memory, the processes behind the tool, interrupts."""
+import json
+import os
+import pathlib
+import random
+import selectors
+import shutil
+import signal
+import subprocess
+import tempfile
+import threading
+import time
+import unittest
+
+import tool
+
+MP3 = tool.SAMPLES / "song.mp3"
+MP4 = tool.SAMPLES / "upright.mp4"
+STRANGE_NAMES = [b"two\nlines.mp3", b"'quotes\".mp3", b"back\\slash.mp3", b"invalid \xff\xc3(.mp3", b" blanks ", b"tab\t.mp3",
+                 b"\xe6\x97\xa5\xe6\x9c\xac.mp3", b"-u", b"--help", b"[x].mp3", b"cr\r.mp3"]
+
+
+def shown(name):
+    """A name as records show it."""
+    return name.decode("utf-8", "replace")
+
+
+class Runs(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.folder = pathlib.Path(scratch.name)
+
+    def start(self, *arguments, **others):
+        process = subprocess.Popen([tool.MEDIAPROBE, *map(str, arguments)], cwd=self.folder, **others)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        for stream in (process.stdin, process.stdout, process.stderr):
+            if stream:
+                self.addCleanup(stream.close)
+        return process
+
+    def read_line(self, stream):
+        """The next line of an unbuffered stream, which has to come without more being given."""
+        line = b""
+        with selectors.DefaultSelector() as selector:
+            selector.register(stream, selectors.EVENT_READ)
+            while not line.endswith(b"\n"):
+                self.assertTrue(selector.select(tool.HANG_SECONDS), line)
+                piece = stream.read(1)
+                self.assertTrue(piece, line)
+                line += piece
+        return line
+
+
+class StandardInput(Runs):
+    def probe(self, text, *options):
+        return tool.run("--stdin", "--ndjson", *options, folder=self.folder, standard_input=text)
+
+    def add(self, *names):
+        for name in names:
+            shutil.copy(MP3, os.fsencode(self.folder) + b"/" + name)
+
+    def test_lines(self):
+        self.add(b"a.mp3", b"b c.mp3")
+        for text in (b"a.mp3\nb c.mp3\nmissing\n", b"a.mp3\n\nb c.mp3\nmissing"):
+            done = self.probe(text)
+            self.assertEqual(done.status, 1)
+            self.assertEqual([(record["input"], record["status"]) for record in done.records()],
+                             [("a.mp3", "ok"), ("b c.mp3", "ok"), ("missing", "error")])
+
+    def test_nothing(self):
+        for text in (b"", b"\n", b"\n\n\n"):
+            done = self.probe(text)
+            self.assertEqual((done.status, done.output, done.complaints), (0, b"", b""))
+
+    def test_strange_names(self):
+        self.add(*STRANGE_NAMES)
+        done = self.probe(b"\0".join(STRANGE_NAMES), "-0")
+        self.assertEqual((done.status, done.complaints), (0, b""))
+        self.assertEqual([record["input"] for record in done.records()], list(map(shown, STRANGE_NAMES)))
+        lines = [name for name in STRANGE_NAMES if b"\n" not in name]
+        self.assertEqual(self.probe(b"\n".join(lines) + b"\n").records(),
+                         [record for record in done.records() if "\n" not in record["input"]])
+
+    def test_strange_names_that_are_missing_are_a_line_each(self):
+        done = self.probe(b"\0".join(STRANGE_NAMES), "-0")
+        self.assertEqual(done.status, 1)
+        self.assertEqual([record["error"] for record in done.records()], ["no such file"] * len(STRANGE_NAMES))
+        self.assertEqual(len(done.complaint_lines()), len(STRANGE_NAMES))
+        self.assertFalse(set(done.complaints) & set(range(32)) - {ord("\n")})
+
+    def test_strange_names_in_a_folder(self):
+        self.add(*STRANGE_NAMES)
+        done = tool.run("-r", "--ndjson", b".", folder=self.folder)
+        self.assertEqual([record["input"] for record in done.records()],
+                         [f"./{shown(name)}" for name in sorted(STRANGE_NAMES)])
+
+    def test_long_name_is_a_failed_record(self):
+        self.add(b"a.mp3")
+        done = self.probe(b"n" * 200_000 + b"\na.mp3\n")
+        self.assertEqual([record["status"] for record in done.records()], ["error", "ok"])
+
+    def test_that_cannot_be_read_is_told(self):
+        folder = os.open("/", os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        done = subprocess.run([tool.MEDIAPROBE, "--stdin", "--json"], stdin=folder, capture_output=True,
+                              timeout=tool.HANG_SECONDS)
+        self.assertEqual((done.returncode, json.loads(done.stdout)), (1, []))
+        self.assertEqual(done.stderr, b"mediaprobe: cannot read standard input: Is a directory\n")
+
+    def test_records_come_while_it_is_open(self):
+        for isolation in ("none", "worker"):
+            with self.subTest(isolation=isolation):
+                process = self.start("--stdin", "--ndjson", "--isolation", isolation, stdin=subprocess.PIPE,
+                                     stdout=subprocess.PIPE, bufsize=0)
+                for path in (MP3, MP4):
+                    process.stdin.write(os.fsencode(path) + b"\n")
+                    self.assertEqual(json.loads(self.read_line(process.stdout))["input"], str(path))
+                process.stdin.close()
+                self.assertEqual(process.wait(tool.HANG_SECONDS), 0)
+
+    def test_interrupt_while_it_is_open(self):
+        for form, end in (("--json", b"]"), ("--ndjson", b"")):
+            for number in (signal.SIGINT, signal.SIGTERM):
+                with self.subTest(form=form, number=number):
+                    process = self.start("--stdin", form, stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=0)
+                    process.stdin.write(os.fsencode(MP3) + b"\n")
+                    first = self.read_line(process.stdout)
+                    time.sleep(0.3)
+                    process.send_signal(number)
+                    self.assertEqual(process.wait(tool.HANG_SECONDS), 130)
+                    output = first + process.stdout.read()
+                    records = json.loads(output) if form == "--json" else [json.loads(output)]
+                    self.assertEqual([record["input"] for record in records], [str(MP3)])
+                    self.assertTrue(output.strip().endswith(end))
+
+    def test_interrupt_leaves_no_output_file(self):
+        process = self.start("--stdin", "--json", "-o", "list", stdin=subprocess.PIPE)
+        process.stdin.write(os.fsencode(MP3) + b"\n")
+        process.stdin.flush()
+        self.assertTrue(self.wait_for(lambda: os.listdir(self.folder)))
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(tool.HANG_SECONDS), 130)
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def wait_for(self, condition):
+        end = time.monotonic() + tool.HANG_SECONDS
+        while not condition() and time.monotonic() < end:
+            time.sleep(0.01)
+        return condition()
+
+
+class Many(Runs):
+    def peak_of(self, count):
+        """Most memory, in KiB, that the tool has taken when it has answered `count` names."""
+        process = self.start("--stdin", "--ndjson", stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                             stderr=subprocess.DEVNULL)
+
+        def feed():
+            for i in range(count):
+                process.stdin.write(b"/no/such/folder/file_%09d.mp4\n" % i)
+            process.stdin.flush()
+
+        feeder = threading.Thread(target=feed)
+        feeder.start()
+        for i in range(count):
+            line = process.stdout.readline()
+            self.assertIn(b"file_%09d.mp4" % i, line)
+        feeder.join()
+        status = pathlib.Path(f"/proc/{process.pid}/status").read_text()
+        process.stdin.close()
+        self.assertEqual(process.wait(tool.HANG_SECONDS), 1)
+        peak, = (int(line.split()[1]) for line in status.splitlines() if line.startswith("VmHWM:"))
+        return peak
+
+    def test_names_take_no_memory(self):
+        few, many = self.peak_of(2_000), self.peak_of(50_000)
+        self.assertLess(many, 100_000)
+        # 48,000 names of 35 bytes alone, were they kept, would be 1.6 MB.
+        self.assertLess(many - few, 1_000)
+
+    def test_order_is_that_of_the_inputs(self):
+        sizes = random.Random(3)
+        names = []
+        for i in range(200):
+            source = sizes.choice(tool.samples())
+            names.append(f"{i}{source.suffix}" if i % 7 else f"missing_{i}")
+            if i % 7:
+                (self.folder / names[-1]).symlink_to(source)
+        outputs = set()
+        for jobs in ("1", "2", "8"):
+            done = tool.probe(*names, folder=self.folder, options=["-j", jobs])
+            self.assertEqual([record["input"] for record in done.records()], names)
+            outputs.add(done.output)
+        self.assertEqual(len(outputs), 1)
+
+    def test_stopped_tool_goes_on(self):
+        process = self.start("--stdin", "--ndjson", "--timeout", "1", stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                             bufsize=0)
+        process.send_signal(signal.SIGSTOP)
+        process.stdin.write((os.fsencode(MP4) + b"\n") * 100)
+        process.stdin.close()
+        time.sleep(0.1)
+        process.send_signal(signal.SIGCONT)
+        self.read_line(process.stdout)
+        process.send_signal(signal.SIGSTOP)
+        time.sleep(1.5)
+        process.send_signal(signal.SIGCONT)
+        records = [json.loads(line) for line in process.stdout.read().splitlines()]
+        self.assertEqual([record["status"] for record in records], ["ok"] * 99)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,423 @@
+"""The tool's options, output forms and exit statuses on real files, as people and scripts use them."""
+import csv
+import ctypes
+import io
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+import tool
+
+MP4 = tool.SAMPLES / "upright.mp4"
+MP3 = tool.SAMPLES / "song.mp3"
+JPEG = min((tool.SAMPLES / "pictures").glob("*.jpg"))
+SVG = '<svg xmlns="http://www.w3.org/2000/svg" width="40" height="30" viewBox="0 0 20 15"/>'
+FORMS = ("--text", "--json", "--ndjson", "--csv")
+STREAM_KINDS = ("video", "audio", "subpicture")
+# <sys/prctl.h> and <linux/capability.h>
+PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH = 24, 1, 2
+
+
+def respect_permissions():
+    """What root starts after this may read no more than anybody else."""
+    for capability in (CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH):
+        ctypes.CDLL(None).prctl(PR_CAPBSET_DROP, capability, 0, 0, 0)
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.folder = pathlib.Path(scratch.name)
+
+    def run_tool(self, *arguments, **others):
+        return tool.run(*arguments, folder=self.folder, **others)
+
+    def add(self, *names, source=MP3):
+        for name in names:
+            path = self.folder / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, path)
+
+    def assert_refused(self, done, words):
+        """Wrong usage: nothing but one line, and status 2."""
+        self.assertEqual((done.status, done.output), (2, b""))
+        line, = done.complaint_lines()
+        self.assertTrue(line.startswith("mediaprobe: "), line)
+        self.assertIn(words, line)
+
+
+class WrongUsage(Folder):
+    def test_is_one_line_and_status_2(self):
+        for arguments, words in (
+                ([], "no input"),
+                (["--json"], "no input"),
+                (["--bogus", "a.mp4"], "--bogus"),
+                (["--json", "--csv", "a.mp4"], "choose one of --text, --json, --ndjson and --csv"),
+                (["--text", "--ndjson", "a.mp4"], "choose one of"),
+                (["--include", "*.mp4", "a.mp4"], "--include and --exclude go with --recursive"),
+                (["--exclude", "*.mp4", "a.mp4"], "--include and --exclude go with --recursive"),
+                (["-0", "a.mp4"], "-0 goes with --stdin"),
+                (["--stdin", "a.mp4"], "choose one of --stdin and inputs by name"),
+                (["--key", "00", "--key-file", "k", "a.mp4"], "choose one of --key and --key-file"),
+                (["--key-file", "missing", "a.mp4"], "missing: No such file or directory"),
+                (["--progress", "--no-progress", "a.mp4"], "choose one of"),
+                (["--formats", "--services"], "choose one of"),
+                (["--service", "audio", "a.mp4"], "--service"),
+                (["--isolation", "loose", "a.mp4"], "--isolation"),
+                (["--log-level", "loud", "a.mp4"], "--log-level"),
+                (["--jobs", "0", "a.mp4"], "--jobs"),
+                (["--jobs", "many", "a.mp4"], "--jobs"),
+                (["--timeout", "0", "a.mp4"], "--timeout"),
+                (["--timeout", "nan", "a.mp4"], "--timeout"),
+                (["--timeout", "-NaN", "a.mp4"], "--timeout"),
+                (["--memory", "1", "a.mp4"], "--memory"),
+                (["--output"], "--output"),
+                (["--output", "", "a.mp4"], "--output"),
+                (["--bogus\n\x1b[31m", "a.mp4"], "--bogus")):
+            with self.subTest(arguments=arguments):
+                self.assert_refused(self.run_tool(*arguments), words)
+
+    def test_output_file_that_cannot_be_made(self):
+        self.add("a.mp3")
+        self.assert_refused(self.run_tool("-o", "missing/list", "a.mp3"),
+                            "cannot write missing/list: No such file or directory")
+        self.assert_refused(self.run_tool("-o", ".", "a.mp3"), "cannot write .: Is a directory")
+        self.assert_refused(self.run_tool("-o", "a.mp3/list", "a.mp3"), "cannot write a.mp3/list: Not a directory")
+
+    def test_output_file_on_a_full_disk(self):
+        done = self.run_tool("--json", "-o", "/dev/full", MP4)
+        self.assert_refused(done, "cannot write /dev/full: No space left on device")
+        self.assertTrue(pathlib.Path("/dev/full").is_char_device())
+
+    def test_output_folder_without_permission(self):
+        (self.folder / "closed").mkdir(mode=0o555)
+        done = subprocess.run([tool.MEDIAPROBE, "-o", "closed/list", MP4], cwd=self.folder, capture_output=True,
+                              preexec_fn=respect_permissions, timeout=tool.HANG_SECONDS)
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(done.stderr, b"mediaprobe: cannot write closed/list: Permission denied\n")
+
+    def test_log_file_that_cannot_be_written(self):
+        (self.folder / "log").mkdir()
+        self.assert_refused(self.run_tool("--log-file", "log", MP4), "cannot write the log file log")
+
+
+class Forms(Folder):
+    @classmethod
+    def setUpClass(cls):
+        cls.scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.scratch.cleanup)
+        drawing = pathlib.Path(cls.scratch.name) / "drawing \"quoted\", with comma.svg"
+        drawing.write_text(SVG)
+        cls.inputs = [*map(str, tool.samples()), str(JPEG), str(drawing), "missing\nfile.mp4"]
+        cls.records = tool.probe(*cls.inputs, options=["--uuid"]).records()
+
+    def test_ndjson_has_one_record_an_input(self):
+        self.assertEqual([record["input"] for record in self.records], self.inputs)
+        self.assertEqual({record["service"] for record in self.records}, {"media", "image", "svg"})
+        self.assertEqual([record["status"] for record in self.records], ["ok"] * (len(self.inputs) - 1) + ["error"])
+
+    def test_json_is_one_array_of_the_same(self):
+        done = self.run_tool("--json", "--uuid", *self.inputs)
+        self.assertEqual((done.status, json.loads(done.output)), (1, self.records))
+
+    def test_json_of_nothing_is_an_empty_array(self):
+        for form, expected in (("--json", []), ("--ndjson", None), ("--text", None)):
+            done = self.run_tool(form, "--stdin")
+            self.assertEqual(done.status, 0)
+            self.assertEqual(json.loads(done.output) if done.output else None, expected)
+
+    def test_csv_tells_the_same(self):
+        done = self.run_tool("--csv", "--uuid", *self.inputs)
+        self.assertEqual(done.status, 1)
+        header, *rows = csv.reader(io.StringIO(done.output.decode("utf-8"), newline=""), strict=True)
+        self.assertEqual({len(row) for row in rows}, {len(header)})
+        self.assertEqual([dict(zip(header, row)) for row in rows],
+                         [row for record in self.records for row in self.expected_rows(record, header)])
+
+    def expected_rows(self, record, header):
+        def cell(value):
+            if isinstance(value, list):
+                return " ".join(value)
+            if isinstance(value, dict):
+                return f"{value['num']}/{value['den']}"
+            return value if isinstance(value, str) else json.dumps(value)
+
+        metadata = record.get("metadata", {})
+        common = {**record, **record.get("location", {})}
+        for name, keys in (("title", ("MediaFile_Metedata_Title",)), ("artist", ("MediaFile_Metedata_Artist",)),
+                           ("maker", ("MediaFile_Metedata_Maker", "Image_Metedata_CameraMaker")),
+                           ("model", ("MediaFile_Metedata_Model", "Image_Metedata_CameraModel"))):
+            common.update({name: metadata[key] for key in keys if key in metadata})
+        streams = [
+            {**stream, "program": program["id"], "kind": kind, "stream_duration": stream.get("duration"),
+             "stream_bit_rate": stream.get("bit_rate"), "duration": record.get("duration"),
+             "bit_rate": record.get("bit_rate")}
+            for program in record.get("programs", []) for kind in STREAM_KINDS for stream in program[kind]]
+        if not streams and record["service"] != "media":
+            streams = [{"kind": record["service"]}]
+        for stream in streams or [{}]:
+            merged = {**common, **stream}
+            yield {name: "" if merged.get(name) is None else cell(merged[name]) for name in header}
+
+    def test_csv_header_is_there_without_inputs(self):
+        done = self.run_tool("--csv", "--stdin")
+        self.assertEqual(done.output.count(b"\n"), 1)
+        self.assertTrue(done.output.startswith(b"input,service,status,error,"))
+
+    def test_text_tells_of_every_input(self):
+        done = self.run_tool("--uuid", *self.inputs)
+        self.assertEqual(done.status, 1)
+        blocks = done.output.decode("utf-8").split("\n\n")
+        self.assertEqual(len(blocks), len(self.inputs))
+        for record, block in zip(self.records, blocks):
+            with self.subTest(name=record["input"]):
+                self.assertTrue(block.startswith(record["input"].replace("\n", "\\n") + ": "), block)
+                if record["status"] == "error":
+                    self.assertTrue(block.strip().endswith("no such file"))
+                    continue
+                self.assertIn(record["uuid"], block)
+                for stream in tool.streams_of(record).values() if "programs" in record else []:
+                    if "sample_rate" in stream:
+                        self.assertIn(f"{stream['sample_rate'] / 1000:g} kHz", block)
+                    if "width" in stream:
+                        self.assertIn(f"{stream['width']}x{stream['height']}", block)
+                if record["service"] != "media":
+                    self.assertIn(f"{record['width']}x{record['height']}", block)
+
+    def test_full_text_tells_every_key(self):
+        record = tool.record_of(MP4)
+        done = self.run_tool("--full", MP4)
+        self.assertGreater(len(record["metadata"]), 0)
+        for key in record["metadata"]:
+            self.assertIn(key, done.output.decode())
+            self.assertNotIn(key, self.run_tool(MP4).output.decode())
+
+    def test_failures_are_told_on_standard_error_in_every_form(self):
+        for form in FORMS:
+            with self.subTest(form=form):
+                done = self.run_tool(form, "missing.mp4", MP4)
+                self.assertEqual(done.status, 1)
+                self.assertEqual(done.complaints, b"mediaprobe: missing.mp4: no such file\n")
+                self.assertIn(b"upright.mp4", done.output)
+
+    def test_locale_changes_nothing(self):
+        self.add("\u00fcml\u00e4ut \u65e5\u672c.mp3")
+        for form in FORMS:
+            outputs = {self.run_tool(form, "\u00fcml\u00e4ut \u65e5\u672c.mp3", environment={"LC_ALL": locale}).output
+                       for locale in ("C", "C.UTF-8", "POSIX", "de_DE.UTF-8", "")}
+            self.assertEqual(len(outputs), 1)
+            self.assertIn("\u00fcml\u00e4ut \u65e5\u672c.mp3", outputs.pop().decode("utf-8"))
+
+
+class OutputFile(Folder):
+    def test_holds_the_whole_output_of_each_form(self):
+        for form in FORMS:
+            with self.subTest(form=form):
+                done = self.run_tool(form, "-o", "list", MP4, MP3)
+                self.assertEqual((done.status, done.output, done.complaints), (0, b"", b""))
+                self.assertEqual((self.folder / "list").read_bytes(), self.run_tool(form, MP4, MP3).output)
+                self.assertEqual(os.listdir(self.folder), ["list"])
+
+    def test_failed_inputs_are_in_it(self):
+        done = self.run_tool("--json", "--output=list", "missing.mp4")
+        self.assertEqual(done.status, 1)
+        self.assertEqual(json.loads((self.folder / "list").read_bytes())[0]["error"], "no such file")
+
+    def test_dash_is_a_name(self):
+        self.assertEqual(self.run_tool("--json", "-o", "-", MP4).status, 0)
+        self.assertEqual(os.listdir(self.folder), ["-"])
+
+    def test_standard_output_can_be_named(self):
+        with open(self.folder / "list", "wb") as file:
+            done = subprocess.run([tool.MEDIAPROBE, "--json", "-o", "/dev/stdout", MP4], stdout=file,
+                                  timeout=tool.HANG_SECONDS)
+        self.assertEqual(done.returncode, 0)
+        self.assertTrue(pathlib.Path("/dev/stdout").is_symlink())
+        self.assertEqual(len(json.loads((self.folder / "list").read_bytes())), 1)
+
+
+class StandardOutput(Folder):
+    def run_shell(self, command):
+        return subprocess.run(["sh", "-c", command], cwd=self.folder, capture_output=True, text=True,
+                              stdin=subprocess.DEVNULL, timeout=tool.HANG_SECONDS)
+
+    def test_full_disk_is_told(self):
+        for arguments in (str(MP4), "--formats", "--services", "--help", "--version"):
+            with self.subTest(arguments=arguments):
+                done = self.run_shell(f"'{tool.MEDIAPROBE}' {arguments} > /dev/full")
+                self.assertEqual(done.returncode, 1)
+                self.assertEqual(done.stderr, "mediaprobe: cannot write the output: No space left on device\n")
+
+    def test_closed_output_is_told(self):
+        for arguments in (f"--json '{MP4}'", "--formats"):
+            done = self.run_shell(f"'{tool.MEDIAPROBE}' {arguments} >&-")
+            self.assertEqual(done.returncode, 1)
+            self.assertEqual(done.stderr, "mediaprobe: cannot write the output: Bad file descriptor\n")
+
+    def test_closed_standard_error_spoils_nothing(self):
+        done = self.run_shell(f"'{tool.MEDIAPROBE}' --ndjson missing.mp4 '{MP4}' 2>&-")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual([json.loads(line)["status"] for line in done.stdout.splitlines()], ["error", "ok"])
+
+    def test_reader_that_leaves_ends_the_run_quietly(self):
+        names = " ".join(f"'{MP4}'" for _ in range(300))
+        for form in FORMS:
+            for ignore in ("", "trap '' PIPE; "):
+                with self.subTest(form=form, ignore=ignore):
+                    done = self.run_shell(f"({ignore}'{tool.MEDIAPROBE}' {form} {names}) | head -c 10")
+                    self.assertEqual((len(done.stdout), done.stderr), (10, ""))
+
+
+class Choices(Folder):
+    def test_service(self):
+        done = tool.probe(MP4, options=["--service", "image"])
+        self.assertEqual((done.status, done.records()[0]["service"]), (1, "image"))
+        self.assertEqual(tool.record_of(JPEG, options=["--service", "image"])["service"], "image")
+        self.assertEqual(tool.record_of(MP4, options=["--service", "media"])["service"], "media")
+
+    def test_uuid(self):
+        self.assertNotIn("uuid", tool.record_of(MP4))
+        for option in ("-u", "--uuid"):
+            self.assertRegex(tool.record_of(MP4, options=[option])["uuid"], "^[0-9a-f]{32}$")
+
+    def test_timeout(self):
+        self.assertEqual(tool.probe(MP4, options=["--timeout", "60"]).status, 0)
+        # A thousandth of a second is less than a file of many streams takes.
+        done = tool.probe(*[MP4] * 40, options=["--timeout", "0.001"])
+        self.assertEqual(len(done.records()), 40)
+        self.assertLessEqual({record.get("error") for record in done.records()}, {None, "takes longer than 0.001 s"})
+
+    def test_isolation_and_jobs_change_no_byte(self):
+        inputs = [*tool.samples(), "missing.mp4", JPEG] * 3
+        for form in FORMS:
+            expected = self.run_tool(form, "--isolation", "none", *inputs)
+            for options in (["--isolation", "worker"], ["-j", "1"], ["-j", "8"], ["--jobs", "64"], ["--memory", "4096"]):
+                with self.subTest(form=form, options=options):
+                    done = self.run_tool(form, *options, *inputs)
+                    self.assertEqual((done.status, done.complaints), (1, expected.complaints))
+                    self.assertEqual(done.output, expected.output)
+
+    def test_memory(self):
+        """As little as may be asked for is enough for small files, and what it is too little for is a failed record."""
+        done = tool.probe(*tool.samples(), options=["--memory", "16"])
+        self.assertEqual([record["input"] for record in done.records()], list(map(str, tool.samples())))
+        self.assertIn("ok", {record["status"] for record in done.records()})
+
+    def test_log(self):
+        self.assertEqual(self.run_tool(MP4).complaints, b"")
+        loud = self.run_tool("--log-level", "trace", "missing.mp4", MP4)
+        self.assertGreater(len(loud.complaint_lines()), 1)
+        filed = self.run_tool("--log-level", "trace", "--log-file", "log", "missing.mp4", MP4)
+        self.assertEqual(filed.complaints, b"mediaprobe: missing.mp4: no such file\n")
+        self.assertGreater((self.folder / "log").stat().st_size, 0)
+        self.assertEqual(filed.output, self.run_tool("missing.mp4", MP4).output)
+
+    def test_progress_is_asked_for_or_silent(self):
+        self.assertEqual(self.run_tool("--no-progress", MP4).complaints, b"")
+        done = self.run_tool("--ndjson", "--progress", MP4)
+        self.assertEqual(done.output, self.run_tool("--ndjson", MP4).output)
+
+    def test_formats(self):
+        done = self.run_tool("--formats")
+        self.assertEqual((done.status, done.complaints), (0, b""))
+        rows = [line.split("\t") for line in done.output.decode().splitlines()]
+        self.assertEqual({row[0] for row in rows}, {"media", "image", "svg"})
+        self.assertEqual({len(row) for row in rows}, {3})
+        short_names = {row[1] for row in rows}
+        for path in tool.samples():
+            self.assertIn(tool.record_of(path)["format"], short_names)
+
+    def test_services(self):
+        done = self.run_tool("--services")
+        self.assertEqual((done.status, done.complaints), (0, b""))
+        uuid = re.compile("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}  ")
+        lines = done.output.decode().splitlines()
+        self.assertTrue(all(uuid.match(line) for line in lines), lines)
+        self.assertGreaterEqual(len(lines), 4)
+
+    def test_help_and_version(self):
+        for option in ("-h", "--help"):
+            done = self.run_tool(option)
+            self.assertEqual((done.status, done.complaints), (0, b""))
+            self.assertIn(b"--isolation", done.output)
+        self.assertRegex(self.run_tool("--version").output.decode(), r"^mediaprobe \d+\.\d+\.\d+\n$")
+
+
+class Folders(Folder):
+    def names_found(self, *options, status=0):
+        done = tool.probe(".", folder=self.folder, options=["-r", *options])
+        self.assertEqual(done.status, status, done.complaints)
+        return [record["input"] for record in done.records()]
+
+    def test_are_refused_without_r(self):
+        done = tool.probe(".", folder=self.folder)
+        self.assertEqual((done.status, done.records()[0]["error"]), (1, "is a folder"))
+
+    def test_are_walked_in_the_order_of_names(self):
+        self.add("b.mp3", "a/z.mp3", "a/b/c.mp3", "c.mp3", "B.mp3", ".hidden/d.mp3", "a.mp3")
+        self.add("picture.dat", source=JPEG)
+        (self.folder / "drawing.txt").write_text(SVG)
+        (self.folder / "notes.mp3").write_text("no sound at all")
+        (self.folder / "empty.mp3").touch()
+        self.assertEqual(self.names_found(), [
+            "./.hidden/d.mp3", "./B.mp3", "./a/b/c.mp3", "./a/z.mp3", "./a.mp3", "./b.mp3", "./c.mp3", "./drawing.txt",
+            "./picture.dat"])
+
+    def test_forced_service_takes_its_files(self):
+        self.add("a.mp3")
+        self.add("b.jpg", source=JPEG)
+        (self.folder / "c.svg").write_text(SVG)
+        for service, name in (("media", "./a.mp3"), ("image", "./b.jpg"), ("svg", "./c.svg")):
+            self.assertEqual(self.names_found("--service", service), [name])
+
+    def test_damaged_media_files_are_told(self):
+        (self.folder / "cut.mp4").write_bytes(MP4.read_bytes()[:300])
+        self.add("good.mp3")
+        self.assertEqual(self.names_found(status=1), ["./cut.mp4", "./good.mp3"])
+
+    def test_patterns(self):
+        self.add("a.mp3", "b.mp3", "a.dat", "in/a.mp3", "in/b.mp3", "out/a.mp3")
+        self.assertEqual(self.names_found("--include", "*.mp3", "--exclude", "b.*", "--exclude", "out"),
+                         ["./a.mp3", "./in/a.mp3"])
+        self.assertEqual(self.names_found("--include", "in/*"), ["./in/a.mp3", "./in/b.mp3"])
+        self.assertEqual(self.names_found("--include", "[ab].dat"), ["./a.dat"])
+        self.assertEqual(self.names_found("--exclude", "*"), [])
+
+    def test_links(self):
+        self.add("real.mp3", "below/deep.mp3")
+        (self.folder / "link.mp3").symlink_to("real.mp3")
+        (self.folder / "below" / "loop").symlink_to("..")
+        (self.folder / "dangling.mp3").symlink_to("nowhere")
+        (self.folder / "self.mp3").symlink_to("self.mp3")
+        os.mkfifo(self.folder / "pipe.mp3")
+        self.assertEqual(self.names_found(), ["./below/deep.mp3", "./link.mp3", "./real.mp3"])
+        # A link that the user names is followed.
+        done = tool.probe("below/loop", folder=self.folder, options=["-r", "--include", "deep*"])
+        self.assertEqual([record["input"] for record in done.records()], ["below/loop/below/deep.mp3"])
+
+    def test_folder_without_permission_is_a_failure_among_the_others(self):
+        self.add("a.mp3", "closed/b.mp3", "d.mp3")
+        (self.folder / "closed").chmod(0)
+        self.addCleanup((self.folder / "closed").chmod, 0o755)
+        done = subprocess.run([tool.MEDIAPROBE, "-r", "--ndjson", "."], cwd=self.folder, capture_output=True,
+                              preexec_fn=respect_permissions, timeout=tool.HANG_SECONDS)
+        self.assertEqual(done.returncode, 1)
+        records = [json.loads(line) for line in done.stdout.splitlines()]
+        self.assertEqual([(record["input"], record.get("error")) for record in records],
+                         [("./a.mp3", None), ("./closed", "no permission"), ("./d.mp3", None)])
+
+    def test_files_and_folders_mix(self):
+        self.add("one/a.mp3", "b.mp3", "two/c.mp3")
+        done = tool.probe("two", "b.mp3", "one/", "missing", folder=self.folder, options=["--recursive"])
+        self.assertEqual([record["input"] for record in done.records()], ["two/c.mp3", "b.mp3", "one/a.mp3", "missing"])
+        self.assertEqual(done.status, 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
