@@ -215,6 +215,49 @@ class Forms(Folder):
             self.assertIn("\u00fcml\u00e4ut \u65e5\u672c.mp3", outputs.pop().decode("utf-8"))
 
 
+def mp3_with_texts(**texts):
+    """The sample with these ID3v2.4 frames instead of its own (ID3v2.4 structure, sections 3.1, 4 and 6.2)."""
+    def size(number):
+        return bytes(number >> shift & 0x7F for shift in (21, 14, 7, 0))
+
+    sample = MP3.read_bytes()
+    sound = sample[10 + sum(byte << shift for byte, shift in zip(sample[6:10], (21, 14, 7, 0))):]
+    frames = b"".join(name.encode() + size(len(text) + 1) + b"\0\0\x03" + text for name, text in texts.items())
+    return b"ID3\4\0\0" + size(len(frames)) + frames + sound
+
+
+class LongRecords(Folder):
+    MOST = 4 << 20
+
+    def test_are_cut_and_say_so(self):
+        long = "h\u00e4".encode() * 300_000
+        cases = {"many": mp3_with_texts(TIT2=long, TPE1=long, TALB=long, TCON=long, TPUB=long, TPE2=long),
+                 # JSON writes each of them in six bytes.
+                 "controls": mp3_with_texts(TIT2=b"\1" * 1_000_000)}
+        for name, content in cases.items():
+            (self.folder / name).write_bytes(content)
+            for form in ("--ndjson", "--json"):
+                with self.subTest(name=name, form=form):
+                    done = self.run_tool(form, name)
+                    self.assertLessEqual(len(done.output), self.MOST)
+                    record = json.loads(done.output)
+                    record = record if form == "--ndjson" else record[0]
+                    self.assertIs(record["truncated"], True)
+                    # Cut no further than need be, and nowhere inside a character.
+                    self.assertGreater(len(done.output), self.MOST // 4)
+                    self.assertNotIn("\ufffd", record["metadata"]["MediaFile_Metedata_Title"])
+            for form in ("--text", "--csv"):
+                done = self.run_tool(form, name)
+                self.assertEqual(done.status, 0)
+                self.assertLessEqual(len(done.output), self.MOST)
+
+    def test_below_that_are_whole(self):
+        (self.folder / "a.mp3").write_bytes(mp3_with_texts(TIT2=b"x" * 900_000))
+        record = tool.record_of(self.folder / "a.mp3")
+        self.assertNotIn("truncated", record)
+        self.assertEqual(len(record["metadata"]["MediaFile_Metedata_Title"]), 900_000)
+
+
 class OutputFile(Folder):
     def test_holds_the_whole_output_of_each_form(self):
         for form in FORMS:

@@ -198,6 +198,31 @@ class Faults(unittest.TestCase):
         self.assertEqual(process.wait(tool.HANG_SECONDS), -signal.SIGINT)
         process.stdout.close()
 
+    def test_progress_is_wiped_before_anything_else_is_written(self):
+        done = self.probe("plain.wav", "hang.mp4", "killed.mp4", options=["--progress", "--timeout", "1.5", "-j", "1"])
+        wiped, *complaints = done.complaints.decode().rpartition("\r\x1b[K")[2].splitlines()
+        self.assertIn("1 of 3, ", done.complaints.decode())
+        self.assertIn("hang.mp4", done.complaints.decode().partition("mediaprobe: ")[0])
+        self.assertEqual(wiped, "mediaprobe: hang.mp4: takes longer than 1.5 s")
+        self.assertEqual(len(complaints), 1)
+        self.assertNotIn(b"\x1b", done.output)
+
+    def test_progress_is_for_terminals(self):
+        for option, seen in ((None, True), ("--no-progress", False)):
+            for name in ("plain.wav", "hang.mp4"):
+                (self.folder / name).write_text("x")
+            terminal, end = os.openpty()
+            self.addCleanup(os.close, terminal)
+            process = self.start("--ndjson", "--timeout", "1.5", *filter(None, [option]), "plain.wav", "hang.mp4",
+                                 stdout=subprocess.DEVNULL, stderr=end)
+            os.close(end)
+            self.assertEqual(process.wait(tool.HANG_SECONDS), 1)
+            shown = os.read(terminal, 65536)
+            self.assertEqual(b"1 of 2, " in shown, seen)
+            self.assertTrue(shown.endswith(b"mediaprobe: hang.mp4: takes longer than 1.5 s\r\n"))
+        done = self.probe("plain.wav", "hang.mp4", options=["--timeout", "1.5"])
+        self.assertEqual(done.complaints, b"mediaprobe: hang.mp4: takes longer than 1.5 s\n")
+
     def test_long_record_is_cut_and_says_so(self):
         record, = self.probe("huge.wav").records()
         self.assertIs(record["truncated"], True)
