@@ -2,9 +2,9 @@
 /// without any media. Of media files, "full" tells everything, "plain" nothing but its format, "odd" has texts that are
 /// not fit to be shown, "locked" opens with one key only. "photo" is an image that tells everything, "frame" the first
 /// one of a sequence, "movie" an animation, "torn" an image that is damaged; "drawing" is an SVG. Everything else is
-/// none of all that. What is asked to open "abort", "killed", "leave" or "hang" does so, "hoard" and "bloat" take 2 GB,
-/// of the system and of the heap, "babble" writes into every open descriptor, "once" aborts the first time only, and
-/// "huge" has a title of 6 MB. "slow" and "gone" are media whose UUID takes a minute, after a file
+/// none of all that. What is asked to open "abort", "killed", "leave" or "hang" does so, "hoard" and "bloat" take 2 GB
+/// and say in words, and by throwing, that they cannot, "babble" writes into every open descriptor, "once" aborts the
+/// first time only, and "huge" has a title of 6 MB. "slow" and "gone" are media whose UUID takes a minute, after a file
 /// "slow.begun" has told that it begins, and cannot be had.
 
 #include <signal.h>
@@ -17,11 +17,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
-#include <vector>
 
 #include "core/error_text.h"
 #include "core/log.h"
@@ -36,9 +36,6 @@ namespace mediaprobe::testing {
 namespace {
 
 namespace keys = service::mediainfo::metedata_keys;
-
-// Kept, or the compiler makes nothing of it.
-std::vector<char> bloat;
 
 constexpr char kKey[] = "00112233445566778899aabbccddeeff";
 
@@ -84,9 +81,9 @@ void GetIntoTrouble(const std::string& path) {
   if (name.starts_with("killed")) raise(SIGKILL);
   if (name.starts_with("leave")) _exit(3);
   if (name.starts_with("hang")) std::this_thread::sleep_for(std::chrono::hours(1));
-  if (name.starts_with("bloat")) std::vector<char>(kHoard, 'b').swap(bloat);
-  if (name.starts_with("hoard")) {
+  if (name.starts_with("hoard") || name.starts_with("bloat")) {
     void* hoard = mmap(nullptr, kHoard, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (hoard == MAP_FAILED && name.starts_with("bloat")) throw std::bad_alloc();
     if (hoard == MAP_FAILED) CoreSetErrorText("no room for a hoard");
   }
   if (name.starts_with("babble")) {
