@@ -5,7 +5,7 @@
 namespace mediaprobe {
 namespace {
 
-constexpr std::array kSignals = {SIGINT, SIGTERM};
+constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 
 volatile sig_atomic_t interrupted = 0;
 

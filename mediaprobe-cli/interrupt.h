@@ -4,9 +4,9 @@
 
 namespace mediaprobe {
 
-/// While it lives, SIGINT and SIGTERM do not end the process but are remembered, so that the output gets a valid end.
-/// One that comes after the first ends the process. Signals that were ignored, as in a background job, stay ignored.
-/// One object at a time.
+/// While it lives, SIGINT, SIGTERM and SIGHUP do not end the process but are remembered, so that the output gets a
+/// valid end. One that comes after the first ends the process. Signals that were ignored, as in a background job, stay
+/// ignored. One object at a time.
 class Interrupts {
  public:
   Interrupts();
@@ -15,7 +15,7 @@ class Interrupts {
   Interrupts& operator=(const Interrupts&) = delete;
 
   bool happened() const;
-  /// Holds the two back from now on, save where `wait_mask` is in force: a wait that lets them through misses none.
+  /// Holds them back from now on, save where `wait_mask` is in force: a wait that lets them through misses none.
   void HoldBack();
   /// Ends that, for work that may wait without `wait_mask`.
   void LetThrough();
@@ -23,7 +23,7 @@ class Interrupts {
 
  private:
   sigset_t before_{};  // signals that were blocked
-  struct sigaction previous_[2]{};
+  struct sigaction previous_[3]{};
 };
 
 }  // namespace mediaprobe

@@ -49,9 +49,10 @@ void LimitThisProcess(std::uint64_t memory_bytes) {
   setrlimit(RLIMIT_AS, &memory);
 }
 
-/// An interrupt typed at the terminal reaches every process of the group: the parent decides what becomes of it.
+/// What a terminal sends reaches every process of the group: the parent decides what becomes of it.
 void LeaveInterruptsToTheParent() {
   signal(SIGINT, SIG_IGN);
+  signal(SIGHUP, SIG_IGN);
   signal(SIGTERM, SIG_DFL);
   signal(SIGPIPE, SIG_IGN);
   sigset_t none;

@@ -10,7 +10,7 @@ namespace mediaprobe {
 namespace {
 
 TEST(Interrupts, AreRemembered) {
-  for (const int signal : {SIGINT, SIGTERM}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const Interrupts interrupts;
     EXPECT_FALSE(interrupts.happened());
     raise(signal);

@@ -166,7 +166,7 @@ class Faults(unittest.TestCase):
     def test_interrupt_leaves_the_output_file_alone(self):
         (self.folder / "hang.mp4").write_text("x")
         (self.folder / "list.json").write_text("before")
-        for number in (signal.SIGINT, signal.SIGTERM):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(number=number):
                 process = self.start("--json", "-o", "list.json", "hang.mp4")
                 self.wait_for(lambda: children_of(process.pid))
