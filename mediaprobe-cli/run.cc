@@ -19,6 +19,7 @@
 #include "input_path.h"
 #include "inputs/listed_inputs.h"
 #include "inputs/streamed_inputs.h"
+#include "inputs/walked_inputs.h"
 #include "interrupt.h"
 #include "json_formatter.h"
 #include "listings.h"
@@ -76,8 +77,14 @@ std::unique_ptr<RecordFormatter> MakeFormatter(const Options& options) {
 }
 
 std::unique_ptr<InputSource> MakeSource(const Options& options) {
-  if (options.from_standard_input) return std::make_unique<StreamedInputs>(STDIN_FILENO, options.separator);
-  return std::make_unique<ListedInputs>(options.inputs, options.walk);
+  std::unique_ptr<InputSource> source;
+  if (options.from_standard_input) {
+    source = std::make_unique<StreamedInputs>(STDIN_FILENO, options.separator);
+  } else {
+    source = std::make_unique<ListedInputs>(options.inputs);
+  }
+  if (!options.walk) return source;
+  return std::make_unique<WalkedInputs>(std::move(source), *options.walk);
 }
 
 milliseconds TimeLimit(const Options& options, const Input& input) {

@@ -96,6 +96,13 @@ class StandardInput(Runs):
         self.assertEqual([record["input"] for record in done.records()],
                          [f"./{shown(name)}" for name in sorted(STRANGE_NAMES)])
 
+    def test_folders_are_walked_with_r(self):
+        (self.folder / "below").mkdir()
+        self.add(b"a.mp3", b"below/b.mp3", b"below/c.dat")
+        done = self.probe(b"below\na.mp3\n", "-r", "--include", "*.mp3")
+        self.assertEqual((done.status, [record["input"] for record in done.records()]), (0, ["below/b.mp3", "a.mp3"]))
+        self.assertEqual(self.probe(b"below\n").records()[0]["error"], "is a folder")
+
     def test_long_name_is_a_failed_record(self):
         self.add(b"a.mp3")
         done = self.probe(b"n" * 200_000 + b"\na.mp3\n")

@@ -1,0 +1,36 @@
+#include "inputs/walked_inputs.h"
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace mediaprobe {
+namespace {
+
+bool IsFolder(const std::string& name) {
+  std::error_code failure;
+  return std::filesystem::is_directory(name, failure);
+}
+
+}  // namespace
+
+WalkedInputs::WalkedInputs(std::unique_ptr<InputSource> inputs, WalkFilter filter)
+    : inputs_(std::move(inputs)), filter_(std::move(filter)) {}
+
+InputSource::State WalkedInputs::Next(Input* input) {
+  while (true) {
+    if (walk_) {
+      if (auto found = walk_->Next()) {
+        *input = {std::move(*found), /*found_by_walk=*/true};
+        return State::kInput;
+      }
+      walk_.reset();
+    }
+    const State state = inputs_->Next(input);
+    if (state != State::kInput || !IsFolder(input->name)) return state;
+    walk_.emplace(std::move(input->name), filter_);
+  }
+}
+
+}  // namespace mediaprobe

@@ -1,0 +1,69 @@
+#include "inputs/walked_inputs.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "inputs/listed_inputs.h"
+#include "inputs/streamed_inputs.h"
+#include "scratch_folder.h"
+
+namespace mediaprobe {
+namespace {
+
+using ::testing::ElementsAre;
+using State = InputSource::State;
+
+/// Names of inputs that were found by walking have a plus before them.
+std::vector<std::string> All(InputSource& source) {
+  std::vector<std::string> names;
+  Input input;
+  while (source.Next(&input) == State::kInput) names.push_back((input.found_by_walk ? "+" : "") + input.name);
+  return names;
+}
+
+TEST(WalkedInputs, PutWhatLiesUnderFoldersInTheirPlace) {
+  const testing::ScratchFolder folder;
+  const std::string one = folder.AddFile("x/one.mp4");
+  const std::string two = folder.AddFile("x/two.mp4");
+  folder.AddFile("x/three.txt");
+  const std::string walked = folder.path() + "/x";
+  WalkedInputs source(std::make_unique<ListedInputs>(std::vector<std::string>{"first", walked, two, walked}),
+                      {.include = {"*.mp4"}, .exclude = {}});
+  EXPECT_THAT(All(source), ElementsAre("first", "+" + one, "+" + two, two, "+" + one, "+" + two));
+  EXPECT_LT(source.descriptor(), 0);
+  EXPECT_EQ(source.total(), std::nullopt);
+}
+
+TEST(WalkedInputs, WaitForAStreamThatHasNoMore) {
+  const testing::ScratchFolder folder;
+  const std::string file = folder.AddFile("one.mp4");
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  const std::string line = folder.path() + "\n";
+  ASSERT_EQ(write(ends[1], line.data(), line.size()), static_cast<ssize_t>(line.size()));
+  WalkedInputs source(std::make_unique<StreamedInputs>(ends[0], '\n'), {});
+  EXPECT_EQ(source.descriptor(), ends[0]);
+  EXPECT_THAT(All(source), ElementsAre("+" + file));
+  Input input;
+  EXPECT_EQ(source.Next(&input), State::kWait);
+  close(ends[1]);
+  EXPECT_EQ(source.Next(&input), State::kEnd);
+  close(ends[0]);
+}
+
+TEST(WalkedInputs, TellWhyAStreamCannotBeRead) {
+  const int folder = open("/", O_RDONLY | O_CLOEXEC);
+  WalkedInputs source(std::make_unique<StreamedInputs>(folder, '\n'), {});
+  EXPECT_THAT(All(source), ElementsAre());
+  EXPECT_EQ(source.error(), EISDIR);
+  close(folder);
+}
+
+}  // namespace
+}  // namespace mediaprobe
