@@ -23,7 +23,12 @@ namespace {
 
 constexpr char kSummary[] = "Tells what is in media files, images and SVGs.";
 constexpr char kDetails[] =
-    "A picture sequence is named by its numbers in brackets: img_[0001-0100].png.\n"
+    "Examples:\n"
+    "  mediaprobe holiday.mp4                       what a person wants to know\n"
+    "  mediaprobe -r --csv -o list.csv Pictures     a table of all under a folder\n"
+    "  mediaprobe --ndjson -u 'img_[0001-0100].png' a picture sequence, with its UUID\n"
+    "  find . -print0 | mediaprobe --stdin -0 --ndjson\n"
+    "\n"
     "Exit status: 0 when every input was answered, 1 when at least one failed,\n"
     "2 for wrong usage, 130 when interrupted.";
 
@@ -220,18 +225,18 @@ void DeclareLimits(CLI::App& app, Arguments& arguments) {
   constexpr std::uint64_t kMostMegabytes = 1024 * 1024;
   app.add_option("-j,--jobs", arguments.jobs, "Inputs probed at once (default: processors)")
       ->type_name("N")
-      ->check(CLI::Range(1U, kMostJobs))
+      ->check(CLI::Range(1U, kMostJobs).description(""))
       ->group("Limits");
   app.add_option("--timeout", arguments.timeout_s, "Longest time for one input (default: 10, URLs 30)")
       ->type_name("SECONDS")
-      ->check(CLI::Range(kShortestTimeout, kLongestTimeout))
+      ->check(CLI::Range(kShortestTimeout, kLongestTimeout).description(""))
       ->check(kNumber)
       ->group("Limits");
   app.add_option("--memory", arguments.memory_megabytes, "Most memory for one input (default: 512)")
       ->type_name("MB")
-      ->check(CLI::Range(kLeastMegabytes, kMostMegabytes))
+      ->check(CLI::Range(kLeastMegabytes, kMostMegabytes).description(""))
       ->group("Limits");
-  app.add_option("--isolation", arguments.isolation, "In workers that may die (default), or in this process")
+  app.add_option("--isolation", arguments.isolation, "Where inputs are probed (default: worker)")
       ->type_name("MODE")
       ->check(CLI::IsMember(NamesIn(kIsolations)))
       ->group("Limits");
@@ -239,8 +244,6 @@ void DeclareLimits(CLI::App& app, Arguments& arguments) {
 
 void Declare(CLI::App& app, Arguments& arguments) {
   app.footer(kDetails);
-  app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave")->group("About");
-  app.set_help_flag("-h,--help", "Show this text and leave")->group("About");
   DeclareInputs(app, arguments);
   DeclareOutput(app, arguments);
   DeclareLimits(app, arguments);
@@ -254,6 +257,8 @@ void Declare(CLI::App& app, Arguments& arguments) {
       ->group("About");
   app.add_flag("--formats", arguments.formats, "List what is read, and leave")->group("About");
   app.add_flag("--services", arguments.services, "List the services, and leave")->group("About");
+  app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave")->group("About");
+  app.set_help_flag("-h,--help", "Show this text and leave")->group("About");
 }
 
 /// Pairs, or more, of which at most one may be given.
@@ -323,13 +328,20 @@ std::variant<Options, EarlyExit> ToOptions(Arguments&& arguments) {
   return options;
 }
 
+/// CLI11 sets its groups two lines apart.
+std::string HelpOf(const CLI::App& app) {
+  std::string text = app.help();
+  for (auto gap = text.find("\n\n\n"); gap != std::string::npos; gap = text.find("\n\n\n", gap)) text.erase(gap, 1);
+  return text;
+}
+
 /// Empty when the arguments were read.
 std::optional<EarlyExit> Parse(CLI::App& app, std::vector<std::string>&& arguments) {
   try {
     app.parse(std::move(arguments));
     return std::nullopt;
   } catch (const CLI::CallForHelp&) {
-    return EarlyExit{kExitAnswered, app.help()};
+    return EarlyExit{kExitAnswered, HelpOf(app)};
   } catch (const CLI::CallForVersion& version) {
     return EarlyExit{kExitAnswered, std::string(version.what()) + "\n"};
   } catch (const CLI::ParseError& error) {

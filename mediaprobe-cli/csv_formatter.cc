@@ -166,7 +166,7 @@ std::string CsvFormatter::Format(const Record& record) const {
   Json whole = ToJson(record);
   const Json* programs = Find(whole, "programs");
   if (!programs) {
-    whole["kind"] = whole.at("service");
+    if (!record.error) whole["kind"] = whole.at("service");
     return RowText(whole, whole);
   }
   std::string text;

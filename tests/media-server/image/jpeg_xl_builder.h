@@ -11,7 +11,7 @@ class JpegXlBits {
   /// Starts with the signature.
   JpegXlBits() { Put(0x0AFF, 16); }
 
-  JpegXlBits& Put(std::uint32_t value, unsigned count) {
+  JpegXlBits& Put(std::uint64_t value, unsigned count) {
     for (unsigned i = 0; i < count; ++i, ++bits_) {
       if (bits_ % 8 == 0) bytes_ += '\0';
       if ((value >> i & 1) != 0) bytes_.back() = static_cast<char>(bytes_.back() | 1 << (bits_ % 8));
