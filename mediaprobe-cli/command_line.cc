@@ -16,7 +16,7 @@
 #include <utility>
 
 #include "core/log.h"
-#include "terminal_text.h"
+#include "output/terminal_text.h"
 
 namespace mediaprobe {
 namespace {

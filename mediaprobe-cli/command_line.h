@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "inputs/folder_walk.h"
-#include "prober.h"
+#include "probe/prober.h"
 
 namespace mediaprobe {
 

@@ -1,0 +1,98 @@
+#include "output/json_text.h"
+
+#include <array>
+#include <charconv>
+#include <optional>
+
+namespace mediaprobe {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr unsigned kIndent = 2;
+
+class Serializer {
+ public:
+  /// No `level`: everything on one line.
+  explicit Serializer(std::optional<unsigned> level) : level_(level) {}
+
+  void Append(const Json& value) {
+    if (value.is_object()) return AppendObject(value);
+    if (value.is_array()) return AppendArray(value);
+    if (value.is_number_float()) return AppendNumber(value.get<double>());
+    AppendScalar(value);
+  }
+  std::string Take() { return std::move(text_); }
+
+ private:
+  void AppendScalar(const Json& value) {
+    text_ += value.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false, Json::error_handler_t::replace);
+  }
+
+  void AppendNumber(double number) {
+    std::array<char, 32> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    text_.append(digits.data(), end);
+  }
+
+  void AppendObject(const Json& object) {
+    text_ += '{';
+    Enter();
+    bool first = true;
+    for (const auto& [key, value] : object.items()) {
+      Separate(first);
+      AppendScalar(key);
+      text_ += level_ ? ": " : ":";
+      Append(value);
+      first = false;
+    }
+    Leave(object.empty());
+    text_ += '}';
+  }
+
+  void AppendArray(const Json& array) {
+    text_ += '[';
+    Enter();
+    bool first = true;
+    for (const Json& value : array) {
+      Separate(first);
+      Append(value);
+      first = false;
+    }
+    Leave(array.empty());
+    text_ += ']';
+  }
+
+  void Enter() {
+    if (level_) ++*level_;
+  }
+  void Leave(bool empty) {
+    if (!level_) return;
+    --*level_;
+    if (!empty) BreakLine();
+  }
+  void Separate(bool first) {
+    if (!first) text_ += ',';
+    if (level_) BreakLine();
+  }
+  void BreakLine() {
+    text_ += '\n';
+    text_.append(*level_ * kIndent, ' ');
+  }
+
+  std::optional<unsigned> level_;
+  std::string text_;
+};
+
+std::string Serialized(const Json& value, std::optional<unsigned> level) {
+  Serializer serializer(level);
+  serializer.Append(value);
+  return serializer.Take();
+}
+
+}  // namespace
+
+std::string CompactJson(const Json& value) { return Serialized(value, std::nullopt); }
+std::string IndentedJson(const Json& value, unsigned level) { return Serialized(value, level); }
+
+}  // namespace mediaprobe

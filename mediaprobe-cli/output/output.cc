@@ -1,0 +1,94 @@
+#include "output/output.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+namespace mediaprobe {
+namespace {
+
+/// What a new file's permissions would be.
+mode_t NewFileMode() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
+}
+
+bool IsSpecial(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+/// The file that a path leads to through links: what is put in its place is not to take that of a link.
+std::string WithoutLinks(const std::string& path) {
+  const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
+  return real ? real.get() : path;
+}
+
+}  // namespace
+
+Output::Output(OutputFrame frame) : Output(std::move(frame), STDOUT_FILENO, {}, {}) {}
+
+Output::Output(OutputFrame frame, int descriptor, std::string path, std::string unfinished_path)
+    : frame_(std::move(frame)),
+      descriptor_(descriptor),
+      path_(std::move(path)),
+      unfinished_path_(std::move(unfinished_path)) {}
+
+std::unique_ptr<Output> Output::ToFile(OutputFrame frame, const std::string& path) {
+  if (IsSpecial(path)) {
+    // A device or a pipe cannot be put in place at the end.
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (descriptor < 0) return nullptr;
+    return std::unique_ptr<Output>(new Output(std::move(frame), descriptor, path, {}));
+  }
+  const std::string real_path = WithoutLinks(path);
+  std::string unfinished = real_path + ".XXXXXX";
+  const int descriptor = mkostemp(unfinished.data(), O_CLOEXEC);
+  if (descriptor < 0) return nullptr;
+  fchmod(descriptor, NewFileMode());
+  return std::unique_ptr<Output>(new Output(std::move(frame), descriptor, real_path, std::move(unfinished)));
+}
+
+Output::~Output() {
+  if (path_.empty()) return;
+  close(descriptor_);
+  if (!unfinished_path_.empty()) unlink(unfinished_path_.c_str());
+}
+
+bool Output::Add(std::string_view text) {
+  if (text.empty()) return true;
+  const bool is_first = !std::exchange(has_records_, true);
+  return Write(is_first ? frame_.begin : frame_.between) && Write(text);
+}
+
+bool Output::End() {
+  if (!has_records_ && !Write(frame_.begin)) return false;
+  if (!Write(frame_.end)) return false;
+  if (unfinished_path_.empty()) return true;
+  if (fsync(descriptor_) != 0 || rename(unfinished_path_.c_str(), path_.c_str()) != 0) {
+    error_ = errno;
+    return false;
+  }
+  unfinished_path_.clear();
+  return true;
+}
+
+bool Output::Write(std::string_view text) {
+  while (error_ == 0 && !text.empty()) {
+    const ssize_t written = write(descriptor_, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno != EINTR) {
+      error_ = errno;
+    }
+  }
+  return error_ == 0;
+}
+
+}  // namespace mediaprobe

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "output/record_formatter.h"
+
+namespace mediaprobe {
+
+/// Where the records' texts go, one whole record after another, each as soon as it is known.
+class Output {
+ public:
+  /// Standard output.
+  explicit Output(OutputFrame frame);
+  /// A file that holds the whole output once End has succeeded, and that nothing has happened to before; of a link what
+  /// it leads to. Null, with errno, when no file can be written beside it.
+  static std::unique_ptr<Output> ToFile(OutputFrame frame, const std::string& path);
+  ~Output();
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  /// Empty texts are passed over. False when something could not be written; nothing is written after that.
+  bool Add(std::string_view text);
+  /// Writes what closes the output; the last call. False on the same terms.
+  bool End();
+  /// What the first failure was, as errno has it; 0 for none.
+  int error() const { return error_; }
+
+ private:
+  Output(OutputFrame frame, int descriptor, std::string path, std::string unfinished_path);
+  bool Write(std::string_view text);
+
+  OutputFrame frame_;
+  int descriptor_;
+  std::string path_;             // of the file, empty for standard output
+  std::string unfinished_path_;  // under which it is written
+  bool has_records_ = false;
+  int error_ = 0;
+};
+
+}  // namespace mediaprobe

@@ -1,0 +1,82 @@
+#include "probe/digest_watch.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "scratch_folder.h"
+
+namespace mediaprobe {
+namespace {
+
+using std::chrono::milliseconds;
+
+struct Seen {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<std::uint64_t> done;
+  std::uint64_t total = 0;
+
+  DigestReport Report() {
+    return [this](std::uint64_t done_now, std::uint64_t total_now) {
+      const std::lock_guard lock(mutex);
+      done.push_back(done_now);
+      total = total_now;
+      changed.notify_all();
+    };
+  }
+  bool WaitUntilDone(std::uint64_t bytes) {
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, milliseconds(10'000), [&] { return !done.empty() && done.back() >= bytes; });
+  }
+};
+
+void ReadWhole(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string content{std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(DigestWatch, CountsWhatTheProcessReads) {
+  const testing::ScratchFolder folder;
+  const std::string path = folder.AddFile("a", std::string(1'000'000, 'x'));
+  Seen seen;
+  const DigestWatch watch(5'000'000, seen.Report(), milliseconds(1));
+  ReadWhole(path);
+  EXPECT_TRUE(seen.WaitUntilDone(1'000'000));
+  EXPECT_EQ(seen.done.front(), 0u);
+  EXPECT_EQ(seen.total, 5'000'000u);
+}
+
+TEST(DigestWatch, NeverTellsMoreThanThereIs) {
+  const testing::ScratchFolder folder;
+  const std::string path = folder.AddFile("a", std::string(1'000'000, 'x'));
+  Seen seen;
+  const DigestWatch watch(1'000, seen.Report(), milliseconds(1));
+  ReadWhole(path);
+  EXPECT_TRUE(seen.WaitUntilDone(1'000));
+  const std::lock_guard lock(seen.mutex);
+  for (const std::uint64_t done : seen.done) EXPECT_LE(done, 1'000u);
+}
+
+TEST(DigestWatch, UnknownTotalBoundsNothing) {
+  const testing::ScratchFolder folder;
+  const std::string path = folder.AddFile("a", std::string(1'000'000, 'x'));
+  Seen seen;
+  const DigestWatch watch(0, seen.Report(), milliseconds(1));
+  ReadWhole(path);
+  EXPECT_TRUE(seen.WaitUntilDone(1'000'000));
+}
+
+TEST(DigestWatch, EndsAtOnceAndTellsNothingMore) {
+  Seen seen;
+  const auto start = std::chrono::steady_clock::now();
+  { const DigestWatch watch(7, seen.Report(), milliseconds(60'000)); }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(30'000));
+  EXPECT_EQ(seen.done, std::vector<std::uint64_t>{0});
+}
+
+}  // namespace
+}  // namespace mediaprobe
