@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -49,7 +50,7 @@ class MainTest : public ::testing::Test {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", /*overwrite=*/1);
     ASSERT_EQ(chdir(folder_.path().c_str()), 0);
   }
-  void TearDown() override { ASSERT_EQ(chdir("/"), 0); }
+  void TearDown() override { std::filesystem::current_path(started_in_); }
 
   /// Runs the tool through a shell: `arguments` are shell words.
   Outcome Run(const std::string& arguments) {
@@ -79,6 +80,7 @@ class MainTest : public ::testing::Test {
     return text;
   }
 
+  const std::filesystem::path started_in_ = std::filesystem::current_path();
   ScratchFolder folder_;
   ScratchFolder outputs_;
 };
