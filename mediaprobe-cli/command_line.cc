@@ -56,7 +56,8 @@ struct IsolationName {
   std::string_view name;
   Isolation isolation;
 };
-constexpr IsolationName kIsolations[] = {{"none", Isolation::kNone}, {"worker", Isolation::kWorker}};
+constexpr IsolationName kIsolations[] = {
+    {"none", Isolation::kNone}, {"worker", Isolation::kWorker}, {"strict", Isolation::kStrict}};
 
 template <typename Table>
 std::vector<std::string> NamesIn(const Table& table) {

@@ -16,6 +16,7 @@ enum class OutputForm { kText, kJson, kNdjson, kCsv };
 enum class Isolation {
   kNone,    ///< in this process
   kWorker,  ///< in worker processes that are replaced when they die
+  kStrict,  ///< in a fresh process for each input, which can read that input alone
 };
 /// What is listed instead of probing anything.
 enum class Listing { kNone, kFormats, kServices };

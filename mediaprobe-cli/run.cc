@@ -29,6 +29,7 @@
 #include "output/text_formatter.h"
 #include "probe/failure_reason.h"
 #include "probe/input_path.h"
+#include "worker/confinement.h"
 #include "worker/run_here.h"
 #include "worker/worker_pool.h"
 
@@ -108,11 +109,14 @@ class InputRun {
 
  private:
   RunCallbacks MakeCallbacks();
+  /// As `answer`, in a process that gives up all rights but that to read the input first.
+  AnswerInput Confined(AnswerInput answer, FailInput fail) const;
   Answer AnswerOne(const Input& input, const ReportDigest& report);
   Answer AnswerFor(Record& record) const;
   bool Take(const Answer& answer);
 
   const Options& options_;
+  const std::string library_folder_;
   const RecordFormatter& formatter_;
   Output& output_;
   Prober prober_;
@@ -128,6 +132,7 @@ bool ShowsProgress(const Options& options) { return options.progress.value_or(is
 
 InputRun::InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Output& output)
     : options_(options),
+      library_folder_(host.library_folder()),
       formatter_(formatter),
       output_(output),
       prober_([&host](const char* name) { return host.AcquireService(name); },
@@ -181,6 +186,13 @@ RunCallbacks InputRun::MakeCallbacks() {
   return callbacks;
 }
 
+AnswerInput InputRun::Confined(AnswerInput answer, FailInput fail) const {
+  return [this, answer = std::move(answer), fail = std::move(fail)](const Input& input, const ReportDigest& report) {
+    if (!ConfineTo(input, library_folder_)) return fail(input, "the process cannot be confined");
+    return answer(input, report);
+  };
+}
+
 int InputRun::Run(InputSource& source) {
   total_ = source.total();
   if (options_.isolation == Isolation::kNone) {
@@ -197,7 +209,11 @@ int InputRun::Run(InputSource& source) {
       interrupts_.HoldBack();
       return goes_on;
     };
-    WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, std::move(callbacks)).Run(source);
+    const bool is_strict = options_.isolation == Isolation::kStrict;
+    if (is_strict) callbacks.answer = Confined(std::move(callbacks.answer), callbacks.fail);
+    WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes, .uses_workers_once = is_strict},
+               std::move(callbacks))
+        .Run(source);
     interrupts_.LetThrough();
   }
   progress_.Wipe();
@@ -248,6 +264,10 @@ int Run(const Options& options) {
   }
   if (options.listing != Listing::kNone) {
     return Show(options.listing == Listing::kFormats ? FormatList(host) : ServiceList(host));
+  }
+  if (options.isolation == Isolation::kStrict && !CanConfine()) {
+    Complain("--isolation strict needs a kernel with Landlock");
+    return kExitUsage;
   }
   const auto formatter = MakeFormatter(options);
   const auto output = OpenOutput(options, *formatter);

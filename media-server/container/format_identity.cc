@@ -419,10 +419,10 @@ std::vector<FormatIdentity> KnownFormats() {
   for (const Brand& brand : kBrands) formats.push_back(brand.identity);
   for (const OggCodec& codec : kOggCodecs) formats.push_back(codec.identity);
   for (const Magic& magic : FormatMagics()) formats.push_back(magic.identity);
-  std::ranges::sort(formats, {}, [](const FormatIdentity& identity) { return identity.names.short_name; });
-  const auto repeated =
-      std::ranges::unique(formats, {}, [](const FormatIdentity& identity) { return identity.names.short_name; });
-  formats.erase(repeated.begin(), repeated.end());
+  const auto short_name = [](const FormatIdentity& identity) { return identity.names.short_name; };
+  std::ranges::sort(formats, {}, short_name);
+  const auto is_same = [&](const auto& a, const auto& b) { return short_name(a) == short_name(b); };
+  formats.erase(std::unique(formats.begin(), formats.end(), is_same), formats.end());
   return formats;
 }
 

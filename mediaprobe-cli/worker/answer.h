@@ -20,4 +20,7 @@ using ReportDigest = std::function<void(std::uint64_t done, std::uint64_t total)
 /// Answers one input. Calls `report` when the probe is done and only the digest is left, and from then on as it likes.
 using AnswerInput = std::function<Answer(const Input& input, const ReportDigest& report)>;
 
+/// Makes the answer for an input that could not be answered.
+using FailInput = std::function<Answer(const Input& input, const std::string& reason)>;
+
 }  // namespace mediaprobe

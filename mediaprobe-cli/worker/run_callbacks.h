@@ -24,7 +24,7 @@ struct RunCallbacks {
 
   AnswerInput answer;  ///< runs in the workers, where there are any
   /// Makes the answer for an input that could not be answered.
-  std::function<Answer(const Input& input, const std::string& reason)> fail;
+  FailInput fail;
   /// The longest time that an input may take, its digest not counted.
   std::function<std::chrono::milliseconds(const Input& input)> time_limit;
   /// Takes the answers, in the order of the inputs. False ends the run.

@@ -74,14 +74,15 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
 
 void WorkerPool::FillWorkers(InputSource& source) {
   // Each worker gets its first input before any gets its second.
-  for (std::size_t share = 1; share <= kAhead; ++share) {
+  const std::size_t most_shares = settings_.uses_workers_once ? 1 : kAhead;
+  for (std::size_t share = 1; share <= most_shares; ++share) {
     for (auto& worker : workers_) {
       if (worker && worker->pending() >= share) continue;
       const bool is_busy = worker && worker->pending() > 0;
       if (is_busy && NextNeedsFreshWorker()) continue;
       const auto request = NextRequest(source);
       if (!request) return;
-      if (retried_.contains(request->number)) worker.reset();
+      if (settings_.uses_workers_once || retried_.contains(request->number)) worker.reset();
       if (!worker) worker = StartWorker();
       if (worker) {
         worker->Ask(*request, callbacks_.time_limit(request->input));

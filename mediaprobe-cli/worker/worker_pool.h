@@ -27,6 +27,7 @@ class WorkerPool {
   struct Settings {
     unsigned jobs = 1;
     std::uint64_t memory_bytes = 0;  ///< most for a worker, beyond what this process takes
+    bool uses_workers_once = false;  ///< a fresh worker for each input
   };
   WorkerPool(const Settings& settings, RunCallbacks callbacks);
 

@@ -9,7 +9,7 @@ _mediaprobe() {
   fi
   case $previous in
     --service) mapfile -t COMPREPLY < <(compgen -W 'auto media image svg' -- "$word"); return ;;
-    --isolation) mapfile -t COMPREPLY < <(compgen -W 'none worker' -- "$word"); return ;;
+    --isolation) mapfile -t COMPREPLY < <(compgen -W 'none worker strict' -- "$word"); return ;;
     --log-level) mapfile -t COMPREPLY < <(compgen -W 'trace debug info warning error fatal off' -- "$word"); return ;;
     -k|--key|-j|--jobs|--timeout|--memory|--include|--exclude) return ;;
   esac

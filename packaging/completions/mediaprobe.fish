@@ -16,7 +16,7 @@ complete -c mediaprobe -l service -x -a 'auto media image svg' -d 'Which service
 complete -c mediaprobe -s j -l jobs -x -d 'Inputs probed at once'
 complete -c mediaprobe -l timeout -x -d 'Longest time to probe one input'
 complete -c mediaprobe -l memory -x -d 'Most memory that probing one input may take'
-complete -c mediaprobe -l isolation -x -a 'none worker' -d 'Where inputs are probed'
+complete -c mediaprobe -l isolation -x -a 'none worker strict' -d 'Where inputs are probed'
 complete -c mediaprobe -l progress -d 'Show a progress line'
 complete -c mediaprobe -l no-progress -d 'Show none'
 complete -c mediaprobe -l full -d 'Every metadata key in the text form'

@@ -346,6 +346,16 @@ class Choices(Folder):
                     self.assertEqual((done.status, done.complaints), (1, expected.complaints))
                     self.assertEqual(done.output, expected.output)
 
+    def test_strict_isolation_changes_no_byte(self):
+        """Or says that the kernel lacks what it takes."""
+        inputs = [*tool.samples(), "missing.mp4", JPEG]
+        expected = self.run_tool("--ndjson", "--uuid", *inputs)
+        done = self.run_tool("--ndjson", "--uuid", "--isolation", "strict", *inputs)
+        if done.status == 2:
+            self.assertEqual(done.complaints, b"mediaprobe: --isolation strict needs a kernel with Landlock\n")
+        else:
+            self.assertEqual((done.status, done.output, done.complaints), (1, expected.output, expected.complaints))
+
     def test_memory(self):
         """As little as may be asked for is enough for small files, and what it is too little for is a failed record."""
         done = tool.probe(*tool.samples(), options=["--memory", "16"])

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <new>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -86,7 +87,8 @@ class WorkerPoolTest : public ::testing::Test {
       if (progress.digest) digests_.push_back(progress.current + " " + std::to_string(progress.digest->done));
     };
     callbacks.stop = [this] { return stop_; };
-    WorkerPool pool({.jobs = jobs, .memory_bytes = memory_bytes_}, std::move(callbacks));
+    WorkerPool pool({.jobs = jobs, .memory_bytes = memory_bytes_, .uses_workers_once = uses_workers_once_},
+                    std::move(callbacks));
     complete_ = pool.Run(source);
     return taken_;
   }
@@ -97,6 +99,7 @@ class WorkerPoolTest : public ::testing::Test {
 
   std::chrono::milliseconds time_limit_ = 10s;
   std::uint64_t memory_bytes_ = std::uint64_t{1} << 30;
+  bool uses_workers_once_ = false;
   std::function<Answer(const std::string&, const ReportDigest&)> act_ = [](const std::string& input,
                                                                            const ReportDigest&) { return Act(input); };
   std::function<void()> on_take_;
@@ -115,6 +118,16 @@ TEST_F(WorkerPoolTest, AnswersInTheOrderOfTheInputs) {
 TEST_F(WorkerPoolTest, EndsAtOnceWithoutInputs) {
   EXPECT_THAT(Run(std::vector<std::string>{}), ::testing::IsEmpty());
   EXPECT_TRUE(complete_);
+}
+
+TEST_F(WorkerPoolTest, GivesEachInputAFreshWorkerWhenToldTo) {
+  act_ = [](const std::string&, const ReportDigest&) { return Answer{std::to_string(getpid()), ""}; };
+  Run({"a", "b", "c"}, 1);
+  EXPECT_THAT(taken_, Each(taken_.front())) << "they are used again otherwise";
+  taken_.clear();
+  uses_workers_once_ = true;
+  Run({"a", "b", "c", "d"}, 2);
+  EXPECT_THAT(std::set<std::string>(taken_.begin(), taken_.end()), SizeIs(4));
 }
 
 TEST_F(WorkerPoolTest, FailsAnInputThatKillsItsWorkerTwice) {
