@@ -171,6 +171,7 @@ std::string Unmarked(std::string argument) {
 
 std::vector<std::string> AllUnmarked(const std::vector<std::string>& arguments) {
   std::vector<std::string> unmarked;
+  unmarked.reserve(arguments.size());
   for (const std::string& argument : arguments) unmarked.push_back(Unmarked(argument));
   return unmarked;
 }

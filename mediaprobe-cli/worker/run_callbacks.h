@@ -1,8 +1,7 @@
 #pragma once
 
-#include <signal.h>
-
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <functional>
 #include <optional>
