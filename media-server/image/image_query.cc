@@ -11,6 +11,7 @@
 #include "media-server/io/sibling_library.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/picture_tags/picture_tags_library.h"
+#include "platform/utf8.h"
 
 namespace media_server::image {
 namespace {
@@ -38,14 +39,9 @@ void Set(QkImageInfo& info, imagecore::ImageFlag flag, Field& field, const std::
 void SetText(QkImageInfo& info, imagecore::ImageFlag flag, char (&field)[imagecore::kImageTextCapacity],
              std::string_view text) {
   if (text.empty()) return;
-  const auto continues = [](char byte) { return (byte & 0xC0) == 0x80; };
-  std::size_t size = text.size();
-  if (size >= sizeof field) {
-    size = sizeof field - 1;
-    while (size > 0 && continues(text[size])) --size;
-  }
-  std::memcpy(field, text.data(), size);
-  field[size] = '\0';
+  text = platform::CutUtf8(text, sizeof field - 1);
+  std::memcpy(field, text.data(), text.size());
+  field[text.size()] = '\0';
   info.flags |= flag;
 }
 

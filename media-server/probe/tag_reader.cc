@@ -11,6 +11,7 @@
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
 #include "platform/text.h"
+#include "platform/utf8.h"
 
 namespace media_server::probe {
 namespace {
@@ -50,14 +51,7 @@ constexpr Field kFields[] = {
     {&MediaTags::aigc, kAigcKeys},
 };
 
-std::string Clean(std::string_view text) {
-  if (text.size() > kLongestText) {
-    std::size_t end = kLongestText;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;  // not within a character
-    text = text.substr(0, end);
-  }
-  return platform::ToValidUtf8(text);
-}
+std::string Clean(std::string_view text) { return platform::ToValidUtf8(platform::CutUtf8(text, kLongestText)); }
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };

@@ -7,6 +7,7 @@
 
 #include "output/json_text.h"
 #include "output/record_json.h"
+#include "platform/utf8.h"
 
 namespace mediaprobe {
 namespace {
@@ -57,15 +58,6 @@ void VisitTexts(Record& record, const Visit& visit) {
 
 bool Fits(const Record& record, std::size_t most) { return CompactJson(ToJson(record)).size() <= most; }
 
-bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80; }
-
-/// Never in the middle of a UTF-8 character.
-void Cut(std::string& text, std::size_t length) {
-  if (text.size() <= length) return;
-  while (length > 0 && IsContinuation(text[length])) --length;
-  text.resize(length);
-}
-
 }  // namespace
 
 void LimitRecord(Record& record, std::size_t most) {
@@ -79,7 +71,7 @@ void LimitRecord(Record& record, std::size_t most) {
   if (bytes * kMostGrowth <= most / 2 || Fits(record, most)) return;
   record.truncated = true;
   for (std::size_t length = longest / 2; length >= kShortestCut && !Fits(record, most); length /= 2) {
-    VisitTexts(record, [length](std::string& text) { Cut(text, length); });
+    VisitTexts(record, [length](std::string& text) { text.resize(platform::CutUtf8(text, length).size()); });
   }
 }
 
