@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
 
 #include "core/log.h"
+#include "scratch_folder.h"
 
 namespace mediaprobe {
 namespace {
@@ -37,12 +37,9 @@ class CommandLineTest : public ::testing::Test {
     if (std::holds_alternative<Options>(parsed)) ADD_FAILURE() << "taken for good";
     return std::holds_alternative<EarlyExit>(parsed) ? std::get<EarlyExit>(parsed) : EarlyExit{-1, {}};
   }
-  std::string FileOf(const std::string& content) {
-    const std::string path = ::testing::TempDir() + "mediaprobe_key_file";
-    std::ofstream(path, std::ios::binary) << content;
-    return path;
-  }
+  std::string FileOf(const std::string& content) { return folder_.AddFile("key", content); }
 
+  testing::ScratchFolder folder_;
   std::vector<std::string> arguments_;
 };
 
