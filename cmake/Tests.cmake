@@ -28,6 +28,7 @@ function(mediainfo_add_test name)
     GTest::gmock)
   set_target_properties(${name} PROPERTIES
     ENABLE_EXPORTS ON
+    MEDIAINFO_SHARED_RUNTIME ON
     BUILD_WITH_INSTALL_RPATH OFF
     RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/test-bin")
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})

@@ -93,12 +93,8 @@ struct Family {
 
 // Families whose headers are trusted; all others are analysed.
 constexpr Family kFamilies[] = {
-    {"mov,mp4,m4a,3gp,3g2,mj2", &KnowsMp4},
-    {"matroska,webm", &KnowsMatroska},
-    {"wav", &KnowsPcm},
-    {"aiff", &KnowsPcm},
-    {"flac", &KnowsTimedSound},
-    {"ogg", &KnowsOgg},
+    {kMp4Demuxer, &KnowsMp4}, {"matroska,webm", &KnowsMatroska}, {"wav", &KnowsPcm},
+    {"aiff", &KnowsPcm},      {"flac", &KnowsTimedSound},        {"ogg", &KnowsOgg},
     {"asf", &KnowsAsf},
 };
 

@@ -1,8 +1,11 @@
 #include "media-server/probe/demuxer.h"
 
+#include <algorithm>
 #include <mutex>
+#include <span>
 #include <utility>
 
+#include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media_server/refusals.h"
 
@@ -104,6 +107,14 @@ std::unique_ptr<Demuxer> Demuxer::Open(BoundedSource& source, const DemuxerOptio
   return demuxer;
 }
 
-bool Demuxer::Analyse() { return avformat_find_stream_info(context_.get(), nullptr) >= 0; }
+bool Demuxer::Analyse() {
+  // Frames are read for their rate unless all rates are known.
+  const std::span streams(context_->streams, context_->nb_streams);
+  const bool rates_known = std::ranges::all_of(streams, [](const AVStream* stream) {
+    return stream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO || stream->avg_frame_rate.num > 0;
+  });
+  if (rates_known && context_->iformat->name == kMp4Demuxer) context_->fps_probe_size = 0;
+  return avformat_find_stream_info(context_.get(), nullptr) >= 0;
+}
 
 }  // namespace media_server::probe

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <string_view>
 
+#include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/ffmpeg.h"
 
 namespace media_server::probe {
 
 SampleReader::SampleReader(const AVFormatContext& context, IByteSource& source)
-    : has_sample_index_(std::string_view(context.iformat->name) == "mov,mp4,m4a,3gp,3g2,mj2"), source_(source) {}
+    : has_sample_index_(std::string_view(context.iformat->name) == kMp4Demuxer), source_(source) {}
 
 int SampleReader::SampleCount(AVStream& stream) const {
   return has_sample_index_ ? avformat_index_get_entries_count(&stream) : 0;
