@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "core/loading.h"
+
 namespace svg_decoder {
 namespace {
 
@@ -43,6 +45,7 @@ int DescribeEncoding(void* /*user_data*/, const XML_Char* name, XML_Encoding* en
   std::ranges::transform(upper_name, upper_name.begin(), ToUpper);
   if (!IsKnown(upper_name)) return XML_STATUS_ERROR;
 
+  CoreTellLoading(upper_name.c_str());
   // The byte order is named, because the plain name puts a mark before the first character.
   const iconv_t converter = iconv_open("UTF-32LE", upper_name.c_str());
   if (converter == reinterpret_cast<iconv_t>(-1)) return XML_STATUS_ERROR;
