@@ -99,6 +99,18 @@ std::string Complaint(const Record& record) {
   return {};
 }
 
+/// While it lives, interrupts that are held back come through.
+class InterruptsPass {
+ public:
+  explicit InterruptsPass(Interrupts& interrupts) : interrupts_(interrupts) { interrupts_.LetThrough(); }
+  ~InterruptsPass() { interrupts_.HoldBack(); }
+  InterruptsPass(const InterruptsPass&) = delete;
+  InterruptsPass& operator=(const InterruptsPass&) = delete;
+
+ private:
+  Interrupts& interrupts_;
+};
+
 /// One run over the inputs of a command line.
 class InputRun {
  public:
@@ -195,27 +207,29 @@ AnswerInput InputRun::Confined(AnswerInput answer, FailInput fail) const {
 
 int InputRun::Run(InputSource& source) {
   total_ = source.total();
+  interrupts_.HoldBack();
+  RunCallbacks callbacks = MakeCallbacks();
+  // The reader of the output may take its time: nobody is to wait for that who wants to end the run.
+  callbacks.take = [this](const Answer& answer) {
+    const InterruptsPass pass(interrupts_);
+    return Take(answer);
+  };
   if (options_.isolation == Isolation::kNone) {
-    RunHere(source, MakeCallbacks());
+    callbacks.answer = [this](const Input& input, const ReportDigest& report) {
+      const InterruptsPass pass(interrupts_);
+      return AnswerOne(input, report);
+    };
+    RunHere(source, callbacks);
   } else {
-    interrupts_.HoldBack();
     // Loaded once here rather than in every worker.
     prober_.Prepare();
-    RunCallbacks callbacks = MakeCallbacks();
-    // The reader of the output may take its time: nobody is to wait for that who wants to end the run.
-    callbacks.take = [this](const Answer& answer) {
-      interrupts_.LetThrough();
-      const bool goes_on = Take(answer);
-      interrupts_.HoldBack();
-      return goes_on;
-    };
     const bool is_strict = options_.isolation == Isolation::kStrict;
     if (is_strict) callbacks.answer = Confined(std::move(callbacks.answer), callbacks.fail);
     WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes, .uses_workers_once = is_strict},
                std::move(callbacks))
         .Run(source);
-    interrupts_.LetThrough();
   }
+  interrupts_.LetThrough();
   progress_.Wipe();
   if (source.error() != 0) {
     all_answered_ = false;
