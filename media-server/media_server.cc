@@ -19,6 +19,13 @@
 namespace media_server {
 namespace {
 
+/// What stood where nothing could be read is not known, so an answer without it would pass for that of another file.
+bool CouldBeRead(const IByteSource& source, std::string* reason) {
+  const char* failure = source.ReadFailure();
+  if (failure != nullptr) *reason = failure;
+  return failure == nullptr;
+}
+
 class MediaServer final : public ComObject<IMediaServer> {
  public:
   explicit MediaServer(ServerSettings settings) : settings_(std::move(settings)) {}
@@ -59,6 +66,7 @@ class MediaServer final : public ComObject<IMediaServer> {
       if (source) {
         BoundedSource bounded(*source, ReadBudget());
         answered = image::QueryImage(bounded, *info, &reason);
+        answered = CouldBeRead(*source, &reason) && answered;
       }
     } catch (const std::bad_alloc&) {
       reason = "out of memory";
@@ -77,7 +85,7 @@ class MediaServer final : public ComObject<IMediaServer> {
     if (!source) return {};
     BoundedSource bounded(*source, ReadBudget());
     auto media = probe::ProbeMedia(bounded, DecryptionKey(), reason);
-    if (!media) return {};
+    if (!CouldBeRead(*source, reason) || !media) return {};
     return MakeMediaInfo(std::move(media));
   }
 

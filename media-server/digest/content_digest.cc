@@ -69,7 +69,8 @@ bool AddContent(IByteSource& source, IMd5& md5, std::string* reason) {
     if (at % kReadAhead == 0) source.WillRead(at + kReadAhead, kReadAhead);
     const auto piece = std::span(chunk).first(static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, size - at)));
     if (source.ReadAt(at, piece) < piece.size()) {
-      *reason = "cannot be read to its end";
+      const char* failure = source.ReadFailure();
+      *reason = failure != nullptr ? failure : "cannot be read to its end";
       return false;
     }
     if (!md5.Update(piece)) {

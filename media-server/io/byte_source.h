@@ -17,6 +17,10 @@ class IByteSource {
   /// end of the input, on a read error, or when the source's budget is spent.
   virtual std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
 
+  /// Why bytes that the input has, or should have, could not be read, in words (static text); null when all could. What
+  /// was made of the bytes that did come is not to be trusted then: it looks like a shorter input.
+  virtual const char* ReadFailure() const { return nullptr; }
+
   /// Length of the input in bytes; empty when the input does not tell it (a network stream without a length).
   virtual std::optional<std::uint64_t> Size() const = 0;
 

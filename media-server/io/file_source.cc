@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace media_server {
 namespace {
@@ -22,12 +23,15 @@ class FileSource final : public IByteSource {
     while (done < out.size()) {
       const ssize_t got = pread(descriptor_, out.data() + done, out.size() - done, static_cast<off_t>(offset + done));
       if (got < 0 && errno == EINTR) continue;
+      if (got < 0) failure_ = strerrordesc_np(errno);
+      if (got == 0 && offset + done < size_) failure_ = "became shorter while it was read";
       if (got <= 0) break;
       done += static_cast<std::size_t>(got);
     }
     return done;
   }
 
+  const char* ReadFailure() const override { return failure_; }
   std::optional<std::uint64_t> Size() const override { return size_; }
 
   void WillRead(std::uint64_t offset, std::uint64_t size) override {
@@ -37,6 +41,7 @@ class FileSource final : public IByteSource {
  private:
   int descriptor_;
   std::uint64_t size_;
+  const char* failure_ = nullptr;
 };
 
 const char* OpenFailure(int error) {

@@ -21,6 +21,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::uint64_t kMostAtOnce = std::numeric_limits<int>::max();
+
 const char* ReasonOf(int error) {
   switch (error) {
     case AVERROR_HTTP_BAD_REQUEST:
@@ -33,6 +35,10 @@ const char* ReasonOf(int error) {
       return "no such file on the server";
     case AVERROR_HTTP_SERVER_ERROR:
       return "the server has an error";
+    case AVERROR_HTTP_OTHER_4XX:
+      return "the server does not give it";
+    case AVERROR_INVALIDDATA:
+      return "the server's answer is not HTTP";
     case AVERROR_EXIT:
     case AVERROR(ETIMEDOUT):
       return "the server does not answer in time";
@@ -63,13 +69,23 @@ class NetworkSource final : public IByteSource {
   }
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
-    if (offset > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) return 0;
+    const std::uint64_t end = Size().value_or(std::numeric_limits<std::int64_t>::max());
+    if (offset >= end) return 0;
     deadline_ = Clock::now() + timeout_;
     const auto target = static_cast<std::int64_t>(offset);
-    if (avio_tell(context_) != target && avio_seek(context_, target, SEEK_SET) != target) return 0;
-    const int size = static_cast<int>(std::min<std::size_t>(out.size(), std::numeric_limits<int>::max()));
-    return static_cast<std::size_t>(std::max(avio_read(context_, out.data(), size), 0));
+    if (avio_tell(context_) != target) {
+      const std::int64_t position = avio_seek(context_, target, SEEK_SET);
+      if (position < 0) KeepFailure(static_cast<int>(position));
+      if (position != target) return 0;
+    }
+    const int size = static_cast<int>(std::min<std::uint64_t>({out.size(), end - offset, kMostAtOnce}));
+    const int got = avio_read(context_, out.data(), size);
+    // After part of the bytes the error is the context's.
+    if (got < size) KeepFailure(got < 0 ? got : context_->error);
+    return static_cast<std::size_t>(std::max(got, 0));
   }
+
+  const char* ReadFailure() const override { return failure_; }
 
   std::optional<std::uint64_t> Size() const override {
     const std::int64_t size = avio_size(context_);
@@ -78,6 +94,13 @@ class NetworkSource final : public IByteSource {
   }
 
  private:
+  /// A server that only gives everything from the start on, and an end where the length is not known, are none.
+  void KeepFailure(int error) {
+    const bool is_none = error == 0 || error == AVERROR(ENOSYS) || (error == AVERROR_EOF && !Size());
+    if (failure_ != nullptr || is_none) return;
+    failure_ = error == AVERROR_EOF || error == AVERROR(EIO) ? "the server breaks off" : ReasonOf(error);
+  }
+
   static int Interrupted(void* opaque) {
     return Clock::now() >= static_cast<const NetworkSource*>(opaque)->deadline_ ? 1 : 0;
   }
@@ -85,6 +108,7 @@ class NetworkSource final : public IByteSource {
   std::chrono::seconds timeout_;
   Clock::time_point deadline_;
   AVIOContext* context_ = nullptr;
+  const char* failure_ = nullptr;
 };
 
 }  // namespace

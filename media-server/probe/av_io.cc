@@ -22,8 +22,8 @@ AvIo::AvIo(BoundedSource& source) : source_(source) {
 int AvIo::Read(void* opaque, std::uint8_t* buffer, int size) {
   auto* io = static_cast<AvIo*>(opaque);
   const std::size_t got =
-      io->source_.ReadAt(static_cast<std::uint64_t>(io->position_), {buffer, static_cast<std::size_t>(size)});
-  if (got == 0) return io->source_.Spent() ? AVERROR_EXIT : AVERROR_EOF;
+      io->source_.ReadSome(static_cast<std::uint64_t>(io->position_), {buffer, static_cast<std::size_t>(size)});
+  if (got == 0) return io->source_.Spent() ? AVERROR_EXIT : io->source_.ReadFailure() ? AVERROR(EIO) : AVERROR_EOF;
   io->position_ += static_cast<std::int64_t>(got);
   return static_cast<int>(got);
 }

@@ -37,6 +37,19 @@ TEST_F(FileSourceTest, ReadsByPositionUpToTheEnd) {
   EXPECT_EQ(source->Size(), 10u);
 }
 
+TEST_F(FileSourceTest, TellsAFileThatBecomesShorterFromOneThatEnds) {
+  std::ofstream(Path("file")) << "0123456789";
+  const auto source = OpenFileSource(Path("file").c_str(), &reason_);
+  ASSERT_NE(source, nullptr);
+  std::array<std::uint8_t, 4> out{};
+  EXPECT_EQ(source->ReadAt(8, out), 2u);
+  EXPECT_EQ(source->ReadAt(12, out), 0u);
+  EXPECT_EQ(source->ReadFailure(), nullptr);
+  std::filesystem::resize_file(Path("file"), 7);
+  EXPECT_EQ(source->ReadAt(5, out), 2u);
+  EXPECT_STREQ(source->ReadFailure(), "became shorter while it was read");
+}
+
 TEST_F(FileSourceTest, SaysThatAFileIsMissing) {
   EXPECT_EQ(OpenFileSource(Path("missing").c_str(), &reason_), nullptr);
   EXPECT_EQ(reason_, "no such file");
