@@ -2,25 +2,16 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <iterator>
 #include <optional>
 #include <span>
 
+#include "fuzz/check.h"
 #include "media-server/codec/picture_parameters.h"
 
 namespace media_server::codec {
 
 /// What the fuzz targets hold true of every answer: a value that is delivered lies within its field's legal range.
-
-#define FUZZ_CHECK(condition)                                                      \
-  do {                                                                             \
-    if (!(condition)) {                                                            \
-      std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-      std::abort();                                                                \
-    }                                                                              \
-  } while (false)
 
 inline bool InRange(const std::optional<int>& value, int lowest, int highest) {
   return !value || (*value >= lowest && *value <= highest);

@@ -1,33 +1,14 @@
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstdint>
 #include <string>
 
 #include "core/error_text.h"
-#include "fuzz/picture_oracle.h"
+#include "fuzz/memory_file.h"
 #include "svg-decoder/document.h"
 #include "svg-decoder/layout_size.h"
 #include "svg-decoder/source.h"
 
 namespace svg_decoder {
 namespace {
-
-/// A file in memory, since packed documents are unpacked from files.
-class MemoryFile {
- public:
-  MemoryFile(const std::uint8_t* data, std::size_t size) : descriptor_(memfd_create("svg", MFD_CLOEXEC)) {
-    FUZZ_CHECK(write(descriptor_, data, size) == static_cast<ssize_t>(size));
-  }
-  ~MemoryFile() { close(descriptor_); }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-
-  std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
-
- private:
-  int descriptor_;
-};
 
 /// Longer documents would take seconds byte by byte.
 constexpr std::size_t kMostSlowBytes = 64 * 1024;
@@ -56,7 +37,7 @@ void CheckSize(const PixelSize& size) { FUZZ_CHECK(size.width >= 1 && size.heigh
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace svg_decoder;
-  const MemoryFile file(data, size);
+  const fuzz::MemoryFile file(data, size);
   const auto source = FileSource::Open(file.path());
   FUZZ_CHECK((source != nullptr) == (size != 0));
   if (!source) return 0;
