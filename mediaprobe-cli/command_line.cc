@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -144,6 +145,7 @@ struct Arguments {
   double timeout_s = 0;
   std::uint64_t memory_megabytes = 512;
   std::string isolation = "worker";
+  bool allow_unsandboxed = false;
   bool progress = false;
   bool no_progress = false;
   std::string log_level = "off";
@@ -242,6 +244,8 @@ void DeclareLimits(CLI::App& app, Arguments& arguments) {
       ->type_name("MODE")
       ->check(CLI::IsMember(NamesIn(kIsolations)))
       ->group("Limits");
+  app.add_flag("--allow-unsandboxed", arguments.allow_unsandboxed, "Go on where the kernel cannot confine (strict)")
+      ->group("Limits");
 }
 
 void Declare(CLI::App& app, Arguments& arguments) {
@@ -295,6 +299,7 @@ void TakeLimits(const Arguments& arguments, Options& options) {
   options.jobs = arguments.jobs != 0 ? arguments.jobs : std::max(std::thread::hardware_concurrency(), 1U);
   options.memory_bytes = arguments.memory_megabytes * kMegabyte;
   options.isolation = RowOf(kIsolations, arguments.isolation).isolation;
+  options.allow_unsandboxed = arguments.allow_unsandboxed;
   if (arguments.timeout_s > 0) {
     options.timeout = std::chrono::milliseconds(std::llround(arguments.timeout_s * 1000));
   }
@@ -354,8 +359,14 @@ std::optional<EarlyExit> Parse(CLI::App& app, std::vector<std::string>&& argumen
 }  // namespace
 
 std::variant<Options, EarlyExit> ParseCommandLine(int argc, char** argv) {
-  CLI::App app(kSummary, "mediaprobe");
   Arguments arguments;
+  const std::span words(argv + 1, argv + std::max(argc, 1));
+  // Declaring the options takes as long as opening a small file; names alone need none of them.
+  if (std::ranges::none_of(words, [](const char* word) { return word[0] == '-'; })) {
+    arguments.inputs.assign(words.begin(), words.end());
+    return ToOptions(std::move(arguments));
+  }
+  CLI::App app(kSummary, "mediaprobe");
   Declare(app, arguments);
   const std::optional<EarlyExit> leave = Parse(app, MarkedArguments(argc, argv));
   for (const std::string& key : app.get_option("--key")->results()) Overwrite(Unmarked(key), argc, argv);
