@@ -8,7 +8,7 @@ set(run_time_libraries COMSupport QK_log)
 
 install(TARGETS ${libraries} LIBRARY DESTINATION lib/mediainfo)
 install(TARGETS ${run_time_libraries} LIBRARY DESTINATION lib/mediainfo/userepace)
-install(TARGETS mediaprobe RUNTIME DESTINATION bin)
+install(TARGETS mediaprobe module-check RUNTIME DESTINATION bin)
 install(DIRECTORY include/ DESTINATION include/service-mediainfo FILES_MATCHING PATTERN "*.h")
 
 # What a person reads and what a shell knows of the tool.
@@ -36,4 +36,4 @@ configure_file(packaging/service-mediainfo.pc.in "${config_dir}/service-mediainf
 install(FILES "${config_dir}/service-mediainfo.pc" DESTINATION lib/pkgconfig)
 
 add_custom_target(product)
-add_dependencies(product mediaprobe ${libraries} ${run_time_libraries})
+add_dependencies(product mediaprobe module-check ${libraries} ${run_time_libraries})
