@@ -1,8 +1,10 @@
 #pragma once
 
-#include <map>
-#include <set>
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "mediainfo/imetedata_info.h"
 
@@ -10,6 +12,9 @@ namespace service::mediainfo {
 
 /// The store behind every metadata answer. Buffers live as long as the store, also when their key was given another
 /// value: a pointer that GetValue handed out stays good.
+///
+/// A file has some thirty keys and each stream another store, filled at every opening: entries lie side by side and
+/// their keys one after another in one text, since a tree's allocations cost more than all else that a session does.
 class MetadataInfoMPL final : public IMetedataInfo {
  public:
   MetadataInfoMPL() = default;
@@ -21,13 +26,23 @@ class MetadataInfoMPL final : public IMetedataInfo {
   bool SetValue(const char* key, const core::ValAny* value) override;
 
  private:
-  using Entries = std::map<std::string, core::ValAny, std::less<>>;
+  struct Entry {
+    std::uint32_t hash;       ///< of the key
+    std::uint32_t key_begin;  ///< in keys_
+    std::uint32_t key_length;
+    core::ValAny value;
+  };
 
-  const core::ValAny* Find(const char* key) const;
+  Entry* Find(std::string_view key, std::uint32_t hash);
+  const core::ValAny* Find(const char* key);
+  /// For one more entry, so that adding it cannot fail. Throws std::bad_alloc.
+  void MakeRoom(std::size_t key_length);
+  void Keep(void* buffer);
 
-  Entries entries_;
-  /// Every buffer ever stored, each once.
-  std::set<void*> buffers_;
+  std::vector<Entry> entries_;
+  std::string keys_;
+  /// Every buffer ever stored, each once, in the order of their addresses.
+  std::vector<void*> buffers_;
 };
 
 }  // namespace service::mediainfo
