@@ -122,8 +122,9 @@ class MediaInfo final : public ComObject<IMediaInfo, IMetadata> {
   std::int32_t GetText(const char16_t* key, BSTR* out) override {
     if (key == nullptr || out == nullptr) return platform::kInvalidPointer;
     *out = nullptr;
+    const std::u16string_view wanted(key);
     for (const auto& [known, text] : kKeyedTexts) {
-      if (known == key) return GiveText(text(tags()), out);
+      if (known == wanted) return GiveText(text(tags()), out);
     }
     return platform::kFail;
   }
