@@ -10,6 +10,54 @@
 #include "mediainfo/service_ids.h"
 
 namespace bench {
+namespace {
+
+using service::mediainfo::IAudioInfo;
+using service::mediainfo::IMediaFileInfo;
+using service::mediainfo::IProgramInfo;
+using service::mediainfo::IStreamInfo;
+using service::mediainfo::ISubPicStreamInfo;
+using service::mediainfo::IVideoInfo;
+
+void AskStream(IStreamInfo& stream) {
+  stream.GetTextA();
+  stream.GetTextB();
+  stream.GetTextC();
+  stream.GetFourCC();
+  stream.GetDuration();
+  stream.GetMetadataInfo();
+  if (IVideoInfo* video = stream.GetVideoInfo()) {
+    core::Rational frame_rate;
+    video->GetFrameRate(&frame_rate);
+    video->GetRotation();
+  }
+  if (IAudioInfo* audio = stream.GetAudioInfo()) audio->GetAudioValue();
+}
+
+void AskProgram(IProgramInfo& program) {
+  IStreamInfo* stream = nullptr;
+  for (std::uint32_t i = 0; program.GetVideoStream(i, &stream) == service::mediainfo::kSuccess; ++i) AskStream(*stream);
+  for (std::uint32_t i = 0; program.GetAudioStream(i, &stream) == service::mediainfo::kSuccess; ++i) AskStream(*stream);
+  ISubPicStreamInfo* subpicture = nullptr;
+  for (std::uint32_t i = 0; program.GetSubPicStream(i, &subpicture) == service::mediainfo::kSuccess; ++i) {
+    subpicture->GetSubPicTextA();
+    subpicture->GetSubPicTextB();
+  }
+}
+
+void AskFile(IMediaFileInfo& file) {
+  file.GetFormatName();
+  file.GetFormatLongName();
+  file.GetDuration();
+  file.GetMetadata();
+  std::int64_t creation = 0;
+  std::int64_t modification = 0;
+  file.GetDates(&creation, &modification);
+  IProgramInfo* program = nullptr;
+  for (std::uint32_t i = 0; file.GetProgram(&program, i) == service::mediainfo::kSuccess; ++i) AskProgram(*program);
+}
+
+}  // namespace
 
 MediaHost::MediaHost() : manager_(ZORServiceMrgAcqire(/*reserved=*/0)) {
   CoreLogSetLevel(kCoreLogOff);
@@ -36,14 +84,22 @@ std::shared_ptr<service::IService> MediaHost::AcquireService(const char* name) {
   return service;
 }
 
-void MediaHost::OpenAndClose(const std::string& path) {
+template <typename Ask>
+void MediaHost::WithSession(const std::string& path, Ask ask) {
   service::ISession* session = service_->CreateSession();
-  auto* file = dynamic_cast<service::mediainfo::IMediaFileInfo*>(session);
+  auto* file = dynamic_cast<IMediaFileInfo*>(session);
   std::string url = path;
   const bool is_open = file != nullptr && file->SetURL(url.data()) == service::mediainfo::kSuccess;
+  if (is_open) ask(*file);
   service_->DestroySession(session);
   if (!is_open) throw std::runtime_error("cannot open " + path);
 }
+
+void MediaHost::OpenAndClose(const std::string& path) {
+  WithSession(path, [](IMediaFileInfo& /*file*/) {});
+}
+
+void MediaHost::Probe(const std::string& path) { WithSession(path, AskFile); }
 
 std::vector<std::string> SamplePaths() {
   std::vector<std::string> paths;

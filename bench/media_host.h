@@ -23,8 +23,13 @@ class MediaHost {
 
   /// Opens a session on the file and closes it again. Throws std::runtime_error when it cannot be opened.
   void OpenAndClose(const std::string& path);
+  /// The same, asking the open session for everything that it can tell.
+  void Probe(const std::string& path);
 
  private:
+  template <typename Ask>
+  void WithSession(const std::string& path, Ask ask);
+
   service::Configuration configuration_;
   service::IServiceManager* manager_;
   std::shared_ptr<service::IService> service_;
