@@ -37,12 +37,18 @@ BSTR SysAllocStringLen(const char16_t* text, std::uint32_t length) {
   // Where addresses have 32 bits the sum itself may wrap.
   if (bytes > std::numeric_limits<std::size_t>::max() - kOverhead) return nullptr;
 
-  auto* allocation = static_cast<char*>(std::calloc(1, bytes + kOverhead));
+  // Not calloc, which goes past the memory that glibc keeps ready for each thread.
+  auto* allocation = static_cast<char*>(std::malloc(bytes + kOverhead));
   if (!allocation) return nullptr;
   const auto prefix = static_cast<Prefix>(bytes);
   std::memcpy(allocation, &prefix, sizeof(prefix));
   char* units = allocation + sizeof(prefix);
-  if (text) std::memcpy(units, text, bytes);
+  if (text) {
+    std::memcpy(units, text, bytes);
+  } else {
+    std::memset(units, 0, bytes);
+  }
+  std::memset(units + bytes, 0, sizeof(char16_t));
   return reinterpret_cast<BSTR>(units);
 }
 

@@ -1,12 +1,15 @@
 #include "service-mediainfo/metadata/c_buffer.h"
 
+#include <cstring>
 #include <new>
 
 namespace service::mediainfo {
 
 CBuffer MakeCBuffer(std::size_t size) {
-  CBuffer buffer(std::calloc(size, 1));
+  // Not calloc, which goes past the memory that glibc keeps ready for each thread.
+  CBuffer buffer(std::malloc(size));
   if (!buffer) throw std::bad_alloc();
+  std::memset(buffer.get(), 0, size);
   return buffer;
 }
 
