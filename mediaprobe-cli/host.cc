@@ -5,6 +5,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "core/loading.h"
 #include "mediainfo/service_ids.h"
 
 namespace mediaprobe {
@@ -40,6 +41,7 @@ Host::~Host() {
 
 std::shared_ptr<service::IService> Host::AcquireService(const char* name) const {
   if (!manager_) return nullptr;
+  CoreTellLoading(name);
   // Without its decoder the SVG service says so itself.
   if (std::string_view(name) == service::mediainfo::kSvgInfoServiceName) LoadSvgDecoder();
   return manager_->AcquireService(name, /*create=*/true, /*reserved=*/0);

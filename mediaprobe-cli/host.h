@@ -34,6 +34,8 @@ class Host {
   /// Those of the module and of the SVG decoder's, in the order of their registration.
   std::vector<const service::ServiceDescriptor*> Services() const;
   const std::string& module_path() const { return module_path_; }
+  /// The module's path up to its last slash, as the libraries name one another.
+  std::string module_folder() const { return module_path_.substr(0, module_path_.rfind('/') + 1); }
   /// Folder of the libraries.
   std::string library_folder() const;
 

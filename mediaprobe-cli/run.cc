@@ -1,5 +1,6 @@
 #include "run.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -7,10 +8,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "core/log.h"
 #include "host.h"
@@ -19,6 +22,7 @@
 #include "inputs/walked_inputs.h"
 #include "interrupt.h"
 #include "listings.h"
+#include "mediainfo/service_ids.h"
 #include "output/csv_formatter.h"
 #include "output/json_formatter.h"
 #include "output/output.h"
@@ -27,10 +31,13 @@
 #include "output/terminal_columns.h"
 #include "output/terminal_text.h"
 #include "output/text_formatter.h"
+#include "probe/digest_watch.h"
 #include "probe/failure_reason.h"
 #include "probe/input_path.h"
 #include "worker/confinement.h"
+#include "worker/provisions.h"
 #include "worker/run_here.h"
+#include "worker/wishes.h"
 #include "worker/worker_pool.h"
 
 namespace mediaprobe {
@@ -111,6 +118,20 @@ class InterruptsPass {
   Interrupts& interrupts_;
 };
 
+/// This process's descriptors of that file.
+std::vector<int> DescriptorsOf(const std::string& path) {
+  constexpr int kMostDescriptors = 256;
+  std::vector<int> descriptors;
+  struct stat wanted {};
+  if (stat(path.c_str(), &wanted) != 0) return descriptors;
+  for (int descriptor = STDERR_FILENO + 1; descriptor < kMostDescriptors; ++descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) continue;
+    if (status.st_dev == wanted.st_dev && status.st_ino == wanted.st_ino) descriptors.push_back(descriptor);
+  }
+  return descriptors;
+}
+
 /// One run over the inputs of a command line.
 class InputRun {
  public:
@@ -121,14 +142,16 @@ class InputRun {
 
  private:
   RunCallbacks MakeCallbacks();
-  /// As `answer`, in a process that gives up all rights but that to read the input first.
-  AnswerInput Confined(AnswerInput answer, FailInput fail) const;
+  void RunInWorkers(InputSource& source, RunCallbacks callbacks);
+  Confinement MakeConfinement() const;
+  /// What every worker is to have; what few need is loaded for those that wish for it.
+  void Provide(Provisions& provisions);
   Answer AnswerOne(const Input& input, const ReportDigest& report);
   Answer AnswerFor(Record& record) const;
   bool Take(const Answer& answer);
 
   const Options& options_;
-  const std::string library_folder_;
+  const Host& host_;
   const RecordFormatter& formatter_;
   Output& output_;
   Prober prober_;
@@ -144,7 +167,7 @@ bool ShowsProgress(const Options& options) { return options.progress.value_or(is
 
 InputRun::InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Output& output)
     : options_(options),
-      library_folder_(host.library_folder()),
+      host_(host),
       formatter_(formatter),
       output_(output),
       prober_([&host](const char* name) { return host.AcquireService(name); },
@@ -198,11 +221,52 @@ RunCallbacks InputRun::MakeCallbacks() {
   return callbacks;
 }
 
-AnswerInput InputRun::Confined(AnswerInput answer, FailInput fail) const {
-  return [this, answer = std::move(answer), fail = std::move(fail)](const Input& input, const ReportDigest& report) {
-    if (!ConfineTo(input, library_folder_)) return fail(input, "the process cannot be confined");
-    return answer(input, report);
+Confinement InputRun::MakeConfinement() const {
+  Confinement::Settings settings;
+  if (!options_.from_standard_input) settings.places = options_.inputs;
+  settings.reads_all_frames = options_.uuid;
+  return Confinement(std::move(settings));
+}
+
+void InputRun::Provide(Provisions& provisions) {
+  // Loaded once here rather than in every worker.
+  prober_.Prepare();
+  provisions.Foresee(options_.inputs);
+  if (options_.uuid) {
+    provisions.Load(service::mediainfo::kMediaUuidServiceName);
+    provisions.Load(kDigestLibraryName);
+  }
+  // Workers cannot read the zone of the dates.
+  tzset();
+}
+
+void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
+  Provisions provisions(host_.module_folder(), [this](const char* service) { prober_.Prepare(service); });
+  Provide(provisions);
+  const Confinement confinement = MakeConfinement();
+  const bool is_strict = options_.isolation == Isolation::kStrict;
+  const std::vector<int> log = options_.log_file.empty() ? std::vector<int>() : DescriptorsOf(options_.log_file);
+  bool shares_process = false;  // in a worker
+
+  callbacks.company = [is_strict](const Input& input) {
+    if (is_strict) return Company::kAlone;
+    return IsNetworkUrl(input.name) ? Company::kNetwork : Company::kFiles;
   };
+  callbacks.enter = [&](const Input& input, Company company, int descriptor) {
+    shares_process = company == Company::kFiles;
+    provisions.WatchLoading();
+    std::vector<int> kept = log;
+    kept.push_back(descriptor);
+    if (options_.uuid) kept.push_back(DigestWatch::KeepCounters());
+    return confinement.Enter(input, company, kept);
+  };
+  callbacks.answer = [&](const Input& input, const ReportDigest& report) {
+    Answer answer = AnswerOne(input, report);
+    if (!answer.error.empty() && shares_process && IsOutOfReach(input.name)) LeaveWithWish(kWishForOwnProcess);
+    return answer;
+  };
+  callbacks.grant = [&](int wish) { return provisions.Grant(wish); };
+  WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, std::move(callbacks)).Run(source);
 }
 
 int InputRun::Run(InputSource& source) {
@@ -221,13 +285,7 @@ int InputRun::Run(InputSource& source) {
     };
     RunHere(source, callbacks);
   } else {
-    // Loaded once here rather than in every worker.
-    prober_.Prepare();
-    const bool is_strict = options_.isolation == Isolation::kStrict;
-    if (is_strict) callbacks.answer = Confined(std::move(callbacks.answer), callbacks.fail);
-    WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes, .uses_workers_once = is_strict},
-               std::move(callbacks))
-        .Run(source);
+    RunInWorkers(source, std::move(callbacks));
   }
   interrupts_.LetThrough();
   progress_.Wipe();
@@ -248,6 +306,19 @@ int InputRun::Run(InputSource& source) {
     return options_.output.empty() ? kExitFailed : kExitUsage;
   }
   return all_answered_ ? kExitAnswered : kExitFailed;
+}
+
+/// False when the run must not go on without what this kernel lacks.
+bool TellMissingLayers(const Options& options) {
+  if (options.isolation == Isolation::kNone) return true;
+  const std::string missing = MissingLayers();
+  if (missing.empty()) return true;
+  if (options.isolation == Isolation::kStrict && !options.allow_unsandboxed) {
+    Complain("--isolation strict needs a kernel with " + missing + " (--allow-unsandboxed goes on without)");
+    return false;
+  }
+  Complain("this kernel has no " + missing + ": processes that probe are less confined");
+  return true;
 }
 
 std::unique_ptr<Output> OpenOutput(const Options& options, const RecordFormatter& formatter) {
@@ -279,10 +350,7 @@ int Run(const Options& options) {
   if (options.listing != Listing::kNone) {
     return Show(options.listing == Listing::kFormats ? FormatList(host) : ServiceList(host));
   }
-  if (options.isolation == Isolation::kStrict && !CanConfine()) {
-    Complain("--isolation strict needs a kernel with Landlock");
-    return kExitUsage;
-  }
+  if (!TellMissingLayers(options)) return kExitUsage;
   const auto formatter = MakeFormatter(options);
   const auto output = OpenOutput(options, *formatter);
   if (!output) {

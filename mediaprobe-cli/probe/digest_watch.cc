@@ -1,21 +1,31 @@
 #include "probe/digest_watch.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <fstream>
+#include <cinttypes>
+#include <cstdio>
 #include <optional>
-#include <string>
 #include <utility>
 
 namespace mediaprobe {
 namespace {
 
+int OpenCounters() { return open("/proc/self/io", O_RDONLY | O_CLOEXEC); }
+
+int kept_counters = -1;
+
 /// Bytes that this process has read so far, from the system's own count.
 std::optional<std::uint64_t> BytesRead() {
-  std::ifstream counters("/proc/self/io");
-  std::string name;
+  const int counters = kept_counters >= 0 ? kept_counters : OpenCounters();
+  char text[64];
+  const ssize_t length = pread(counters, text, sizeof text - 1, 0);
+  if (counters >= 0 && counters != kept_counters) close(counters);
+  if (length <= 0) return std::nullopt;
+  text[length] = '\0';
   std::uint64_t value = 0;
-  if (counters >> name >> value && name == "rchar:") return value;
-  return std::nullopt;
+  return std::sscanf(text, "rchar: %" SCNu64, &value) == 1 ? std::optional(value) : std::nullopt;
 }
 
 }  // namespace
@@ -25,6 +35,8 @@ DigestWatch::DigestWatch(std::uint64_t total, DigestReport report, std::chrono::
   report_(0, total_);
   if (const auto start = BytesRead()) watcher_ = std::thread(&DigestWatch::Watch, this, *start, step);
 }
+
+int DigestWatch::KeepCounters() { return kept_counters = OpenCounters(); }
 
 DigestWatch::~DigestWatch() {
   if (!watcher_.joinable()) return;

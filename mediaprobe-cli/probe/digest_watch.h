@@ -25,6 +25,10 @@ class DigestWatch {
   DigestWatch(const DigestWatch&) = delete;
   DigestWatch& operator=(const DigestWatch&) = delete;
 
+  /// For a process that will not be allowed to open the system's count: keeps it open from now on. The descriptor,
+  /// negative where the system does not count.
+  static int KeepCounters();
+
  private:
   void Watch(std::uint64_t start, std::chrono::milliseconds step);
 

@@ -45,7 +45,19 @@ service::IService* Prober::Service(const char* name) {
   return held.get();
 }
 
-void Prober::Prepare() { Service(service::mediainfo::kMediaFileInfoServiceName); }
+void Prober::Prepare() {
+  switch (settings_.service) {
+    case ServiceChoice::kAuto:
+    case ServiceChoice::kMedia:
+      return Prepare(service::mediainfo::kMediaFileInfoServiceName);
+    case ServiceChoice::kImage:
+      return Prepare(service::mediainfo::kImageInfoServiceName);
+    case ServiceChoice::kSvg:
+      return Prepare(service::mediainfo::kSvgInfoServiceName);
+  }
+}
+
+void Prober::Prepare(const char* service) { Service(service); }
 
 Record Prober::ProbeMedia(InputPath& path) {
   service::IService* service = Service(service::mediainfo::kMediaFileInfoServiceName);

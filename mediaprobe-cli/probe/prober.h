@@ -30,8 +30,10 @@ class Prober {
 
   Prober(ServiceSource source, Settings settings);
 
-  /// Acquires what most inputs need, so that it is there when the process is forked.
+  /// Acquires what every input needs, so that it is there when the process is forked.
   void Prepare();
+  /// Likewise the service of that name.
+  void Prepare(const char* service);
 
   /// Never fails: what cannot be answered becomes a record with an error. `report`, which may be empty, is called when
   /// only the digest is left, and from then on as that goes on, from another thread. One thread at a time.

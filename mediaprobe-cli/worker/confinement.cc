@@ -1,84 +1,121 @@
 #include "worker/confinement.h"
 
 #include <fcntl.h>
-#include <linux/landlock.h>
-#include <sys/prctl.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cstdint>
+#include <cerrno>
+#include <cstdlib>
 #include <filesystem>
+#include <utility>
 
 #include "probe/input_path.h"
+#include "probe/picture_sequence.h"
+#include "worker/sandbox/process.h"
+#include "worker/sandbox/system_call_filter.h"
 
 namespace mediaprobe {
 namespace {
 
-constexpr std::uint64_t kReadFile = LANDLOCK_ACCESS_FS_READ_FILE;
-/// Everything that the first version of Landlock knows: all bits up to the one that makes symbolic links.
-constexpr std::uint64_t kEverything = 2 * LANDLOCK_ACCESS_FS_MAKE_SYM - 1;
+using sandbox::FileAccess;
 
-/// Libraries, the time zone, OpenSSL's settings.
-constexpr const char* kOfTheSystem[] = {"/lib",
-                                        "/lib64",
-                                        "/usr/lib",
-                                        "/usr/lib64",
-                                        "/etc/ld.so.cache",
-                                        "/etc/localtime",
-                                        "/usr/share/zoneinfo",
-                                        "/etc/ssl/openssl.cnf"};
-/// Names of hosts, and the authorities that they are checked against.
-constexpr const char* kOfTheNetwork[] = {"/etc", "/run/systemd/resolve", "/usr/share/ca-certificates",
-                                         "/usr/local/share"};
+/// Names of hosts, and the authorities that they are checked against, as the distributions have them.
+constexpr const char* kPlacesOfTheNetwork[] = {"/etc/resolv.conf",
+                                               "/etc/hosts",
+                                               "/etc/host.conf",
+                                               "/etc/nsswitch.conf",
+                                               "/etc/gai.conf",
+                                               "/etc/services",
+                                               "/etc/ssl/openssl.cnf",
+                                               "/usr/lib/ssl/cert.pem",
+                                               "/etc/ssl/certs",
+                                               "/etc/pki/tls/certs",
+                                               "/etc/pki/ca-trust/extracted",
+                                               "/usr/share/ca-certificates",
+                                               "/usr/local/share/ca-certificates"};
+/// Where the user has other authorities.
+constexpr const char* kVariablesOfTheNetwork[] = {"SSL_CERT_FILE", "SSL_CERT_DIR"};
 
-class Ruleset {
- public:
-  Ruleset() {
-    const landlock_ruleset_attr attributes{.handled_access_fs = kEverything};
-    descriptor_ = static_cast<int>(syscall(SYS_landlock_create_ruleset, &attributes, sizeof attributes, 0U));
+void AllowNetwork(FileAccess& files) {
+  for (const char* place : kPlacesOfTheNetwork) files.AllowReading(place);
+  for (const char* variable : kVariablesOfTheNetwork) {
+    if (const char* place = std::getenv(variable)) files.AllowReading(place);
   }
-  ~Ruleset() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
-  Ruleset(const Ruleset&) = delete;
-  Ruleset& operator=(const Ruleset&) = delete;
+}
 
-  /// What does not exist needs no rule.
-  void AllowReading(const std::string& path) {
-    const int place = open(path.c_str(), O_PATH | O_CLOEXEC);
-    if (place < 0) return;
-    const landlock_path_beneath_attr rule{.allowed_access = kReadFile, .parent_fd = place};
-    syscall(SYS_landlock_add_rule, descriptor_, LANDLOCK_RULE_PATH_BENEATH, &rule, 0U);
-    close(place);
+/// Where the services look for a file that does not exist: "a.mp4" for "a.MP4", and the other way round.
+std::string WithOtherExtensionCase(std::string path) {
+  const std::size_t dot = path.rfind('.');
+  if (dot == std::string::npos) return path;
+  for (std::size_t at = dot + 1; at < path.size(); ++at) {
+    const char letter = path[at];
+    const bool is_letter = (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
+    if (is_letter) path[at] = static_cast<char>(letter ^ ('a' ^ 'A'));
   }
+  return path;
+}
 
-  bool Enforce() {
-    return descriptor_ >= 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           syscall(SYS_landlock_restrict_self, descriptor_, 0U) == 0;
+void AllowInput(FileAccess& files, const std::string& name, bool reads_all_frames) {
+  const InputPath path = ToInputPath(name);
+  if (!path.local_path) return;
+  if (!path.is_sequence) {
+    if (!files.AllowReading(*path.local_path)) files.AllowReading(WithOtherExtensionCase(*path.local_path));
+  } else if (reads_all_frames) {
+    // The frames may be more than a kernel has memory for rules.
+    files.AllowReading(std::filesystem::path(*path.local_path).parent_path());
+  } else {
+    files.AllowReading(FirstFrame(*path.local_path));
   }
-
- private:
-  int descriptor_;
-};
+}
 
 }  // namespace
 
-bool CanConfine() { return syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) >= 1; }
+std::string MissingLayers() {
+  const bool has_files = sandbox::HasFileAccess();
+  const bool has_calls = sandbox::HasSystemCallFilter();
+  if (has_files && has_calls) return {};
+  if (has_files) return "seccomp";
+  return has_calls ? "Landlock" : "Landlock and seccomp";
+}
 
-bool ConfineTo(const Input& input, const std::string& library_folder) {
-  Ruleset rules;
-  rules.AllowReading(library_folder);
-  for (const char* path : kOfTheSystem) rules.AllowReading(path);
-  const InputPath path = ToInputPath(input.name);
-  if (!path.local_path) {
-    for (const char* place : kOfTheNetwork) rules.AllowReading(place);
-  } else if (path.is_sequence) {
-    rules.AllowReading(std::filesystem::path(*path.local_path).parent_path());
-  } else {
-    rules.AllowReading(*path.local_path);
-  }
-  return rules.Enforce();
+Confinement::Confinement(Settings settings)
+    : settings_(std::move(settings)),
+      has_files_(sandbox::HasFileAccess()),
+      has_calls_(sandbox::HasSystemCallFilter()),
+      files_(settings_.places ? FileAccess::Reading::kNamedPlaces : FileAccess::Reading::kEverything,
+             FileAccess::Network::kNone) {
+  if (!settings_.places) return;
+  for (const std::string& place : *settings_.places) AllowInput(files_, place, settings_.reads_all_frames);
+}
+
+bool Confinement::Enter(const Input& input, Company company, std::span<const int> kept) const {
+  const bool reaches_network = IsNetworkUrl(input.name);
+  sandbox::DetachStandardStreams();
+  if (has_files_ && !EnforceFiles(input, company)) return false;
+  sandbox::KeepDescriptors(kept);
+  sandbox::KeepVariables(reaches_network ? std::span<const char* const>(kVariablesOfTheNetwork)
+                                         : std::span<const char* const>());
+  sandbox::ForbidInspection();
+  return !has_calls_ || sandbox::FilterSystemCalls(reaches_network);
+}
+
+bool Confinement::EnforceFiles(const Input& input, Company company) const {
+  if (company == Company::kFiles) return files_.Enforce();
+  const bool reaches_network = IsNetworkUrl(input.name);
+  FileAccess files(FileAccess::Reading::kNamedPlaces,
+                   reaches_network ? FileAccess::Network::kConnects : FileAccess::Network::kNone);
+  if (reaches_network) AllowNetwork(files);
+  AllowInput(files, input.name, settings_.reads_all_frames);
+  return files.Enforce();
+}
+
+bool IsOutOfReach(const std::string& input) {
+  const InputPath path = ToInputPath(input);
+  if (!path.local_path || path.is_sequence) return false;
+  // Landlock keeps from opening, not from asking.
+  if (access(path.local_path->c_str(), R_OK) != 0) return false;
+  const int file = open(path.local_path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (file >= 0) close(file);
+  return file < 0 && errno == EACCES;
 }
 
 }  // namespace mediaprobe

@@ -1,18 +1,49 @@
 #pragma once
 
+#include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "inputs/input_source.h"
+#include "worker/company.h"
+#include "worker/sandbox/file_access.h"
 
 namespace mediaprobe {
 
-/// Whether the kernel can confine a process: Linux 5.13 and later, unless Landlock was left out.
-bool CanConfine();
+/// What of the means to confine a process this kernel lacks, in words for a person; empty when it has all of them.
+std::string MissingLayers();
 
-/// From now on this process, and what it starts, reads one input and nothing else: the file that `input` names, for a
-/// sequence the files of its folder. What the system's libraries and ours in `library_folder` read of their own accord
-/// stays readable, and for network URLs what finding and trusting a host takes. Nothing can be written, made or run.
-/// Cannot be undone. False when the kernel refuses; the process may read as before then.
-bool ConfineTo(const Input& input, const std::string& library_folder);
+/// Takes from worker processes what answering inputs does not need. Nothing can be started, written, made or connected
+/// to, and nothing is read but inputs: in processes for files what lies beneath the places named at the start, in those
+/// for one input that alone. Those for network URLs connect to hosts, and read what finding and trusting these takes
+/// instead. Core dumps are off, the environment is empty, descriptors are closed. A layer that the kernel lacks is left
+/// out; everything else holds all the same.
+class Confinement {
+ public:
+  struct Settings {
+    /// The inputs named at the start, folders among them; empty where inputs are to come that nobody knows yet.
+    std::optional<std::vector<std::string>> places;
+    bool reads_all_frames = false;  ///< of sequences; only the first one otherwise
+  };
+  explicit Confinement(Settings settings);
+
+  /// Confines this process to what `input` and others in its company call for, and closes all descriptors but those of
+  /// `kept` and standard error. All that the inputs may need to load must have been loaded. Cannot be undone. False
+  /// when the kernel refuses.
+  bool Enter(const Input& input, Company company, std::span<const int> kept) const;
+
+ private:
+  bool EnforceFiles(const Input& input, Company company) const;
+
+  Settings settings_;
+  bool has_files_;
+  bool has_calls_;
+  sandbox::FileAccess files_;  // of processes for files
+};
+
+/// Whether this process is kept from reading a file that it could read otherwise: a link that leads out of the places
+/// named at the start, a file that was replaced since. A process of its own may read it.
+bool IsOutOfReach(const std::string& input);
 
 }  // namespace mediaprobe

@@ -9,11 +9,13 @@
 
 #include "inputs/input_source.h"
 #include "worker/answer.h"
+#include "worker/company.h"
 #include "worker/frame.h"
 
 namespace mediaprobe {
 
-/// What a run over many inputs asks of whoever started it. All but `answer` run in the process of the run.
+/// What a run over many inputs asks of whoever started it. All but `answer` and `enter` run in the process of the
+/// run.
 struct RunCallbacks {
   struct Progress {
     std::uint64_t answered = 0;
@@ -24,6 +26,14 @@ struct RunCallbacks {
   AnswerInput answer;  ///< runs in the workers, where there are any
   /// Makes the answer for an input that could not be answered.
   FailInput fail;
+  /// Which processes may answer an input; those for files where it is empty.
+  std::function<Company(const Input& input)> company;
+  /// Called in a worker before its first input, with its end of the stream to the parent: gives up what answering does
+  /// not take. False fails the input. May be empty.
+  std::function<bool(const Input& input, Company company, int descriptor)> enter;
+  /// Called when a worker has left with a wish: sees to it that later ones have what it is for. False when there is no
+  /// such wish. May be empty.
+  std::function<bool(int wish)> grant;
   /// The longest time that an input may take, its digest not counted.
   std::function<std::chrono::milliseconds(const Input& input)> time_limit;
   /// Takes the answers, in the order of the inputs. False ends the run.

@@ -7,20 +7,26 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fstream>
 #include <new>
 #include <string_view>
 #include <utility>
 #include <variant>
 
+#include "worker/memory_limit.h"
+#include "worker/wishes.h"
+
 namespace mediaprobe {
 namespace {
 
 constexpr std::size_t kReadSize = 64 * 1024;
+constexpr std::size_t kMostAppetite = 64;
+/// Names with a worker. They must fit into its socket while it waits for us to read an answer, or both would wait.
+constexpr std::size_t kMostRequestedBytes = 16 * 1024;
 constexpr int kOutOfMemoryStatus = 70;  // that a worker leaves with
 
 /// False when the other end is gone.
@@ -34,17 +40,10 @@ bool SendAll(int descriptor, std::string_view bytes) {
   return true;
 }
 
-/// Address space in use, in bytes.
-std::uint64_t AddressSpace() {
-  std::uint64_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
-  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-}
-
 void LimitThisProcess(std::uint64_t memory_bytes) {
   const rlimit no_core{0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
-  const rlim_t most = AddressSpace() + memory_bytes;
+  const rlim_t most = AddressSpaceWith(memory_bytes);
   const rlimit memory{most, most};
   setrlimit(RLIMIT_AS, &memory);
 }
@@ -78,7 +77,7 @@ void Serve(int descriptor, const AnswerInput& answer) {
   }
 }
 
-[[noreturn]] void RunChild(int descriptor, pid_t parent, const AnswerInput& answer, std::uint64_t memory_bytes,
+[[noreturn]] void RunChild(int descriptor, pid_t parent, const Worker::BeginWork& begin, std::uint64_t memory_bytes,
                            std::span<const int> inherited) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   // The parent may have died before that.
@@ -87,7 +86,7 @@ void Serve(int descriptor, const AnswerInput& answer) {
   LeaveInterruptsToTheParent();
   LimitThisProcess(memory_bytes);
   try {
-    Serve(descriptor, answer);
+    Serve(descriptor, begin(descriptor));
   } catch (const std::bad_alloc&) {
     _exit(kOutOfMemoryStatus);
   } catch (...) {
@@ -98,7 +97,7 @@ void Serve(int descriptor, const AnswerInput& answer) {
 
 }  // namespace
 
-std::unique_ptr<Worker> Worker::Start(const AnswerInput& answer, std::uint64_t memory_bytes,
+std::unique_ptr<Worker> Worker::Start(const BeginWork& begin, Company company, std::uint64_t memory_bytes,
                                       std::span<const int> inherited) {
   std::array<int, 2> ends;
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return nullptr;
@@ -106,24 +105,39 @@ std::unique_ptr<Worker> Worker::Start(const AnswerInput& answer, std::uint64_t m
   const pid_t process = fork();
   if (process == 0) {
     close(ends[0]);
-    RunChild(ends[1], parent, answer, memory_bytes, inherited);
+    RunChild(ends[1], parent, begin, memory_bytes, inherited);
   }
   close(ends[1]);
   if (process < 0) {
     close(ends[0]);
     return nullptr;
   }
-  return std::unique_ptr<Worker>(new Worker(process, ends[0]));
+  return std::unique_ptr<Worker>(new Worker(process, ends[0], company));
 }
 
 Worker::~Worker() { End(); }
 
-void Worker::Ask(Request request, std::chrono::milliseconds time_limit) {
-  // A dead worker is noticed when its end of the stream is read.
-  SendAll(descriptor_, frame::Request(request.input));
+void Worker::Ask(Request request) {
+  unsent_ += frame::Request(request.input);
+  requested_bytes_ += request.input.name.size();
   if (requests_.empty()) started_ = Clock::now();
   requests_.push_back(std::move(request));
-  time_limits_.push_back(time_limit);
+}
+
+void Worker::SendRequests() {
+  // A dead worker is noticed when its end of the stream is read.
+  SendAll(descriptor_, unsent_);
+  unsent_.clear();
+}
+
+std::size_t Worker::appetite() const {
+  if (requested_bytes_ > kMostRequestedBytes) return kLeastAppetite;
+  const auto in_two_rounds = static_cast<std::size_t>(6 * kRound / std::max(pace_, Clock::duration(1)));
+  return std::clamp(in_two_rounds, kLeastAppetite, kMostAppetite);
+}
+
+bool Worker::IsBusyForARound() const {
+  return pending() >= kLeastAppetite && pending() * pace_ >= kRound && !decoder_.has_begun();
 }
 
 bool Worker::Receive(const std::function<void(Reply)>& take) {
@@ -131,6 +145,8 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
   const ssize_t got = recv(descriptor_, buffer.data(), buffer.size(), MSG_DONTWAIT);
   if (got < 0) return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
   if (got == 0 || !decoder_.Add({buffer.data(), static_cast<std::size_t>(got)})) return false;
+  const auto now = Clock::now();
+  const std::size_t before = requests_.size();
   while (auto message = decoder_.Next()) {
     if (requests_.empty()) return false;
     if (const auto* digest = std::get_if<DigestProgress>(&*message)) {
@@ -140,18 +156,21 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
     auto* answer = std::get_if<Answer>(&*message);
     if (!answer) return false;
     const std::uint64_t number = requests_.front().number;
+    requested_bytes_ -= requests_.front().input.name.size();
     requests_.pop_front();
-    time_limits_.pop_front();
     digest_.reset();
-    started_ = Clock::now();
     take({number, std::move(*answer)});
+  }
+  if (const std::size_t answered = before - requests_.size(); answered > 0) {
+    pace_ = (now - started_) / answered;
+    started_ = now;
   }
   return true;
 }
 
 std::optional<Worker::Clock::time_point> Worker::Deadline() const {
   if (requests_.empty() || digest_) return std::nullopt;
-  return started_ + time_limits_.front();
+  return started_ + requests_.front().time_limit;
 }
 
 std::string Worker::End() {
@@ -162,12 +181,16 @@ std::string Worker::End() {
   kill(process_, SIGKILL);
   while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
   }
-  if (WIFSIGNALED(status)) {
+  if (WIFSIGNALED(status) && WTERMSIG(status) == SIGSYS) {
+    words = "it asked the system for what no probe needs";
+  } else if (WIFSIGNALED(status)) {
     const int signal_number = WTERMSIG(status);
     words = "killed by signal " + std::to_string(signal_number) + " (" + strsignal(signal_number) + ")";
   } else if (WIFEXITED(status) && WEXITSTATUS(status) == kOutOfMemoryStatus) {
     words = "out of memory";
   } else if (WIFEXITED(status)) {
+    const int wish = WEXITSTATUS(status) - kFirstWishStatus;
+    if (wish >= 0 && wish < kMostWishes) wish_ = wish;
     words = "left with status " + std::to_string(WEXITSTATUS(status));
   }
   process_ = -1;

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "worker/answer.h"
+#include "worker/company.h"
 #include "worker/frame.h"
 
 namespace mediaprobe {
@@ -22,32 +23,52 @@ class Worker {
  public:
   using Clock = std::chrono::steady_clock;
 
+  /// How long the parent leaves busy workers alone: waking it for each answer would cost them more than the answers.
+  static constexpr Clock::duration kRound = std::chrono::milliseconds(1);
+
+  /// The inputs that a worker has if it can: the one it works on and the one it goes on with.
+  static constexpr std::size_t kLeastAppetite = 2;
+
   struct Request {
     std::uint64_t number;
     Input input;
+    std::chrono::milliseconds time_limit;
+    Company company = Company::kFiles;
+    unsigned wishes = 0;  ///< of workers that it was with
   };
   struct Reply {
     std::uint64_t number;
     Answer answer;
   };
 
+  /// Makes, in the child, what answers the inputs. `descriptor` is the child's end of the stream to its parent.
+  using BeginWork = std::function<AnswerInput(int descriptor)>;
+
   /// Forks. The child may take `memory_bytes` of address space beyond what this process has. `inherited` are
   /// descriptors of the parent that the child has no use for and must not keep open. Null when no process can be made;
   /// errno tells why.
-  static std::unique_ptr<Worker> Start(const AnswerInput& answer, std::uint64_t memory_bytes,
+  static std::unique_ptr<Worker> Start(const BeginWork& begin, Company company, std::uint64_t memory_bytes,
                                        std::span<const int> inherited);
   /// Kills the process if it still lives.
   ~Worker();
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
+  Company company() const { return company_; }
   int descriptor() const { return descriptor_; }
   std::size_t pending() const { return requests_.size(); }
   /// The input it works on, or null.
   const Request* current() const { return requests_.empty() ? nullptr : &requests_.front(); }
 
-  /// Hands over an input. At most two are with a worker, the one it works on and the one it goes on with.
-  void Ask(Request request, std::chrono::milliseconds time_limit);
+  /// Notes an input for the worker, which gets it with the next `SendRequests`.
+  void Ask(Request request);
+  void SendRequests();
+
+  /// How many inputs it should have at a time: enough to keep it busy for two rounds if they take as long as the last
+  /// ones did.
+  std::size_t appetite() const;
+  /// Whether it has more to do than it can do in a round.
+  bool IsBusyForARound() const;
 
   /// Takes what has arrived, without waiting. False when the process has died or talks nonsense.
   bool Receive(const std::function<void(Reply)>& take);
@@ -62,18 +83,25 @@ class Worker {
 
   /// Ends the process and tells in words how it had ended, when it had: "killed by signal 11 (Segmentation fault)".
   std::string End();
+  /// What it left for, once it has ended: the number of a wish.
+  const std::optional<int>& wish() const { return wish_; }
   /// The inputs that were not answered, the one it worked on first.
   std::deque<Request> TakeRequests() { return std::move(requests_); }
 
  private:
-  Worker(pid_t process, int descriptor) : process_(process), descriptor_(descriptor) {}
+  Worker(pid_t process, int descriptor, Company company)
+      : process_(process), descriptor_(descriptor), company_(company) {}
 
   pid_t process_;
   int descriptor_;
+  Company company_;
+  std::optional<int> wish_;
   FrameDecoder decoder_;
   std::deque<Request> requests_;
-  std::deque<std::chrono::milliseconds> time_limits_;  // of those
-  Clock::time_point started_;                          // of the first pending input
+  std::string unsent_;               // the last of them, as messages
+  std::size_t requested_bytes_ = 0;  // names of all of them
+  Clock::duration pace_ = kRound;    // time that an answer took lately
+  Clock::time_point started_;        // of the first pending input
   std::optional<DigestProgress> digest_;
 };
 

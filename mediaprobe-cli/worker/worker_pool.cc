@@ -8,12 +8,13 @@
 #include <cstring>
 #include <utility>
 
+#include "worker/wishes.h"
+
 namespace mediaprobe {
 namespace {
 
 using Clock = Worker::Clock;
 
-constexpr std::size_t kAhead = 2;  // an input with a worker while it works on another, so that it need not wait for us
 constexpr std::uint64_t kWindow = 256;  // inputs between the one that the output waits for and the newest
 constexpr std::size_t kMostHeldBytes = std::size_t{64} << 20;
 constexpr auto kTick = std::chrono::milliseconds(200);
@@ -65,7 +66,9 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
     Input input;
     source_state_ = source.Next(&input);
     if (source_state_ != InputSource::State::kInput) break;
-    Worker::Request request{next_number_++, std::move(input)};
+    const auto time_limit = callbacks_.time_limit(input);
+    const Company company = callbacks_.company ? callbacks_.company(input) : Company::kFiles;
+    Worker::Request request{next_number_++, std::move(input), time_limit, company};
     if (request.input.name.size() <= frame::kMostInputBytes) return request;
     Fail(request, "the name is too long");
   }
@@ -74,38 +77,69 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
 
 void WorkerPool::FillWorkers(InputSource& source) {
   // Each worker gets its first input before any gets its second.
-  const std::size_t most_shares = settings_.uses_workers_once ? 1 : kAhead;
-  for (std::size_t share = 1; share <= most_shares; ++share) {
-    for (auto& worker : workers_) {
-      if (worker && worker->pending() >= share) continue;
-      const bool is_busy = worker && worker->pending() > 0;
-      if (is_busy && NextNeedsFreshWorker()) continue;
-      const auto request = NextRequest(source);
-      if (!request) return;
-      if (settings_.uses_workers_once || retried_.contains(request->number)) worker.reset();
-      if (!worker) worker = StartWorker();
-      if (worker) {
-        worker->Ask(*request, callbacks_.time_limit(request->input));
-      } else {
-        Fail(*request, std::string("no process can be started: ") + std::strerror(errno));
-      }
-    }
+  for (std::size_t share = 1; GiveEach(share, source); ++share) {
+  }
+  for (const auto& worker : workers_) {
+    if (worker) worker->SendRequests();
   }
 }
 
-bool WorkerPool::NextNeedsFreshWorker() const {
-  return !orphans_.empty() && retried_.contains(orphans_.front().number);
+std::size_t WorkerPool::Appetite(const Worker* worker) const {
+  if (worker && worker->company() == Company::kAlone) return 1;
+  return worker ? worker->appetite() : Worker::kLeastAppetite;
 }
 
-std::unique_ptr<Worker> WorkerPool::StartWorker() const {
+bool WorkerPool::GiveEach(std::size_t share, InputSource& source) {
+  bool wants_more = false;
+  for (auto& worker : workers_) {
+    wants_more = wants_more || share < Appetite(worker.get());
+    if (share > Appetite(worker.get()) || (worker && worker->pending() >= share)) continue;
+    auto request = NextRequest(source);
+    if (!request) return false;
+    if (worker && !Suits(*worker, *request)) {
+      if (worker->pending() > 0) {
+        orphans_.push_front(std::move(*request));
+        continue;
+      }
+      worker.reset();
+    }
+    if (!worker) worker = StartWorker(request->company);
+    if (worker) {
+      worker->Ask(std::move(*request));
+    } else {
+      Fail(*request, std::string("no process can be started: ") + std::strerror(errno));
+    }
+  }
+  return wants_more;
+}
+
+bool WorkerPool::Suits(const Worker& worker, const Worker::Request& request) const {
+  return request.company != Company::kAlone && request.company == worker.company() &&
+         !retried_.contains(request.number);
+}
+
+std::unique_ptr<Worker> WorkerPool::StartWorker(Company company) const {
   std::vector<int> others;
   for (const auto& other : workers_) {
     if (other) others.push_back(other->descriptor());
   }
-  return Worker::Start(callbacks_.answer, settings_.memory_bytes, others);
+  const Worker::BeginWork begin = [this, company](int descriptor) -> AnswerInput {
+    if (!callbacks_.enter) return callbacks_.answer;
+    return [this, company, descriptor, is_confined = false](const Input& input, const ReportDigest& report) mutable {
+      if (!is_confined) is_confined = callbacks_.enter(input, company, descriptor);
+      if (!is_confined) return callbacks_.fail(input, "the process cannot be confined");
+      return callbacks_.answer(input, report);
+    };
+  };
+  return Worker::Start(begin, company, settings_.memory_bytes, others);
 }
 
 void WorkerPool::WaitForNews(const InputSource& source) {
+  if (std::ranges::all_of(workers_, [](const auto& worker) { return worker && worker->IsBusyForARound(); })) {
+    constexpr timespec kNap{0, std::chrono::nanoseconds(Worker::kRound).count()};
+    ppoll(nullptr, 0, &kNap, &callbacks_.wait_mask);
+    return;
+  }
   std::vector<pollfd> watched;
   Clock::time_point wake = Clock::now() + kTick;
   for (const auto& worker : workers_) {
@@ -150,12 +184,20 @@ void WorkerPool::Bury(std::unique_ptr<Worker> worker, bool was_late) {
   lost.pop_front();
   if (was_late) {
     Fail(current, "takes longer than " + Seconds(callbacks_.time_limit(current.input)));
-  } else if (retried_.insert(current.number).second) {
+  } else if ((worker->wish() && Grant(*worker->wish(), current)) || retried_.insert(current.number).second) {
     lost.push_front(std::move(current));
   } else {
     Fail(current, "the probe broke down twice: " + end);
   }
   orphans_.insert(orphans_.end(), std::make_move_iterator(lost.begin()), std::make_move_iterator(lost.end()));
+}
+
+bool WorkerPool::Grant(int wish, Worker::Request& request) {
+  // A worker that has what it needs wishes for nothing; one that goes on has other reasons.
+  constexpr unsigned kMostWishesOfOne = 8;
+  if (++request.wishes > kMostWishesOfOne) return false;
+  if (wish == kWishForOwnProcess) return std::exchange(request.company, Company::kAlone) != Company::kAlone;
+  return callbacks_.grant && callbacks_.grant(wish);
 }
 
 void WorkerPool::Fail(const Worker::Request& request, const std::string& reason) {

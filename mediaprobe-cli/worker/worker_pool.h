@@ -26,7 +26,6 @@ class WorkerPool {
   struct Settings {
     unsigned jobs = 1;
     std::uint64_t memory_bytes = 0;  ///< most for a worker, beyond what this process takes
-    bool uses_workers_once = false;  ///< a fresh worker for each input
   };
   WorkerPool(const Settings& settings, RunCallbacks callbacks);
 
@@ -40,9 +39,14 @@ class WorkerPool {
   /// The next input for a worker: one that lost its worker, or a new one.
   std::optional<Worker::Request> NextRequest(InputSource& source);
   void FillWorkers(InputSource& source);
-  /// Whether the next input has killed a worker: what it left behind in another one would prove nothing.
-  bool NextNeedsFreshWorker() const;
-  std::unique_ptr<Worker> StartWorker() const;
+  std::size_t Appetite(const Worker* worker) const;
+  /// Sees to it that each worker has `share` inputs, if it wants as many. False when there is no use in asking for
+  /// more.
+  bool GiveEach(std::size_t share, InputSource& source);
+  /// Whether it may answer that input as well: one that has killed a worker goes to a fresh one, since what was left
+  /// behind in another would prove nothing.
+  bool Suits(const Worker& worker, const Worker::Request& request) const;
+  std::unique_ptr<Worker> StartWorker(Company company) const;
   void WaitForNews(const InputSource& source);
   void ReadWorkers();
   /// Counts no time against the workers in which this process did not listen to them: it may have been stopped, or
@@ -50,6 +54,8 @@ class WorkerPool {
   void ExcuseOwnDelay(Worker::Clock::time_point now);
   /// Ends a worker and sees to it that its inputs are answered all the same.
   void Bury(std::unique_ptr<Worker> worker, bool was_late);
+  /// Whether the input is to be answered again, by a worker that has what the last one left for.
+  bool Grant(int wish, Worker::Request& request);
   void Fail(const Worker::Request& request, const std::string& reason);
   void Keep(std::uint64_t number, Answer answer);
   bool HandOut();

@@ -4,8 +4,9 @@
 /// one of a sequence, "movie" an animation, "torn" an image that is damaged; "drawing" is an SVG. Everything else is
 /// none of all that. What is asked to open "abort", "killed", "leave" or "hang" does so, "hoard" and "bloat" take 2 GB
 /// and say in words, and by throwing, that they cannot, "babble" writes into every open descriptor, "once" aborts the
-/// first time only, and "huge" has a title of 6 MB. "slow" and "gone" are media whose UUID takes a minute, after a file
-/// "slow.begun" has told that it begins, and cannot be had.
+/// first time that the tool asks, "hostile_" and the name of a deed does that deed and says how it ended, and "huge"
+/// has a title of 6 MB. "slow" and "gone" are media whose UUID takes a minute, after a log line has told that it
+/// begins, and cannot be had.
 
 #include <signal.h>
 #include <sys/mman.h>
@@ -13,9 +14,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <new>
 #include <optional>
@@ -27,6 +28,7 @@
 #include "core/log.h"
 #include "fake_media.h"
 #include "fake_services.h"
+#include "hostile_deeds.h"
 #include "media_server/refusals.h"
 #include "mediainfo/metedata_keys.h"
 #include "mediainfo/service_ids.h"
@@ -73,6 +75,25 @@ std::shared_ptr<FakeFile> MakeHugeFile() {
   return file;
 }
 
+/// Of the tool's processes; they can write nothing else that the next one would see.
+std::atomic<int>* const deaths =
+    new (mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+        std::atomic<int>(0);
+
+constexpr std::string_view kHostile = "hostile_";
+
+/// The deed that the file is named after, in the file's folder and against the process's parent.
+const char* TryDeed(const std::string& path) {
+  const std::string folder = path.substr(0, path.rfind('/'));
+  std::string wanted = NameIn(path).substr(kHostile.size());
+  wanted.resize(wanted.rfind('.'));
+  for (const HostileDeed& deed : HostileDeeds()) {
+    if (deed.name != wanted) continue;
+    return deed.succeeds({folder + "/scene", folder + "/canary", getppid()}) ? "the deed is done" : "the deed failed";
+  }
+  return "no such deed";
+}
+
 /// The process that is asked for one of these names is in trouble.
 void GetIntoTrouble(const std::string& path) {
   constexpr std::size_t kHoard = std::size_t{2} << 30;
@@ -90,7 +111,8 @@ void GetIntoTrouble(const std::string& path) {
     constexpr char kBabble[] = "this is no message at all";
     for (int descriptor = 3; descriptor < 64; ++descriptor) send(descriptor, kBabble, sizeof kBabble, MSG_DONTWAIT);
   }
-  if (name.starts_with("once") && mkdir((path + ".died").c_str(), 0700) == 0) std::abort();
+  if (name.starts_with("once") && deaths->fetch_add(1) == 0) std::abort();
+  if (name.starts_with(kHostile)) CoreSetErrorText(TryDeed(path));
 }
 
 std::shared_ptr<FakeFile> Open(const std::string& url, const std::string& key) {
@@ -159,7 +181,7 @@ std::optional<FakeSvg> OpenSvg(char* url) {
 const char* Digest(const std::string& url) {
   const std::string name = NameIn(url);
   if (name.starts_with("slow")) {
-    const std::ofstream begun(url + ".begun");
+    CoreLogPrint("fake", kCoreLogInfo, "the digest begins");
     std::this_thread::sleep_for(std::chrono::minutes(1));
   }
   if (!name.starts_with("gone")) return "0123456789abcdef0123456789abcdef";

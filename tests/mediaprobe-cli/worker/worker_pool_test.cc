@@ -1,5 +1,6 @@
 #include "worker/worker_pool.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -20,6 +21,7 @@
 #include <vector>
 
 #include "scratch_folder.h"
+#include "worker/wishes.h"
 
 namespace mediaprobe {
 namespace {
@@ -87,8 +89,10 @@ class WorkerPoolTest : public ::testing::Test {
       if (progress.digest) digests_.push_back(progress.current + " " + std::to_string(progress.digest->done));
     };
     callbacks.stop = [this] { return stop_; };
-    WorkerPool pool({.jobs = jobs, .memory_bytes = memory_bytes_, .uses_workers_once = uses_workers_once_},
-                    std::move(callbacks));
+    callbacks.company = company_;
+    callbacks.enter = enter_;
+    callbacks.grant = grant_;
+    WorkerPool pool({.jobs = jobs, .memory_bytes = memory_bytes_}, std::move(callbacks));
     complete_ = pool.Run(source);
     return taken_;
   }
@@ -99,7 +103,9 @@ class WorkerPoolTest : public ::testing::Test {
 
   std::chrono::milliseconds time_limit_ = 10s;
   std::uint64_t memory_bytes_ = std::uint64_t{1} << 30;
-  bool uses_workers_once_ = false;
+  std::function<Company(const Input&)> company_;
+  std::function<bool(const Input&, Company, int)> enter_;
+  std::function<bool(int)> grant_;
   std::function<Answer(const std::string&, const ReportDigest&)> act_ = [](const std::string& input,
                                                                            const ReportDigest&) { return Act(input); };
   std::function<void()> on_take_;
@@ -120,14 +126,95 @@ TEST_F(WorkerPoolTest, EndsAtOnceWithoutInputs) {
   EXPECT_TRUE(complete_);
 }
 
-TEST_F(WorkerPoolTest, GivesEachInputAFreshWorkerWhenToldTo) {
-  act_ = [](const std::string&, const ReportDigest&) { return Answer{std::to_string(getpid()), ""}; };
+Answer OwnNumber(const std::string&, const ReportDigest&) { return {std::to_string(getpid()), ""}; }
+
+TEST_F(WorkerPoolTest, GivesAFreshWorkerToEachInputThatIsToBeAlone) {
+  act_ = OwnNumber;
   Run({"a", "b", "c"}, 1);
   EXPECT_THAT(taken_, Each(taken_.front())) << "they are used again otherwise";
   taken_.clear();
-  uses_workers_once_ = true;
+  company_ = [](const Input&) { return Company::kAlone; };
   Run({"a", "b", "c", "d"}, 2);
   EXPECT_THAT(std::set<std::string>(taken_.begin(), taken_.end()), SizeIs(4));
+}
+
+TEST_F(WorkerPoolTest, MixesNoCompanies) {
+  act_ = OwnNumber;
+  company_ = [](const Input& input) { return input.name == "url" ? Company::kNetwork : Company::kFiles; };
+  Run({"a", "b", "url", "url", "c"}, 1);
+  ASSERT_THAT(taken_, SizeIs(5));
+  EXPECT_EQ(taken_[0], taken_[1]);
+  EXPECT_NE(taken_[1], taken_[2]);
+  EXPECT_EQ(taken_[2], taken_[3]);
+  EXPECT_NE(taken_[3], taken_[4]);
+}
+
+TEST_F(WorkerPoolTest, EntersEachWorkerOnceBeforeItsFirstInput) {
+  static std::string entered;
+  enter_ = [](const Input& input, Company company, int descriptor) {
+    entered += input.name + (company == Company::kFiles ? " among files" : " otherwise");
+    return fcntl(descriptor, F_GETFD) >= 0;
+  };
+  act_ = [](const std::string& input, const ReportDigest&) { return Answer{input + ": " + entered, ""}; };
+  EXPECT_THAT(Run({"a", "b"}, 1), ElementsAre("a: a among files", "b: a among files"));
+  EXPECT_EQ(entered, "") << "in this process nothing is entered";
+}
+
+TEST_F(WorkerPoolTest, AnswersNothingInAWorkerThatCouldNotBeEntered) {
+  enter_ = [](const Input&, Company, int) { return false; };
+  EXPECT_THAT(Run({"a", "abort"}, 1),
+              ElementsAre("a: the process cannot be confined", "abort: the process cannot be confined"));
+}
+
+TEST_F(WorkerPoolTest, GrantsAWishAndAnswersAgain) {
+  bool is_there = false;
+  act_ = [&](const std::string& input, const ReportDigest&) {
+    if (!is_there) LeaveWithWish(7);
+    return Answer{input, ""};
+  };
+  std::vector<int> wishes;
+  grant_ = [&](int wish) {
+    wishes.push_back(wish);
+    return is_there = true;
+  };
+  EXPECT_THAT(Run({"a", "b", "c"}, 1), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(wishes, ElementsAre(7));
+}
+
+TEST_F(WorkerPoolTest, EndsTheWishesOfAnInputThatIsNeverContent) {
+  act_ = [](const std::string& input, const ReportDigest&) {
+    if (input == "greedy") LeaveWithWish(7);
+    return Answer{input, ""};
+  };
+  grant_ = [](int) { return true; };
+  EXPECT_THAT(Run({"a", "greedy", "b"}, 1),
+              ElementsAre("a", "greedy: the probe broke down twice: left with status 107", "b"));
+}
+
+TEST_F(WorkerPoolTest, TakesAWishThatNobodyGrantsForABreakdown) {
+  act_ = [](const std::string&, const ReportDigest&) -> Answer { LeaveWithWish(7); };
+  EXPECT_THAT(Run({"a"}, 1), ElementsAre("a: the probe broke down twice: left with status 107"));
+}
+
+TEST_F(WorkerPoolTest, GrantsAProcessOfItsOwn) {
+  static Company company = Company::kFiles;
+  enter_ = [](const Input&, Company entered, int) {
+    company = entered;
+    return true;
+  };
+  act_ = [](const std::string& input, const ReportDigest&) {
+    if (input == "link" && company == Company::kFiles) LeaveWithWish(kWishForOwnProcess);
+    return Answer{input + (company == Company::kAlone ? " alone" : ""), ""};
+  };
+  EXPECT_THAT(Run({"a", "link", "b"}, 1), ElementsAre("a", "link alone", "b"));
+}
+
+TEST_F(WorkerPoolTest, SaysThatAWorkerAskedForWhatItMustNot) {
+  act_ = [](const std::string&, const ReportDigest&) -> Answer {
+    raise(SIGSYS);
+    return {};
+  };
+  EXPECT_THAT(Run({"a"}), ElementsAre("a: the probe broke down twice: it asked the system for what no probe needs"));
 }
 
 TEST_F(WorkerPoolTest, FailsAnInputThatKillsItsWorkerTwice) {
