@@ -15,8 +15,8 @@ _mediaprobe() {
   esac
   if [[ $word == -* && $previous != -o && $previous != --output ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--text --json --ndjson --csv -o --output -u --uuid -k --key --key-file -r --recursive
-      --include --exclude --stdin -0 --service -j --jobs --timeout --memory --isolation --progress --no-progress --full --log-level
-      --log-file --formats --services --version -h --help' -- "$word")
+      --include --exclude --stdin -0 --service -j --jobs --timeout --memory --isolation --allow-unsandboxed --progress
+      --no-progress --full --log-level --log-file --formats --services --version -h --help' -- "$word")
     return
   fi
   compopt -o filenames 2>/dev/null
