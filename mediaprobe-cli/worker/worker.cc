@@ -24,6 +24,8 @@ namespace mediaprobe {
 namespace {
 
 constexpr std::size_t kReadSize = 64 * 1024;
+/// The next inputs may be far quicker than the last ones, and the parent may wake late.
+constexpr int kRoundsAhead = 8;
 constexpr std::size_t kMostAppetite = 64;
 /// Names with a worker. They must fit into its socket while it waits for us to read an answer, or both would wait.
 constexpr std::size_t kMostRequestedBytes = 16 * 1024;
@@ -131,13 +133,28 @@ void Worker::SendRequests() {
 }
 
 std::size_t Worker::appetite() const {
+  if (is_last_) return 0;
   if (requested_bytes_ > kMostRequestedBytes) return kLeastAppetite;
-  const auto in_two_rounds = static_cast<std::size_t>(6 * kRound / std::max(pace_, Clock::duration(1)));
-  return std::clamp(in_two_rounds, kLeastAppetite, kMostAppetite);
+  const auto wanted = static_cast<std::size_t>(kRoundsAhead * kRound / std::max(pace_, Clock::duration(1)));
+  return std::clamp(wanted, kLeastAppetite, kMostAppetite);
 }
 
 bool Worker::IsBusyForARound() const {
   return pending() >= kLeastAppetite && pending() * pace_ >= kRound && !decoder_.has_begun();
+}
+
+bool Worker::IsStuck(Clock::time_point now) const {
+  constexpr auto kLong = std::chrono::milliseconds(100);
+  return pending() > 1 && now - started_ > kLong;
+}
+
+std::deque<Worker::Request> Worker::TakeBack() {
+  std::deque<Request> others = std::move(requests_);
+  requests_.clear();
+  requests_.push_back(std::move(others.front()));
+  others.pop_front();
+  is_last_ = true;
+  return others;
 }
 
 bool Worker::Receive(const std::function<void(Reply)>& take) {
@@ -148,7 +165,7 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
   const auto now = Clock::now();
   const std::size_t before = requests_.size();
   while (auto message = decoder_.Next()) {
-    if (requests_.empty()) return false;
+    if (requests_.empty()) return is_last_;
     if (const auto* digest = std::get_if<DigestProgress>(&*message)) {
       digest_ = *digest;
       continue;

@@ -24,7 +24,7 @@ class Worker {
   using Clock = std::chrono::steady_clock;
 
   /// How long the parent leaves busy workers alone: waking it for each answer would cost them more than the answers.
-  static constexpr Clock::duration kRound = std::chrono::milliseconds(1);
+  static constexpr Clock::duration kRound = std::chrono::milliseconds(2);
 
   /// The inputs that a worker has if it can: the one it works on and the one it goes on with.
   static constexpr std::size_t kLeastAppetite = 2;
@@ -64,11 +64,18 @@ class Worker {
   void Ask(Request request);
   void SendRequests();
 
-  /// How many inputs it should have at a time: enough to keep it busy for two rounds if they take as long as the last
+  /// How many inputs it should have at a time: enough to keep it busy for some rounds if they take as long as the last
   /// ones did.
   std::size_t appetite() const;
   /// Whether it has more to do than it can do in a round.
   bool IsBusyForARound() const;
+
+  /// Whether it has been at one input for long while others wait behind that.
+  bool IsStuck(Clock::time_point now) const;
+  /// Takes back all inputs but the one it works on. It has them, so it is of no use once that is answered: it gets no
+  /// more, and what it still says is not heard.
+  std::deque<Request> TakeBack();
+  bool is_done() const { return is_last_ && requests_.empty(); }
 
   /// Takes what has arrived, without waiting. False when the process has died or talks nonsense.
   bool Receive(const std::function<void(Reply)>& take);
@@ -103,6 +110,7 @@ class Worker {
   Clock::duration pace_ = kRound;    // time that an answer took lately
   Clock::time_point started_;        // of the first pending input
   std::optional<DigestProgress> digest_;
+  bool is_last_ = false;  // of its inputs, the one it works on
 };
 
 }  // namespace mediaprobe

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 #include "worker/wishes.h"
@@ -77,23 +78,32 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
 
 void WorkerPool::FillWorkers(InputSource& source) {
   // Each worker gets its first input before any gets its second.
-  for (std::size_t share = 1; GiveEach(share, source); ++share) {
+  const std::size_t most_appetite = MostAppetite(source);
+  for (std::size_t share = 1; GiveEach(share, most_appetite, source); ++share) {
   }
   for (const auto& worker : workers_) {
     if (worker) worker->SendRequests();
   }
 }
 
-std::size_t WorkerPool::Appetite(const Worker* worker) const {
-  if (worker && worker->company() == Company::kAlone) return 1;
-  return worker ? worker->appetite() : Worker::kLeastAppetite;
+std::size_t WorkerPool::MostAppetite(const InputSource& source) const {
+  const std::uint64_t total = source.total().value_or(std::numeric_limits<std::uint64_t>::max());
+  const std::uint64_t left = total - std::min(next_number_, total);
+  return std::max<std::uint64_t>(left / workers_.size() / 2, Worker::kLeastAppetite);
 }
 
-bool WorkerPool::GiveEach(std::size_t share, InputSource& source) {
+std::size_t WorkerPool::Appetite(const Worker* worker, std::size_t most_appetite) const {
+  if (worker && worker->company() == Company::kAlone) return 1;
+  if (!worker) return Worker::kLeastAppetite;
+  return std::min(worker->appetite(), most_appetite);
+}
+
+bool WorkerPool::GiveEach(std::size_t share, std::size_t most_appetite, InputSource& source) {
   bool wants_more = false;
   for (auto& worker : workers_) {
-    wants_more = wants_more || share < Appetite(worker.get());
-    if (share > Appetite(worker.get()) || (worker && worker->pending() >= share)) continue;
+    const std::size_t appetite = Appetite(worker.get(), most_appetite);
+    wants_more = wants_more || share < appetite;
+    if (share > appetite || (worker && worker->pending() >= share)) continue;
     auto request = NextRequest(source);
     if (!request) return false;
     if (worker && !Suits(*worker, *request)) {
@@ -135,19 +145,19 @@ std::unique_ptr<Worker> WorkerPool::StartWorker(Company company) const {
 }
 
 void WorkerPool::WaitForNews(const InputSource& source) {
-  if (std::ranges::all_of(workers_, [](const auto& worker) { return worker && worker->IsBusyForARound(); })) {
-    constexpr timespec kNap{0, std::chrono::nanoseconds(Worker::kRound).count()};
-    ppoll(nullptr, 0, &kNap, &callbacks_.wait_mask);
-    return;
-  }
+  const bool are_busy =
+      std::ranges::all_of(workers_, [](const auto& worker) { return worker && worker->IsBusyForARound(); });
+  // The end of a worker is news at any time, its answers only once it may run short of inputs.
+  const short news = are_busy ? 0 : POLLIN;
   std::vector<pollfd> watched;
-  Clock::time_point wake = Clock::now() + kTick;
+  Clock::time_point wake = Clock::now() + (are_busy ? Worker::kRound : kTick);
   for (const auto& worker : workers_) {
     if (!worker) continue;
-    watched.push_back({worker->descriptor(), POLLIN, 0});
+    watched.push_back({worker->descriptor(), news, 0});
     if (const auto deadline = worker->Deadline()) wake = std::min(wake, *deadline);
   }
-  if (source_state_ == InputSource::State::kWait && HasRoom()) watched.push_back({source.descriptor(), POLLIN, 0});
+  const bool may_get_more = source_state_ == InputSource::State::kWait && HasRoom();
+  if (may_get_more && !are_busy) watched.push_back({source.descriptor(), POLLIN, 0});
 
   const auto left = std::max(wake - Clock::now(), Clock::duration::zero());
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
@@ -163,8 +173,21 @@ void WorkerPool::ReadWorkers() {
     const bool lives = worker->Receive([this](Worker::Reply reply) { Keep(reply.number, std::move(reply.answer)); });
     const auto deadline = worker->Deadline();
     const bool was_late = lives && deadline && *deadline <= now;
-    if (!lives || was_late) Bury(std::move(worker), was_late);
+    if (!lives || was_late) {
+      Bury(std::move(worker), was_late);
+    } else if (worker->is_done()) {
+      worker.reset();
+    }
   }
+  ShareOut(now);
+}
+
+void WorkerPool::ShareOut(Clock::time_point now) {
+  const bool is_one_idle =
+      std::ranges::any_of(workers_, [](const auto& worker) { return !worker || worker->pending() == 0; });
+  if (!is_one_idle || !orphans_.empty()) return;
+  const auto stuck = std::ranges::find_if(workers_, [&](const auto& worker) { return worker && worker->IsStuck(now); });
+  if (stuck != workers_.end()) orphans_ = (*stuck)->TakeBack();
 }
 
 void WorkerPool::ExcuseOwnDelay(Clock::time_point now) {

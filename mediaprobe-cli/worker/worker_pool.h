@@ -39,16 +39,20 @@ class WorkerPool {
   /// The next input for a worker: one that lost its worker, or a new one.
   std::optional<Worker::Request> NextRequest(InputSource& source);
   void FillWorkers(InputSource& source);
-  std::size_t Appetite(const Worker* worker) const;
+  /// Most inputs for a worker: what is left towards the end is shared out, so that all workers end together.
+  std::size_t MostAppetite(const InputSource& source) const;
+  std::size_t Appetite(const Worker* worker, std::size_t most_appetite) const;
   /// Sees to it that each worker has `share` inputs, if it wants as many. False when there is no use in asking for
   /// more.
-  bool GiveEach(std::size_t share, InputSource& source);
+  bool GiveEach(std::size_t share, std::size_t most_appetite, InputSource& source);
   /// Whether it may answer that input as well: one that has killed a worker goes to a fresh one, since what was left
   /// behind in another would prove nothing.
   bool Suits(const Worker& worker, const Worker::Request& request) const;
   std::unique_ptr<Worker> StartWorker(Company company) const;
   void WaitForNews(const InputSource& source);
   void ReadWorkers();
+  /// Gives what waits behind an input that takes long to a worker that has nothing to do.
+  void ShareOut(Worker::Clock::time_point now);
   /// Counts no time against the workers in which this process did not listen to them: it may have been stopped, or
   /// have waited for the reader of its output.
   void ExcuseOwnDelay(Worker::Clock::time_point now);

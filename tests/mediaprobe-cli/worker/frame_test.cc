@@ -46,6 +46,18 @@ TEST(Frame, TellsSeveralMessagesInARowApart) {
   EXPECT_FALSE(decoder.Next());
 }
 
+TEST(Frame, TellsWhetherAMessageHasBegun) {
+  FrameDecoder decoder;
+  EXPECT_FALSE(decoder.has_begun());
+  const std::string bytes = frame::Reply({"text", ""});
+  decoder.Add(Bytes(bytes + bytes.substr(0, 1)));
+  decoder.Next();
+  EXPECT_TRUE(decoder.has_begun());
+  decoder.Add(Bytes(bytes.substr(1)));
+  decoder.Next();
+  EXPECT_FALSE(decoder.has_begun());
+}
+
 TEST(Frame, CutsWhatIsTooLong) {
   FrameDecoder decoder;
   ASSERT_TRUE(decoder.Add(Bytes(

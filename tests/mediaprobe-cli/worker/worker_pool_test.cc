@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <new>
 #include <set>
 #include <string>
@@ -288,6 +289,52 @@ TEST_F(WorkerPoolTest, BoundsTheMemoryOfAWorker) {
 
 TEST_F(WorkerPoolTest, TakesAWorkerThatTalksNonsenseForDead) {
   EXPECT_THAT(Run({"babble", "a"}), ElementsAre(StartsWith("babble: the probe broke down twice"), "a"));
+}
+
+TEST_F(WorkerPoolTest, BlamesTheRightOneOfManyInputsWithAWorker) {
+  std::vector<std::string> inputs;
+  std::vector<std::string> answers;
+  for (int i = 0; i < 600; ++i) {
+    const std::string name = std::to_string(i);
+    // Quick ones, so that workers have many inputs when one dies.
+    inputs.push_back(i % 97 == 96 ? "abort" : name);
+    answers.push_back(i % 97 == 96 ? "abort: the probe broke down twice: killed by signal 6 (Aborted)" : name);
+  }
+  for (const unsigned jobs : {1U, 2U}) {
+    taken_.clear();
+    EXPECT_EQ(Run(inputs, jobs), answers);
+  }
+}
+
+TEST_F(WorkerPoolTest, SharesOutWhatWaitsBehindASlowInput) {
+  constexpr std::size_t kQuick = 200;
+  constexpr std::size_t kBehind = 20;
+  const testing::ScratchFolder folder;
+  // The slow one ends when all behind it are answered, which those in its own worker never would be.
+  act_ = [&](const std::string& input, const ReportDigest&) {
+    const auto answered = [&] {
+      const std::filesystem::directory_iterator marks(folder.path());
+      return static_cast<std::size_t>(std::distance(begin(marks), end(marks)));
+    };
+    if (input.starts_with("behind")) std::filesystem::create_directory(folder.path() + "/" + input);
+    while (input == "slow" && answered() < kBehind) std::this_thread::sleep_for(10ms);
+    return Answer{input, ""};
+  };
+  std::vector<std::string> inputs(kQuick, "quick");
+  inputs.emplace_back("slow");
+  for (std::size_t i = 0; i < kBehind; ++i) inputs.push_back("behind " + std::to_string(i));
+  EXPECT_EQ(Run(inputs, 2), inputs);
+}
+
+TEST_F(WorkerPoolTest, NeverWaitsForAWorkerThatWaitsForIt) {
+  // More than a socket holds, both ways.
+  act_ = [](const std::string& input, const ReportDigest&) {
+    return Answer{input.size() == 1 ? input : std::string(input.size() * 8, 'l'), ""};
+  };
+  std::vector<std::string> inputs(100, "a");
+  inputs.resize(140, std::string(frame::kMostInputBytes, 'n'));
+  EXPECT_THAT(Run(inputs, 1), SizeIs(140));
+  EXPECT_THAT(taken_.back(), SizeIs(8 * frame::kMostInputBytes));
 }
 
 TEST_F(WorkerPoolTest, RefusesANameThatIsTooLong) {
