@@ -13,11 +13,11 @@ install(DIRECTORY include/ DESTINATION include/service-mediainfo FILES_MATCHING 
 
 # What a person reads and what a shell knows of the tool.
 set(documentation_dir share/doc/service-mediainfo)
-install(FILES LICENSE NOTICE docs/how-do-i.md docs/mediaprobe.md docs/hosts.md docs/record.schema.json
+install(FILES LICENSE NOTICE docs/how-do-i.md docs/mediaprobe.md docs/module-check.md docs/hosts.md docs/record.schema.json
   DESTINATION ${documentation_dir})
 install(FILES examples/describe/CMakeLists.txt examples/describe/describe.cc
   DESTINATION ${documentation_dir}/examples/describe)
-install(FILES packaging/mediaprobe.1 DESTINATION share/man/man1)
+install(FILES packaging/mediaprobe.1 packaging/module-check.1 DESTINATION share/man/man1)
 install(FILES packaging/completions/mediaprobe.bash RENAME mediaprobe DESTINATION share/bash-completion/completions)
 install(FILES packaging/completions/_mediaprobe DESTINATION share/zsh/site-functions)
 install(FILES packaging/completions/mediaprobe.fish DESTINATION share/fish/vendor_completions.d)

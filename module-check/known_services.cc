@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 
 #include "mediainfo/iimage_info.h"
 #include "mediainfo/imedia_file_info.h"
@@ -72,8 +73,9 @@ constexpr std::array<KnownService, 5> kKnownServices{{
 
 std::span<const KnownService> KnownServices() { return kKnownServices; }
 
-const KnownService* FindKnownService(std::string_view name) {
-  const auto* const found = std::ranges::find(kKnownServices, name, &KnownService::name);
+const KnownService* FindKnownService(const char* name) {
+  if (name == nullptr) return nullptr;
+  const auto* const found = std::ranges::find(kKnownServices, std::string_view(name), &KnownService::name);
   return found == kKnownServices.end() ? nullptr : found;
 }
 

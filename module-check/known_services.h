@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 #include "service/isession.h"
 
@@ -23,7 +22,7 @@ struct KnownService {
 
 std::span<const KnownService> KnownServices();
 
-/// Null for a service that the framework does not know.
-const KnownService* FindKnownService(std::string_view name);
+/// Null for a service that the framework does not know, and for no name.
+const KnownService* FindKnownService(const char* name);
 
 }  // namespace module_check

@@ -23,6 +23,8 @@
 #include <sstream>
 #include <vector>
 
+#include "fault.h"
+
 namespace module_check::process_state {
 namespace {
 
@@ -65,6 +67,17 @@ std::string StatusLine(const std::string& name) {
   return {};
 }
 
+/// The lines of `text` that `other` has not, each behind `word`.
+std::string LinesMissingIn(const std::string& other, const std::string& text, const std::string& word) {
+  const std::string all = "\n" + other + "\n";
+  std::string missing;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    if (all.find("\n" + line + "\n") == std::string::npos) missing += word + '"' + line + '"';
+  }
+  return missing;
+}
+
 }  // namespace
 
 std::string SignalHandlers() {
@@ -74,7 +87,7 @@ std::string SignalHandlers() {
     if (sigaction(number, nullptr, &action) != 0) continue;
     const auto address = (action.sa_flags & SA_SIGINFO) != 0 ? reinterpret_cast<std::uintptr_t>(action.sa_sigaction)
                                                              : reinterpret_cast<std::uintptr_t>(action.sa_handler);
-    if (address != 0) handlers += std::to_string(number) + ":" + Hex(address) + " ";
+    if (address != 0) handlers += "signal " + std::to_string(number) + " at " + Hex(address) + "\n";
   }
   return handlers;
 }
@@ -103,7 +116,8 @@ std::string ResourceLimits() {
   for (int kind = 0; kind < static_cast<int>(RLIM_NLIMITS); ++kind) {
     rlimit limit{};
     getrlimit(static_cast<__rlimit_resource>(kind), &limit);
-    limits += std::to_string(limit.rlim_cur) + "/" + std::to_string(limit.rlim_max) + " ";
+    limits += "limit " + std::to_string(kind) + ": " + std::to_string(limit.rlim_cur) + "/" +
+              std::to_string(limit.rlim_max) + "\n";
   }
   return limits;
 }
@@ -162,8 +176,13 @@ std::string Descriptors() {
   }
   closedir(folder);
   std::string text;
-  for (const auto& [number, goal] : descriptors) text += std::to_string(number) + " " + goal + "; ";
+  for (const auto& [number, goal] : descriptors) text += std::to_string(number) + " " + goal + "\n";
   return text;
+}
+
+void DemandSame(const std::string& after, const std::string& before, const std::string& what) {
+  if (after == before) return;
+  throw Fault{what + " changed:" + LinesMissingIn(before, after, " now ") + LinesMissingIn(after, before, " before ")};
 }
 
 std::size_t MappedPieces() {

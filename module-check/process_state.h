@@ -4,7 +4,7 @@
 
 namespace module_check::process_state {
 
-/// What a module has no business to change, each as a text that is compared with a later one.
+/// What a module has no business to change, each as a text that is compared with a later one: an item a line.
 std::string SignalHandlers();
 std::string SignalMask();
 std::string Locale();
@@ -23,6 +23,8 @@ std::string Dumpable();
 /// What a module takes and gives back.
 std::string Threads();      ///< number
 std::string Descriptors();  ///< each with what it leads to
+/// A Fault that tells the lines that came and went, unless `after` is `before`.
+void DemandSame(const std::string& after, const std::string& before, const std::string& what);
 /// Number of mapped pieces of files.
 std::size_t MappedPieces();
 /// Whether a file is mapped. `path` has no links in it.

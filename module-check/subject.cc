@@ -56,8 +56,9 @@ void LoadedModule::Unload() const {
 }
 
 OwnedService::OwnedService(const ServiceDescriptor& descriptor)
-    : descriptor_(descriptor), service_(descriptor.create()) {
-  Demand(service_ != nullptr, "the create function gives null");
+    : descriptor_(descriptor), service_(descriptor.create == nullptr ? nullptr : descriptor.create()) {
+  Demand(service_ != nullptr, "there is no create function, or it gives null");
+  Demand(descriptor.release != nullptr, "there is no release function");
 }
 
 OwnedSession::OwnedSession(IService& owner) : owner_(owner), session_(owner.CreateSession()) {

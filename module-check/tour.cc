@@ -11,7 +11,6 @@ LoadedModule Tour(const Subject& subject) {
     const OwnedSession session(*service);
     UseSession(subject, session.get());
     if (const auto shared = service->CreateSharedSession(/*reserved=*/0)) UseSession(subject, shared.get());
-    service->DestroySession(nullptr);
   }
   return module;
 }

@@ -205,7 +205,7 @@ void LeavesNoDescriptor(Subject& subject) {
     for (const char* name : {sample_names::kPicture, sample_names::kText, sample_names::kSubfolder}) {
       session.SetPath(Url(subject, name).c_str());
     }
-    DemandEqual(process_state::Descriptors(), before, "the list of open descriptors");
+    process_state::DemandSame(process_state::Descriptors(), before, "the list of open descriptors");
   });
 }
 

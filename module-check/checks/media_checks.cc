@@ -191,7 +191,7 @@ void LeavesNoDescriptor(Subject& subject) {
       open_and_close(subject.target().media_file);
       open_and_close(subject.Sample(sample_names::kText));
     }
-    DemandEqual(process_state::Descriptors(), before, "the list of open descriptors");
+    process_state::DemandSame(process_state::Descriptors(), before, "the list of open descriptors");
   });
 }
 

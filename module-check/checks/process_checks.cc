@@ -19,10 +19,10 @@ template <std::string (*kRead)()>
 void Keeps(Subject& subject) {
   const std::string before = kRead();
   const LoadedModule module = Tour(subject);
-  DemandEqual(kRead(), before, "the state with the module");
+  process_state::DemandSame(kRead(), before, "what is there with the module");
   subject.At("unloading");
   module.Unload();
-  DemandEqual(kRead(), before, "the state after it was unloaded");
+  process_state::DemandSame(kRead(), before, "what is there after it was unloaded");
 }
 
 void Tours(Subject& subject) { Tour(subject).Unload(); }

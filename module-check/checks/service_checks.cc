@@ -2,9 +2,11 @@
 
 #include <array>
 #include <thread>
+#include <vector>
 
 #include "checks/areas.h"
 #include "known_services.h"
+#include "service/iservice_manager.h"
 #include "subject.h"
 
 namespace module_check {
@@ -177,6 +179,51 @@ void AnswersKeyedRequest(Subject& subject) {
   });
 }
 
+struct Row {
+  std::string name;
+  std::string description;
+  std::string uuid;
+
+  friend bool operator==(const Row&, const Row&) = default;
+};
+
+std::vector<Row> Copy(std::span<const ServiceDescriptor> table) {
+  const auto text = [](const char* from) { return std::string(from == nullptr ? "" : from); };
+  std::vector<Row> rows;
+  for (const ServiceDescriptor& row : table) rows.push_back({text(row.name), text(row.description), text(row.uuid)});
+  return rows;
+}
+
+void KeepsItsTexts(Subject& subject) {
+  const LoadedModule module = subject.Start();
+  const std::vector<Row> before = Copy(module.Table());
+  for (const ServiceDescriptor& row : module.Table()) {
+    if (service::IService* service = row.create()) {
+      if (service::ISession* session = service->CreateSession()) service->DestroySession(session);
+      row.release(service);
+    }
+  }
+  Demand(Copy(module.Table()) == before, "a text of the table is another one after services came and went");
+}
+
+void IsTakenByTheManager(Subject& subject) {
+  const std::string& path = subject.target().module;
+  service::Configuration configuration = HostConfiguration(subject.target());
+  service::IServiceManager* manager = ZORServiceMrgAcqire(/*reserved=*/0);
+  subject.At("IServiceManager::LoadModule");
+  Demand(manager->LoadModule(path.c_str(), &configuration), "the service manager refuses it");
+  Demand(manager->LoadModule(path.c_str(), &configuration), "the service manager refuses it the second time");
+  for (std::uint32_t i = 0; i < manager->GetServiceCount(); ++i) {
+    const ServiceDescriptor& row = *manager->GetService(i);
+    subject.At(std::string("AcquireService of ") + row.name);
+    const auto by_name = manager->AcquireService(row.name, /*create=*/true, 0);
+    Demand(by_name != nullptr, std::string("the manager cannot create ") + row.name);
+    Demand(manager->AcquireService(row.uuid, true, 0) == by_name, "a service has another one's UUID");
+  }
+  subject.At("ReleaseServices");
+  manager->ReleaseServices();
+}
+
 constexpr std::array kChecks{
     Check{kServiceCreate, "create functions give services, release functions take them", Create},
     Check{"service.release-null", "release functions ignore null", ReleasesNull},
@@ -186,6 +233,8 @@ constexpr std::array kChecks{
     Check{"service.release-thread", "a service is released by another thread than created it", ReleasesInAnotherThread},
     Check{"service.create-threads", "services are created by several threads at once", CreatesInThreads},
     Check{"service.memory", "services that come and go leave no memory behind", KeepsMemory},
+    Check{"service.table-texts", "the table's texts stay while services come and go", KeepsItsTexts},
+    Check{"service.manager", "the service manager registers the module and creates each service", IsTakenByTheManager},
     Check{"service.first-state", "FirstStateQuery answers 0", AnswersFirstState},
     Check{"service.second-state", "SecondStateQuery answers true", AnswersSecondState},
     Check{"service.final-query", "FinalQuery answers false", AnswersFinalQuery},

@@ -155,7 +155,7 @@ void LeavesNoDescriptor(Subject& subject) {
     for (const char* name : {sample_names::kDrawing, sample_names::kText, sample_names::kSubfolder}) {
       Load(sink, subject.Sample(name));
     }
-    DemandEqual(process_state::Descriptors(), before, "the list of open descriptors");
+    process_state::DemandSame(process_state::Descriptors(), before, "the list of open descriptors");
   });
 }
 

@@ -2,13 +2,11 @@
 
 #include <array>
 #include <map>
-#include <vector>
 
 #include "checks/areas.h"
 #include "core/uuid.h"
 #include "known_services.h"
 #include "process_state.h"
-#include "service/iservice_manager.h"
 #include "subject.h"
 
 namespace module_check {
@@ -163,51 +161,6 @@ void HasInitFunctions(Subject& subject) {
   });
 }
 
-struct Row {
-  std::string name;
-  std::string description;
-  std::string uuid;
-
-  friend bool operator==(const Row&, const Row&) = default;
-};
-
-std::vector<Row> Copy(Table table) {
-  const auto text = [](const char* from) { return std::string(from == nullptr ? "" : from); };
-  std::vector<Row> rows;
-  for (const ServiceDescriptor& row : table) rows.push_back({text(row.name), text(row.description), text(row.uuid)});
-  return rows;
-}
-
-void KeepsItsTexts(Subject& subject) {
-  const LoadedModule module = subject.Start();
-  const std::vector<Row> before = Copy(module.Table());
-  for (const ServiceDescriptor& row : module.Table()) {
-    if (service::IService* service = row.create()) {
-      if (service::ISession* session = service->CreateSession()) service->DestroySession(session);
-      row.release(service);
-    }
-  }
-  Demand(Copy(module.Table()) == before, "a text of the table is another one after services came and went");
-}
-
-void IsTakenByTheManager(Subject& subject) {
-  const std::string& path = subject.target().module;
-  service::Configuration configuration = HostConfiguration(subject.target());
-  service::IServiceManager* manager = ZORServiceMrgAcqire(/*reserved=*/0);
-  subject.At("IServiceManager::LoadModule");
-  Demand(manager->LoadModule(path.c_str(), &configuration), "the service manager refuses it");
-  Demand(manager->LoadModule(path.c_str(), &configuration), "the service manager refuses it the second time");
-  for (std::uint32_t i = 0; i < manager->GetServiceCount(); ++i) {
-    const ServiceDescriptor& row = *manager->GetService(i);
-    subject.At(std::string("AcquireService of ") + row.name);
-    const auto by_name = manager->AcquireService(row.name, /*create=*/true, 0);
-    Demand(by_name != nullptr, std::string("the manager cannot create ") + row.name);
-    Demand(manager->AcquireService(row.uuid, true, 0) == by_name, "a service has another one's UUID");
-  }
-  subject.At("ReleaseServices");
-  manager->ReleaseServices();
-}
-
 constexpr std::array kChecks{
     Check{kTableTold, "GetServiceModuleInfo answers true and tells a table with services", TellsTable},
     Check{"table.null-arguments", "without a table or a count it answers true and writes nothing", TakesNullArguments},
@@ -222,8 +175,6 @@ constexpr std::array kChecks{
     Check{"table.create-functions", "each service has a create function", HasCreateFunctions},
     Check{"table.release-functions", "each service has a release function", HasReleaseFunctions},
     Check{"table.init-functions", "an init function is a function or null", HasInitFunctions},
-    Check{"table.lasting-texts", "its texts stay while services come and go", KeepsItsTexts},
-    Check{"table.manager", "the service manager registers it and creates each service", IsTakenByTheManager},
 };
 
 }  // namespace

@@ -48,7 +48,7 @@ void UnloadsAfterUse(Subject& subject) {
 void LeavesNoThreads(Subject& subject) {
   const std::string before = process_state::Threads();
   Tour(subject).Unload();
-  DemandEqual(process_state::Threads(), before, "the number of threads");
+  process_state::DemandSame(process_state::Threads(), before, "the number of threads");
 }
 
 void LeavesNoDescriptors(Subject& subject) {
@@ -56,13 +56,13 @@ void LeavesNoDescriptors(Subject& subject) {
   Tour(subject).Unload();
   const std::string before = process_state::Descriptors();
   for (int i = 0; i < kTourCycles; ++i) Tour(subject).Unload();
-  DemandEqual(process_state::Descriptors(), before, "the list of open descriptors");
+  process_state::DemandSame(process_state::Descriptors(), before, "the list of open descriptors");
 }
 
 void LeavesNoDescriptorsOfItsOwn(Subject& subject) {
   const std::string before = process_state::Descriptors();
   subject.Load().Unload();
-  DemandEqual(process_state::Descriptors(), before, "the list of open descriptors");
+  process_state::DemandSame(process_state::Descriptors(), before, "the list of open descriptors");
 }
 
 void LeavesNoMappings(Subject& subject) {
@@ -82,7 +82,7 @@ void LoadsAgain(Subject& subject) {
     std::string texts;
     const LoadedModule module = Tour(subject);
     for (const service::ServiceDescriptor& row : module.Table()) {
-      texts += std::string(row.name) + " " + row.description + " " + row.uuid + "\n";
+      texts += Shown(row.name) + " " + Shown(row.description) + " " + Shown(row.uuid) + "\n";
     }
     module.Unload();
     if (round == 0) first = texts;

@@ -177,7 +177,7 @@ void LeavesNoDescriptor(Subject& subject) {
     for (const char* name : {sample_names::kText, sample_names::kEmpty, sample_names::kSubfolder}) {
       session.GetUuid(subject.Sample(name).c_str(), &uuid);
     }
-    DemandEqual(process_state::Descriptors(), before, "the list of open descriptors");
+    process_state::DemandSame(process_state::Descriptors(), before, "the list of open descriptors");
   });
 }
 

@@ -1,0 +1,278 @@
+"""module-check finds each fault that is planted in a module, and no fault in sound modules; its options and its pages."""
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+TOOL = os.environ["MODULE_CHECK"]
+MODULES = pathlib.Path(os.environ["MODULES"])
+LIBRARIES = pathlib.Path(os.environ["LIBRARIES"])
+SOUND = MODULES / "sound_module.so"
+MAN_PAGE = ROOT / "packaging" / "module-check.1"
+PAGE = ROOT / "docs" / "module-check.md"
+
+# Faults of the file itself: the module that has it, the checks that fail.
+FILE_FAULTS = {
+    "two_exports": {"file.one-export"},
+    "many_exports": {"file.one-export", "file.no-unique-symbol", "unload.unused"},
+    "unresolved_symbol": {"file.loads"},
+    "executable_stack": {"file.stack"},
+    "no_relro": {"file.relro"},
+    "stays_loaded": {"file.unloadable", "unload.unused"},
+    "absolute_run_path": {"file.run-path"},
+}
+
+UUID_REFUSALS = {f"uuid.{name}" for name in ("null", "empty", "missing", "folder", "device", "protocols", "overlong",
+                                              "invalid")}
+SESSION_ENDS = {"service.create-again", "service.two", "service.release-order", "service.release-thread",
+                "service.create-threads", "service.table-texts", "service.states-later", "init.no-keys", "init.again",
+                "init.copies", "session.create"}
+
+# Faults that the environment chooses: the checks that fail.
+FAULTS = {
+    # the table
+    "null-table": {"table.told"},
+    "false-answer": {"table.told"},
+    "null-argument": {"table.null-arguments"},
+    "null-argument-answer": {"table.null-arguments"},
+    "half-written": {"table.null-arguments"},
+    "new-table": {"table.same-again", "table.threads", "service.manager"},
+    "null-name": {"table.names", "service.manager"},
+    "line-in-name": {"table.names"},
+    "empty-description": {"table.descriptions"},
+    "lower-case-uuid": {"table.uuids"},
+    "no-uuid": {"table.uuids", "service.manager"},
+    "same-uuid": {"table.unique-ids", "service.manager"},
+    "wrong-uuid": {"table.known-ids"},
+    "reserved-word": {"table.reserved-words"},
+    "null-create": {"table.create-functions", "service.create"},
+    "null-release": {"table.release-functions", "service.create"},
+    "changing-text": {"service.table-texts"},
+    # init functions
+    "null-configuration": {"init.null"},
+    "refusing-init": {"service.create"},
+    "reserved-call": {"init.asks"},
+    "reserved-argument": {"init.asks"},
+    # services
+    "abort": {"service.create"},
+    "exit": {"service.create"},
+    "create-once": {"service.create"},
+    "one-service": {"service.two", "service.release-order", "service.manager", "session.destroy-other"},
+    "release-null": {"service.release-null"},
+    "service-leak": {"service.memory"},
+    "first-state": {"service.first-state", "service.states-later"},
+    "second-state": {"service.second-state", "service.states-later"},
+    "final-query": {"service.final-query", "service.states-later"},
+    "null-result": {"service.null-results"},
+    "result-left": {"service.keyed-query"},
+    "exception": {"service.null-results", "service.keyed-request"},
+    # sessions
+    "double-free": SESSION_ENDS,
+    "null-session": {"session.destroy-null"},
+    "foreign-session": {"session.destroy-foreign", "session.destroy-other", "session.memory", "session.memory-used",
+                        "shared.memory"},
+    "same-answer": {"session.destroy-null", "session.destroy-foreign", "session.destroy-other"},
+    "one-session": {"session.destroy-other", "session.many", "session.order", "session.independent"},
+    "session-leak": {"session.memory", "session.memory-used", "shared.memory"},
+    "shared-owner": {"shared.one-owner", "shared.last-owner", "shared.memory", "shared.release"},
+    "release-kept": {"shared.release", "shared.release-foreign"},
+    # the process
+    "print": {"process.silent"},
+    "close-output": {"process.standard-streams"},
+    "signal-handler": {"process.signal-handlers"},
+    "signal-mask": {"process.signal-mask"},
+    "locale": {"process.locale"},
+    "environment": {"process.environment"},
+    "folder": {"process.folder"},
+    "umask": {"process.umask"},
+    "child": {"process.children"},
+    "thread": {"service.memory", "unload.threads"},
+    "descriptor": {"unload.descriptors"},
+    "load-leak": {"unload.memory"},
+    # the media UUID service
+    "out-written": UUID_REFUSALS | {"uuid.gaps"},
+    "null-url": {"uuid.null"},
+    "no-cache": {"uuid.lasting-text", "uuid.computed-once"},
+    "text-of-session": {"uuid.lasting-text", "uuid.computed-once"},
+    "wrong-digest": UUID_REFUSALS | {f"uuid.{name}" for name in ("text", "empty-file", "uuid", "lasting-text",
+                                                                 "computed-once", "sequence", "threads")},
+}
+
+
+def run(*words, fault=None, **options):
+    environment = {name: value for name, value in os.environ.items() if name != "MODULE_FAULT"}
+    if fault:
+        environment["MODULE_FAULT"] = fault
+    return subprocess.run([TOOL, *map(str, words)], capture_output=True, text=True, env=environment, timeout=300,
+                          **options)
+
+
+def report(*words, fault=None):
+    done = run("--json", "--timeout", 60, *words, fault=fault)
+    if done.stderr:
+        raise AssertionError(f"{words}: {done.stderr}")
+    return json.loads(done.stdout), done.returncode
+
+
+def failed(told):
+    return {entry["id"] for entry in told["results"] if entry["status"] == "failed"}
+
+
+class Faults(unittest.TestCase):
+    def check_all(self, faults, arguments_of):
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+            runs = {fault: pool.submit(report, "-j", 2, arguments_of(fault)[0], fault=arguments_of(fault)[1])
+                    for fault in faults}
+        for fault, expected in faults.items():
+            with self.subTest(fault=fault):
+                told, status = runs[fault].result()
+                self.assertEqual(failed(told), expected)
+                self.assertEqual((told["failed"], status), (len(expected), 1))
+
+    def test_each_fault_of_the_file_fails_its_checks_and_no_others(self):
+        self.check_all(FILE_FAULTS, lambda fault: (MODULES / f"{fault}.so", None))
+
+    def test_each_fault_of_the_code_fails_its_checks_and_no_others(self):
+        self.check_all(FAULTS, lambda fault: (SOUND, fault))
+
+    def test_every_planted_fault_is_known_here(self):
+        source = (pathlib.Path(__file__).parent / "test_module.cc").read_text(encoding="utf-8")
+        planted = set(re.findall(r'Has\("([^"]+)"\)', source)) | set(re.findall(r'^    \{"([a-z-]+)",', source, re.M))
+        self.assertEqual(planted - {"hang"}, set(FAULTS))
+
+    def test_a_hang_is_told_as_such_and_keeps_no_other_check_waiting(self):
+        done = run("--timeout", 2, SOUND, fault="hang")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("FAILED  service.create: ", done.stdout)
+        self.assertIn("no answer within 2 s, at service 0 (test/plain)\n", done.stdout)
+        self.assertRegex(done.stdout, r"\d+ checks, 1 failed, \d+ not run\n$")
+
+    def test_a_crash_is_told_with_its_signal_and_its_place(self):
+        done = run("--only", "session.destroy-null", SOUND, fault="null-session")
+        self.assertIn("the process was killed by SIGSEGV (Segmentation fault), at service 0 (test/plain)", done.stdout)
+        self.assertEqual(done.returncode, 1)
+
+    def test_an_exception_is_told_with_its_words(self):
+        done = run("--only", "service.keyed-request", SOUND, fault="exception")
+        self.assertIn("an exception came out of the module: no such request", done.stdout)
+
+    def test_names_of_a_module_do_not_begin_lines(self):
+        done = run("-v", "--only", "table.names", SOUND, fault="line-in-name")
+        self.assertIn(r"service 0 (test\x0aplain): the name holds a control character", done.stdout)
+
+
+class SoundModules(unittest.TestCase):
+    def check_sound(self, module, least, *words):
+        told, status = report(*words, module)
+        self.assertEqual((failed(told), told["not_run"], status), (set(), 0, 0))
+        self.assertGreaterEqual(told["checks"], least)
+        self.assertEqual(len([entry for entry in told["results"] if entry["status"] == "passed"]), told["checks"])
+
+    def test_the_sound_variant_of_the_faulty_module(self):
+        self.check_sound(SOUND, 100)
+
+    def test_the_media_information_module(self):
+        self.check_sound(LIBRARIES / "service-mediainfo.so", 200)
+
+    def test_the_svg_decoder(self):
+        self.check_sound(LIBRARIES / "svg-decoder.so", 100)
+
+    def test_another_media_file(self):
+        for name in ("upright.mp4", "languages.mkv", "programs.ts"):
+            with self.subTest(sample=name):
+                self.check_sound(LIBRARIES / "service-mediainfo.so", 30, "--sample", ROOT / "samples" / name, "--only",
+                                 "media*")
+
+
+class CommandLine(unittest.TestCase):
+    def check_refused(self, reason, *words):
+        done = run(*words)
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+        self.assertTrue(done.stderr.startswith("module-check: ") and done.stderr.count("\n") == 1, done.stderr)
+        self.assertIn(reason, done.stderr)
+
+    def test_wrong_usage_is_refused(self):
+        self.check_refused("no module")
+        self.check_refused("choose one of --list and a module", "--list", SOUND)
+        self.check_refused("--no-such-option", "--no-such-option", SOUND)
+        self.check_refused("timeout", "--timeout", "nan", SOUND)
+        self.check_refused("jobs", "-j", 0, SOUND)
+        self.check_refused("no check has such an id", "--only", "tables.*", SOUND)
+
+    def test_what_is_no_module_is_refused(self):
+        self.check_refused("no such file", MODULES / "missing.so")
+        self.check_refused("not a regular file", MODULES)
+        self.check_refused("not a module: not a shared object", PAGE)
+        self.check_refused("no such file", "--with", MODULES / "missing.so", SOUND)
+        self.check_refused("no such file", "--sample", MODULES / "missing.wav", SOUND)
+
+    def test_damaged_modules_are_refused_or_fail_to_load(self):
+        whole = SOUND.read_bytes()
+        with tempfile.TemporaryDirectory() as folder:
+            for length in (4, 16, 64, 1000, len(whole) // 2, len(whole) - 100):
+                path = pathlib.Path(folder) / "cut.so"
+                path.write_bytes(whole[:length])
+                self.check_refused("not a module: ", path)
+
+    def test_a_shared_object_without_the_entry_fails_its_checks(self):
+        told, _ = report(LIBRARIES / "libMediaServer.so")
+        self.assertLessEqual({"file.entry", "file.one-export", "file.loads"}, failed(told))
+
+    def test_only_runs_what_matches_and_the_gates_before_it(self):
+        told, _ = report("--only", "uuid.text", "--only", "table.n*", SOUND)
+        self.assertEqual([entry["id"] for entry in told["results"]],
+                         ["file.shared-object", "file.loads", "table.told", "table.null-arguments", "table.names",
+                          "service.create", "session.create", "uuid.interface", "uuid.text"])
+
+    def test_list_and_verbose_name_the_same_checks(self):
+        listed = [line.split("\t") for line in run("--list").stdout.splitlines()]
+        self.assertEqual(len({row[0] for row in listed}), len(listed))
+        self.assertGreaterEqual(len(listed), 100)
+        self.assertTrue(all(len(row) == 2 and row[1] for row in listed))
+        verbose = run("--verbose", SOUND).stdout.splitlines()
+        told = [re.match(r"(?:ok     |n/a    ) (\S+): (.*)", line).groups() for line in verbose[:-1]]
+        self.assertEqual(told, [tuple(row) for row in listed])
+
+    def test_nothing_is_left_in_the_temporary_folder(self):
+        with tempfile.TemporaryDirectory() as folder:
+            done = subprocess.run([TOOL, str(SOUND)], env={**os.environ, "TMPDIR": folder}, capture_output=True,
+                                  text=True, timeout=300)
+            self.assertEqual((done.returncode, os.listdir(folder)), (0, []))
+
+
+class Pages(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.options = set(re.findall(r"(?<![\w-])(--?\w[\w-]*)(?=[, \n])", "\n".join(
+            line[:27] for line in run("--help").stdout.splitlines() if line.startswith("  -"))))
+
+    def test_the_help_was_understood(self):
+        self.assertLessEqual({"-j", "--jobs", "--json", "--list", "-v", "--only", "--sample", "--version"}, self.options)
+
+    def test_the_man_page_has_every_option(self):
+        source = re.sub(r"\\f[A-Z]", "", MAN_PAGE.read_text(encoding="utf-8").replace("\\-", "-"))
+        options = source.split(".SH OPTIONS")[1].split(".SH ")[0]
+        tags = [item.split("\n", 1)[0] for item in options.split("\n.TP\n")[1:]]
+        self.assertEqual({name for tag in tags for name in re.findall(r"(?<![\w-])--?\w[\w-]*", tag)}, self.options)
+
+    def test_the_man_page_is_well_formed(self):
+        done = subprocess.run(["groff", "-man", "-Tutf8", "-ww", "-z", str(MAN_PAGE)], capture_output=True, text=True,
+                              timeout=60)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+
+    def test_the_page_has_every_option_and_every_area(self):
+        page, json_section = PAGE.read_text(encoding="utf-8").split("## The JSON object")
+        told = [[{text.split()[0] for text in re.findall(r"`([^`]+)`", line.split(" | ")[0])}
+                 for line in part.splitlines() if line.startswith("| `")] for part in (page, json_section)]
+        areas = {line.split(".")[0] + "." for line in run("--list").stdout.splitlines()}
+        self.assertEqual(set().union(*told[0]), self.options | areas | {"0", "1", "2"})
+        self.assertEqual(set().union(*told[1]), set(report("--only", "file.*", SOUND)[0]))
+
+
+if __name__ == "__main__":
+    unittest.main()
