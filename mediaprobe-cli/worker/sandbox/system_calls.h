@@ -46,6 +46,7 @@ inline constexpr SystemCall kAllowed[] = {
     {"clone", Condition::kStartsThread, "the thread that tells how far a digest is"},
     {"futex", Condition::kNone, "waiting for that thread, locks"},
     {"rt_sigprocmask", Condition::kNone, "starting that thread, abort"},
+    {"getrandom", Condition::kNone, "hash tables of the XML parser, without which the C library aborts; TLS"},
     {"rseq", Condition::kNone, "the same: without it the C library aborts"},
     {"clock_nanosleep", Condition::kNone, "waiting before another attempt"},
     {"exit", Condition::kNone, "the end of that thread"},
@@ -62,7 +63,6 @@ inline constexpr SystemCall kAllowed[] = {
     {"sigaltstack", Condition::kNone, "sanitizers: stacks of threads' handlers"},
     {"sched_yield", Condition::kNone, "sanitizers: their locks"},
     {"sched_getaffinity", Condition::kNone, "sanitizers"},
-    {"getrandom", Condition::kNone, "sanitizers"},
     {"readlink", Condition::kNone, "sanitizers: the program's name in reports"},
     {"prlimit64", Condition::kNone, "sanitizers: sizes of stacks"},
     {"rt_sigreturn", Condition::kNone, "sanitizers: their handlers"},
@@ -85,7 +85,6 @@ inline constexpr SystemCall kAllowedForNetwork[] = {
     {"sendmmsg", Condition::kNone, "questions to name servers"},
     {"fcntl", Condition::kNone, "connections that do not block"},
     {"ioctl", Condition::kNone, "how much a name server has answered"},
-    {"getrandom", Condition::kNone, "TLS"},
 };
 
 /// What no library of ours asks for, so that whoever does is somebody else: the process is killed. Numbers and names
