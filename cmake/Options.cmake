@@ -52,15 +52,18 @@ target_link_libraries(mediainfo_options INTERFACE Threads::Threads)
 
 # What makes a cold start quick. A process that opens one file spent half of its instructions on binding the symbols of
 # libstdc++.so, and most of its time on mapping files and touching pages:
-# - our libraries and programs carry the parts of the compiler's runtime that they use, hidden. Exceptions cross borders as
-#   before: all copies are of one version, and find one another's frames through the loader. A target that hands streams to a
-#   C++ library of the system has to share that library's runtime (MEDIAINFO_SHARED_RUNTIME); test programs do, since they
-#   link whatever they test.
+# - our libraries and programs carry the parts of libstdc++ that they use, hidden. Exceptions cross borders as before, since
+#   types are compared by name and the unwinder stays shared: libgcc's own copies would abort there. A target that hands
+#   streams to a C++ library of the system has to share that library's runtime (MEDIAINFO_SHARED_RUNTIME); test programs do,
+#   since they link whatever they test. What such a copy needs beside it: framework/runtime.
 # - relocations are packed, where linker and C library know how (binutils 2.38, glibc 2.36).
 if(NOT MEDIAINFO_SANITIZE)
   set(own_runtime $<NOT:$<BOOL:$<TARGET_PROPERTY:MEDIAINFO_SHARED_RUNTIME>>>)
   target_link_options(mediainfo_options INTERFACE
-    "$<${own_runtime}:-static-libstdc++;-static-libgcc;LINKER:--exclude-libs,ALL;LINKER:--gc-sections>")
+    "$<${own_runtime}:-static-libstdc++;LINKER:--exclude-libs,ALL;LINKER:--gc-sections>")
+  set(is_library "$<IN_LIST:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY;MODULE_LIBRARY>")
+  target_sources(mediainfo_options INTERFACE
+    "$<$<AND:${own_runtime},${is_library}>:${PROJECT_SOURCE_DIR}/framework/runtime/runtime_memory.cc>")
   include(CheckLinkerFlag)
   check_linker_flag(CXX "LINKER:-z,pack-relative-relocs" MEDIAINFO_PACKS_RELOCATIONS)
   if(MEDIAINFO_PACKS_RELOCATIONS)
