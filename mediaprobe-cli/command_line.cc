@@ -144,7 +144,7 @@ struct Arguments {
   unsigned jobs = 0;
   double timeout_s = 0;
   std::uint64_t memory_megabytes = 512;
-  std::string isolation = "worker";
+  std::string isolation;
   bool allow_unsandboxed = false;
   bool progress = false;
   bool no_progress = false;
@@ -298,7 +298,7 @@ Listing ListingOf(const Arguments& arguments) {
 void TakeLimits(const Arguments& arguments, Options& options) {
   options.jobs = arguments.jobs != 0 ? arguments.jobs : std::max(std::thread::hardware_concurrency(), 1U);
   options.memory_bytes = arguments.memory_megabytes * kMegabyte;
-  options.isolation = RowOf(kIsolations, arguments.isolation).isolation;
+  if (!arguments.isolation.empty()) options.isolation = RowOf(kIsolations, arguments.isolation).isolation;
   options.allow_unsandboxed = arguments.allow_unsandboxed;
   if (arguments.timeout_s > 0) {
     options.timeout = std::chrono::milliseconds(std::llround(arguments.timeout_s * 1000));

@@ -37,7 +37,7 @@ struct Options {
   unsigned jobs = 0;                                 ///< inputs probed at once
   std::optional<std::chrono::milliseconds> timeout;  ///< for one input; empty for the usual one of its kind
   std::uint64_t memory_bytes = 0;                    ///< most that probing one input may take
-  Isolation isolation = Isolation::kWorker;
+  std::optional<Isolation> isolation;  ///< empty: workers, one plain file first in this process
   bool allow_unsandboxed = false;  ///< goes on where the kernel cannot confine as `isolation` asks
   std::optional<bool> progress;    ///< empty: when standard error is a terminal
   int log_level = 0;               ///< a CoreLogLevel

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <variant>
 
@@ -22,11 +23,13 @@ void OccupyStandardDescriptors() {
 
 int main(int argc, char** argv) {
   OccupyStandardDescriptors();
+  // A file that may grow no further is a write that fails, and told as one.
+  std::signal(SIGXFSZ, SIG_IGN);
   const auto parsed = mediaprobe::ParseCommandLine(argc, argv);
   if (const auto* leave = std::get_if<mediaprobe::EarlyExit>(&parsed)) {
     if (leave->status == mediaprobe::kExitAnswered) return mediaprobe::Show(leave->text);
     std::fputs(leave->text.c_str(), stderr);
     return leave->status;
   }
-  return mediaprobe::Run(std::get<mediaprobe::Options>(parsed));
+  return mediaprobe::Run(std::get<mediaprobe::Options>(parsed), argv);
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,6 +37,7 @@
 #include "probe/input_path.h"
 #include "worker/confinement.h"
 #include "worker/provisions.h"
+#include "worker/first_try.h"
 #include "worker/run_here.h"
 #include "worker/wishes.h"
 #include "worker/worker_pool.h"
@@ -137,8 +139,8 @@ class InputRun {
  public:
   InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Output& output);
 
-  /// Whether every input was answered, or why not.
-  int Run(InputSource& source);
+  /// Whether every input was answered, or why not. With a `restart_line` the first one is tried in this process.
+  int Run(InputSource& source, char* const* restart_line);
 
  private:
   RunCallbacks MakeCallbacks();
@@ -148,6 +150,8 @@ class InputRun {
   void Provide(Provisions& provisions);
   Answer AnswerOne(const Input& input, const ReportDigest& report);
   Answer AnswerFor(Record& record) const;
+  /// In this process, or else in a worker of a program that starts over.
+  Answer TryOne(const Input& input, const ReportDigest& report, char* const* restart_line);
   bool Take(const Answer& answer);
 
   const Options& options_;
@@ -241,6 +245,15 @@ void InputRun::Provide(Provisions& provisions) {
 }
 
 void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
+Answer InputRun::TryOne(const Input& input, const ReportDigest& report, char* const* restart_line) {
+  const FirstTry watch(restart_line, options_.memory_bytes);
+  try {
+    return AnswerOne(input, report);
+  } catch (const std::bad_alloc&) {
+    FirstTry::StartOver();
+  }
+}
+
   Provisions provisions(host_.module_folder(), [this](const char* service) { prober_.Prepare(service); });
   Provide(provisions);
   const Confinement confinement = MakeConfinement();
@@ -269,7 +282,7 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
   WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, std::move(callbacks)).Run(source);
 }
 
-int InputRun::Run(InputSource& source) {
+int InputRun::Run(InputSource& source, char* const* restart_line) {
   total_ = source.total();
   interrupts_.HoldBack();
   RunCallbacks callbacks = MakeCallbacks();
@@ -285,6 +298,12 @@ int InputRun::Run(InputSource& source) {
     };
     RunHere(source, callbacks);
   } else {
+  } else if (restart_line != nullptr) {
+    callbacks.answer = [&](const Input& input, const ReportDigest& report) {
+      const InterruptsPass pass(interrupts_);
+      return TryOne(input, report, restart_line);
+    };
+    RunHere(source, callbacks);
     RunInWorkers(source, std::move(callbacks));
   }
   interrupts_.LetThrough();
@@ -309,6 +328,23 @@ int InputRun::Run(InputSource& source) {
 }
 
 /// False when the run must not go on without what this kernel lacks.
+/// Whether a command line asks for one file and nothing that starting over would spoil: an answer that takes long, a
+/// key that is no longer to be seen among the arguments, an output file that is begun.
+bool StartsHere(const Options& options) {
+  if (options.isolation || options.from_standard_input || options.walk || options.inputs.size() != 1) return false;
+  if (options.uuid || !options.key.empty() || !options.output.empty()) return false;
+  return !IsNetworkUrl(options.inputs.front());
+}
+
+/// The same command line with workers asked for.
+std::vector<char*> RestartLine(char* const* argv) {
+  static char worker_isolation[] = "--isolation=worker";
+  std::vector<char*> line = {argv[0], worker_isolation};
+  for (++argv; *argv != nullptr; ++argv) line.push_back(*argv);
+  line.push_back(nullptr);
+  return line;
+}
+
 bool TellMissingLayers(const Options& options) {
   if (options.isolation == Isolation::kNone) return true;
   const std::string missing = MissingLayers();
@@ -335,7 +371,7 @@ int Show(const std::string& text) {
   return kExitFailed;
 }
 
-int Run(const Options& options) {
+int Run(const Options& options, char* const* argv) {
   CoreLogSetLevel(options.log_level);
   CoreLogProtect(options.key.c_str());
   if (!CoreLogSetFile(options.log_file.c_str())) {
@@ -350,7 +386,8 @@ int Run(const Options& options) {
   if (options.listing != Listing::kNone) {
     return Show(options.listing == Listing::kFormats ? FormatList(host) : ServiceList(host));
   }
-  if (!TellMissingLayers(options)) return kExitUsage;
+  const bool starts_here = StartsHere(options);
+  if (!starts_here && !TellMissingLayers(options)) return kExitUsage;
   const auto formatter = MakeFormatter(options);
   const auto output = OpenOutput(options, *formatter);
   if (!output) {
@@ -358,7 +395,8 @@ int Run(const Options& options) {
     return kExitUsage;
   }
   const auto source = MakeSource(options);
-  return InputRun(options, host, *formatter, *output).Run(*source);
+  const std::vector<char*> restart_line = RestartLine(argv);
+  return InputRun(options, host, *formatter, *output).Run(*source, starts_here ? restart_line.data() : nullptr);
 }
 
 }  // namespace mediaprobe

@@ -101,7 +101,7 @@ TEST_F(CommandLineTest, Limits) {
   EXPECT_GE(usual.jobs, 1u);
   EXPECT_FALSE(usual.timeout);
   EXPECT_EQ(usual.memory_bytes, 512u << 20);
-  EXPECT_EQ(usual.isolation, Isolation::kWorker);
+  EXPECT_EQ(usual.isolation, std::nullopt);
   const Options options = ParseGood({"-j", "3", "--timeout", "2.5", "--memory", "64", "--isolation", "none", "a"});
   EXPECT_EQ(options.jobs, 3u);
   EXPECT_EQ(options.timeout, std::chrono::milliseconds(2500));

@@ -1,0 +1,67 @@
+#include "worker/first_try.h"
+
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+
+#include "worker/memory_limit.h"
+
+namespace mediaprobe {
+namespace {
+
+// Hundred times what a file in the page cache takes; a slow one costs this much more than in a worker.
+constexpr suseconds_t kPatienceUs = 250'000;
+
+constexpr std::array kSignals = {SIGALRM, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS};
+
+// What the handler needs, which may only touch what is laid out beforehand.
+char* const* restart_line = nullptr;
+rlimit restart_memory{};
+alignas(16) std::array<char, 64 * 1024> handler_stack;  // the stack itself may be what has run out
+
+void WatchTime(suseconds_t us) {
+  const itimerval timer{.it_interval = {}, .it_value = {.tv_sec = 0, .tv_usec = us}};
+  setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+void OnTrouble(int) { FirstTry::StartOver(); }
+
+}  // namespace
+
+void FirstTry::StartOver() {
+  WatchTime(0);
+  setrlimit(RLIMIT_AS, &restart_memory);
+  // A blocked signal would stay blocked in the program that is started.
+  sigset_t ours;
+  sigemptyset(&ours);
+  for (const int number : kSignals) sigaddset(&ours, number);
+  sigprocmask(SIG_UNBLOCK, &ours, nullptr);
+  execv("/proc/self/exe", restart_line);
+  _exit(EXIT_FAILURE);
+}
+
+FirstTry::FirstTry(char* const* command_line, std::uint64_t memory_bytes) {
+  restart_line = command_line;
+  const stack_t stack{.ss_sp = handler_stack.data(), .ss_flags = 0, .ss_size = handler_stack.size()};
+  sigaltstack(&stack, nullptr);
+  struct sigaction action {};
+  action.sa_handler = &OnTrouble;
+  action.sa_flags = SA_ONSTACK;
+  for (const int number : kSignals) sigaction(number, &action, nullptr);
+  getrlimit(RLIMIT_AS, &former_memory_);
+  restart_memory = former_memory_;
+  const rlimit memory{AddressSpaceWith(memory_bytes), former_memory_.rlim_max};
+  setrlimit(RLIMIT_AS, &memory);
+  WatchTime(kPatienceUs);
+}
+
+FirstTry::~FirstTry() {
+  WatchTime(0);
+  setrlimit(RLIMIT_AS, &former_memory_);
+  for (const int number : kSignals) std::signal(number, SIG_DFL);
+}
+
+}  // namespace mediaprobe
