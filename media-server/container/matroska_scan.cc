@@ -43,6 +43,7 @@ enum Id : std::uint32_t {
   kStereoMode = 0x53B8,
   kAlphaMode = 0x53C0,
   kCluster = 0x1F43B675,
+  kAttachments = 0x1941A469,
   kTags = 0x1254C367,
   kTag = 0x7373,
   kTargets = 0x63C0,
@@ -72,6 +73,7 @@ constexpr std::array kLevelOneBounds = {
     LevelOneBound{kInfo, std::size_t{1} << 20},
     LevelOneBound{kTracks, std::size_t{4} << 20},
     LevelOneBound{kTags, std::size_t{16} << 20},
+    LevelOneBound{kAttachments, 0},
 };
 
 constexpr std::array<std::uint32_t, 9> kMasters = {
@@ -198,6 +200,8 @@ class Scanner {
   }
 
   void ReadContent(const LevelOneBound& bound, std::uint64_t offset, std::uint64_t size) {
+    // libavformat reads fonts and covers whole, and gives the file up when it cannot.
+    if (bound.id == kAttachments) return source_.WillRead(offset, size);
     const std::uint64_t most = std::min(bound.bytes, kLargestContentSum - content_bytes_);
     if (size > most) scan_.incomplete = true;
     // Room is made for what is there, not for what a broken size claims.

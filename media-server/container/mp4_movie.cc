@@ -20,6 +20,8 @@ using namespace std::string_view_literals;
 constexpr std::array kTopLevelBoxes = {"ftyp"sv, "styp"sv, "moov"sv, "mdat"sv, "moof"sv, "sidx"sv, "free"sv, "skip"sv,
                                        "wide"sv, "uuid"sv, "meta"sv, "mfra"sv, "emsg"sv, "prft"sv, "pdin"sv, "udta"sv};
 
+constexpr std::array kDescribing = {"moov"sv, "meta"sv, "sidx"sv, "moof"sv};
+
 // XMP specification part 3, 1.2.7.1: BE7ACFCB-97A9-42E8-9C71-999491E3AFAC.
 constexpr std::array<std::uint8_t, 16> kXmpUuid = {0xBE, 0x7A, 0xCF, 0xCB, 0x97, 0xA9, 0x42, 0xE8,
                                                    0x9C, 0x71, 0x99, 0x94, 0x91, 0xE3, 0xAF, 0xAC};
@@ -27,7 +29,11 @@ constexpr std::array<std::uint8_t, 16> kXmpUuid = {0xBE, 0x7A, 0xCF, 0xCB, 0x97,
 class MovieReader {
  public:
   MovieReader(IByteSource& source, const Mp4BoxLimits& limits)
-      : input_size_(source.Size()), boxes_(source, limits), metadata_(boxes_, movie_.metadata), fragments_(boxes_) {}
+      : source_(source),
+        input_size_(source.Size()),
+        boxes_(source, limits),
+        metadata_(boxes_, movie_.metadata),
+        fragments_(boxes_) {}
 
   Mp4Movie Read() {
     Mp4BoxRange range = boxes_.WholeInput();
@@ -46,6 +52,7 @@ class MovieReader {
   bool ReadTopLevelBox(const Mp4Box& box) {
     const bool is_known = std::ranges::find(kTopLevelBoxes, box.Type()) != kTopLevelBoxes.end();
     if (is_known && box.clipped) movie_.truncated = true;
+    TellOf(box);
     if (box.Is("ftyp") && movie_.major_brand.empty()) ReadBrands(box);
     if (box.Is("moov") && !movie_.has_moov) ReadMovie(box);
     if (box.Is("meta")) metadata_.ReadMeta(box, Mp4MetaScope::kFile);
@@ -54,6 +61,15 @@ class MovieReader {
     if (box.Is("sidx")) fragments_.ReadSegmentIndex(box);
     if (box.Is("moof")) return ReadFirstFragments(box);
     return true;
+  }
+
+  /// The boxes that describe the file are read here and, whole, by libavformat. Of each kind the first is the one that
+  /// counts.
+  void TellOf(const Mp4Box& box) {
+    const auto kind = std::ranges::find(kDescribing, box.Type());
+    if (kind == kDescribing.end()) return;
+    bool& told = told_of_[static_cast<std::size_t>(kind - kDescribing.begin())];
+    if (!std::exchange(told, true)) source_.WillRead(box.offset, box.payload_offset + box.payload_size - box.offset);
   }
 
   bool ReadFirstFragments(const Mp4Box& moof) {
@@ -122,12 +138,14 @@ class MovieReader {
     });
   }
 
+  IByteSource& source_;
   std::optional<std::uint64_t> input_size_;
   Mp4Movie movie_;
   Mp4BoxReader boxes_;
   Mp4MetadataReader metadata_;
   Mp4FragmentTimes fragments_;
   bool seen_fragment_ = false;
+  std::array<bool, kDescribing.size()> told_of_ = {};
 };
 
 }  // namespace

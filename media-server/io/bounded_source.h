@@ -1,7 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
 
 #include "media-server/io/byte_source.h"
 
@@ -9,21 +13,44 @@ namespace media_server {
 
 /// What one open may spend.
 struct ReadBudget {
-  /// Bytes read in all. The default is above what any real header needs (the sample tables of a day of video are some
-  /// 100 MB) and stops files that make a reader walk all over a disk.
-  std::uint64_t bytes = std::uint64_t{512} << 20;
+  /// Bytes read in all, those apart that a reader told of (`WillRead`). At 100 Mb/s they are two thirds of a second,
+  /// in which every stream appears; the default stops files that make a reader walk all over a disk.
+  std::uint64_t bytes = std::uint64_t{8} << 20;
+  /// Reads of the source, which are system calls or requests to a server.
+  std::uint64_t reads = 2000;
   std::chrono::steady_clock::duration time = std::chrono::seconds(30);
 };
 
-/// Hands on what another source reads until the budget is spent; from then on nothing more is read.
+/// Hands on what another source reads as long as the budget allows it: a read that does not fit is refused, a smaller
+/// one may still fit. Keeps the start of the input and what a reader tells that it will read, so that several readers
+/// of the same bytes cost one read.
 class BoundedSource final : public IByteSource {
  public:
   /// Borrows `source`. The time starts now.
   BoundedSource(IByteSource& source, const ReadBudget& budget)
-      : source_(source), bytes_left_(budget.bytes), deadline_(std::chrono::steady_clock::now() + budget.time) {}
+      : source_(source), reads_left_(budget.reads), deadline_(std::chrono::steady_clock::now() + budget.time) {
+    Limit(budget.bytes);
+  }
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
+  const char* ReadFailure() const override { return source_.ReadFailure(); }
   std::optional<std::uint64_t> Size() const override { return source_.Size(); }
+
+  /// Reads at least one byte where `ReadAt` reads them all, but no more than is held, or than the budget allows. For
+  /// readers that fill a buffer with whatever comes: they read nothing then that they may not want.
+  std::size_t ReadSome(std::uint64_t offset, std::span<std::uint8_t> out);
+
+  /// Tells that a reader knows these bytes to describe the input and will read them all. They are added to the budget,
+  /// up to 512 MiB in all (the sample tables of a day of video take 100), and held, up to 8 MiB in all.
+  void WillRead(std::uint64_t offset, std::uint64_t size) override;
+
+  /// From now on `bytes` may be read in all, those before included and those told of apart. Of 768 KiB or more a part
+  /// is kept for the end of the input, which tells how long it is where no header does.
+  void Limit(std::uint64_t bytes);
+  /// What was read so far, without what was told of.
+  std::uint64_t BytesRead() const { return bytes_read_ - std::min(bytes_read_, told_of_); }
+  /// What may still be read before the end of the input.
+  std::uint64_t BytesLeft() const { return bytes_left_; }
 
   /// True once a read was refused.
   bool Spent() const { return spent_; }
@@ -31,10 +58,34 @@ class BoundedSource final : public IByteSource {
   bool TimeIsOver() const { return std::chrono::steady_clock::now() >= deadline_; }
 
  private:
+  /// Bytes of the input that are in memory.
+  struct Piece {
+    std::uint64_t offset = 0;
+    std::size_t size = 0;
+    std::unique_ptr<std::uint8_t[]> bytes;
+  };
+
+  /// Reads up to where what is held begins or ends.
+  std::size_t ReadPiece(std::uint64_t offset, std::span<std::uint8_t> out);
+  std::span<const std::uint8_t> HeldAt(std::uint64_t offset) const;
+  /// How far `offset` is from the next held piece behind it.
+  std::uint64_t RoomBeforeNextPiece(std::uint64_t offset) const;
+  /// Reads `size` bytes and keeps them; the budget has to allow them.
+  void Hold(std::uint64_t offset, std::size_t size);
+  std::size_t Read(std::uint64_t offset, std::span<std::uint8_t> out);
+  /// What of the budget a read at `offset` may take.
+  std::uint64_t AllowedAt(std::uint64_t offset) const;
+  bool IsAtEnd(std::uint64_t offset) const;
+
   IByteSource& source_;
-  std::uint64_t bytes_left_;
+  std::uint64_t bytes_read_ = 0;
+  std::uint64_t bytes_left_ = 0;
+  std::uint64_t end_bytes_left_ = 0;  ///< more of them for the end of the input
+  std::uint64_t reads_left_;
   std::chrono::steady_clock::time_point deadline_;
   bool spent_ = false;
+  std::vector<Piece> held_;
+  std::uint64_t told_of_ = 0;
 };
 
 }  // namespace media_server

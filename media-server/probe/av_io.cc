@@ -1,5 +1,6 @@
 #include "media-server/probe/av_io.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "media-server/probe/ffmpeg.h"
@@ -9,6 +10,9 @@ namespace {
 
 // Headers are read in pieces of this size; between 8 and 32 KiB the cost of a probe hardly changes.
 constexpr int kBufferSize = 16 * 1024;
+
+// A reader that jumps wants a header and may jump on: it goes from fragment to fragment that way, or looks for a mark.
+constexpr int kFirstRead = 4 * 1024;
 
 }  // namespace
 
@@ -21,10 +25,13 @@ AvIo::AvIo(BoundedSource& source) : source_(source) {
 
 int AvIo::Read(void* opaque, std::uint8_t* buffer, int size) {
   auto* io = static_cast<AvIo*>(opaque);
+  const bool jumped = io->position_ != io->last_end_;
+  const int wanted = jumped ? std::min(size, kFirstRead) : size;
   const std::size_t got =
-      io->source_.ReadSome(static_cast<std::uint64_t>(io->position_), {buffer, static_cast<std::size_t>(size)});
+      io->source_.ReadSome(static_cast<std::uint64_t>(io->position_), {buffer, static_cast<std::size_t>(wanted)});
   if (got == 0) return io->source_.Spent() ? AVERROR_EXIT : io->source_.ReadFailure() ? AVERROR(EIO) : AVERROR_EOF;
   io->position_ += static_cast<std::int64_t>(got);
+  io->last_end_ = io->position_;
   return static_cast<int>(got);
 }
 

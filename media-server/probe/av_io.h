@@ -22,6 +22,7 @@ class AvIo {
 
   BoundedSource& source_;
   std::int64_t position_ = 0;
+  std::int64_t last_end_ = 0;  // where the last read ended
   IoContextHandle context_;
 };
 

@@ -25,6 +25,38 @@ namespace {
 // later.
 constexpr std::int64_t kProbeSizes[] = {500'000, 10'000'000};
 
+// Bytes that may be read of a container of which nothing describes the whole file at one place.
+struct ByteLimit {
+  std::string_view demuxer;
+  std::uint64_t bytes;
+};
+constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20}, {"mpegts", std::uint64_t{1} << 20}};
+
+void LimitBytes(std::string_view demuxer, BoundedSource& source) {
+  const auto* limit = std::ranges::find(kByteLimits, demuxer, &ByteLimit::demuxer);
+  if (limit != std::end(kByteLimits)) source.Limit(limit->bytes);
+}
+
+// Fragments describe the file as well, but lie all over it: their times are known without them where there is an index.
+constexpr std::uint64_t kMostOfFragments = std::uint64_t{8} << 20;
+
+// Of an MP4 file besides the boxes that describe it. A part is kept for the starts of samples, which are read last.
+constexpr std::uint64_t kMostBesideMp4Boxes = 64 * 1024;
+constexpr std::uint64_t kSampleStarts = 12 * 1024;
+
+std::uint64_t MostBytesOf(const Mp4Movie& movie) {
+  return movie.has_fragments ? kMostOfFragments : kMostBesideMp4Boxes;
+}
+
+// libavformat goes from fragment to fragment for the times of the file. Where that took more than may be read, the
+// index tells the end.
+void SetEndOfFragments(const Mp4Duration& duration, AVFormatContext& context) {
+  const AVRational seconds{1, static_cast<int>(duration.timescale)};
+  const auto ticks = static_cast<std::int64_t>(duration.value);
+  context.duration = av_rescale_q(ticks, seconds, {1, AV_TIME_BASE});
+  for (AVStream* stream : Streams(context)) stream->duration = av_rescale_q(ticks, seconds, stream->time_base);
+}
+
 std::string_view RefusalOf(ContentKind kind) {
   switch (kind) {
     case ContentKind::kStillImage:
@@ -36,12 +68,17 @@ std::string_view RefusalOf(ContentKind kind) {
   }
 }
 
+// A decoder tells it from the first picture.
+bool LacksPixelFormat(const AVCodecParameters& codec) {
+  return codec.format == AV_PIX_FMT_NONE && avcodec_find_decoder(codec.codec_id) != nullptr;
+}
+
 bool LacksFacts(const AVFormatContext& context) {
   return std::ranges::any_of(Streams(context), [](const AVStream* stream) {
     const AVCodecParameters& codec = *stream->codecpar;
     switch (codec.codec_type) {
       case AVMEDIA_TYPE_VIDEO:
-        return !IsCover(*stream) && (codec.width <= 0 || FrameRate(*stream) == 0);
+        return !IsCover(*stream) && (codec.width <= 0 || FrameRate(*stream) == 0 || LacksPixelFormat(codec));
       case AVMEDIA_TYPE_AUDIO:
         return codec.sample_rate <= 0;
       default:
@@ -51,7 +88,7 @@ bool LacksFacts(const AVFormatContext& context) {
 }
 
 // Opens the file and reads as far as its streams' facts need. libavformat cannot analyse twice, so more is read by
-// opening anew.
+// opening anew. What the first limit was too small for is worth the budget of files that nothing describes.
 std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions options, bool may_analyse,
                                         std::string* reason) {
   std::unique_ptr<Demuxer> demuxer;
@@ -64,6 +101,7 @@ std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions op
     demuxer->Analyse();
     const bool all_read = source.Size().value_or(0) <= static_cast<std::uint64_t>(probe_size);
     if (all_read || !LacksFacts(demuxer->Context())) break;
+    source.Limit(ReadBudget().bytes);
   }
   return demuxer;
 }
@@ -113,7 +151,9 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   }
 
   const std::string_view named_demuxer = identity ? identity->demuxer : std::string_view();
+  LimitBytes(named_demuxer, source);
   const ContainerFacts container = ReadContainerFacts(source, named_demuxer);
+  if (container.movie) source.Limit(MostBytesOf(*container.movie) - kSampleStarts);
   if (container.refusal) {
     *reason = *container.refusal;
     return nullptr;
@@ -135,6 +175,9 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   }
 
   AVFormatContext& context = demuxer->Context();
+  if (container.movie && container.movie->fragment_duration && source.Spent()) {
+    SetEndOfFragments(*container.movie->fragment_duration, context);
+  }
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
   media->duration = FileDuration(context);
@@ -142,6 +185,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   DescribeFormat(context, identity, container, *media);
   media->tags = ReadTags(context, container);
   media->date_text = CombinedDateText(media->tags.created, media->tags.modified);
+  if (container.movie) source.Limit(MostBytesOf(*container.movie));
   DescribeStreams(context, source, container, *media);
   if (media->streams.empty()) {
     *reason = container.truncated.value_or(false) ? "file ends early" : refusals::kNotMedia;

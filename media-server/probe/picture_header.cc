@@ -31,6 +31,9 @@ using Bytes = std::span<const std::uint8_t>;
 // Enough for a sample's headers: an encoder that signs its work puts up to 1 KiB of text before the first slice.
 constexpr std::size_t kSampleStart = 4096;
 
+// Later samples have no such text, and only their kind is asked for.
+constexpr std::size_t kLaterSampleStart = 1024;
+
 // A whole sample: the parser refuses a NAL unit that is cut short. Larger ones are given up on.
 constexpr std::size_t kWholeSample = std::size_t{1} << 20;
 
@@ -49,8 +52,8 @@ std::optional<bool> AllKeySamplesAre(IsIdr is_idr, AVStream& stream, const Sampl
   int seen = 0;
   for (int i = 0; i < samples.SampleCount(stream) && seen < kMostKeySamples; ++i) {
     if (!samples.IsKeySample(stream, i)) continue;
-    ++seen;
-    if (const std::optional<bool> idr = is_idr(samples.ReadStart(stream, i, kSampleStart))) {
+    const std::size_t size = seen++ == 0 ? kSampleStart : kLaterSampleStart;
+    if (const std::optional<bool> idr = is_idr(samples.ReadStart(stream, i, size))) {
       all = all.value_or(true) && *idr;
     }
   }
