@@ -190,12 +190,14 @@ std::optional<Worker::Clock::time_point> Worker::Deadline() const {
   return started_ + requests_.front().time_limit;
 }
 
+void Worker::Kill() const { kill(process_, SIGKILL); }
+
 std::string Worker::End() {
   if (process_ < 0) return {};
   int status = 0;
   std::string words;
   // Whoever died by itself is a zombie now, which a kill does not change; the status tells who it was.
-  kill(process_, SIGKILL);
+  Kill();
   while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
   }
   if (WIFSIGNALED(status) && WTERMSIG(status) == SIGSYS) {

@@ -88,6 +88,8 @@ class Worker {
   /// Gives the first pending input that much more time.
   void Excuse(Clock::duration delay) { started_ += delay; }
 
+  /// Ends the process without waiting until it has ended.
+  void Kill() const;
   /// Ends the process and tells in words how it had ended, when it had: "killed by signal 11 (Segmentation fault)".
   std::string End();
   /// What it left for, once it has ended: the number of a wish.

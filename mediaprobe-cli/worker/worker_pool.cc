@@ -44,6 +44,7 @@ bool WorkerPool::Run(InputSource& source) {
       if (source_state_ == InputSource::State::kEnd) return true;
       if (source_state_ == InputSource::State::kInput) continue;
     }
+    KeepSpare(source);
     WaitForNews(source);
     ReadWorkers();
     TellProgress();
@@ -111,8 +112,9 @@ bool WorkerPool::GiveEach(std::size_t share, std::size_t most_appetite, InputSou
         orphans_.push_front(std::move(*request));
         continue;
       }
-      worker.reset();
+      Retire(std::move(worker));
     }
+    if (!worker && spare_ && spare_->company() == request->company) worker = std::move(spare_);
     if (!worker) worker = StartWorker(request->company);
     if (worker) {
       worker->Ask(std::move(*request));
@@ -128,11 +130,28 @@ bool WorkerPool::Suits(const Worker& worker, const Worker::Request& request) con
          !retried_.contains(request.number);
 }
 
+void WorkerPool::Retire(std::unique_ptr<Worker> worker) {
+  // Taking a process apart keeps the kernel busy for a while, in which others can work.
+  worker->Kill();
+  retired_.push_back(std::move(worker));
+  if (retired_.size() > workers_.size()) retired_.pop_front();
+}
+
+void WorkerPool::KeepSpare(const InputSource& source) {
+  const bool goes_on = source_state_ == InputSource::State::kInput && source.total() != next_number_;
+  const bool one_is_alone = std::ranges::any_of(workers_, [](const auto& worker) {
+    return worker && worker->company() == Company::kAlone && worker->pending() > 0;
+  });
+  if (goes_on && one_is_alone && !spare_) spare_ = StartWorker(Company::kAlone);
+}
+
 std::unique_ptr<Worker> WorkerPool::StartWorker(Company company) const {
   std::vector<int> others;
   for (const auto& other : workers_) {
     if (other) others.push_back(other->descriptor());
   }
+  for (const auto& other : retired_) others.push_back(other->descriptor());
+  if (spare_) others.push_back(spare_->descriptor());
   const Worker::BeginWork begin = [this, company](int descriptor) -> AnswerInput {
     if (!callbacks_.enter) return callbacks_.answer;
     return [this, company, descriptor, is_confined = false](const Input& input, const ReportDigest& report) mutable {
@@ -176,7 +195,7 @@ void WorkerPool::ReadWorkers() {
     if (!lives || was_late) {
       Bury(std::move(worker), was_late);
     } else if (worker->is_done()) {
-      worker.reset();
+      Retire(std::move(worker));
     }
   }
   ShareOut(now);
@@ -220,6 +239,8 @@ bool WorkerPool::Grant(int wish, Worker::Request& request) {
   constexpr unsigned kMostWishesOfOne = 8;
   if (++request.wishes > kMostWishesOfOne) return false;
   if (wish == kWishForOwnProcess) return std::exchange(request.company, Company::kAlone) != Company::kAlone;
+  // What is granted now is not in a process that was started before.
+  spare_.reset();
   return callbacks_.grant && callbacks_.grant(wish);
 }
 

@@ -48,6 +48,10 @@ class WorkerPool {
   /// Whether it may answer that input as well: one that has killed a worker goes to a fresh one, since what was left
   /// behind in another would prove nothing.
   bool Suits(const Worker& worker, const Worker::Request& request) const;
+  /// Ends a worker that is of no use any more.
+  void Retire(std::unique_ptr<Worker> worker);
+  /// Where each input gets a process of its own, starts the next one while those before it work.
+  void KeepSpare(const InputSource& source);
   std::unique_ptr<Worker> StartWorker(Company company) const;
   void WaitForNews(const InputSource& source);
   void ReadWorkers();
@@ -68,6 +72,8 @@ class WorkerPool {
   Settings settings_;
   RunCallbacks callbacks_;
   std::vector<std::unique_ptr<Worker>> workers_;
+  std::unique_ptr<Worker> spare_;                // that has no input yet
+  std::deque<std::unique_ptr<Worker>> retired_;  // that have been told to end
   InputSource::State source_state_ = InputSource::State::kInput;
   std::uint64_t next_number_ = 0;             // of the inputs, in the order of the source
   std::uint64_t next_out_ = 0;                // whose answer is given out next

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <new>
 #include <set>
@@ -218,6 +219,19 @@ TEST_F(WorkerPoolTest, SaysThatAWorkerAskedForWhatItMustNot) {
   EXPECT_THAT(Run({"a"}), ElementsAre("a: the probe broke down twice: it asked the system for what no probe needs"));
 }
 
+TEST_F(WorkerPoolTest, StartsTheNextProcessWhileAnInputIsAlone) {
+  company_ = [](const Input&) { return Company::kAlone; };
+  act_ = [parent = std::to_string(getpid())](const std::string& input, const ReportDigest&) {
+    const auto count = [&] {
+      std::ifstream children("/proc/" + parent + "/task/" + parent + "/children");
+      return std::distance(std::istream_iterator<pid_t>(children), {});
+    };
+    while (input == "first" && count() < 2) std::this_thread::sleep_for(10ms);
+    return Answer{input, ""};
+  };
+  EXPECT_THAT(Run({"first", "second"}, 1), ElementsAre("first", "second"));
+}
+
 TEST_F(WorkerPoolTest, FailsAnInputThatKillsItsWorkerTwice) {
   EXPECT_THAT(Run({"a", "abort", "b", "kill", "leave", "c"}),
               ElementsAre("a", "abort: the probe broke down twice: killed by signal 6 (Aborted)", "b",
@@ -363,9 +377,12 @@ TEST_F(WorkerPoolTest, EndsWhenItIsStopped) {
 }
 
 TEST_F(WorkerPoolTest, LeavesNoProcessBehind) {
-  Run({"a", "abort", "b"}, 3);
-  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-  EXPECT_EQ(errno, ECHILD);
+  for (const Company company : {Company::kFiles, Company::kAlone}) {
+    company_ = [=](const Input&) { return company; };
+    Run({"a", "abort", "b", "c", "d"}, 3);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+  }
 }
 
 /// Gives one input at once and the next when its pipe says so.
