@@ -8,7 +8,7 @@
 #include "media-server/container/mp4_boxes.h"
 #include "media-server/container/mp4_movie.h"
 #include "media-server/image/box_uuids.h"
-#include "media-server/image/compact_exif.h"
+#include "media-server/image/exif_values.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/tiff_directory.h"
 #include "media-server/io/span_source.h"
@@ -34,7 +34,7 @@ class CanonRawReader {
         headers_.metadata.AddXmp(AsText(boxes_.WholePayload(*box, kMostXmpBytes)));
       }
     }
-    headers_.metadata.exif = CompactExif(image_, exif_, gps_);
+    headers_.metadata.exif_values = ReadExifValues(image_, exif_, gps_);
     headers_.size = SizeOfDirectory();
     if (!headers_.size) headers_.size = SizeOfLargestTrack();
     return headers_.size.has_value();

@@ -40,7 +40,7 @@ class CiffReader {
   bool Run(Heap root) {
     heaps_.push_back(root);
     for (std::size_t i = 0; i < heaps_.size() && i < kMostHeaps; ++i) ReadHeap(heaps_[i]);
-    headers_.metadata.exif = ExifOf(shot_);
+    headers_.metadata.exif_values = ExifOf(shot_);
     return headers_.size.has_value();
   }
 

@@ -7,9 +7,12 @@
 #include <new>
 #include <string_view>
 
+#include "media-server/image/exif_tags.h"
 #include "media-server/image/image_reader.h"
+#include "media-server/image/wanted_tags.h"
 #include "media-server/io/sibling_library.h"
 #include "media-server/metadata/timestamp.h"
+#include "media-server/metadata/xmp_label.h"
 #include "media-server/picture_tags/picture_tags_library.h"
 #include "platform/utf8.h"
 
@@ -18,10 +21,21 @@ namespace {
 
 using imagecore::QkImageInfo;
 
-/// Of a picture whose metadata cannot be decoded for want of the library, nothing.
+/// A label in XMP is the one that the standard asks for, so that in Exif's user comment comes behind all packets'.
+std::optional<std::string> LabelInXmp(const EmbeddedMetadata& metadata) {
+  auto label = ReadXmpAigcLabel(metadata.xmp);
+  for (const std::string& packet : metadata.further_xmp) {
+    if (!label) label = ReadXmpAigcLabel(packet);
+  }
+  return label;
+}
+
+/// Where the library is missing, what Exif and the label tell.
 PictureTags ReadTags(const EmbeddedMetadata& metadata) {
   PictureTags tags;
-  if (!metadata.HasPayload()) return tags;
+  tags.aigc = LabelInXmp(metadata);
+  ReadExifTags(metadata.exif_values, tags);
+  if (WantedXmpNames(metadata.xmp, tags).empty() && !HasWantedIptc(metadata.iptc, tags)) return tags;
   static const auto read = LoadSiblingFunction<ReadPictureTagsFunction>(kPictureTagsLibraryName, kReadPictureTags);
   if (read != nullptr) read(metadata, &tags);
   return tags;

@@ -10,7 +10,7 @@
 #include "media-server/image/bmp.h"
 #include "media-server/image/canon_raw.h"
 #include "media-server/image/ciff.h"
-#include "media-server/image/compact_exif.h"
+#include "media-server/image/exif_values.h"
 #include "media-server/image/fujifilm_raw.h"
 #include "media-server/image/gif.h"
 #include "media-server/image/heif.h"
@@ -138,9 +138,11 @@ std::optional<PictureHeaders> ReadPictureHeaders(IByteSource& source, std::strin
     *reason = noting.met_end() ? "file ends early" : "the picture's header is damaged";
     return std::nullopt;
   }
-  // What decodes Exif trusts its offsets, so it gets none but ours.
-  SpanSource exif(headers.metadata.exif);
-  headers.metadata.exif = CompactExif(exif, 0);
+  EmbeddedMetadata& metadata = headers.metadata;
+  if (!metadata.exif.empty()) {
+    SpanSource exif(metadata.exif);
+    metadata.exif_values = ReadExifValues(exif, 0);
+  }
   return headers;
 }
 

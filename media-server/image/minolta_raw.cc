@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "media-server/container/byte_reader.h"
-#include "media-server/image/compact_exif.h"
+#include "media-server/image/exif_values.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/header_window.h"
 #include "media-server/image/metered_source.h"
@@ -39,8 +39,9 @@ bool ReadMinoltaRaw(IByteSource& file, PictureHeaders& headers) {
       const std::uint32_t width = block.Be16();
       if (block.Ok()) headers.size = PictureSize{width, height};
     }
-    if (name == "\0TTW"sv && headers.metadata.exif.empty())
-      headers.metadata.exif = CompactExif(source, offset + kBlockHeader);
+    if (name == "\0TTW"sv && headers.metadata.exif_values.empty()) {
+      headers.metadata.exif_values = ReadExifValues(source, offset + kBlockHeader);
+    }
     offset += kBlockHeader + size;
   }
   return headers.size.has_value();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/rational.h"
+#include "media-server/image/exif_values.h"
 #include "media_server/image_info.h"
 
 namespace media_server::image {
@@ -36,7 +37,8 @@ struct Animation {
 
 /// Metadata as they lie in the file, each cut out of its carrier's wrapping. Bounded: see kMostMetadataBytes.
 struct EmbeddedMetadata {
-  std::vector<std::uint8_t> exif;        ///< a TIFF structure from its byte order mark on
+  std::vector<std::uint8_t> exif;        ///< a TIFF structure from its byte order mark on, where it lies in one piece
+  ExifValues exif_values;                ///< what is wanted of Exif, however it lies in the file
   std::string xmp;                       ///< the packet; the first where there are several
   std::vector<std::uint8_t> iptc;        ///< IPTC-IIM data sets
   std::string aigc;                      ///< a text chunk that holds the label of AI-generated content itself
@@ -44,8 +46,6 @@ struct EmbeddedMetadata {
 
   /// Packets behind the first, at most three: a label may have been added in one of its own.
   std::vector<std::string> further_xmp;
-
-  bool HasPayload() const { return !exif.empty() || !xmp.empty() || !iptc.empty(); }
 
   /// Keeps a packet in the order in which they come; an empty one and those past the last are dropped.
   void AddXmp(std::string_view packet) {

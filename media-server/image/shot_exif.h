@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "media-server/image/exif_values.h"
 
 namespace media_server::image {
 
@@ -15,7 +16,7 @@ struct Shot {
   std::optional<double> exposure_time_s;
 };
 
-/// The same as a TIFF structure with Exif tags, so that it goes the way of all Exif; empty when nothing is told.
-std::vector<std::uint8_t> ExifOf(const Shot& shot);
+/// The same as values of Exif, so that it goes the way of all Exif; none when nothing is told.
+ExifValues ExifOf(const Shot& shot);
 
 }  // namespace media_server::image

@@ -97,7 +97,7 @@ void ReadSections(IByteSource& source, PictureHeaders& headers) {
     if (!is_preview || !headers.metadata.exif.empty() || ++previews > kMostPreviews) continue;
     headers.metadata = ReadEmbeddedJpeg(source, section.offset + kPreviewHeader).metadata;
   }
-  if (headers.metadata.exif.empty()) headers.metadata.exif = ExifOf(shot);
+  if (headers.metadata.exif.empty()) headers.metadata.exif_values = ExifOf(shot);
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "media-server/container/byte_reader.h"
-#include "media-server/image/compact_exif.h"
 #include "media-server/image/embedded_jpeg.h"
+#include "media-server/image/exif_values.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/header_window.h"
 #include "media-server/image/metered_source.h"
@@ -222,7 +222,7 @@ class TiffReader {
     const TiffEntry* jpeg = IsPanasonic() ? first_->Find(kPanasonicJpeg) : nullptr;
     const auto jpeg_position = jpeg ? walker_.ValuePosition(*jpeg) : std::nullopt;
     if (jpeg_position) headers_.metadata = ReadEmbeddedJpeg(metered_, *jpeg_position).metadata;
-    if (headers_.metadata.exif.empty()) headers_.metadata.exif = CompactExif(metered_, 0);
+    if (headers_.metadata.exif.empty()) headers_.metadata.exif_values = ReadExifValues(metered_, 0);
 
     HeaderWindow window(source_, kMostStillBytes - kDirectoryBudget + metered_.BytesLeft());
     if (headers_.metadata.xmp.empty()) headers_.metadata.xmp = AsText(Payload(window, kXmp));

@@ -13,6 +13,8 @@
 namespace media_server::picture_tags {
 namespace {
 
+using image::XmpName;
+
 // expat joins namespace and local name with this character, which neither may hold.
 constexpr char kSeparator = '\x01';
 constexpr std::string_view kRdf = "http://www.w3.org/1999/02/22-rdf-syntax-ns#";

@@ -4,14 +4,9 @@
 #include <string>
 #include <string_view>
 
-namespace media_server::picture_tags {
+#include "media-server/image/wanted_tags.h"
 
-/// The name of a property. The prefix is the one by which the namespace is usually known.
-struct XmpName {
-  std::string_view prefix;
-  std::string_view namespace_uri;
-  std::string_view local_name;
-};
+namespace media_server::picture_tags {
 
 /// A small well-formed packet with those of the `wanted` properties of `packet` that are plain texts, written as
 /// attributes, the first of each name; empty when there are none. Everything else is left out: a decoder takes time by
@@ -19,6 +14,6 @@ struct XmpName {
 ///
 /// A packet that is no well-formed XML gives what stands before the place where that shows; one with a document type,
 /// which XMP does not know, gives nothing.
-std::string CompactXmp(std::string_view packet, std::span<const XmpName> wanted);
+std::string CompactXmp(std::string_view packet, std::span<const image::XmpName> wanted);
 
 }  // namespace media_server::picture_tags

@@ -2,7 +2,6 @@
 
 #include <exiv2/error.hpp>
 
-#include "media-server/picture_tags/exif_tags.h"
 #include "media-server/picture_tags/iptc_tags.h"
 #include "media-server/picture_tags/xmp_tags.h"
 #include "platform/export.h"
@@ -28,10 +27,6 @@ extern "C" PLATFORM_EXPORT void ReadMediaServerPictureTags(const media_server::i
   // Its messages would go to the host's standard error.
   static const bool quiet = (Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute), true);
   static_cast<void>(quiet);
-  // In the order of precedence: a label in XMP is the one that the standard asks for, all else is Exif's before XMP's.
-  Guarded([&] { picture_tags::ReadXmpLabel(metadata.xmp, *tags); });
-  for (const auto& packet : metadata.further_xmp) Guarded([&] { picture_tags::ReadXmpLabel(packet, *tags); });
-  Guarded([&] { picture_tags::ReadExifTags(metadata.exif, *tags); });
   Guarded([&] { picture_tags::ReadXmpTags(metadata.xmp, *tags); });
   Guarded([&] { picture_tags::ReadIptcTags(metadata.iptc, *tags); });
 }

@@ -5,11 +5,12 @@
 
 namespace media_server {
 
-/// File name of the library that decodes Exif, XMP and IPTC, which lies beside the media server library, and its one
-/// exported function: fills the empty fields of `*tags` with what the payloads of `metadata` tell. What cannot be
-/// decoded tells nothing. Safe to call from any thread.
+/// File name of the library that decodes XMP and IPTC, which lies beside the media server library, and its one exported
+/// function: fills the empty fields of `*tags`, the label aside, with what those payloads of `metadata` tell, XMP
+/// before IPTC. What cannot be decoded tells nothing. Safe to call from any thread.
 ///
-/// A library of its own, as loading Exiv2 costs more than a whole probe: only pictures with metadata pay for it.
+/// A library of its own, as loading Exiv2 costs more than a whole probe: only pictures pay for it whose Exif leaves
+/// open what their XMP or IPTC tell.
 inline constexpr char kPictureTagsLibraryName[] = "libMediaServerPictureTags.so";
 inline constexpr char kReadPictureTags[] = "ReadMediaServerPictureTags";
 using ReadPictureTagsFunction = void (*)(const image::EmbeddedMetadata& metadata, image::PictureTags* tags);

@@ -1,24 +1,24 @@
 #include "media-server/picture_tags/xmp_tags.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <exiv2/xmp_exiv2.hpp>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include "media-server/image/orientation.h"
+#include "media-server/image/tag_values.h"
+#include "media-server/image/wanted_tags.h"
 #include "media-server/metadata/timestamp.h"
-#include "media-server/metadata/xmp_label.h"
 #include "media-server/picture_tags/compact_xmp.h"
-#include "media-server/picture_tags/tag_values.h"
 
 namespace media_server::picture_tags {
 namespace {
 
 using image::PictureTags;
+using image::XmpFact;
+using image::XmpName;
 
 /// Takes a number off the front of `text`; empty when there is none.
 std::optional<double> TakeNumber(std::string_view& text) {
@@ -53,84 +53,46 @@ void ReadPlace(std::string_view text, std::string_view letters, double most, std
     text.remove_prefix(1);
   }
   if (text.size() != 1) return;
-  const auto letter = HemisphereOf(text, letters);
-  const auto angle = AngleOf(std::span(parts).first(count), most);
+  const auto letter = image::HemisphereOf(text, letters);
+  const auto angle = image::AngleOf(std::span(parts).first(count), most);
   if (!letter || !angle) return;
   degrees = angle;
   hemisphere = letter;
 }
 
-/// One property: whether its fact is still wanted, and how its text is taken for it.
-struct Property {
-  XmpName name;
-  bool (*is_wanted)(const PictureTags& tags);
-  void (*read)(const std::string& text, PictureTags& tags);
-};
+void ReadOrientation(std::string_view text, std::optional<image::Orientation>& orientation) {
+  if (text.size() != 1 || text[0] <= '0') return;
+  orientation = image::OrientationFromExif(static_cast<std::uint32_t>(text[0] - '0'));
+}
 
-constexpr std::string_view kTiff = "http://ns.adobe.com/tiff/1.0/";
-constexpr std::string_view kExif = "http://ns.adobe.com/exif/1.0/";
-constexpr std::string_view kXmp = "http://ns.adobe.com/xap/1.0/";
-constexpr std::string_view kPhotoshop = "http://ns.adobe.com/photoshop/1.0/";
-
-constexpr auto kLacksCreated = [](const PictureTags& tags) { return !tags.created; };
-constexpr auto kReadCreated = [](const std::string& text, PictureTags& tags) {
-  tags.created = ParseLocalTimestamp(text);
-};
-constexpr auto kLacksExposure = [](const PictureTags& tags) { return !tags.exposure_time_s; };
-
-// In the order of precedence.
-constexpr Property kProperties[] = {
-    {{"tiff", kTiff, "Make"},
-     [](const PictureTags& tags) { return !tags.maker; },
-     [](const std::string& text, PictureTags& tags) { tags.maker = TextOf(text); }},
-    {{"tiff", kTiff, "Model"},
-     [](const PictureTags& tags) { return !tags.model; },
-     [](const std::string& text, PictureTags& tags) { tags.model = TextOf(text); }},
-    {{"exif", kExif, "DateTimeOriginal"}, kLacksCreated, kReadCreated},
-    {{"xmp", kXmp, "CreateDate"}, kLacksCreated, kReadCreated},
-    {{"photoshop", kPhotoshop, "DateCreated"}, kLacksCreated, kReadCreated},
-    {{"xmp", kXmp, "ModifyDate"},
-     [](const PictureTags& tags) { return !tags.modified; },
-     [](const std::string& text, PictureTags& tags) { tags.modified = ParseLocalTimestamp(text); }},
-    {{"exif", kExif, "ExposureTime"},
-     kLacksExposure,
-     [](const std::string& text, PictureTags& tags) {
-       tags.exposure_time_s = ExposureOf(ParseQuotient(text).value_or(0));
-     }},
-    {{"exif", kExif, "ShutterSpeedValue"},
-     kLacksExposure,
-     [](const std::string& text, PictureTags& tags) {
-       const auto stops = ParseQuotient(text);
-       if (stops) tags.exposure_time_s = ExposureOf(std::exp2(-*stops));
-     }},
-    {{"tiff", kTiff, "Orientation"},
-     [](const PictureTags& tags) { return !tags.orientation; },
-     [](const std::string& text, PictureTags& tags) {
-       if (text.size() == 1 && text[0] > '0') {
-         tags.orientation = image::OrientationFromExif(static_cast<std::uint32_t>(text[0] - '0'));
-       }
-     }},
-    {{"exif", kExif, "GPSLatitude"},
-     [](const PictureTags& tags) { return !tags.latitude_degrees; },
-     [](const std::string& text, PictureTags& tags) {
-       ReadPlace(text, "NS", 90, tags.latitude_degrees, tags.latitude_ref);
-     }},
-    {{"exif", kExif, "GPSLongitude"},
-     [](const PictureTags& tags) { return !tags.longitude_degrees; },
-     [](const std::string& text, PictureTags& tags) {
-       ReadPlace(text, "EW", 180, tags.longitude_degrees, tags.longitude_ref);
-     }},
-};
-
-/// The properties of facts that are still wanted, where the packet has their names somewhere in its text. Looking for
-/// them is cheap, and in most packets there are none: Exif told it all.
-std::vector<XmpName> WantedNames(std::string_view packet, const PictureTags& tags) {
-  std::vector<XmpName> names;
-  for (const Property& property : kProperties) {
-    if (!property.is_wanted(tags) || packet.find(property.name.local_name) == packet.npos) continue;
-    names.push_back(property.name);
+/// Sets the fact, which is still lacking, where `text` tells it.
+void Read(XmpFact fact, const std::string& text, PictureTags& tags) {
+  switch (fact) {
+    case XmpFact::kMaker:
+      tags.maker = image::TextOf(text);
+      return;
+    case XmpFact::kModel:
+      tags.model = image::TextOf(text);
+      return;
+    case XmpFact::kCreated:
+      tags.created = ParseLocalTimestamp(text);
+      return;
+    case XmpFact::kModified:
+      tags.modified = ParseLocalTimestamp(text);
+      return;
+    case XmpFact::kExposureTime:
+      tags.exposure_time_s = image::ExposureOf(ParseQuotient(text).value_or(0));
+      return;
+    case XmpFact::kShutterSpeed:
+      if (const auto stops = ParseQuotient(text)) tags.exposure_time_s = image::ExposureOf(std::exp2(-*stops));
+      return;
+    case XmpFact::kOrientation:
+      return ReadOrientation(text, tags.orientation);
+    case XmpFact::kLatitude:
+      return ReadPlace(text, "NS", 90, tags.latitude_degrees, tags.latitude_ref);
+    case XmpFact::kLongitude:
+      return ReadPlace(text, "EW", 180, tags.longitude_degrees, tags.longitude_ref);
   }
-  return names;
 }
 
 std::string KeyOf(const XmpName& name) {
@@ -147,23 +109,19 @@ void Decode(const std::string& packet, Exiv2::XmpData& data) {
 
 }  // namespace
 
-void ReadXmpLabel(std::string_view packet, PictureTags& tags) {
-  if (!tags.aigc) tags.aigc = ReadXmpAigcLabel(packet);
-}
-
 void ReadXmpTags(std::string_view packet, PictureTags& tags) {
   // A packet may be padded with NULs behind its end.
   packet = packet.substr(0, packet.find('\0'));
-  const auto wanted = WantedNames(packet, tags);
+  const auto wanted = image::WantedXmpNames(packet, tags);
   if (wanted.empty()) return;
   const std::string compact = CompactXmp(packet, wanted);
   if (compact.empty()) return;
   Exiv2::XmpData data;
   Decode(compact, data);
-  for (const Property& property : kProperties) {
-    if (!property.is_wanted(tags)) continue;
-    const auto found = data.findKey(Exiv2::XmpKey(KeyOf(property.name)));
-    if (found != data.end()) property.read(found->toString(), tags);
+  for (const XmpName& name : wanted) {
+    if (!image::IsLacking(name.fact, tags)) continue;
+    const auto found = data.findKey(Exiv2::XmpKey(KeyOf(name)));
+    if (found != data.end()) Read(name.fact, found->toString(), tags);
   }
 }
 

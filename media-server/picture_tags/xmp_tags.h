@@ -6,9 +6,6 @@
 
 namespace media_server::picture_tags {
 
-/// The label of AI-generated content, where `tags` has none.
-void ReadXmpLabel(std::string_view packet, image::PictureTags& tags);
-
 /// Fills the empty fields of `tags`, the label aside, from an XMP packet. A packet is only decoded, which is slow, when
 /// it names a property that is still wanted. Throws what Exiv2 throws.
 void ReadXmpTags(std::string_view packet, image::PictureTags& tags);

@@ -168,7 +168,7 @@ TEST(CameraRaw, CutBeforeTheSensorsPicture) {
   ExpectRaw(headers, 6000, 4000);
   TiffBuilder exif;
   exif.Add({TiffBuilder::Ascii(kMake, "Maker"), exif.Short(kOrientation, 6)});
-  EXPECT_EQ(Text(headers->metadata.exif), exif.Bytes());
+  EXPECT_EQ(headers->metadata.exif_values, ExifIn(exif.Bytes()));
 }
 
 TEST(CameraRaw, OlympusHasAMagicOfItsOwn) {
@@ -181,7 +181,7 @@ TEST(CameraRaw, OlympusHasAMagicOfItsOwn) {
     ExpectRaw(headers, 4640, 3472);
     TiffBuilder exif(order);
     exif.Add({TiffBuilder::Ascii(kMake, "Maker")});
-    EXPECT_EQ(Text(headers->metadata.exif), exif.Bytes());
+    EXPECT_EQ(headers->metadata.exif_values, ExifIn(exif.Bytes()));
   }
 }
 
@@ -216,13 +216,13 @@ TEST(CameraRaw, PanasonicsExifIsThatOfItsPreview) {
   raw.SetMagic("U\0"s);
   raw.Add({raw.Short(2, 5272), raw.Short(3, 3904), TiffBuilder::Raw(0x2E, 7, JpegWithExif(MakerOnly("inside"))),
            TiffBuilder::Ascii(kMake, "outside")});
-  EXPECT_EQ(Text(ReadPicture(raw.Bytes())->metadata.exif), MakerOnly("inside"));
+  EXPECT_EQ(ReadPicture(raw.Bytes())->metadata.exif_values, ExifIn(MakerOnly("inside")));
 
   TiffBuilder without_preview;
   without_preview.SetMagic("U\0"s);
   without_preview.Add({raw.Short(2, 5272), raw.Short(3, 3904), TiffBuilder::Raw(0x2E, 7, "no picture"),
                        TiffBuilder::Ascii(kMake, "outside")});
-  EXPECT_EQ(Text(ReadPicture(without_preview.Bytes())->metadata.exif), MakerOnly("outside"));
+  EXPECT_EQ(ReadPicture(without_preview.Bytes())->metadata.exif_values, ExifIn(MakerOnly("outside")));
 }
 
 TEST(CameraRaw, LittleIsReadOfALargeFile) {

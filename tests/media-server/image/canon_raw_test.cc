@@ -75,21 +75,14 @@ TEST(CanonRaw, TracksOfOtherKindsAreNoPicture) {
   EXPECT_FALSE(ReadCanonRaw(source, headers));
 }
 
-TEST(CanonRaw, TheDirectoriesBecomeOneExifStructure) {
-  const auto exif = Read(File(Box("uuid", kCanonId + Directories()) + Tracks())).metadata.exif;
-  SpanSource source(exif);
-  auto walker = TiffWalker::Open(source, 0);
-  ASSERT_TRUE(walker);
-  const auto image = walker->Read(walker->first());
-  ASSERT_TRUE(image);
-  EXPECT_EQ(walker->Number(*image, 0x0112), 6U);
-  EXPECT_TRUE(image->Find(0x010F));
-  const auto exif_directory = walker->Read(walker->Number(*image, kTiffExifDirectory).value_or(0));
-  ASSERT_TRUE(exif_directory);
-  EXPECT_TRUE(exif_directory->Find(0x829A));
-  const auto gps_directory = walker->Read(walker->Number(*image, kTiffGpsDirectory).value_or(0));
-  ASSERT_TRUE(gps_directory);
-  EXPECT_TRUE(gps_directory->Find(0x0001));
+TEST(CanonRaw, ExifIsThatOfTheThreeDirectories) {
+  const auto exif = Read(File(Box("uuid", kCanonId + Directories()) + Tracks())).metadata.exif_values;
+  const ExifValue* orientation = exif.Find(ExifDirectory::kImage, kExifOrientation);
+  ASSERT_TRUE(orientation);
+  EXPECT_EQ(NumberIn(orientation->bytes, exif.order), 6U);
+  EXPECT_TRUE(exif.Find(ExifDirectory::kImage, kExifMake));
+  EXPECT_TRUE(exif.Find(ExifDirectory::kExif, kExifExposureTime));
+  EXPECT_TRUE(exif.Find(ExifDirectory::kGps, kExifGpsLatitudeRef));
 }
 
 TEST(CanonRaw, XmpLiesInABoxBehindTheMovie) {

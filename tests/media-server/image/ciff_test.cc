@@ -56,7 +56,7 @@ TEST(Ciff, SizeRotationAndShot) {
   exif.Add({TiffBuilder::Ascii(0x010F, "Canon"), TiffBuilder::Ascii(0x0110, "Canon EOS D60"),
             TiffBuilder::Link(0x8769, {1})});
   exif.Add({exif.Rational(0x829A, {15625, 1000000}), TiffBuilder::Ascii(0x9003, "2003:04:05 06:07:08")});
-  EXPECT_EQ(Text(headers->metadata.exif), exif.Bytes());
+  EXPECT_EQ(headers->metadata.exif_values, ExifIn(exif.Bytes()));
 }
 
 TEST(Ciff, RotationMayBeToldEitherWay) {
@@ -70,7 +70,7 @@ TEST(Ciff, RotationMayBeToldEitherWay) {
 TEST(Ciff, SizeAloneIsEnough) {
   const auto headers = ReadPicture(Crw(Heap({{0x1810, ImageSpec(0)}})));
   ExpectSize(headers, 3072, 2048);
-  EXPECT_TRUE(headers->metadata.exif.empty());
+  EXPECT_TRUE(headers->metadata.exif_values.empty());
   EXPECT_FALSE(ReadPicture(Crw(Heap({{0x180E, Le(1049522828, 4) + Zeros(8)}}))));
   EXPECT_FALSE(ReadPicture(Crw(Heap({{0x1810, ImageSpec(0).substr(0, 15)}}))));
 }
@@ -85,11 +85,11 @@ TEST(Ciff, ValuesWithinTheDirectoryAreNoPlaces) {
 TEST(Ciff, OddShotsSayNothing) {
   const std::string no_time =
       Heap({{0x1810, ImageSpec(0)}, {0x180E, Zeros(12)}, {0x1818, Float(0) + Float(1e30F) + Float(5)}, {0x080A, ""}});
-  EXPECT_TRUE(ReadPicture(Crw(no_time))->metadata.exif.empty());
+  EXPECT_TRUE(ReadPicture(Crw(no_time))->metadata.exif_values.empty());
   const std::string maker_only = Heap({{0x1810, ImageSpec(0)}, {0x080A, "Canon"}});
   TiffBuilder exif;
   exif.Add({TiffBuilder::Ascii(0x010F, "Canon")});
-  EXPECT_EQ(Text(ReadPicture(Crw(maker_only))->metadata.exif), exif.Bytes());
+  EXPECT_EQ(ReadPicture(Crw(maker_only))->metadata.exif_values, ExifIn(exif.Bytes()));
 }
 
 TEST(Ciff, CutFilesAreRefused) {

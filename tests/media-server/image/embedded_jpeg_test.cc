@@ -23,7 +23,7 @@ TEST(EmbeddedJpeg, NothingWhereNoPictureBegins) {
        {std::uint64_t{0}, std::uint64_t{7}, std::uint64_t{9}, std::uint64_t{1000}, UINT64_MAX}) {
     const PictureHeaders headers = ReadEmbeddedJpeg(source, offset);
     EXPECT_FALSE(headers.size) << offset;
-    EXPECT_FALSE(headers.metadata.HasPayload()) << offset;
+    EXPECT_FALSE(HasPayload(headers.metadata)) << offset;
   }
 }
 

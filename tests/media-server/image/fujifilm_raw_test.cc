@@ -42,7 +42,7 @@ TEST(FujifilmRaw, SizeWithoutBordersAndMetadataOfThePreview) {
   EXPECT_EQ(headers->type, imagecore::kPictureCameraRaw);
   EXPECT_EQ(headers->fourcc, FourCC("RAF "));
   EXPECT_EQ(headers->alpha, imagecore::kAlphaNone);
-  EXPECT_EQ(Text(headers->metadata.exif), MakerOnly("Maker"));
+  EXPECT_EQ(headers->metadata.exif_values, ExifIn(MakerOnly("Maker")));
 }
 
 TEST(FujifilmRaw, OtherSizesStandInForIt) {
@@ -64,7 +64,7 @@ TEST(FujifilmRaw, WithoutAnySizeItIsRefused) {
 TEST(FujifilmRaw, AMissingPreviewLeavesTheSize) {
   const auto headers = ReadPicture(Raf(Table({{0x0100, HeightAndWidth(4000, 6000)}}), "no picture"));
   ExpectSize(headers, 6000, 4000);
-  EXPECT_FALSE(headers->metadata.HasPayload());
+  EXPECT_FALSE(HasPayload(headers->metadata));
 }
 
 TEST(FujifilmRaw, TablesThatLieAreReadWithinBounds) {

@@ -7,6 +7,7 @@
 
 #include "media-server/image/fourcc.h"
 #include "tests/media-server/image/heif_builder.h"
+#include "tests/media-server/image/read_picture.h"
 
 namespace media_server::image {
 namespace {
@@ -54,7 +55,7 @@ TEST(Heif, TellsThePrimaryItem) {
   EXPECT_EQ(headers.alpha, imagecore::kAlphaNone);
   EXPECT_EQ(headers.orientation, Orientation());
   EXPECT_FALSE(headers.animation);
-  EXPECT_FALSE(headers.metadata.HasPayload());
+  EXPECT_FALSE(HasPayload(headers.metadata));
 }
 
 TEST(Heif, AvifIsATypeOfItsOwn) {
@@ -279,7 +280,7 @@ TEST(Heif, MetadataOfAnotherItemAreLeftOut) {
   HeifFile file = OnePicture();
   file.items.push_back({.id = 3, .type = "Exif", .data = Be(0, 4) + "II*\0map"s});
   file.references = {{.type = "cdsc", .from = 3, .to = {9}}};
-  EXPECT_FALSE(Read(file.Bytes()).metadata.HasPayload());
+  EXPECT_FALSE(HasPayload(Read(file.Bytes()).metadata));
 }
 
 TEST(Heif, XmpMayLieInABoxOfItsOwn) {
@@ -306,7 +307,7 @@ TEST(Heif, AnItemOfXmpComesBeforeTheBox) {
 TEST(Heif, CompressedXmpIsLeftOut) {
   HeifFile file = OnePicture();
   file.items.push_back({.id = 5, .type = "mime", .data = "<x/>", .mime = "application/rdf+xml\0deflate\0"s});
-  EXPECT_FALSE(Read(file.Bytes()).metadata.HasPayload());
+  EXPECT_FALSE(HasPayload(Read(file.Bytes()).metadata));
 }
 
 TEST(Heif, CutAnywhereTellsTheWholeTruthOrNothing) {

@@ -2,8 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 
+#include "core/loading.h"
+#include "media-server/image/exif_values.h"
+#include "tests/media-server/container/memory_source.h"
+#include "tests/media-server/image/exif_jpeg.h"
+#include "tests/media-server/image/tiff_builder.h"
 #include "tests/media-server/zone.h"
 
 namespace media_server::image {
@@ -175,6 +182,88 @@ TEST(FillImageInfoTest, EndsALabelAtItsFirstNul) {
   FillImageInfo(StillHeaders(), {.aigc = std::string("ab\0cd", 5)}, info);
   EXPECT_STREQ(info.aigc_data, "ab");
   EXPECT_EQ(info.aigc_size, 2);
+}
+
+constexpr std::string_view kLabelled = R"(<x xmlns:a="http://www.tc260.org.cn/ns/AIGC/1.0/" a:AIGC=")";
+
+std::string XmpSegment(std::string_view packet) {
+  return AppSegment(1, std::string("http://ns.adobe.com/xap/1.0/\0", 29) + std::string(packet));
+}
+
+std::string LabelSegment(std::string_view label) {
+  return XmpSegment(std::string(kLabelled) + std::string(label) + "\"/>");
+}
+
+/// A packet of the properties.
+std::string Described(std::string_view properties) {
+  return R"(<rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#"><rdf:Description rdf:about="" )"
+         R"(xmlns:tiff="http://ns.adobe.com/tiff/1.0/" xmlns:xmp="http://ns.adobe.com/xap/1.0/" )" +
+         std::string(properties) + "/></rdf:RDF>";
+}
+
+std::string CommentSegment(std::string_view comment) {
+  TiffBuilder exif;
+  exif.Add({TiffBuilder::Raw(kExifUserComment, 7, std::string("ASCII\0\0\0", 8) + std::string(comment))});
+  return ExifSegment(exif.Bytes());
+}
+
+/// IPTC data sets in Photoshop's segment.
+std::string IptcSegment(const std::string& data_sets) {
+  return AppSegment(13, std::string("Photoshop 3.0\0"
+                                    "8BIM\x04\x04\0\0",
+                                    22) +
+                            Be(data_sets.size(), 4) + data_sets + Zeros(data_sets.size() % 2));
+}
+
+std::string DataSet(std::uint8_t number, std::string_view text) {
+  return std::string{'\x1C', '\x02', static_cast<char>(number), '\0', static_cast<char>(text.size())} +
+         std::string(text);
+}
+
+void Query(const std::string& segments, QkImageInfo& info) {
+  MemorySource source(JpegWith(segments));
+  std::string reason;
+  EXPECT_TRUE(QueryImage(source, info, &reason)) << reason;
+}
+
+TEST(QueryImageTest, PrefersTheLabelInXmpToTheOneInTheUserComment) {
+  const std::string in_comment = R"({"Label":"comment"})";
+  QkImageInfo info;
+  Query(CommentSegment(in_comment), info);
+  EXPECT_STREQ(info.aigc_data, in_comment.c_str());
+  Query(CommentSegment(in_comment) + LabelSegment("first"), info);
+  EXPECT_STREQ(info.aigc_data, "first");
+  Query(CommentSegment(in_comment) + XmpSegment("<x/>") + LabelSegment("second") + LabelSegment("third"), info);
+  EXPECT_STREQ(info.aigc_data, "second") << "of a packet behind the first";
+}
+
+TEST(QueryImageTest, LoadsTheLibraryOnlyForWhatExifLeavesOpen) {
+  static std::string told;
+  CoreWatchLoading([](const char* name) { told += name; });
+  const std::string iptc = DataSet(55, "20120709") + DataSet(60, "120000+0000");
+  TiffBuilder exif;
+  exif.Add({TiffBuilder::Ascii(kExifMake, "Exif"), TiffBuilder::Ascii(kExifDateTimeOriginal, "2012:07:09 12:00:00")});
+  const std::string whole = ExifSegment(exif.Bytes());
+  QkImageInfo info;
+  for (const std::string& segments :
+       {std::string(), whole, CommentSegment("{}"), LabelSegment("label"), XmpSegment(Described("xmp:Rating=\"5\"")),
+        whole + XmpSegment(Described("tiff:Make=\"Xmp\" xmp:CreateDate=\"2013-07-09T12:00:00\"")),
+        whole + IptcSegment(iptc), IptcSegment(DataSet(5, "title"))}) {
+    Query(segments, info);
+    EXPECT_EQ(told, "");
+  }
+  Query(whole + XmpSegment(Described("tiff:Make=\"Xmp\" tiff:Model=\"EX-1\"")), info);
+  EXPECT_STREQ(info.camera_maker, "Exif");
+  EXPECT_STREQ(info.camera_model, "EX-1");
+  EXPECT_EQ(told, "libMediaServerPictureTags.so");
+  CoreWatchLoading(nullptr);
+}
+
+TEST(QueryImageTest, ReadsTheTimeThatOnlyIptcTells) {
+  const Zone zone("UTC0");
+  QkImageInfo info;
+  Query(IptcSegment(DataSet(55, "20120709") + DataSet(60, "120000+0000")), info);
+  EXPECT_STREQ(info.date, "2012:7:9:12:0:0");
 }
 
 }  // namespace

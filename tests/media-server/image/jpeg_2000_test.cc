@@ -7,6 +7,7 @@
 
 #include "media-server/image/fourcc.h"
 #include "tests/media-server/container/mp4_builder.h"
+#include "tests/media-server/image/read_picture.h"
 
 namespace media_server::image {
 namespace {
@@ -127,7 +128,7 @@ TEST(Jpeg2000, ABoxByItsIdentifierHoldsMetadata) {
   EXPECT_EQ(TextOf(metadata_of(Box("uuid", "JpgTiffExif->JP2II*\0x"s)).exif), "II*\0x"s);
   EXPECT_EQ(TextOf(metadata_of(Box("uuid", "JpgTiffExif->JP2Exif\0\0II*\0x"s)).exif), "II*\0x"s);
   EXPECT_EQ(TextOf(metadata_of(Box("uuid", editor_id + "MM\0*x"s)).exif), "MM\0*x"s);
-  EXPECT_FALSE(metadata_of(Box("uuid", other_id + "II*\0x"s)).HasPayload());
+  EXPECT_FALSE(HasPayload(metadata_of(Box("uuid", other_id + "II*\0x"s))));
 }
 
 TEST(Jpeg2000, IsRefusedWithoutASize) {

@@ -42,7 +42,7 @@ TEST(Jpeg, TellsSizeKindAndSamplesOfItsFrame) {
   EXPECT_EQ(headers->bit_depth, 8);
   EXPECT_EQ(headers->chroma_sampling, codec::kChroma420);
   EXPECT_FALSE(headers->animation);
-  EXPECT_FALSE(headers->metadata.HasPayload());
+  EXPECT_FALSE(HasPayload(headers->metadata));
 }
 
 TEST(Jpeg, KnowsEveryKindOfFrame) {

@@ -30,7 +30,7 @@ TEST(MinoltaRaw, SizeOfThePictureAndExif) {
   EXPECT_EQ(headers->type, imagecore::kPictureCameraRaw);
   EXPECT_EQ(headers->fourcc, FourCC("MRW "));
   EXPECT_EQ(headers->alpha, imagecore::kAlphaNone);
-  EXPECT_EQ(Text(headers->metadata.exif), MakerOnly("Maker"));
+  EXPECT_EQ(headers->metadata.exif_values, ExifIn(MakerOnly("Maker")));
 }
 
 TEST(MinoltaRaw, CutFilesAreToldAsLongAsTheirSizeIsThere) {

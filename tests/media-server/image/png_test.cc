@@ -209,7 +209,7 @@ TEST(Png, LeavesOutProfilesAndTextsThatAreDamaged) {
         Chunk("iTXt", "AIGC\0"s), Chunk("iTXt", "AIGC\0\0\0no end"s), Chunk("iTXt", "AIGC\0\0\0en\0no end"s)}) {
     const auto headers = ReadPicture(Still(chunk));
     ASSERT_TRUE(headers);
-    EXPECT_FALSE(headers->metadata.HasPayload());
+    EXPECT_FALSE(HasPayload(headers->metadata));
     EXPECT_EQ(headers->metadata.aigc, "");
   }
 }

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "media-server/image/exif_values.h"
 #include "media-server/image/image_reader.h"
 #include "tests/media-server/codec/bit_writer.h"
 #include "tests/media-server/container/memory_source.h"
@@ -40,6 +41,16 @@ inline std::string ExifOf(bool (*read)(IByteSource& source, PictureHeaders& head
   PictureHeaders headers;
   EXPECT_TRUE(read(source, headers));
   return Text(headers.metadata.exif);
+}
+
+/// What is wanted of a TIFF structure.
+inline ExifValues ExifIn(std::string_view tiff) {
+  MemorySource source(tiff);
+  return ReadExifValues(source, 0);
+}
+
+inline bool HasPayload(const EmbeddedMetadata& metadata) {
+  return !metadata.exif.empty() || !metadata.exif_values.empty() || !metadata.xmp.empty() || !metadata.iptc.empty();
 }
 
 inline void ExpectSize(const std::optional<PictureHeaders>& headers, std::uint32_t width, std::uint32_t height) {

@@ -60,7 +60,7 @@ TEST(SigmaRaw, SizeAndRotationOfEveryVersion) {
     EXPECT_EQ(headers->fourcc, FourCC("X3F "));
     EXPECT_EQ(headers->alpha, imagecore::kAlphaNone);
     EXPECT_EQ(headers->orientation, (Orientation{imagecore::kFlipNone, 90}));
-    EXPECT_FALSE(headers->metadata.HasPayload());
+    EXPECT_FALSE(HasPayload(headers->metadata));
   }
   EXPECT_EQ(ReadPicture(X3f(0x20000, 0))->orientation, Orientation());
   EXPECT_EQ(ReadPicture(X3f(0x20000, 45))->orientation, std::nullopt);
@@ -74,7 +74,7 @@ TEST(SigmaRaw, ExifOfThePreview) {
                                         {"IMA2", Preview(JpegWithExif(MakerOnly("preview")))},
                                         {"IMA2", Preview(JpegWithExif(MakerOnly("a second preview")))}}));
   ASSERT_TRUE(headers);
-  EXPECT_EQ(Text(headers->metadata.exif), MakerOnly("preview"));
+  EXPECT_EQ(headers->metadata.exif_values, ExifIn(MakerOnly("preview")));
 }
 
 TEST(SigmaRaw, PropertiesWhereThereIsNoExif) {
@@ -89,13 +89,13 @@ TEST(SigmaRaw, PropertiesWhereThereIsNoExif) {
   TiffBuilder exif;
   exif.Add({TiffBuilder::Ascii(0x010F, "SIGMA"), TiffBuilder::Ascii(0x0110, "SD14"), TiffBuilder::Link(0x8769, {1})});
   exif.Add({exif.Rational(0x829A, {8000, 1000000}), TiffBuilder::Ascii(0x9003, "2003:04:05 06:07:08")});
-  EXPECT_EQ(Text(headers->metadata.exif), exif.Bytes());
+  EXPECT_EQ(headers->metadata.exif_values, ExifIn(exif.Bytes()));
 }
 
 TEST(SigmaRaw, PropertiesThatAreNoNumbersSayNothing) {
   const auto headers = ReadPicture(X3f(0x20003, 0, {{"PROP", Properties({{"TIME", "noon"}, {"EXPTIME", "8000us"}})}}));
   ASSERT_TRUE(headers);
-  EXPECT_TRUE(headers->metadata.exif.empty());
+  EXPECT_TRUE(headers->metadata.exif_values.empty());
 }
 
 TEST(SigmaRaw, CutFilesAreToldAsLongAsTheirHeaderIsThere) {
@@ -116,13 +116,13 @@ TEST(SigmaRaw, DirectoriesThatLieAreReadWithinBounds) {
   EXPECT_LT(source.BytesRead(), 16384U);
 
   std::vector<std::pair<std::string, std::string>> pairs(257, {"CAMMANUF", "SIGMA"});
-  EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", Properties(pairs)}}))->metadata.exif.empty());
+  EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", Properties(pairs)}}))->metadata.exif_values.empty());
   pairs.pop_back();
-  EXPECT_FALSE(ReadPicture(X3f(0x20003, 0, {{"PROP", Properties(pairs)}}))->metadata.exif.empty());
+  EXPECT_FALSE(ReadPicture(X3f(0x20003, 0, {{"PROP", Properties(pairs)}}))->metadata.exif_values.empty());
   std::string properties = "SECp" + Le(0, 4) + Le(UINT32_MAX, 4) + Zeros(12);
-  EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", properties}}))->metadata.exif.empty());
+  EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", properties}}))->metadata.exif_values.empty());
   properties = "SECp" + Le(0, 4) + Le(1, 4) + Zeros(12) + Le(UINT32_MAX, 4) + Le(0x80000000, 4) + Utf16("CAMMANUF");
-  EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", properties}}))->metadata.exif.empty());
+  EXPECT_TRUE(ReadPicture(X3f(0x20003, 0, {{"PROP", properties}}))->metadata.exif_values.empty());
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 namespace media_server::picture_tags {
 namespace {
 
+using image::XmpName;
+
 constexpr std::array<XmpName, 2> kWanted = {{{"a", "http://a/", "Make"}, {"a", "http://a/", "Model"}}};
 
 /// What `description` gives inside of an RDF document in which the namespace is bound to another prefix.

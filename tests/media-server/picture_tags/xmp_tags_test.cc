@@ -16,8 +16,7 @@ std::string Packet(std::string_view properties) {
   return R"(<?xpacket begin="" id="W5M0MpCehiHzreSzNTczkc9d"?>
 <x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">
 <rdf:Description rdf:about="" xmlns:tiff="http://ns.adobe.com/tiff/1.0/" xmlns:exif="http://ns.adobe.com/exif/1.0/"
- xmlns:xmp="http://ns.adobe.com/xap/1.0/" xmlns:photoshop="http://ns.adobe.com/photoshop/1.0/"
- xmlns:a="http://www.tc260.org.cn/ns/AIGC/1.0/">)" +
+ xmlns:xmp="http://ns.adobe.com/xap/1.0/" xmlns:photoshop="http://ns.adobe.com/photoshop/1.0/">)" +
          std::string(properties) + "</rdf:Description></rdf:RDF></x:xmpmeta><?xpacket end=\"w\"?>";
 }
 
@@ -86,14 +85,6 @@ TEST(XmpTagsTest, KeepsWhatIsKnown) {
   ReadXmpTags(Packet("<tiff:Make>Other</tiff:Make><tiff:Model>EX-1</tiff:Model>"), tags);
   EXPECT_EQ(tags.maker, "Known");
   EXPECT_EQ(tags.model, "EX-1");
-}
-
-TEST(XmpTagsTest, ReadsTheLabel) {
-  image::PictureTags tags;
-  ReadXmpLabel(Packet("<a:AIGC>{}</a:AIGC>"), tags);
-  EXPECT_EQ(tags.aigc, "{}");
-  ReadXmpLabel(Packet("<a:AIGC>other</a:AIGC>"), tags);
-  EXPECT_EQ(tags.aigc, "{}") << "the first one stays";
 }
 
 TEST(XmpTagsTest, ReadsAPaddedPacket) {

@@ -1,4 +1,4 @@
-#include "media-server/picture_tags/user_comment.h"
+#include "media-server/image/user_comment.h"
 
 #include <nlohmann/json.hpp>
 #include <string_view>
@@ -6,7 +6,7 @@
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/text.h"
 
-namespace media_server::picture_tags {
+namespace media_server::image {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
@@ -37,4 +37,4 @@ std::optional<std::string> LabelOfUserComment(Bytes comment) {
   return label ? label : LabelOrNone(TextFromUtf16(text, /*big_endian=*/true));
 }
 
-}  // namespace media_server::picture_tags
+}  // namespace media_server::image

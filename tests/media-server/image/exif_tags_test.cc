@@ -1,28 +1,33 @@
-#include "media-server/picture_tags/exif_tags.h"
+#include "media-server/image/exif_tags.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "tests/media-server/picture_tags/exif_builder.h"
+#include "tests/media-server/image/exif_builder.h"
 #include "tests/media-server/zone.h"
 
-namespace media_server::picture_tags {
+namespace media_server::image {
 namespace {
 
 using imagecore::kFlipHorizontal;
 using imagecore::kFlipNone;
 using imagecore::kFlipVertical;
+using std::string_literals::operator""s;
 using std::string_view_literals::operator""sv;
+
+using Types = std::initializer_list<std::uint16_t>;
 
 constexpr std::int64_t kNoonInUtc = 1341835200;  // 2012-07-09 12:00:00 UTC
 
-image::PictureTags Read(const std::vector<std::uint8_t>& exif) {
-  image::PictureTags tags;
+PictureTags Read(const ExifValues& exif) {
+  PictureTags tags;
   ReadExifTags(exif, tags);
   return tags;
 }
@@ -150,15 +155,96 @@ TEST(ExifTagsTest, TakesNoTimeForNoExposure) {
 }
 
 TEST(ExifTagsTest, ReadsTheEightOrientations) {
-  const image::Orientation kOrientations[] = {{kFlipNone, 0},        {kFlipHorizontal, 0},   {kFlipNone, 180},
-                                              {kFlipVertical, 0},    {kFlipHorizontal, 270}, {kFlipNone, 90},
-                                              {kFlipHorizontal, 90}, {kFlipNone, 270}};
+  const Orientation kOrientations[] = {{kFlipNone, 0},        {kFlipHorizontal, 0},   {kFlipNone, 180},
+                                       {kFlipVertical, 0},    {kFlipHorizontal, 270}, {kFlipNone, 90},
+                                       {kFlipHorizontal, 90}, {kFlipNone, 270}};
   for (std::uint16_t number = 1; number <= 8; ++number) {
     EXPECT_EQ(Read(MakeExif({Short(0x0112, number)})).orientation, kOrientations[number - 1]) << number;
   }
   for (const std::uint16_t number : std::initializer_list<std::uint16_t>{0, 9, 65535}) {
     EXPECT_EQ(Read(MakeExif({Short(0x0112, number)})).orientation, std::nullopt) << number;
   }
+}
+
+/// An orientation of one number of that type and those bytes.
+std::optional<Orientation> OrientationOf(std::uint16_t type, std::string_view bytes,
+                                         std::endian order = std::endian::little) {
+  return Read({.order = order,
+               .values = {{ExifDirectory::kImage, kExifOrientation, type, 1, {bytes.begin(), bytes.end()}}}})
+      .orientation;
+}
+
+TEST(ExifTagsTest, ReadsNumbersOfAnyType) {
+  const Orientation kSixth{kFlipNone, 90};
+  for (const std::uint16_t type : Types{1, 6, 77}) EXPECT_EQ(OrientationOf(type, "\6"), kSixth) << type;
+  for (const std::uint16_t type : Types{3, 8}) {
+    EXPECT_EQ(OrientationOf(type, "\6\0"sv), kSixth) << type;
+    EXPECT_EQ(OrientationOf(type, "\0\6"sv, std::endian::big), kSixth) << type;
+    EXPECT_EQ(OrientationOf(type, "\0\6"sv), std::nullopt) << type;
+  }
+  for (const std::uint16_t type : Types{4, 9, 13}) {
+    EXPECT_EQ(OrientationOf(type, "\6\0\0\0"sv), kSixth) << type;
+    EXPECT_EQ(OrientationOf(type, "\0\0\0\6"sv, std::endian::big), kSixth) << type;
+  }
+  for (const std::uint16_t type : Types{5, 10}) {
+    EXPECT_EQ(OrientationOf(type, "\x0C\0\0\0\2\0\0\0"sv), kSixth) << type;
+    EXPECT_EQ(OrientationOf(type, "\0\0\0\x0C\0\0\0\2"sv, std::endian::big), kSixth) << type;
+  }
+  for (const std::uint16_t type : Types{16, 17, 18}) {
+    EXPECT_EQ(OrientationOf(type, "\6\0\0\0\0\0\0\0"sv), kSixth) << type;
+    EXPECT_EQ(OrientationOf(type, "\0\0\0\0\0\0\0\6"sv, std::endian::big), kSixth) << type;
+  }
+  EXPECT_EQ(OrientationOf(11, "\0\0\xC0\x40"sv), kSixth);
+  EXPECT_EQ(OrientationOf(11, "\x40\xC0\0\0"sv, std::endian::big), kSixth);
+  EXPECT_EQ(OrientationOf(12, "\0\0\0\0\0\0\x18\x40"sv), kSixth);
+  EXPECT_EQ(OrientationOf(12, "\x40\x18\0\0\0\0\0\0"sv, std::endian::big), kSixth);
+}
+
+TEST(ExifTagsTest, TakesTextsAndBytesOfNoTypeForNoNumber) {
+  for (const std::uint16_t type : Types{2, 7}) EXPECT_EQ(OrientationOf(type, "\6"), std::nullopt) << type;
+}
+
+/// An exposure time from a shutter speed, which may be negative.
+std::optional<double> ExposureOfSpeed(std::uint16_t type, std::string_view bytes) {
+  return Read({.values = {{ExifDirectory::kExif, kExifShutterSpeedValue, type, 1, {bytes.begin(), bytes.end()}}}})
+      .exposure_time_s;
+}
+
+TEST(ExifTagsTest, ReadsNegativeNumbersOfTheTypesThatHaveThem) {
+  EXPECT_EQ(ExposureOfSpeed(6, "\xFF"), 2);
+  EXPECT_EQ(ExposureOfSpeed(8, "\xFF\xFF"), 2);
+  EXPECT_EQ(ExposureOfSpeed(9, "\xFF\xFF\xFF\xFF"), 2);
+  EXPECT_EQ(ExposureOfSpeed(10, "\xFF\xFF\xFF\xFF\1\0\0\0"sv), 2);
+  EXPECT_EQ(ExposureOfSpeed(10, "\1\0\0\0\xFF\xFF\xFF\xFF"sv), 2);
+  EXPECT_EQ(ExposureOfSpeed(11, "\0\0\x80\xBF"sv), 2);
+  EXPECT_EQ(ExposureOfSpeed(12, "\0\0\0\0\0\0\xF0\xBF"sv), 2);
+  EXPECT_EQ(ExposureOfSpeed(17, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"), 2);
+  EXPECT_EQ(ExposureOfSpeed(1, "\1"), 0.5);
+  EXPECT_EQ(ExposureOfSpeed(11, "\0\0\xC0\x7F"sv), std::nullopt) << "not a number";
+  EXPECT_EQ(ExposureOfSpeed(11, "\0\0\x80\xFF"sv), std::nullopt) << "negative infinity";
+}
+
+TEST(ExifTagsTest, ReadsTextsOfAnyType) {
+  for (const std::uint16_t type : Types{1, 2, 7, 77, 129}) {
+    EXPECT_EQ(Read(MakeExif({{kExifMake, type, 4, "Acme"}})).maker, "Acme") << type;
+  }
+  EXPECT_EQ(Read(MakeExif({{kExifMake, 3, 2, "Acme"}})).maker, "Acme");
+}
+
+TEST(ExifTagsTest, TakesAValueOfNoLengthForNone) {
+  const auto tags = Read(MakeExif({{kExifMake, 2, 0, ""}, {kExifOrientation, 3, 0, ""}},
+                                  {{kExifExposureTime, 5, 0, ""}}, {{kExifGpsLatitude, 5, 0, ""}}));
+  EXPECT_EQ(tags.maker, std::nullopt);
+  EXPECT_EQ(tags.orientation, std::nullopt);
+  EXPECT_EQ(tags.exposure_time_s, std::nullopt);
+  EXPECT_EQ(tags.latitude_degrees, std::nullopt);
+}
+
+TEST(ExifTagsTest, ReadsPlacesOfOtherTypes) {
+  EXPECT_EQ(Read(MakeExif({}, {}, {{kExifGpsLatitude, 1, 2, "\x30\x1E"}})).latitude_degrees, 48.5);
+  EXPECT_EQ(Read(MakeExif({}, {}, {{kExifGpsLatitude, 3, 2, "\x30\0\x1E\0"s}})).latitude_degrees, 48.5);
+  EXPECT_EQ(Read(MakeExif({}, {}, {{kExifGpsLatitude, 12, 1, "\0\0\0\0\0\x40\x48\x40"s}})).latitude_degrees, 48.5);
+  EXPECT_EQ(Read(MakeExif({}, {}, {{kExifGpsLongitude, 6, 1, "\xFF"}})).longitude_degrees, std::nullopt);
 }
 
 TEST(ExifTagsTest, FindsTheLabelInTheUserComment) {
@@ -168,7 +254,7 @@ TEST(ExifTagsTest, FindsTheLabelInTheUserComment) {
 }
 
 TEST(ExifTagsTest, KeepsWhatIsKnown) {
-  image::PictureTags tags;
+  PictureTags tags;
   tags.maker = "Known";
   tags.aigc = "label";
   ReadExifTags(MakeExif({Ascii(0x010F, "Other"), Ascii(0x0110, "EX-1")},
@@ -186,4 +272,4 @@ TEST(ExifTagsTest, ReadsNothingFromNothing) {
 }
 
 }  // namespace
-}  // namespace media_server::picture_tags
+}  // namespace media_server::image

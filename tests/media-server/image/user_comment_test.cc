@@ -1,11 +1,11 @@
-#include "media-server/picture_tags/user_comment.h"
+#include "media-server/image/user_comment.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 
-namespace media_server::picture_tags {
+namespace media_server::image {
 namespace {
 
 using std::string_view_literals::operator""sv;
@@ -44,4 +44,4 @@ TEST(UserCommentTest, TakesOtherCommentsForNoLabel) {
 }
 
 }  // namespace
-}  // namespace media_server::picture_tags
+}  // namespace media_server::image

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-namespace media_server::picture_tags {
+namespace media_server::image {
 
 /// `text` without padding, as valid UTF-8; empty for one that has nothing else.
 std::optional<std::string> TextOf(std::string_view text);
@@ -27,4 +27,4 @@ void KeepFirst(std::optional<T>& field, std::optional<T> value) {
   if (!field) field = std::move(value);
 }
 
-}  // namespace media_server::picture_tags
+}  // namespace media_server::image

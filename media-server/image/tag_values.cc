@@ -1,10 +1,10 @@
-#include "media-server/picture_tags/tag_values.h"
+#include "media-server/image/tag_values.h"
 
 #include <cmath>
 
 #include "media-server/container/text.h"
 
-namespace media_server::picture_tags {
+namespace media_server::image {
 
 std::optional<std::string> TextOf(std::string_view text) {
   std::string valid = TextFromUtf8({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
@@ -37,4 +37,4 @@ std::optional<char> HemisphereOf(std::string_view text, std::string_view letters
   return upper;
 }
 
-}  // namespace media_server::picture_tags
+}  // namespace media_server::image
