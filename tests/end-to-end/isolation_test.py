@@ -1,10 +1,13 @@
 """Files that point at other files: nothing of what they point at comes out, in whatever process they are probed."""
+import functools
 import gzip
+import http.server
 import os
 import pathlib
 import shutil
 import subprocess
 import tempfile
+import threading
 import unittest
 
 import maker
@@ -300,6 +303,11 @@ class Reach(unittest.TestCase):
         self.check_answered("below/inside.mp3", "below/inside.MP3", count=2)
 
 
+class QuietHandler(http.server.SimpleHTTPRequestHandler):
+    def log_message(self, *_):
+        pass
+
+
 class OnDemand(unittest.TestCase):
     """What is loaded for few inputs is there in every process: the records are the same in all of them."""
 
@@ -327,6 +335,17 @@ class OnDemand(unittest.TestCase):
             (pathlib.Path(folder) / "svg.bin").write_text('<svg xmlns="http://www.w3.org/2000/svg" width="3" height="4"/>')
             self.check_same(*names, "svg.bin", folder=folder)
             self.check_same("svg.bin", names[0], folder=folder)
+
+    def test_urls_among_files(self):
+        handler = functools.partial(QuietHandler, directory=str(tool.SAMPLES))
+        with http.server.ThreadingHTTPServer(("127.0.0.1", 0), handler) as server:
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            # By its name, which has to be looked up.
+            root = f"http://localhost:{server.server_port}"
+            done = self.check_same(f"{root}/song.flac", "song.mp3", f"{root}/upright.mp4", "web.webm", "http://nowhere.invalid/a",
+                                   folder=tool.SAMPLES)
+            self.assertEqual([record["status"] for record in done.records()], ["ok"] * 4 + ["error"])
+            server.shutdown()
 
     def test_library_folder_by_another_name(self):
         built = pathlib.Path(tool.MEDIAPROBE).parent.parent / "lib" / "mediainfo"
