@@ -112,7 +112,7 @@ bool WorkerPool::GiveEach(std::size_t share, std::size_t most_appetite, InputSou
         orphans_.push_front(std::move(*request));
         continue;
       }
-      Retire(std::move(worker));
+      Retire(worker);
     }
     if (!worker && spare_ && spare_->company() == request->company) worker = std::move(spare_);
     if (!worker) worker = StartWorker(request->company);
@@ -130,7 +130,7 @@ bool WorkerPool::Suits(const Worker& worker, const Worker::Request& request) con
          !retried_.contains(request.number);
 }
 
-void WorkerPool::Retire(std::unique_ptr<Worker> worker) {
+void WorkerPool::Retire(std::unique_ptr<Worker>& worker) {
   // Taking a process apart keeps the kernel busy for a while, in which others can work.
   worker->Kill();
   retired_.push_back(std::move(worker));
@@ -195,7 +195,7 @@ void WorkerPool::ReadWorkers() {
     if (!lives || was_late) {
       Bury(std::move(worker), was_late);
     } else if (worker->is_done()) {
-      Retire(std::move(worker));
+      Retire(worker);
     }
   }
   ShareOut(now);

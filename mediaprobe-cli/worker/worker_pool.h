@@ -48,8 +48,8 @@ class WorkerPool {
   /// Whether it may answer that input as well: one that has killed a worker goes to a fresh one, since what was left
   /// behind in another would prove nothing.
   bool Suits(const Worker& worker, const Worker::Request& request) const;
-  /// Ends a worker that is of no use any more.
-  void Retire(std::unique_ptr<Worker> worker);
+  /// Ends a worker that is of no use any more, and leaves its place empty.
+  void Retire(std::unique_ptr<Worker>& worker);
   /// Where each input gets a process of its own, starts the next one while those before it work.
   void KeepSpare(const InputSource& source);
   std::unique_ptr<Worker> StartWorker(Company company) const;
