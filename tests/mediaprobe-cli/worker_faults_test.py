@@ -67,7 +67,7 @@ class Faults(unittest.TestCase):
             "abort.mp4": "the probe broke down twice: killed by signal 6 (Aborted)",
             "killed.mp4": "the probe broke down twice: killed by signal 9 (Killed)",
             "leave.mp4": "the probe broke down twice: left with status 3",
-            "hang.mp4": "takes longer than 2 s",
+            "hang.mp4": "takes longer than 3 s",
             "hoard.mp4": "no room for a hoard",
             "bloat.mp4": "the probe broke down twice: out of memory",
             "babble.mp4": "the probe broke down twice: killed by signal 9 (Killed)",
@@ -75,7 +75,7 @@ class Faults(unittest.TestCase):
         names = [name for fault in reasons for name in (fault, f"plain_{fault}")]
         for jobs in ("1", "3"):
             with self.subTest(jobs=jobs):
-                done = self.probe(*names, options=["--timeout", "2", "-j", jobs])
+                done = self.probe(*names, options=["--timeout", "3", "-j", jobs])
                 self.assertEqual(done.status, 1)
                 records = done.records()
                 self.assertEqual([record["input"] for record in records], names)
@@ -85,7 +85,7 @@ class Faults(unittest.TestCase):
     def test_one_input_alone_is_guarded_too(self):
         for name in ("abort.mp4", "hang.mp4", "bloat.mp4"):
             with self.subTest(name=name):
-                done = self.probe(name, options=["--timeout", "2"])
+                done = self.probe(name, options=["--timeout", "3"])
                 self.assertEqual((done.status, [record["status"] for record in done.records()]), (1, ["error"]))
 
     def test_what_fails_once_is_answered_the_second_time(self):
@@ -198,11 +198,11 @@ class Faults(unittest.TestCase):
         process.stdout.close()
 
     def test_progress_is_wiped_before_anything_else_is_written(self):
-        done = self.probe("plain.wav", "hang.mp4", "killed.mp4", options=["--progress", "--timeout", "1.5", "-j", "1"])
+        done = self.probe("plain.wav", "hang.mp4", "killed.mp4", options=["--progress", "--timeout", "2.5", "-j", "1"])
         wiped, *complaints = done.complaints.decode().rpartition("\r\x1b[K")[2].splitlines()
         self.assertIn("1 of 3, ", done.complaints.decode())
         self.assertIn("hang.mp4", done.complaints.decode().partition("mediaprobe: ")[0])
-        self.assertEqual(wiped, "mediaprobe: hang.mp4: takes longer than 1.5 s")
+        self.assertEqual(wiped, "mediaprobe: hang.mp4: takes longer than 2.5 s")
         self.assertEqual(len(complaints), 1)
         self.assertNotIn(b"\x1b", done.output)
 
@@ -212,15 +212,15 @@ class Faults(unittest.TestCase):
                 (self.folder / name).write_text("x")
             terminal, end = os.openpty()
             self.addCleanup(os.close, terminal)
-            process = self.start("--ndjson", "--timeout", "1.5", *filter(None, [option]), "plain.wav", "hang.mp4",
+            process = self.start("--ndjson", "--timeout", "2.5", *filter(None, [option]), "plain.wav", "hang.mp4",
                                  stdout=subprocess.DEVNULL, stderr=end)
             os.close(end)
             self.assertEqual(process.wait(tool.HANG_SECONDS), 1)
             shown = os.read(terminal, 65536)
             self.assertEqual(b"1 of 2, " in shown, seen)
-            self.assertTrue(shown.endswith(b"mediaprobe: hang.mp4: takes longer than 1.5 s\r\n"))
-        done = self.probe("plain.wav", "hang.mp4", options=["--timeout", "1.5"])
-        self.assertEqual(done.complaints, b"mediaprobe: hang.mp4: takes longer than 1.5 s\n")
+            self.assertTrue(shown.endswith(b"mediaprobe: hang.mp4: takes longer than 2.5 s\r\n"))
+        done = self.probe("plain.wav", "hang.mp4", options=["--timeout", "2.5"])
+        self.assertEqual(done.complaints, b"mediaprobe: hang.mp4: takes longer than 2.5 s\n")
 
     def test_long_record_is_cut_and_says_so(self):
         record, = self.probe("huge.wav").records()
