@@ -36,8 +36,8 @@
 #include "probe/failure_reason.h"
 #include "probe/input_path.h"
 #include "worker/confinement.h"
-#include "worker/provisions.h"
 #include "worker/first_try.h"
+#include "worker/provisions.h"
 #include "worker/run_here.h"
 #include "worker/wishes.h"
 #include "worker/worker_pool.h"
@@ -149,9 +149,9 @@ class InputRun {
   /// What every worker is to have; what few need is loaded for those that wish for it.
   void Provide(Provisions& provisions);
   Answer AnswerOne(const Input& input, const ReportDigest& report);
-  Answer AnswerFor(Record& record) const;
   /// In this process, or else in a worker of a program that starts over.
   Answer TryOne(const Input& input, const ReportDigest& report, char* const* restart_line);
+  Answer AnswerFor(Record& record) const;
   bool Take(const Answer& answer);
 
   const Options& options_;
@@ -244,7 +244,6 @@ void InputRun::Provide(Provisions& provisions) {
   tzset();
 }
 
-void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
 Answer InputRun::TryOne(const Input& input, const ReportDigest& report, char* const* restart_line) {
   const FirstTry watch(restart_line, options_.memory_bytes);
   try {
@@ -254,6 +253,7 @@ Answer InputRun::TryOne(const Input& input, const ReportDigest& report, char* co
   }
 }
 
+void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
   Provisions provisions(host_.module_folder(), [this](const char* service) { prober_.Prepare(service); });
   Provide(provisions);
   const Confinement confinement = MakeConfinement();
@@ -297,13 +297,13 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
       return AnswerOne(input, report);
     };
     RunHere(source, callbacks);
-  } else {
   } else if (restart_line != nullptr) {
     callbacks.answer = [&](const Input& input, const ReportDigest& report) {
       const InterruptsPass pass(interrupts_);
       return TryOne(input, report, restart_line);
     };
     RunHere(source, callbacks);
+  } else {
     RunInWorkers(source, std::move(callbacks));
   }
   interrupts_.LetThrough();
@@ -327,7 +327,6 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
   return all_answered_ ? kExitAnswered : kExitFailed;
 }
 
-/// False when the run must not go on without what this kernel lacks.
 /// Whether a command line asks for one file and nothing that starting over would spoil: an answer that takes long, a
 /// key that is no longer to be seen among the arguments, an output file that is begun.
 bool StartsHere(const Options& options) {
@@ -345,6 +344,7 @@ std::vector<char*> RestartLine(char* const* argv) {
   return line;
 }
 
+/// False when the run must not go on without what this kernel lacks.
 bool TellMissingLayers(const Options& options) {
   if (options.isolation == Isolation::kNone) return true;
   const std::string missing = MissingLayers();
