@@ -32,6 +32,7 @@
 #include "output/terminal_columns.h"
 #include "output/terminal_text.h"
 #include "output/text_formatter.h"
+#include "platform/url_text.h"
 #include "probe/digest_watch.h"
 #include "probe/failure_reason.h"
 #include "probe/input_path.h"
@@ -209,14 +210,14 @@ RunCallbacks InputRun::MakeCallbacks() {
   callbacks.answer = [this](const Input& input, const ReportDigest& report) { return AnswerOne(input, report); };
   callbacks.fail = [this](const Input& input, const std::string& reason) {
     Record record;
-    record.input = input.name;
+    record.input = platform::MaskUrl(input.name);
     record.error = reason;
     return AnswerFor(record);
   };
   callbacks.time_limit = [this](const Input& input) { return TimeLimit(options_, input); };
   callbacks.take = [this](const Answer& answer) { return Take(answer); };
   callbacks.wait = [this](const RunCallbacks::Progress& progress) {
-    RunProgress now{.answered = progress.answered, .total = total_, .current = progress.current};
+    RunProgress now{.answered = progress.answered, .total = total_, .current = platform::MaskUrl(progress.current)};
     if (progress.digest) now.digest = {progress.digest->done, progress.digest->total};
     progress_.Show(std::move(now));
   };

@@ -57,6 +57,28 @@ constexpr bool IsAsciiControl(unsigned char byte) { return byte < 0x20 || byte =
 /// U+0080 to U+009F are C2 80 to C2 9F: terminals take some of them as the start of a command.
 constexpr bool IsLateControl(unsigned char first, unsigned char second) { return first == 0xC2 && second < 0xA0; }
 
+/// Marks and controls of direction, which make a line read as another one, and separators of lines.
+constexpr std::array<std::string_view, 14> kReordering{"\u061C", "\u200E", "\u200F", "\u2028", "\u2029",
+                                                       "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
+                                                       "\u2066", "\u2067", "\u2068", "\u2069"};
+
+/// The one that `text` starts with; empty for none.
+std::string_view ReorderingAt(std::string_view text) {
+  const auto* found =
+      std::ranges::find_if(kReordering, [&](std::string_view character) { return text.starts_with(character); });
+  return found == kReordering.end() ? std::string_view() : *found;
+}
+
+/// Of a character of two or three bytes.
+void AppendCodePoint(std::string& line, std::string_view character) {
+  const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(character[index]); };
+  const unsigned code = character.size() == 2 ? (byte(0) & 0x1FU) << 6 | (byte(1) & 0x3FU)
+                                              : (byte(0) & 0xFU) << 12 | (byte(1) & 0x3FU) << 6 | (byte(2) & 0x3FU);
+  line += "\\u";
+  AppendHex(line, static_cast<unsigned char>(code >> 8));
+  AppendHex(line, static_cast<unsigned char>(code & 0xFF));
+}
+
 }  // namespace
 
 std::string MaskTexts(std::string_view line, std::span<const std::string> texts) {
@@ -87,6 +109,9 @@ std::string OneLine(std::string_view text) {
       line += "\\u00";
       AppendHex(line, next);
       ++index;
+    } else if (const std::string_view mark = ReorderingAt(std::string_view(valid).substr(index)); !mark.empty()) {
+      AppendCodePoint(line, mark);
+      index += mark.size() - 1;
     } else {
       line += valid[index];
     }

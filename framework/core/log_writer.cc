@@ -11,6 +11,7 @@
 
 #include "core/log.h"
 #include "line_filter.h"
+#include "platform/url_text.h"
 
 namespace core {
 namespace {
@@ -32,7 +33,7 @@ spdlog::level::level_enum ToSpdlog(int level) {
 
 std::string Clean(std::string_view text, const std::vector<std::string>& protected_texts) {
   // Masked before anything else: cut or escaped, a protected text would no longer be recognised.
-  std::string masked = MaskTexts(text, protected_texts);
+  std::string masked = platform::MaskUrls(MaskTexts(text, protected_texts));
   if (masked.size() > kMaxTextBytes) masked.replace(kMaxTextBytes, std::string::npos, kCutMark);
   return OneLine(masked);
 }

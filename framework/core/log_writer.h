@@ -20,7 +20,8 @@ class LogWriter {
   LogWriter(const LogWriter&) = delete;
   LogWriter& operator=(const LogWriter&) = delete;
 
-  /// Masks, cleans and writes one line; `level` is a CoreLogLevel, values outside the range count as its ends.
+  /// Masks what is protected and what URLs may keep secret, cleans and writes one line; `level` is a CoreLogLevel,
+  /// values outside the range count as its ends.
   void Write(std::string_view tag, int level, std::string_view text);
   /// From now on lines go to "mediainfo.log" in `folder` too, behind what the file holds. Throws when the file cannot
   /// be opened; then, as with an empty `folder`, no file is open.

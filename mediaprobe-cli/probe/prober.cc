@@ -8,6 +8,7 @@
 
 #include "media_server/refusals.h"
 #include "mediainfo/service_ids.h"
+#include "platform/url_text.h"
 #include "probe/image_prober.h"
 #include "probe/media_prober.h"
 #include "probe/picture_name.h"
@@ -110,7 +111,7 @@ Record Prober::Probe(const std::string& input, const DigestReport& report) {
       record = ProbeSvg(path);
       break;
   }
-  record.input = input;
+  record.input = platform::MaskUrl(input);
   if (settings_.wants_uuid && !record.error) AddUuid(path, report, record);
   return record;
 }

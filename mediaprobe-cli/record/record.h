@@ -14,7 +14,7 @@ namespace mediaprobe {
 
 /// The answer for one input.
 struct Record {
-  std::string input;                      ///< as given
+  std::string input;                      ///< as given, what a URL may keep secret masked
   std::optional<std::string> error;       ///< why there is no answer, in words; everything below tells nothing then
   std::optional<std::string> uuid;        ///< 32 hexadecimal digits, where it was asked for
   std::optional<std::string> uuid_error;  ///< why there is none although it was asked for

@@ -66,10 +66,10 @@ class Served(unittest.TestCase):
     maxDiff = None
     root = None
 
-    def check_same_as_on_disk(self, name, url):
+    def check_same_as_on_disk(self, name, url, shown=None):
         local = tool.record_of(tool.SAMPLES / name)
         remote = tool.record_of(url)
-        self.assertEqual(remote["input"], url)
+        self.assertEqual(remote["input"], shown or url)
         self.assertEqual({**remote, "input": None}, {**local, "input": None})
 
     def test_same_record_as_on_disk(self):
@@ -78,7 +78,8 @@ class Served(unittest.TestCase):
                 self.check_same_as_on_disk(path.name, f"{self.root}/{path.name}")
 
     def test_query_and_redirection(self):
-        self.check_same_as_on_disk("song.flac", f"{self.root}/a/b/song.flac?token=1%2F2")
+        self.check_same_as_on_disk("song.flac", f"{self.root}/a/b/song.flac?token=1%2F2",
+                                   shown=f"{self.root}/a/b/song.flac?token=***")
         self.check_same_as_on_disk("song.flac", f"{self.root}/moved/song.flac")
 
     def test_server_without_ranges(self):

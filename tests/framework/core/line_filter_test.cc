@@ -49,6 +49,11 @@ TEST(OneLineTest, EscapesControlCharactersPastAscii) {
   EXPECT_EQ(OneLine("\xC2\xA0"), "\xC2\xA0");
 }
 
+TEST(OneLineTest, EscapesWhatReordersTheLine) {
+  EXPECT_EQ(OneLine("a\u202Egpj.exe\u2069 \u061C\u2028"), "a\\u202Egpj.exe\\u2069 \\u061C\\u2028");
+  EXPECT_EQ(OneLine("\u05D0\u202F\u2060"), "\u05D0\u202F\u2060");
+}
+
 TEST(OneLineTest, KeepsReadableText) {
   EXPECT_EQ(OneLine("C:\\new\\caf\xC3\xA9 \xF0\x9F\x98\x80 ~"), "C:\\new\\caf\xC3\xA9 \xF0\x9F\x98\x80 ~");
 }
