@@ -96,22 +96,29 @@ void RefusesNull(Subject& subject) {
   });
 }
 
-/// A session refuses `url`, has a store all the same, keeps its size, and reads a picture after that.
+/// A session refuses `url`, has a store all the same, and reads a picture after that.
 void DemandRefused(const Subject& subject, const std::string& url) {
   WithSession(subject, [&](IImageInfo& session) {
     DemandEqual(session.SetPath(url.c_str()), false, "SetPath");
     Demand(session.GetMetadata() != nullptr, "there is no store after SetPath");
-    DemandSize(session, 0, 0);
     DemandEqual(session.SetPath(Url(subject, sample_names::kPicture).c_str()), true, "SetPath of a picture after that");
-    DemandPicture(session);
+  });
+}
+
+void RefusesEmpty(Subject& subject) { DemandRefused(subject, ""); }
+
+void KeepsSizeAfterFailure(Subject& subject) {
+  WithSession(subject, [&](IImageInfo& session) {
+    session.SetPath(Url(subject, sample_names::kText).c_str());
+    DemandSize(session, 0, 0);
+    session.SetPath(Url(subject, sample_names::kPicture).c_str());
     const auto store = session.GetMetadata();
-    DemandEqual(session.SetPath(url.c_str()), false, "SetPath again");
+    session.SetPath(Url(subject, sample_names::kText).c_str());
     DemandPicture(session);
     Demand(session.GetMetadata() != store, "a failed SetPath keeps the store of the one before");
   });
 }
 
-void RefusesEmpty(Subject& subject) { DemandRefused(subject, ""); }
 void RefusesPlainPath(Subject& subject) { DemandRefused(subject, subject.Sample(sample_names::kPicture)); }
 void RefusesMissing(Subject& subject) { DemandRefused(subject, Url(subject, "missing.png")); }
 void RefusesFolder(Subject& subject) { DemandRefused(subject, Url(subject, sample_names::kSubfolder)); }
@@ -216,7 +223,7 @@ constexpr std::array kChecks{
     Check{"image.duration", "the duration that was set is told until a picture has one", KeepsDuration},
     Check{"image.frame-rate", "the frame rate that was set is told, whatever it is", KeepsFrameRate},
     Check{"image.null", "SetPath refuses null and changes nothing", RefusesNull},
-    Check{"image.empty", "an empty URL fails with an empty store; the size stays; another may follow", RefusesEmpty},
+    Check{"image.empty", "an empty URL fails, there is a store all the same, and another may follow", RefusesEmpty},
     Check{"image.plain-path", "so does a path without a scheme", RefusesPlainPath},
     Check{"image.protocols", "a URL of another scheme than file and files", RefusesProtocols},
     Check{"image.missing", "a file that is not there", RefusesMissing},
@@ -225,6 +232,7 @@ constexpr std::array kChecks{
     Check{"image.text", "a file that is no picture", RefusesText},
     Check{"image.overlong", "a path of 100,000 characters", RefusesOverlong},
     Check{"image.invalid", "a path that is not UTF-8", RefusesInvalid},
+    Check{"image.failure", "the size stays after a failure, the store is another one", KeepsSizeAfterFailure},
     Check{"image.picture", "the size of a picture is told, by both pairs of operations", ReadsPicture},
     Check{"image.store", "and stands in the store", HasSizeInStore},
     Check{"image.again", "a picture is read again under the same URL", ReadsAgain},

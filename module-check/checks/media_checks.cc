@@ -77,23 +77,27 @@ void CloneFails(Subject& subject) {
 void KeepFlagIsHarmless(Subject& subject) {
   WithSession(subject, [](IMediaFileInfo& session) {
     for (const std::uint32_t value : {0U, 1U, 0xFFFF'FFFFU}) session.ClearKeepFlag(value);
-    DemandClosed(session);
+    DemandEqual(session.GetProgramCount(), 0U, "GetProgramCount");
   });
 }
 
 void RefusesNull(Subject& subject) {
-  WithSession(subject, [](IMediaFileInfo& session) {
-    DemandEqual(session.SetURL(nullptr), kFailed, "SetURL(null)");
+  WithSession(subject, [](IMediaFileInfo& session) { DemandEqual(session.SetURL(nullptr), kFailed, "SetURL(null)"); });
+}
+
+void StaysClosed(Subject& subject) {
+  WithSession(subject, [&](IMediaFileInfo& session) {
+    Open(session, subject.Sample(sample_names::kMissing));
+    Open(session, subject.Sample(sample_names::kText));
     DemandClosed(session);
   });
 }
 
-/// A session refuses `url`, says why, is as it was, and opens the media file all the same.
+/// A session refuses `url`, says why, and opens the media file all the same.
 void DemandRefused(const Subject& subject, const std::string& url) {
   WithSession(subject, [&](IMediaFileInfo& session) {
     DemandEqual(Open(session, url), kFailed, "SetURL");
     Demand(CoreErrorText() != nullptr && *CoreErrorText() != '\0', "no reason is told for the failure");
-    DemandClosed(session);
     DemandEqual(Open(session, subject.target().media_file), kSuccess, "SetURL of the media file after that");
   });
 }
@@ -198,6 +202,7 @@ void LeavesNoDescriptor(Subject& subject) {
 constexpr std::array kChecks{
     Check{kMediaInterface, "sessions of the media file service have IMediaFileInfo", HasInterface},
     Check{"media.closed", "a new session has no programs and no dates, its names are not null", IsClosedAtFirst},
+    Check{"media.stays-closed", "and is the same after files that were refused", StaysClosed},
     Check{"media.stream-type", "GetStreamType leaves its output alone when no type is known", StreamTypeIsUntouched},
     Check{"media.empty-store", "a session that is not open has a store without a title", HasEmptyStore},
     Check{"media.clone-closed", "Clone without an output or an open file answers 4 and writes nothing", CloneFails},

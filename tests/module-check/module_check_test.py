@@ -13,6 +13,8 @@ TOOL = os.environ["MODULE_CHECK"]
 MODULES = pathlib.Path(os.environ["MODULES"])
 LIBRARIES = pathlib.Path(os.environ["LIBRARIES"])
 SOUND = MODULES / "sound_module.so"
+WRAPPING = MODULES / "wrapping_module.so"
+DECODER = LIBRARIES / "svg-decoder.so"
 MAN_PAGE = ROOT / "packaging" / "module-check.1"
 PAGE = ROOT / "docs" / "module-check.md"
 
@@ -103,13 +105,88 @@ FAULTS = {
                                                                  "computed-once", "sequence", "threads")},
 }
 
+MEDIA_REFUSALS = {f"media.{name}" for name in ("empty", "missing", "folder", "device", "pipe", "empty-file", "text",
+                                               "picture", "drawing", "protocols", "overlong", "invalid")}
+IMAGE_REFUSALS = {f"image.{name}" for name in ("empty", "plain-path", "protocols", "missing", "folder", "empty-file",
+                                               "text", "overlong", "invalid")}
+SVG_REFUSALS = {f"svg.{name}" for name in ("empty", "missing", "folder", "protocols", "text", "picture", "overlong",
+                                           "invalid")}
 
-def run(*words, fault=None, **options):
+# Faults in the query interfaces of services that are sound otherwise: the checks that fail of those below.
+INTERFACE_CHECKS = ("media*", "store.*", "image.*", "svg.*", "decoder.*", "session.interface", "session.destroy-*",
+                    "shared.interface", "service.keyed-*")
+INTERFACE_FAULTS = {
+    "no-interface": {"session.interface", "shared.interface", "media.interface", "store.given", "image.interface",
+                     "svg.interface", "decoder.interface"},
+    "refusal": {"session.destroy-null", "session.destroy-foreign"},
+    "request-answer": {"service.keyed-request"},
+    # media files
+    "media-null-url": {"media.null", "media.once"},
+    "media-descriptor": {"media.descriptors"},
+    "media-length": {"media.overlong"},
+    "media-copy": {"media.extension-case"},
+    "media-url-changed": {"media.url-kept", "media.extension-case"},
+    "media-result": MEDIA_REFUSALS | {"media.null", "media-file.cut"},
+    "media-null-name": {"media.closed", "media.stays-closed", "media.once", "media-file.format", "media-file.clone",
+                        "media-file.threads"},
+    "media-new-store": {"media-file.store"},
+    "media-duration": {"media-file.duration"},
+    "media-size": {"media-file.size"},
+    "program-out-written": {"media.closed", "media.stays-closed", "media-file.programs-end"},
+    "program-last": {"media.closed", "media.stays-closed", "media-file.programs-end"},
+    "program-new": {"media-file.programs"},
+    "stream-kind": {"media-file.stream-kinds", "media-file.sound"},
+    "stream-constant": {"media-file.stream-constants"},
+    "stream-store": {"media-file.stream-stores"},
+    "stream-null-text": {"media-file.stream-texts"},
+    "stream-out-written": {"media-file.streams-end"},
+    "stream-type-written": {"media.stream-type", "media-file.stream-type"},
+    "dates-written": {"media.closed", "media.stays-closed", "media-file.no-dates"},
+    "clone-null-answer": {"media.clone-closed"},
+    "clone-leak": {"media-file.clone-memory"},
+    # metadata stores
+    "store-null-key": {"store.no-key"},
+    "store-out-written": {"store.unknown-key", "store.no-key"},
+    "store-no-throw": {"store.bad-dates"},
+    "store-date-own-key": {"store.date-keys"},
+    "store-first-wins": {"store.numbers", "store.replace", "store.boxes"},
+    "store-takes-empty-key": {"store.set-no-key"},
+    "store-leak": {"store.memory"},
+    # images
+    "image-old-store": {"image.failure", "image.fresh-stores"},
+    "image-always-true": IMAGE_REFUSALS,
+    "image-size-reset": {"image.failure"},
+    "image-no-duration": {"image.duration", "image.sequence"},
+    "image-zero-rate": {"image.frame-rate"},
+    "image-second": {"image.failure", "image.picture", "image.again", "image.sequence", "image.threads"},
+    "image-reserved": {"image.reserved"},
+    # SVGs
+    "svg-same-again": {"svg.same-again"},
+    "svg-out-written": SVG_REFUSALS | {"svg.new", "svg.no-decoder", "svg.null"},
+    "svg-view": {"svg.drawing", "svg.size-kept"},
+    "svg-render": {"svg.no-decoder", "svg.render-unloaded"},
+    "svg-height": {"svg.size-kept"},
+    "sink-no-reset": {"decoder.reset"},
+    "sink-borrows": {"decoder.source-copied"},
+    "sink-always-loads": {"decoder.no-source", "decoder.refused", "decoder.overlong", "decoder.reset"},
+    "sink-reserved": {"decoder.reserved"},
+    "sink-out-written": {f"decoder.{name}" for name in ("new", "no-source", "refused", "overlong", "failure", "reset")},
+    "sink-render-nowhere": {"decoder.render-nowhere"},
+}
+
+
+def planted_in(source):
+    """The faults that a module's source asks for."""
+    text = (pathlib.Path(__file__).parent / source).read_text(encoding="utf-8")
+    return set(re.findall(r'Has\("([^"]+)"\)', text)) | set(re.findall(r'^    \{"([a-z-]+)",', text, re.M))
+
+
+def run(*words, fault=None):
     environment = {name: value for name, value in os.environ.items() if name != "MODULE_FAULT"}
+    environment["WRAPPED_MODULES"] = str(LIBRARIES)
     if fault:
         environment["MODULE_FAULT"] = fault
-    return subprocess.run([TOOL, *map(str, words)], capture_output=True, text=True, env=environment, timeout=300,
-                          **options)
+    return subprocess.run([TOOL, *map(str, words)], capture_output=True, text=True, env=environment, timeout=300)
 
 
 def report(*words, fault=None):
@@ -124,9 +201,9 @@ def failed(told):
 
 
 class Faults(unittest.TestCase):
-    def check_all(self, faults, arguments_of):
+    def check_all(self, faults, words_of, is_planted=True):
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-            runs = {fault: pool.submit(report, "-j", 2, arguments_of(fault)[0], fault=arguments_of(fault)[1])
+            runs = {fault: pool.submit(report, "-j", 2, *words_of(fault), fault=fault if is_planted else None)
                     for fault in faults}
         for fault, expected in faults.items():
             with self.subTest(fault=fault):
@@ -135,15 +212,18 @@ class Faults(unittest.TestCase):
                 self.assertEqual((told["failed"], status), (len(expected), 1))
 
     def test_each_fault_of_the_file_fails_its_checks_and_no_others(self):
-        self.check_all(FILE_FAULTS, lambda fault: (MODULES / f"{fault}.so", None))
+        self.check_all(FILE_FAULTS, lambda fault: [MODULES / f"{fault}.so"], is_planted=False)
 
     def test_each_fault_of_the_code_fails_its_checks_and_no_others(self):
-        self.check_all(FAULTS, lambda fault: (SOUND, fault))
+        self.check_all(FAULTS, lambda fault: [SOUND])
+
+    def test_each_fault_of_an_interface_fails_its_checks_and_no_others(self):
+        only = [word for pattern in INTERFACE_CHECKS for word in ("--only", pattern)]
+        self.check_all(INTERFACE_FAULTS, lambda fault: [*only, "--with", DECODER, WRAPPING])
 
     def test_every_planted_fault_is_known_here(self):
-        source = (pathlib.Path(__file__).parent / "test_module.cc").read_text(encoding="utf-8")
-        planted = set(re.findall(r'Has\("([^"]+)"\)', source)) | set(re.findall(r'^    \{"([a-z-]+)",', source, re.M))
-        self.assertEqual(planted - {"hang"}, set(FAULTS))
+        self.assertEqual(planted_in("test_module.cc") - {"hang"}, set(FAULTS))
+        self.assertEqual(planted_in("wrapping_module.cc") - {"media-pipe"}, set(INTERFACE_FAULTS))
 
     def test_a_hang_is_told_as_such_and_keeps_no_other_check_waiting(self):
         done = run("--timeout", 2, SOUND, fault="hang")
@@ -151,6 +231,11 @@ class Faults(unittest.TestCase):
         self.assertIn("FAILED  service.create: ", done.stdout)
         self.assertIn("no answer within 2 s, at service 0 (test/plain)\n", done.stdout)
         self.assertRegex(done.stdout, r"\d+ checks, 1 failed, \d+ not run\n$")
+
+    def test_waiting_for_a_pipe_is_found(self):
+        done = run("--timeout", 2, "--only", "media.pipe", WRAPPING, fault="media-pipe")
+        self.assertIn("FAILED  media.pipe: ", done.stdout)
+        self.assertIn("no answer within 2 s, at ", done.stdout)
 
     def test_a_crash_is_told_with_its_signal_and_its_place(self):
         done = run("--only", "session.destroy-null", SOUND, fault="null-session")
@@ -180,7 +265,10 @@ class SoundModules(unittest.TestCase):
         self.check_sound(LIBRARIES / "service-mediainfo.so", 200)
 
     def test_the_svg_decoder(self):
-        self.check_sound(LIBRARIES / "svg-decoder.so", 100)
+        self.check_sound(DECODER, 100)
+
+    def test_the_wrapping_variant_of_both(self):
+        self.check_sound(WRAPPING, 200, "--with", DECODER)
 
     def test_another_media_file(self):
         for name in ("upright.mp4", "languages.mkv", "programs.ts"):

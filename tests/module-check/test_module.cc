@@ -27,6 +27,7 @@
 
 #include "mediainfo/service_ids.h"
 #include "mediauuid/imedia_uuid.h"
+#include "planted_fault.h"
 #include "platform/export.h"
 #include "service/module_descriptor.h"
 
@@ -46,11 +47,6 @@ using service::IService;
 using service::ISession;
 using service::ServiceDescriptor;
 using service::mediauuid::IMediaUuid;
-
-bool Has(const char* fault) {
-  const char* chosen = std::getenv("MODULE_FAULT");
-  return chosen != nullptr && std::strcmp(chosen, fault) == 0;
-}
 
 /// Memory that is lost when the module is unloaded.
 void* volatile lost = Has("load-leak") ? std::malloc(4096) : nullptr;
