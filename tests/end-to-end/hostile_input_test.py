@@ -8,6 +8,7 @@ import tempfile
 import unittest
 
 import maker
+import mp4_boxes
 import tool
 
 SAMPLE = tool.SAMPLES / "upright.mp4"
@@ -15,6 +16,8 @@ SAMPLE = tool.SAMPLES / "upright.mp4"
 CUTS = 40
 RANDOM_FILES = 60
 SEED = 20240714
+# Beyond what the tool itself takes; sanitizers add to it.
+MOST_MEMORY_MB = "4096" if b"__asan_init" in pathlib.Path(tool.MEDIAPROBE).read_bytes() else "256"
 PROTECTED_BY_ROOT = os.geteuid() == 0
 
 
@@ -245,6 +248,77 @@ class Damaged(Folder):
         first, second = done.records()[1::2]
         self.assertEqual(first, second)
         self.assertEqual(first, tool.record_of(SAMPLE))
+
+
+class Endless(Folder):
+    """Files that go on and on, mostly in holes: what they cost is bounded, and so is what is told of them."""
+    LENGTH = 100 << 30
+    SECONDS = 5
+    MOST_OUTPUT = 100_000
+
+    def check_bounded(self, name, data, length=None):
+        """The record of a file with this beginning, which is there in time."""
+        path = self.folder / name
+        path.write_bytes(data)
+        if length:
+            os.truncate(path, length)
+        done = tool.probe(name, folder=self.folder, options=("--timeout", str(self.SECONDS), "--memory", MOST_MEMORY_MB))
+        record, = done.records()
+        self.assertNotIn("takes longer", record.get("error", ""))
+        self.assertNotIn("broke down", record.get("error", ""))
+        self.assertLess(len(done.output), self.MOST_OUTPUT)
+        path.unlink()
+        return record
+
+    def with_movie(self, *additions, behind=b""):
+        """The sample with its movie box first, boxes added to that, and bytes behind it in place of media data."""
+        data = SAMPLE.read_bytes()
+        start, payload, end = mp4_boxes.find(data, b"moov")
+        return data[:start] + mp4_boxes.box(b"moov", data[payload:end], *additions) + behind
+
+    def test_samples_of_100_gigabytes(self):
+        for sample in tool.samples():
+            with self.subTest(name=sample.name):
+                record = self.check_bounded(sample.name, sample.read_bytes(), self.LENGTH)
+                self.assertEqual((record["status"], record["size"]), ("ok", self.LENGTH))
+
+    def test_boxes_of_100_gigabytes(self):
+        for kind in (b"moov", b"mdat", b"meta", b"moof"):
+            head = SAMPLE.read_bytes()[:32] + (1).to_bytes(4, "big") + kind + (self.LENGTH - 32).to_bytes(8, "big")
+            with self.subTest(kind=kind):
+                self.assertEqual(self.check_bounded("claim.mp4", head, self.LENGTH)["status"], "error")
+
+    def test_a_million_boxes(self):
+        empty = mp4_boxes.box(b"free")
+        fragment = mp4_boxes.box(b"moof", mp4_boxes.full_box(b"mfhd", bytes(4))) + mp4_boxes.box(b"mdat")
+        for name, data in (("inside", self.with_movie(mp4_boxes.box(b"udta", empty * 1_000_000))),
+                           ("in a row", self.with_movie(behind=empty * 1_000_000)),
+                           ("fragments", self.with_movie(mp4_boxes.box(b"mvex"), behind=fragment * 300_000))):
+            with self.subTest(name=name):
+                self.check_bounded("boxes.mp4", data)
+
+    def test_tracks_by_the_thousand(self):
+        data = SAMPLE.read_bytes()
+        start, _, end = mp4_boxes.find(data, b"moov", b"trak")
+        self.check_bounded("tracks.mp4", self.with_movie(data[start:end] * 5000))
+
+    def test_deep_nesting(self):
+        nest = b""
+        for _ in range(20_000):
+            nest = (len(nest) + 8).to_bytes(4, "big") + b"udta" + nest if len(nest) < 100_000 else nest
+        self.check_bounded("deep.mp4", self.with_movie(nest))
+
+    def test_elements_and_chunks_by_the_million(self):
+        matroska = (tool.SAMPLES / "languages.mkv").read_bytes()
+        wave = (tool.SAMPLES / "voice.wav").read_bytes()
+        self.assertEqual(self.check_bounded("void.mkv", matroska + b"\xec\x80" * 1_000_000)["status"], "ok")
+        self.assertEqual(self.check_bounded("chunks.wav", wave + b"abcd\0\0\0\0" * 1_000_000)["status"], "ok")
+
+    def test_tags_by_the_million(self):
+        frame = b"TIT2" + (2).to_bytes(4, "big") + b"\0\0\0a"
+        tag = frame * 2_000_000
+        size = bytes(len(tag) >> shift & 0x7F for shift in (21, 14, 7, 0))
+        self.check_bounded("tags.mp3", b"ID3\x04\0\0" + size + tag + (tool.SAMPLES / "song.mp3").read_bytes())
 
 
 class Usage(Folder):
