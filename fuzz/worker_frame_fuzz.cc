@@ -2,11 +2,13 @@
 // stream.
 //
 // Oracle: the messages are the same however the stream is cut; each is within its bounds and comes out the same once it
-// is sent again; a broken stream gives nothing more.
+// is sent again; a header that claims more than a message may have is no message, before anything of it has arrived; a
+// broken stream gives nothing more.
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <string>
@@ -61,11 +63,25 @@ std::vector<std::string> Messages(std::span<const char> stream, std::size_t piec
   return messages;
 }
 
+/// The lengths stand behind the kind: 32 bits for the second text, 64 for the first.
+void CheckHeader(std::span<const char> stream) {
+  constexpr std::size_t kHeaderBytes = 16;
+  if (stream.size() < kHeaderBytes) return;
+  std::uint32_t error_size = 0;
+  std::uint64_t text_size = 0;
+  std::memcpy(&error_size, stream.data() + 4, sizeof error_size);
+  std::memcpy(&text_size, stream.data() + 8, sizeof text_size);
+  const bool is_sound = FrameDecoder().Add(stream.first(kHeaderBytes));
+  FUZZ_CHECK(!is_sound ||
+             (text_size <= mediaprobe::frame::kMostTextBytes && error_size <= mediaprobe::frame::kMostErrorBytes));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::span stream(reinterpret_cast<const char*>(data) + 1, size - 1);
+  CheckHeader(stream);
   const std::vector<std::string> messages = Messages(stream, std::size_t{1} + data[0]);
   FUZZ_CHECK(Messages(stream, 1) == messages);
 
