@@ -35,6 +35,7 @@ class BoundedSource final : public IByteSource {
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
   const char* ReadFailure() const override { return source_.ReadFailure(); }
   std::optional<std::uint64_t> Size() const override { return source_.Size(); }
+  bool IsRemote() const override { return source_.IsRemote(); }
 
   /// Reads at least one byte where `ReadAt` reads them all, but no more than is held, or than the budget allows. For
   /// readers that fill a buffer with whatever comes: they read nothing then that they may not want.

@@ -24,6 +24,9 @@ class IByteSource {
   /// Length of the input in bytes; empty when the input does not tell it (a network stream without a length).
   virtual std::optional<std::uint64_t> Size() const = 0;
 
+  /// True when bytes that do not follow those read last cost a request to a server.
+  virtual bool IsRemote() const { return false; }
+
   /// Tells that these bytes will be wanted soon, so that a source whose bytes lie on a slow disk may fetch them
   /// meanwhile. Changes no answer.
   virtual void WillRead(std::uint64_t /*offset*/, std::uint64_t /*size*/) {}

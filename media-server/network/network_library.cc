@@ -21,6 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr int kMostSentAhead = 64 * 1024;
 constexpr std::uint64_t kMostAtOnce = std::numeric_limits<int>::max();
 
 const char* ReasonOf(int error) {
@@ -39,6 +40,8 @@ const char* ReasonOf(int error) {
       return "the server does not give it";
     case AVERROR_INVALIDDATA:
       return "the server's answer is not HTTP";
+    case AVERROR(ENOSYS):  // a content encoding: none was asked for
+      return "the server sends it compressed";
     case AVERROR_EXIT:
     case AVERROR(ETIMEDOUT):
       return "the server does not answer in time";
@@ -61,6 +64,8 @@ class NetworkSource final : public IByteSource {
     av_dict_set(&options, "http_proxy", proxy, 0);
     // A redirection may lead to another server, never into the file system.
     av_dict_set(&options, "protocol_whitelist", "http,https,tcp,tls,httpproxy", 0);
+    // What a server sends ahead is lost with the next jump.
+    av_dict_set_int(&options, "recv_buffer_size", kMostSentAhead, 0);
     const AVIOInterruptCB interrupt{&NetworkSource::Interrupted, this};
     deadline_ = Clock::now() + timeout_;
     const int status = avio_open2(&context_, url, AVIO_FLAG_READ, &interrupt, &options);
@@ -86,6 +91,7 @@ class NetworkSource final : public IByteSource {
   }
 
   const char* ReadFailure() const override { return failure_; }
+  bool IsRemote() const override { return true; }
 
   std::optional<std::uint64_t> Size() const override {
     const std::int64_t size = avio_size(context_);

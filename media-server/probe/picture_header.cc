@@ -39,6 +39,8 @@ constexpr std::size_t kWholeSample = std::size_t{1} << 20;
 
 // Key samples looked at for their kind; a stream that mixes kinds does so from the start.
 constexpr int kMostKeySamples = 8;
+// Of a file behind http, each of which is a request.
+constexpr int kMostRemoteKeySamples = 3;
 
 Bytes Extradata(const AVStream& stream) {
   const AVCodecParameters& codec = *stream.codecpar;
@@ -49,8 +51,9 @@ Bytes Extradata(const AVStream& stream) {
 template <typename IsIdr>
 std::optional<bool> AllKeySamplesAre(IsIdr is_idr, AVStream& stream, const SampleReader& samples) {
   std::optional<bool> all;
+  const int most = samples.IsRemote() ? kMostRemoteKeySamples : kMostKeySamples;
   int seen = 0;
-  for (int i = 0; i < samples.SampleCount(stream) && seen < kMostKeySamples; ++i) {
+  for (int i = 0; i < samples.SampleCount(stream) && seen < most; ++i) {
     if (!samples.IsKeySample(stream, i)) continue;
     const std::size_t size = seen++ == 0 ? kSampleStart : kLaterSampleStart;
     if (const std::optional<bool> idr = is_idr(samples.ReadStart(stream, i, size))) {

@@ -22,6 +22,8 @@ class SampleReader {
   bool IsKeySample(AVStream& stream, int sample) const;
   /// Up to `size` first bytes of a sample below SampleCount; fewer at the end of the sample or file.
   std::vector<std::uint8_t> ReadStart(AVStream& stream, int sample, std::size_t size) const;
+  /// True when each sample costs a request to a server.
+  bool IsRemote() const { return source_.IsRemote(); }
 
  private:
   bool has_sample_index_;

@@ -1,12 +1,16 @@
 """Files behind http: answered as the same file on disk is, and errors within a bounded time."""
 import contextlib
 import http.server
+import pathlib
 import re
 import socket
+import tempfile
 import threading
 import time
 import unittest
 
+import maker
+import mp4_boxes
 import tool
 
 # What the product allows a server that stays silent, and some more for a busy machine.
@@ -17,9 +21,14 @@ class RangeHandler(http.server.BaseHTTPRequestHandler):
     """Serves the samples, whole or from a byte on; paths below /plain/ whole only."""
     protocol_version = "HTTP/1.1"
     requests = []
+    # Files that exist nowhere else, by name.
+    files = {}
 
     def do_GET(self):
         RangeHandler.requests.append(self.path)
+        if self.path.startswith("/made/"):
+            self.send_file(RangeHandler.files[self.path.removeprefix("/made/")])
+            return
         if self.path.startswith("/moved/"):
             self.send_response(302)
             self.send_header("Location", self.path.removeprefix("/moved"))
@@ -95,6 +104,34 @@ class Served(unittest.TestCase):
         RangeHandler.requests.clear()
         tool.record_of(tool.SAMPLES / "upright.mp4")
         self.assertEqual(RangeHandler.requests, [])
+
+
+class Costs(unittest.TestCase):
+    def requests_for(self, name, data):
+        RangeHandler.files[name] = data
+        RangeHandler.requests.clear()
+        record = tool.record_of(f"{Served.root}/made/{name}")
+        self.assertEqual(record["size"], len(data))
+        return record, len(RangeHandler.requests)
+
+    def test_mp4_with_its_index_at_the_end(self):
+        # Every sample is a key sample and of some hundred thousand bytes, so that no request fetches two of them.
+        with tempfile.TemporaryDirectory() as folder:
+            maker.run_ffmpeg("noise.mp4", [*maker.pictures("640x480", seconds="0.6"), "-vf", "noise=alls=100:allf=t", "-c:v",
+                                           "libx264", "-preset", "ultrafast", "-qp", "4", "-g", "1"], folder)
+            data = pathlib.Path(folder, "noise.mp4").read_bytes()
+        self.assertGreater(len(data), 3_000_000)
+        record, requests = self.requests_for("noise.mp4", data)
+        self.assertEqual(tool.streams_of(record)[0]["metadata"]["MediaFile_Metedata_Video_FULL_IDR"], 1)
+        self.assertLessEqual(requests, 6)
+
+    def test_mp4_with_its_index_at_the_start(self):
+        data = (tool.SAMPLES / "song.m4a").read_bytes()
+        self.assertEqual(self.requests_for("start.m4a", data + mp4_boxes.box(b"free", bytes(8_000_000)))[1], 1)
+
+    def test_matroska(self):
+        data = (tool.SAMPLES / "languages.mkv").read_bytes()
+        self.assertLessEqual(self.requests_for("long.mkv", data + bytes(8_000_000))[1], 3)
 
 
 class Unserved(unittest.TestCase):
