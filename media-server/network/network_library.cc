@@ -5,7 +5,10 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "platform/export.h"
 
@@ -21,7 +24,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kMostSentAhead = 64 * 1024;
+// A request asks for this much at least: another one takes longer. Where reading goes on, the pieces grow.
+constexpr std::size_t kFirstPiece = 64 * 1024;
+constexpr std::size_t kLargestPiece = 512 * 1024;
 constexpr std::uint64_t kMostAtOnce = std::numeric_limits<int>::max();
 
 const char* ReasonOf(int error) {
@@ -59,23 +64,84 @@ class NetworkSource final : public IByteSource {
 
   /// An error of libavformat's, or 0.
   int Open(const char* url, const char* proxy) {
-    AVDictionary* options = nullptr;
-    // Also when it is empty: libavformat would take a proxy from the environment that the host did not ask for.
-    av_dict_set(&options, "http_proxy", proxy, 0);
-    // A redirection may lead to another server, never into the file system.
-    av_dict_set(&options, "protocol_whitelist", "http,https,tcp,tls,httpproxy", 0);
-    // What a server sends ahead is lost with the next jump.
-    av_dict_set_int(&options, "recv_buffer_size", kMostSentAhead, 0);
-    const AVIOInterruptCB interrupt{&NetworkSource::Interrupted, this};
-    deadline_ = Clock::now() + timeout_;
-    const int status = avio_open2(&context_, url, AVIO_FLAG_READ, &interrupt, &options);
-    av_dict_free(&options);
-    return status;
+    url_ = url;
+    proxy_ = proxy;
+    int status = Request(0, kFirstPiece);
+    if (status < 0) return status;
+    const std::int64_t size = avio_size(context_);
+    if (size >= 0) size_ = static_cast<std::uint64_t>(size);
+    gives_ranges_ = size_ && (context_->seekable & AVIO_SEEKABLE_NORMAL) != 0;
+    // Such a server gives the whole from the start on, which is asked for as such then.
+    return gives_ranges_ ? 0 : Request(0, std::nullopt);
   }
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
     const std::uint64_t end = Size().value_or(std::numeric_limits<std::int64_t>::max());
     if (offset >= end) return 0;
+    out = out.first(static_cast<std::size_t>(std::min<std::uint64_t>({out.size(), end - offset, kMostAtOnce})));
+    if (!gives_ranges_) return ReadOn(offset, out);
+    std::size_t done = 0;
+    while (done < out.size()) {
+      const auto rest = out.subspan(done);
+      const std::size_t got = CopyPiece(offset + done, rest);
+      if (got == 0 && !FetchPiece(offset + done, rest.size())) break;
+      done += got;
+    }
+    return done;
+  }
+
+  const char* ReadFailure() const override { return failure_; }
+  bool IsRemote() const override { return true; }
+
+  std::optional<std::uint64_t> Size() const override { return size_; }
+
+ private:
+  /// Asks for the bytes from `begin` to `end`; an error of libavformat's, or 0.
+  int Request(std::uint64_t begin, std::optional<std::uint64_t> end) {
+    avio_closep(&context_);
+    AVDictionary* options = nullptr;
+    // Also when it is empty: libavformat would take a proxy from the environment that the host did not ask for.
+    av_dict_set(&options, "http_proxy", proxy_.c_str(), 0);
+    // A redirection may lead to another server, never into the file system.
+    av_dict_set(&options, "protocol_whitelist", "http,https,tcp,tls,httpproxy", 0);
+    av_dict_set_int(&options, "offset", static_cast<std::int64_t>(begin), 0);
+    if (end) av_dict_set_int(&options, "end_offset", static_cast<std::int64_t>(*end), 0);
+    const AVIOInterruptCB interrupt{&NetworkSource::Interrupted, this};
+    deadline_ = Clock::now() + timeout_;
+    const int status = avio_open2(&context_, url_.c_str(), AVIO_FLAG_READ, &interrupt, &options);
+    av_dict_free(&options);
+    return status;
+  }
+
+  std::size_t CopyPiece(std::uint64_t offset, std::span<std::uint8_t> out) const {
+    if (offset < piece_begin_ || offset - piece_begin_ >= piece_.size()) return 0;
+    const auto held = std::span(piece_).subspan(static_cast<std::size_t>(offset - piece_begin_));
+    const std::size_t size = std::min(held.size(), out.size());
+    std::copy_n(held.begin(), size, out.begin());
+    return size;
+  }
+
+  /// Reads a piece that begins at `offset`. Pieces that follow one another grow, since more of them will be wanted.
+  bool FetchPiece(std::uint64_t offset, std::size_t least) {
+    const bool follows = !piece_.empty() && offset == piece_begin_ + piece_.size();
+    piece_size_ = follows ? std::min(piece_size_ * 2, kLargestPiece) : kFirstPiece;
+    const std::uint64_t end = std::min(offset + std::max<std::uint64_t>(piece_size_, least), *size_);
+    const bool is_open = piece_.empty() && offset == 0 && end <= kFirstPiece;  // the first request asked for it
+    piece_.clear();
+    piece_begin_ = offset;
+    if (const int status = is_open ? 0 : Request(offset, end); status < 0) {
+      KeepFailure(status);
+      return false;
+    }
+    piece_.resize(static_cast<std::size_t>(end - offset));
+    const std::size_t got = ReadNext(piece_);
+    piece_.resize(got);
+    return got > 0;
+  }
+
+  /// Reads on from where the answer of the server stands, or seeks where it is elsewhere.
+  std::size_t ReadOn(std::uint64_t offset, std::span<std::uint8_t> out) {
+    if (context_ == nullptr) return 0;
     deadline_ = Clock::now() + timeout_;
     const auto target = static_cast<std::int64_t>(offset);
     if (avio_tell(context_) != target) {
@@ -83,23 +149,19 @@ class NetworkSource final : public IByteSource {
       if (position < 0) KeepFailure(static_cast<int>(position));
       if (position != target) return 0;
     }
-    const int size = static_cast<int>(std::min<std::uint64_t>({out.size(), end - offset, kMostAtOnce}));
+    return ReadNext(out);
+  }
+
+  /// Reads what the server sends next. libavformat counts it from 0, whatever was asked for.
+  std::size_t ReadNext(std::span<std::uint8_t> out) {
+    deadline_ = Clock::now() + timeout_;
+    const int size = static_cast<int>(out.size());
     const int got = avio_read(context_, out.data(), size);
     // After part of the bytes the error is the context's.
     if (got < size) KeepFailure(got < 0 ? got : context_->error);
     return static_cast<std::size_t>(std::max(got, 0));
   }
 
-  const char* ReadFailure() const override { return failure_; }
-  bool IsRemote() const override { return true; }
-
-  std::optional<std::uint64_t> Size() const override {
-    const std::int64_t size = avio_size(context_);
-    if (size < 0) return std::nullopt;
-    return static_cast<std::uint64_t>(size);
-  }
-
- private:
   /// A server that only gives everything from the start on, and an end where the length is not known, are none.
   void KeepFailure(int error) {
     const bool is_none = error == 0 || error == AVERROR(ENOSYS) || (error == AVERROR_EOF && !Size());
@@ -113,7 +175,14 @@ class NetworkSource final : public IByteSource {
 
   std::chrono::seconds timeout_;
   Clock::time_point deadline_;
+  std::string url_;
+  std::string proxy_;
   AVIOContext* context_ = nullptr;
+  std::optional<std::uint64_t> size_;
+  bool gives_ranges_ = false;
+  std::uint64_t piece_begin_ = 0;
+  std::size_t piece_size_ = 0;
+  std::vector<std::uint8_t> piece_;  // read last
   const char* failure_ = nullptr;
 };
 

@@ -125,6 +125,16 @@ class Costs(unittest.TestCase):
         self.assertEqual(tool.streams_of(record)[0]["metadata"]["MediaFile_Metedata_Video_FULL_IDR"], 1)
         self.assertLessEqual(requests, 6)
 
+    def test_long_files_are_answered_as_on_disk(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder, "long.ts")
+            maker.run_ffmpeg(path.name, [*maker.pictures("640x480", seconds="2"), *maker.tone(seconds="2"), "-c:v", "mpeg2video",
+                                         "-b:v", "9M", "-c:a", "mp2"], folder)
+            remote, requests = self.requests_for("long.ts", path.read_bytes())
+            local = tool.record_of(path)
+        self.assertEqual({**remote, "input": None}, {**local, "input": None})
+        self.assertLessEqual(requests, 12)
+
     def test_mp4_with_its_index_at_the_start(self):
         data = (tool.SAMPLES / "song.m4a").read_bytes()
         self.assertEqual(self.requests_for("start.m4a", data + mp4_boxes.box(b"free", bytes(8_000_000)))[1], 1)
