@@ -246,6 +246,7 @@ void InputRun::Provide(Provisions& provisions) {
 }
 
 Answer InputRun::TryOne(const Input& input, const ReportDigest& report, char* const* restart_line) {
+  GiveUpChanges();
   const FirstTry watch(restart_line, options_.memory_bytes);
   try {
     return AnswerOne(input, report);
@@ -314,9 +315,11 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
     Complain(std::string("cannot read standard input: ") + std::strerror(source.error()));
   }
   // A file holds the whole output or nothing of it.
-  const bool keeps_output = options_.output.empty() || !interrupts_.happened();
+  const bool was_interrupted = interrupts_.happened();
+  const bool keeps_output = options_.output.empty() || !was_interrupted;
   if (is_written_ && keeps_output) is_written_ = output_.End();
-  if (interrupts_.happened()) {
+  // A signal that comes later finds everything done.
+  if (was_interrupted) {
     // The shell's next prompt is to start a line of its own.
     if (isatty(STDERR_FILENO)) std::fputs("\n", stderr);
     return kExitInterrupted;
@@ -329,10 +332,10 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
 }
 
 /// Whether a command line asks for one file and nothing that starting over would spoil: an answer that takes long, a
-/// key that is no longer to be seen among the arguments, an output file that is begun.
+/// key that is no longer to be seen among the arguments, a file for the output or the log.
 bool StartsHere(const Options& options) {
   if (options.isolation || options.from_standard_input || options.walk || options.inputs.size() != 1) return false;
-  if (options.uuid || !options.key.empty() || !options.output.empty()) return false;
+  if (options.uuid || !options.key.empty() || !options.output.empty() || !options.log_file.empty()) return false;
   return !IsNetworkUrl(options.inputs.front());
 }
 

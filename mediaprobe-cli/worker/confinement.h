@@ -42,6 +42,11 @@ class Confinement {
   sandbox::FileAccess files_;  // of processes for files
 };
 
+/// What of that a process can give up that may yet have to start over: from now on it, and what it starts, creates,
+/// changes and removes no file, reaches no TCP port, and no process outside. False where the kernel lacks Landlock or
+/// refuses.
+bool GiveUpChanges();
+
 /// Whether this process is kept from reading a file that it could read otherwise: a link that leads out of the places
 /// named at the start, a file that was replaced since. A process of its own may read it.
 bool IsOutOfReach(const std::string& input);

@@ -69,6 +69,20 @@ class HostileWorkers(unittest.TestCase):
                         killed = deed in KILLED and "seccomp" not in missing
                         self.assertEqual(error, f"the probe broke down twice: {FATAL}" if killed else "the deed failed", deed)
 
+    def test_the_first_try_changes_nothing(self):
+        """One file alone, which the tool probes in its own process."""
+        if "Landlock" in missing_layers("-"):
+            stopped = []
+        else:
+            stopped = [deed for deed, by in DEEDS.items() if "L" in by and deed not in ("read", "list", "execve", "execveat")]
+        for deed in stopped:
+            with self.subTest(deed=deed):
+                (self.folder / f"hostile_{deed}.mp4").write_text("x")
+                before = self.state()
+                done = tool.probe(f"hostile_{deed}.mp4", folder=self.folder)
+                self.assertEqual(self.state(), before)
+                self.assertEqual(done.records()[0]["error"], "the deed failed")
+
     def test_deeds_are_done_where_nothing_is_confined(self):
         for deed in ("read", "create", "socket", "unlink", "environment"):
             with self.subTest(deed=deed):

@@ -20,6 +20,7 @@ struct RulesetAttributes {
   std::uint64_t scopes;
 };
 constexpr std::uint64_t kReading = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
+constexpr std::uint64_t kRunning = LANDLOCK_ACCESS_FS_EXECUTE;
 constexpr std::uint64_t kBindTcp = 1U << 0;
 constexpr std::uint64_t kConnectTcp = 1U << 1;
 constexpr std::uint64_t kAbstractSocketsAndSignals = (1U << 0) | (1U << 1);
@@ -40,7 +41,8 @@ int MakeRuleset(FileAccess::Reading reading, FileAccess::Network network) {
   constexpr int kKnownVersions = static_cast<int>(std::size(kFileBits));
   const int bits = kFileBits[(version < kKnownVersions ? version : kKnownVersions) - 1];
   RulesetAttributes attributes{(std::uint64_t{1} << bits) - 1, 0, 0};
-  if (reading == FileAccess::Reading::kEverything) attributes.files &= ~kReading;
+  if (reading != FileAccess::Reading::kNamedPlaces) attributes.files &= ~kReading;
+  if (reading == FileAccess::Reading::kEverythingAndRunning) attributes.files &= ~kRunning;
   std::size_t size = sizeof attributes.files;
   if (version >= kNetworkVersion) {
     attributes.network = network == FileAccess::Network::kNone ? kBindTcp | kConnectTcp : kBindTcp;
@@ -63,10 +65,14 @@ FileAccess::~FileAccess() {
   if (ruleset_ >= 0) close(ruleset_);
 }
 
-bool FileAccess::AllowReading(const std::string& path) {
+bool FileAccess::AllowReading(const std::string& path) { return Allow(path, LANDLOCK_ACCESS_FS_READ_FILE); }
+
+bool FileAccess::AllowWriting(const std::string& path) { return Allow(path, LANDLOCK_ACCESS_FS_WRITE_FILE); }
+
+bool FileAccess::Allow(const std::string& path, std::uint64_t access) {
   const int place = open(path.c_str(), O_PATH | O_CLOEXEC);
   if (place < 0) return false;
-  const landlock_path_beneath_attr rule{.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE, .parent_fd = place};
+  const landlock_path_beneath_attr rule{.allowed_access = access, .parent_fd = place};
   syscall(SYS_landlock_add_rule, ruleset_, LANDLOCK_RULE_PATH_BENEATH, &rule, 0U);
   close(place);
   return true;

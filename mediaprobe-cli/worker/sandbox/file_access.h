@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace mediaprobe::sandbox {
@@ -12,7 +13,7 @@ bool HasFileAccess();
 /// outside.
 class FileAccess {
  public:
-  enum class Reading { kNamedPlaces, kEverything };
+  enum class Reading { kNamedPlaces, kEverything, kEverythingAndRunning };
   enum class Network { kNone, kConnects };
   FileAccess(Reading reading, Network network);
   ~FileAccess();
@@ -22,10 +23,15 @@ class FileAccess {
   /// Adds a file, or a folder with everything in it; links are followed now. False when there is no such thing.
   bool AllowReading(const std::string& path);
 
+  /// Adds a file that may be written to. False when there is no such thing.
+  bool AllowWriting(const std::string& path);
+
   /// Confines this process to that. Cannot be undone. False when the kernel refuses.
   bool Enforce() const;
 
  private:
+  bool Allow(const std::string& path, std::uint64_t access);
+
   int ruleset_;
 };
 

@@ -346,6 +346,17 @@ TEST_F(ConfinementTest, ClosesAllDescriptorsButThoseKept) {
   close(closed);
 }
 
+TEST_F(ConfinementTest, GivesUpChangesAndReadsOn) {
+  const auto ask = [&](const std::function<bool()>& question) {
+    return InChild([] { return GiveUpChanges() == sandbox::HasFileAccess(); }, question);
+  };
+  EXPECT_EQ(ask([&] { return CanRead(other_); }), End::kYes);
+  EXPECT_EQ(ask([&] { return std::ofstream(other_, std::ios::app).is_open(); }), NoWithFileRules());
+  EXPECT_EQ(ask([&] { return std::ofstream(folder_.path() + "/new").is_open(); }), NoWithFileRules());
+  EXPECT_EQ(ask([] { return open("/dev/null", O_RDWR) >= 0; }), End::kYes);
+  EXPECT_EQ(ask([] { return execl("/bin/sh", "sh", "-c", "exit 20", nullptr) == 0; }), End::kYes) << "it starts over";
+}
+
 TEST_F(ConfinementTest, SaysThatAFileIsOutOfReach) {
   Confinement::Settings settings;
   settings.places = {input_};
