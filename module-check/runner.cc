@@ -27,6 +27,7 @@ class Pool {
     }
     while (!running_.empty()) WaitForSome(results);
     std::vector<Result> in_order;
+    in_order.reserve(checks.size());
     for (const Check* check : checks) in_order.push_back(std::move(results.at(check)));
     return in_order;
   }

@@ -16,7 +16,8 @@
 #include "sample_files.h"
 #include "service/iservice_manager.h"
 
-// Of the address and thread sanitizers, whose heap mallinfo2 knows nothing of.
+// Of the address and thread sanitizers, whose heap mallinfo2 knows nothing of; the name is theirs.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();
 
 namespace module_check {
