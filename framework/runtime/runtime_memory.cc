@@ -8,9 +8,9 @@ void __freeres();
 
 namespace {
 
-/// The copy keeps a little for each thread, which the loader fetches when a thread first throws. Where the reason to throw
-/// is that there is no memory, that would end the process. So it is fetched when the library is loaded, for the thread
-/// that loads it: a worker process has no other.
+/// The copy keeps a little for each thread, which the loader fetches when a thread first throws. Where the reason to
+/// throw is that there is no memory, that would end the process. So it is fetched when the library is loaded, for the
+/// thread that loads it: a worker process has no other.
 [[gnu::constructor]] void FetchThreadMemory() {
   // The declaration says that the call has no effect but its value.
   [[maybe_unused]] const void* volatile memory = abi::__cxa_get_globals();
