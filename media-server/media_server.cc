@@ -14,17 +14,30 @@
 #include "media-server/objects/com_object.h"
 #include "media-server/objects/media_info_object.h"
 #include "media-server/probe/media_prober.h"
+#include "media-server/refused_allocations.h"
 #include "platform/text.h"
 
 namespace media_server {
 namespace {
 
-/// What stood where nothing could be read is not known, so an answer without it would pass for that of another file.
-bool CouldBeRead(const IByteSource& source, std::string* reason) {
-  const char* failure = source.ReadFailure();
-  if (failure != nullptr) *reason = failure;
-  return failure == nullptr;
-}
+/// What one open misses although the file has it.
+class Losses {
+ public:
+  explicit Losses(const IByteSource& source) : source_(source) {}
+
+  /// What stood where nothing could be read is not known, and libavformat passes in silence over what it has no memory
+  /// for: an answer without that would pass for another file's. False, with the reason, where something is missing.
+  bool AreNone(std::string* reason) const {
+    const char* failure = source_.ReadFailure();
+    if (RefusedAllocations() != refused_before_) failure = "out of memory";
+    if (failure != nullptr) *reason = failure;
+    return failure == nullptr;
+  }
+
+ private:
+  const IByteSource& source_;
+  const std::uint64_t refused_before_ = RefusedAllocations();
+};
 
 class MediaServer final : public ComObject<IMediaServer> {
  public:
@@ -65,8 +78,9 @@ class MediaServer final : public ComObject<IMediaServer> {
       const auto source = OpenSource(platform::PathToUtf8(path), &reason);
       if (source) {
         BoundedSource bounded(*source, ReadBudget());
+        const Losses losses(*source);
         answered = image::QueryImage(bounded, *info, &reason);
-        answered = CouldBeRead(*source, &reason) && answered;
+        answered = losses.AreNone(&reason) && answered;
       }
     } catch (const std::bad_alloc&) {
       reason = "out of memory";
@@ -84,8 +98,9 @@ class MediaServer final : public ComObject<IMediaServer> {
     const auto source = OpenSource(path, reason);
     if (!source) return {};
     BoundedSource bounded(*source, ReadBudget());
+    const Losses losses(*source);
     auto media = probe::ProbeMedia(bounded, DecryptionKey(), reason);
-    if (!CouldBeRead(*source, reason) || !media) return {};
+    if (!losses.AreNone(reason) || !media) return {};
     return MakeMediaInfo(std::move(media));
   }
 

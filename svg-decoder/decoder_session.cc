@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <memory>
+#include <new>
 
 #include "core/error_text.h"
 #include "platform/library.h"
@@ -55,6 +56,9 @@ std::uint32_t DecoderSession::Load(std::uintptr_t /*first*/, std::uintptr_t /*se
   Forget();
   try {
     return Load() ? kLoaded : kNotLoaded;
+  } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
+    return kNotLoaded;
   } catch (const std::exception& error) {
     CoreSetErrorText(error.what());
     return kNotLoaded;

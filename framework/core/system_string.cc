@@ -6,6 +6,8 @@
 #include <limits>
 #include <string>
 
+#include "core/error_text.h"
+
 namespace {
 
 /// Length in bytes, stored right before the first unit.
@@ -39,7 +41,10 @@ BSTR SysAllocStringLen(const char16_t* text, std::uint32_t length) {
 
   // Not calloc, which goes past the memory that glibc keeps ready for each thread.
   auto* allocation = static_cast<char*>(std::malloc(bytes + kOverhead));
-  if (!allocation) return nullptr;
+  if (!allocation) {
+    CoreSetErrorText("out of memory");
+    return nullptr;
+  }
   const auto prefix = static_cast<Prefix>(bytes);
   std::memcpy(allocation, &prefix, sizeof(prefix));
   char* units = allocation + sizeof(prefix);

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/error_text.h"
 #include "media-server/objects/com_object.h"
 #include "media-server/objects/object_list.h"
 #include "media-server/objects/stream_objects.h"
@@ -31,6 +32,7 @@ ComStatus GiveList(IObjectList<Item>** out, const MakeItems& make_items) {
     *out = new ObjectList<Item>(make_items());
     return platform::kOk;
   } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
     return platform::kFail;
   }
 }

@@ -3,6 +3,7 @@
 #include <new>
 #include <string>
 
+#include "core/error_text.h"
 #include "platform/com.h"
 #include "platform/system_string.h"
 #include "platform/text.h"
@@ -17,6 +18,7 @@ inline BSTR ToSystemString(const std::string& text) noexcept {
     const std::u16string wide = platform::ToUtf16(text);
     return SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
   } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
     return nullptr;
   }
 }

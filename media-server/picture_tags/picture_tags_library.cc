@@ -1,6 +1,7 @@
 #include "media-server/picture_tags/picture_tags_library.h"
 
 #include <exiv2/error.hpp>
+#include <new>
 
 #include "media-server/picture_tags/iptc_tags.h"
 #include "media-server/picture_tags/xmp_tags.h"
@@ -9,11 +10,13 @@
 namespace media_server {
 namespace {
 
-/// Exiv2 throws on what it cannot decode, and on what it cannot allocate; what was read before stays.
+/// Exiv2 throws on what it cannot decode; what was read before stays. That memory ran out is the caller's to tell.
 template <typename Function>
 void Guarded(Function&& read) {
   try {
     read();
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (...) {
   }
 }

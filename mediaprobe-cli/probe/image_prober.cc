@@ -38,6 +38,8 @@ ImageAnswer Ask(IImageInfo& image, const std::string& url) {
     CoreSetErrorText("the image service tells a size that is no number");
   }
   if (const auto store = image.GetMetadata()) answer.metadata = ReadImageMetadata(*store);
+  // Values that did not come across are missing in the store without a word.
+  answer.is_read = answer.is_read && *CoreErrorText() == '\0';
   return answer;
 }
 

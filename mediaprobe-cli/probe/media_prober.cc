@@ -212,6 +212,8 @@ Record MediaProber::Probe(InputPath& path) const {
   FollowService(path, url);
   if (is_open) {
     DescribeFile(*file, record);
+    // The interfaces' texts have no result codes: where memory ran out they are empty.
+    if (*CoreErrorText() != '\0') record.error = CoreErrorText();
   } else {
     record.error = FailureReason(path, CoreErrorText(), media_server::refusals::kNotMedia);
   }

@@ -104,6 +104,9 @@ std::uint32_t MediaFileInfoSession::SetURL(char* url) {
   }
   try {
     return Open(url);
+  } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
+    return kFailed;
   } catch (const std::exception& error) {
     CoreSetErrorText(error.what());
     return kFailed;
@@ -164,6 +167,7 @@ std::shared_ptr<IMetedataInfo> MediaFileInfoSession::GetMetadata() {
     if (stream_meta_) ImportMediaFileMetadata(*stream_meta_, *metadata_);
   } catch (const std::bad_alloc&) {
     // What was imported so far is handed out; without a store, null.
+    CoreSetErrorText("out of memory");
   }
   return metadata_;
 }

@@ -3,6 +3,7 @@
 #include <new>
 #include <string>
 
+#include "core/error_text.h"
 #include "platform/system_string.h"
 #include "platform/text.h"
 
@@ -27,6 +28,7 @@ class CachedText {
     try {
       text_ = platform::ToUtf8(answer.View());
     } catch (const std::bad_alloc&) {
+      CoreSetErrorText("out of memory");
       text_.clear();
     }
   }

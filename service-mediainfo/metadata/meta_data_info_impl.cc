@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/error_text.h"
 #include "media_server/metadata_keys.h"
 #include "mediainfo/result.h"
 #include "platform/text.h"
@@ -41,10 +42,11 @@ const AIGC_META* MetaDataInfoImpl::GetAigcMeta() {
   try {
     const std::string text = platform::ToUtf8(answer.View());
     aigc_meta_.text = static_cast<char*>(std::calloc(text.size() + 1, 1));
-    if (aigc_meta_.text == nullptr) return nullptr;
+    if (aigc_meta_.text == nullptr) throw std::bad_alloc();
     std::memcpy(aigc_meta_.text, text.data(), text.size());
     aigc_meta_.length = static_cast<std::uint32_t>(text.size());
   } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
     return nullptr;
   }
   return &aigc_meta_;

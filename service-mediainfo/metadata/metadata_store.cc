@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/error_text.h"
 #include "mediainfo/metedata_keys.h"
 #include "service-mediainfo/metadata/date_text.h"
 
@@ -97,6 +98,7 @@ bool MetadataInfoMPL::GetValue(const char* key, core::ValAny* out) {
   try {
     *out = *stored;
   } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
     return false;
   }
   return true;
@@ -121,6 +123,7 @@ bool MetadataInfoMPL::SetValue(const char* key, const core::ValAny* value) {
       keys_ += text;
     }
   } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
     return false;
   }
   return true;

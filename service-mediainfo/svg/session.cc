@@ -1,6 +1,7 @@
 #include "service-mediainfo/svg/session.h"
 
 #include <exception>
+#include <new>
 
 #include "core/error_text.h"
 #include "mediainfo/result.h"
@@ -31,6 +32,9 @@ bool session::SetPath(char* url) {
   CoreSetErrorText(nullptr);
   try {
     return Load(url);
+  } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
+    return false;
   } catch (const std::exception& error) {
     CoreSetErrorText(error.what());
     return false;
