@@ -1,8 +1,15 @@
 #include "output/json_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdio>
 #include <optional>
+#include <string_view>
+#include <utility>
+
+#include "output/terminal_text.h"
+#include "output/utf8_character.h"
 
 namespace mediaprobe {
 namespace {
@@ -10,6 +17,25 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr unsigned kIndent = 2;
+
+/// JSON has to escape C0 only; the record is read on terminals, too.
+std::string WithoutHidden(std::string json) {
+  constexpr unsigned char kFirst = 0x7F;
+  if (std::ranges::all_of(json, [](char c) { return static_cast<unsigned char>(c) < kFirst; })) return json;
+  std::string shown;
+  for (std::string_view rest = json; !rest.empty();) {
+    const Utf8Character next = FirstCharacter(rest);
+    if (IsHidden(next.code)) {
+      std::array<char, 8> escape;
+      std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(next.code));
+      shown += escape.data();
+    } else {
+      shown += rest.substr(0, next.size);
+    }
+    rest.remove_prefix(next.size);
+  }
+  return shown;
+}
 
 class Serializer {
  public:
@@ -26,7 +52,8 @@ class Serializer {
 
  private:
   void AppendScalar(const Json& value) {
-    text_ += value.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false, Json::error_handler_t::replace);
+    text_ += WithoutHidden(
+        value.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false, Json::error_handler_t::replace));
   }
 
   void AppendNumber(double number) {

@@ -26,11 +26,6 @@ struct Range {
 constexpr Range kHidden[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C}, {0x200B, 0x200B},
                              {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
 
-bool IsHidden(char32_t c) {
-  return std::any_of(std::begin(kHidden), std::end(kHidden),
-                     [c](Range range) { return c >= range.first && c <= range.last; });
-}
-
 std::string Escaped(char32_t c) {
   if (c == U'\n') return "\\n";
   if (c == U'\r') return "\\r";
@@ -41,6 +36,11 @@ std::string Escaped(char32_t c) {
 }
 
 }  // namespace
+
+bool IsHidden(char32_t c) {
+  return std::any_of(std::begin(kHidden), std::end(kHidden),
+                     [c](Range range) { return c >= range.first && c <= range.last; });
+}
 
 std::string TerminalText(std::string_view text) {
   const std::string valid = platform::ToValidUtf8(text);
