@@ -33,5 +33,11 @@ TEST(JsonText, InvalidUtf8IsReplaced) {
 
 TEST(JsonText, ControlCharactersAreEscaped) { EXPECT_EQ(CompactJson("\x1b\n\"\\"), R"("\u001b\n\"\\")"); }
 
+TEST(JsonText, WhatATerminalWouldActUponIsEscaped) {
+  EXPECT_EQ(CompactJson("\x7f\u009b\u202ea\u2028\ufeff"), R"("\u007f\u009b\u202ea\u2028\ufeff")");
+  EXPECT_EQ(CompactJson("\u200d\u00e9\U0001F600\\u202e"), "\"\u200d\u00e9\U0001F600\\\\u202e\"");
+  EXPECT_EQ(CompactJson(Json{{"\u202e", 1}}), R"({"\u202e":1})");
+}
+
 }  // namespace
 }  // namespace mediaprobe
