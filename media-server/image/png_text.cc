@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "media-server/container/byte_reader.h"
+#include "media-server/container/text.h"
 #include "media-server/image/photoshop_resources.h"
 
 namespace media_server::image {
@@ -143,7 +144,9 @@ void TakePngText(const PngText& text, EmbeddedMetadata& metadata) {
   if (text.keyword.starts_with(kRawProfile)) return TakeProfile(DecodeRawProfile(text.text), metadata);
   if (text.text.size() > kMostMetadataBytes) return;
   if (text.keyword == "XML:com.adobe.xmp") metadata.AddXmp(text.text);
-  if (text.keyword == "AIGC" && metadata.aigc.empty()) metadata.aigc = text.text;
+  if (text.keyword != "AIGC" || !metadata.aigc.empty()) return;
+  // ISO 8859-1 by the standard (PNG 11.3.3.2), UTF-8 by most writers.
+  metadata.aigc = TextFromUtf8OrLatin1({reinterpret_cast<const std::uint8_t*>(text.text.data()), text.text.size()});
 }
 
 Bytes WithoutExifName(Bytes exif) {

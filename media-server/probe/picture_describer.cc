@@ -120,6 +120,7 @@ double SampleAspectRatio(const AVStream& stream, const PictureParameters& header
 void DescribeSize(const AVStream& stream, const PictureParameters& header, PictureFormat& picture) {
   picture.width = header.width.value_or(static_cast<std::uint32_t>(std::max(stream.codecpar->width, 0)));
   picture.height = header.height.value_or(static_cast<std::uint32_t>(std::max(stream.codecpar->height, 0)));
+  if (picture.width == 0 || picture.height == 0) picture.width = picture.height = 0;
   picture.display_width = ScaledBy(picture.width, SampleAspectRatio(stream, header));
   picture.display_height = ScaledBy(picture.height, 1);
 }

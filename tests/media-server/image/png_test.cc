@@ -214,11 +214,16 @@ TEST(Png, LeavesOutProfilesAndTextsThatAreDamaged) {
   }
 }
 
+TEST(Png, TakesALabelThatIsNoUtf8AsLatin1) {
+  EXPECT_EQ(ReadPicture(Still(TextChunk("AIGC", "{\"L\":\"\xE9\xFF\"}")))->metadata.aigc, "{\"L\":\"\u00E9\u00FF\"}");
+  EXPECT_EQ(ReadPicture(Still(TextChunk("AIGC", "{\"L\":\"\u00E9\"}")))->metadata.aigc, "{\"L\":\"\u00E9\"}");
+}
+
 TEST(Png, InflatesNoMoreThanAPayloadMayHave) {
-  const std::string fits(kMostMetadataBytes, ' ');
+  const std::string fits(kMostMetadataBytes, '.');
   EXPECT_EQ(ReadPicture(Still(CompressedText("AIGC", fits)))->metadata.aigc, fits);
-  EXPECT_EQ(ReadPicture(Still(CompressedText("AIGC", fits + ' ')))->metadata.aigc, "");
-  const std::string bomb(std::size_t{64} << 20, ' ');  // 64 KiB on the wire
+  EXPECT_EQ(ReadPicture(Still(CompressedText("AIGC", fits + '.')))->metadata.aigc, "");
+  const std::string bomb(std::size_t{64} << 20, '.');  // 64 KiB on the wire
   EXPECT_EQ(ReadPicture(Still(CompressedText("AIGC", bomb)))->metadata.aigc, "");
 }
 

@@ -78,6 +78,16 @@ TEST_F(PictureDescriberTest, TheCodecsHeaderWinsForSizesAndColours) {
   EXPECT_EQ(picture.chroma, 422);
 }
 
+TEST_F(PictureDescriberTest, APictureHasASizeOrNone) {
+  codec_.height = 0;
+  EXPECT_EQ(Describe().width, 0u);
+  EXPECT_EQ(Describe().display_width, 0);
+  codec_.width = 0;
+  codec_.height = 576;
+  EXPECT_EQ(Describe().height, 0u);
+  EXPECT_EQ(Describe().display_height, 0);
+}
+
 TEST_F(PictureDescriberTest, TheContainersAspectRatioWins) {
   facts_.header.parameters.sample_aspect_ratio = core::Rational{12, 11};
   EXPECT_EQ(Describe().display_width, 785);
