@@ -57,26 +57,25 @@ constexpr bool IsAsciiControl(unsigned char byte) { return byte < 0x20 || byte =
 /// U+0080 to U+009F are C2 80 to C2 9F: terminals take some of them as the start of a command.
 constexpr bool IsLateControl(unsigned char first, unsigned char second) { return first == 0xC2 && second < 0xA0; }
 
-/// Marks and controls of direction, which make a line read as another one, and separators of lines.
-constexpr std::array<std::string_view, 14> kReordering{"\u061C", "\u200E", "\u200F", "\u2028", "\u2029",
-                                                       "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
-                                                       "\u2066", "\u2067", "\u2068", "\u2069"};
+struct Codes {
+  unsigned first;
+  unsigned last;
+};
 
-/// The one that `text` starts with; empty for none.
-std::string_view ReorderingAt(std::string_view text) {
-  const auto* found =
-      std::ranges::find_if(kReordering, [&](std::string_view character) { return text.starts_with(character); });
-  return found == kReordering.end() ? std::string_view() : *found;
+/// Marks and controls of direction, which make a line read as another one, separators of lines, and what has no width.
+constexpr std::array<Codes, 6> kHidden{
+    {{0x061C, 0x061C}, {0x200B, 0x200B}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}}};
+
+/// Of the character of two or three bytes that valid UTF-8 starts with; 0 for another one.
+unsigned CodeOf(std::string_view text) {
+  const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+  if ((byte(0) & 0xE0U) == 0xC0U) return (byte(0) & 0x1FU) << 6 | (byte(1) & 0x3FU);
+  if ((byte(0) & 0xF0U) == 0xE0U) return (byte(0) & 0xFU) << 12 | (byte(1) & 0x3FU) << 6 | (byte(2) & 0x3FU);
+  return 0;
 }
 
-/// Of a character of two or three bytes.
-void AppendCodePoint(std::string& line, std::string_view character) {
-  const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(character[index]); };
-  const unsigned code = character.size() == 2 ? (byte(0) & 0x1FU) << 6 | (byte(1) & 0x3FU)
-                                              : (byte(0) & 0xFU) << 12 | (byte(1) & 0x3FU) << 6 | (byte(2) & 0x3FU);
-  line += "\\u";
-  AppendHex(line, static_cast<unsigned char>(code >> 8));
-  AppendHex(line, static_cast<unsigned char>(code & 0xFF));
+bool IsHidden(unsigned code) {
+  return std::ranges::any_of(kHidden, [code](Codes codes) { return code >= codes.first && code <= codes.last; });
 }
 
 }  // namespace
@@ -109,9 +108,11 @@ std::string OneLine(std::string_view text) {
       line += "\\u00";
       AppendHex(line, next);
       ++index;
-    } else if (const std::string_view mark = ReorderingAt(std::string_view(valid).substr(index)); !mark.empty()) {
-      AppendCodePoint(line, mark);
-      index += mark.size() - 1;
+    } else if (const unsigned code = CodeOf(std::string_view(valid).substr(index)); IsHidden(code)) {
+      line += "\\u";
+      AppendHex(line, static_cast<unsigned char>(code >> 8));
+      AppendHex(line, static_cast<unsigned char>(code & 0xFF));
+      index += code < 0x800 ? 1 : 2;
     } else {
       line += valid[index];
     }

@@ -78,6 +78,8 @@ std::string MaskUrls(std::string_view line) {
     at += kSeparator.size();
     const auto* end = std::find_if(line.begin() + static_cast<std::ptrdiff_t>(at), line.end(),
                                    [](char c) { return static_cast<unsigned char>(c) <= ' '; });
+    // A path may hold another URL.
+    if (IsLocal(line.substr(start, at - kSeparator.size() - start))) continue;
     const auto past = static_cast<std::size_t>(end - line.begin());
     shown.append(line.substr(done, start - done)).append(MaskUrl(line.substr(start, past - start)));
     done = at = past;

@@ -51,7 +51,8 @@ TEST(OneLineTest, EscapesControlCharactersPastAscii) {
 
 TEST(OneLineTest, EscapesWhatReordersTheLine) {
   EXPECT_EQ(OneLine("a\u202Egpj.exe\u2069 \u061C\u2028"), "a\\u202Egpj.exe\\u2069 \\u061C\\u2028");
-  EXPECT_EQ(OneLine("\u05D0\u202F\u2060"), "\u05D0\u202F\u2060");
+  EXPECT_EQ(OneLine("\uFEFF\u200B\u2060"), "\\uFEFF\\u200B\\u2060");
+  EXPECT_EQ(OneLine("\u05D0\u202F\u2070\U0001F600"), "\u05D0\u202F\u2070\U0001F600");
 }
 
 TEST(OneLineTest, KeepsReadableText) {

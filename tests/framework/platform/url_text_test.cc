@@ -38,6 +38,7 @@ TEST(UrlTextTest, FindsUrlsInALine) {
   EXPECT_EQ(MaskUrls("Open(http://u:p@h/a 2 failed! see https://h/?t=s and file:///x?y=z."),
             "Open(http://***@h/a 2 failed! see https://h/?t=*** and file:///x?y=z.");
   EXPECT_EQ(MaskUrls("nothing"), "nothing");
+  EXPECT_EQ(MaskUrls("file://a/HTTP://u:p@h/b"), "file://a/HTTP://***@h/b");
   EXPECT_EQ(MaskUrls("://"), "://");
   EXPECT_EQ(MaskUrls("a://b?c=d\te://f?g=h"), "a://b?c=***\te://f?g=***");
 }
