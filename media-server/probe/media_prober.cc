@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/log.h"
+#include "media-server/container/flac_blocks.h"
 #include "media-server/container/format_identity.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/probe/analysis_policy.h"
@@ -35,6 +36,7 @@ constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20}, {"mpe
 void LimitBytes(std::string_view demuxer, BoundedSource& source) {
   const auto* limit = std::ranges::find(kByteLimits, demuxer, &ByteLimit::demuxer);
   if (limit != std::end(kByteLimits)) source.Limit(limit->bytes);
+  if (demuxer == "flac") source.Limit(ReadBudget().bytes + FlacMetadataSize(source));
 }
 
 // Fragments describe the file as well, but lie all over it: their times are known without them where there is an index.
