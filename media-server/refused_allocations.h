@@ -8,4 +8,7 @@ namespace media_server {
 /// Counts nothing that libavformat refuses itself, as too large.
 std::uint64_t RefusedAllocations();
 
+/// One more.
+void CountRefusedAllocation();
+
 }  // namespace media_server
