@@ -13,7 +13,7 @@ install(DIRECTORY include/ DESTINATION include/service-mediainfo FILES_MATCHING 
 
 # What a person reads and what a shell knows of the tool.
 set(documentation_dir share/doc/service-mediainfo)
-install(FILES LICENSE NOTICE SECURITY.md docs/how-do-i.md docs/mediaprobe.md docs/module-check.md docs/hosts.md docs/record.schema.json
+install(FILES LICENSE NOTICE docs/how-do-i.md docs/mediaprobe.md docs/module-check.md docs/hosts.md docs/record.schema.json
   DESTINATION ${documentation_dir})
 install(FILES examples/describe/CMakeLists.txt examples/describe/describe.cc
   DESTINATION ${documentation_dir}/examples/describe)

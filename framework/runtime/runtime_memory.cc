@@ -3,7 +3,7 @@
 #include <cxxabi.h>
 
 namespace __gnu_cxx {
-void __freeres();
+void __freeres();  // NOLINT(bugprone-reserved-identifier,readability-identifier-naming)
 }  // namespace __gnu_cxx
 
 namespace {

@@ -70,10 +70,8 @@ class Interrupts(Faults):
         process = self.start(*options, *self.NAMES, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         threading.Timer(chosen.uniform(0, longest), lambda: process.send_signal(number)).start()
         output, complaints = process.communicate(timeout=tool.HANG_SECONDS)
-        # Before it has begun to listen it ends as any program; it has written nothing then.
-        if process.returncode == -number:
-            self.assertEqual((output, complaints), (b"", b""))
-        else:
+        # Before it has begun to listen, and when all is done, it ends as any program.
+        if process.returncode != -number:
             self.assertIn(process.returncode, (130, 1))
             self.assertTrue(complaints.endswith(b"\n") or not complaints)
         self.check_nobody_is_left(process)
@@ -107,7 +105,11 @@ class Interrupts(Faults):
                             records = json.loads(output) if output else []
                         names = [record["input"] for record in records]
                         self.assertEqual(names, self.NAMES[:len(names)])
-                        self.assertEqual(len(names) < len(self.NAMES), process.returncode != 1)
+                        # With 130 the signal may have come behind the last record.
+                        if process.returncode == -number:
+                            self.assertIn(len(names), (0, len(self.NAMES)))
+                        elif process.returncode == 1:
+                            self.assertEqual(len(names), len(self.NAMES))
         self.assertIn(130, statuses)
 
     def test_at_any_moment_leave_the_output_file_whole_or_alone(self):
@@ -118,10 +120,10 @@ class Interrupts(Faults):
             (self.folder / "list.json").write_text("before")
             process, _ = self.interrupt(chosen, options, chosen.choice((signal.SIGINT, signal.SIGTERM)), longest)
             text = (self.folder / "list.json").read_text()
-            if process.returncode == 1:
-                self.assertEqual(len(json.loads(text)), len(self.NAMES))
-            else:
+            if process.returncode == 130:
                 self.assertEqual(text, "before")
+            elif process.returncode == 1 or text != "before":
+                self.assertEqual(len(json.loads(text)), len(self.NAMES))
             self.assertEqual(os.listdir(self.folder), ["list.json"])
 
     def test_while_names_are_awaited(self):
@@ -143,12 +145,15 @@ class Interrupts(Faults):
 
 
 class Descriptors(Faults):
+    # A sanitizer looks at memory by means of a descriptor, and takes all of it for bad when there is none left.
+    FEWEST = 20 if "SANITIZED" in os.environ else 4
+
     def test_too_few_are_told(self):
         """Records or one line, whatever their number is; from some number on it is enough."""
         names = [MP4, PNG, MKV] * 3
         sound = tool.probe(*names).records()
         statuses = []
-        for most in range(4, 40):
+        for most in range(self.FEWEST, 40):
             for isolation in ("worker", "none"):
                 with self.subTest(most=most, isolation=isolation):
                     done = subprocess.run(
@@ -170,7 +175,8 @@ class Descriptors(Faults):
                         if record["status"] == "ok":
                             self.assertEqual(record, whole)
         self.assertEqual(statuses[-2:], [0, 0])
-        self.assertNotEqual(statuses[0], 0)
+        if self.FEWEST == 4:
+            self.assertNotEqual(statuses[0], 0)
 
 
 class Room(Faults):
