@@ -73,7 +73,8 @@ std::string LinesMissingIn(const std::string& other, const std::string& text, co
   std::string missing;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    if (all.find("\n" + line + "\n") == std::string::npos) missing += word + '"' + line + '"';
+    if (all.find("\n" + line + "\n") != std::string::npos) continue;
+    missing.append(word).append("\"").append(line).append("\"");
   }
   return missing;
 }
