@@ -29,7 +29,7 @@ using service::ServiceDescriptor;
 constexpr int kThreads = 8;
 /// The least that the C library hands out: what is lost in every round is at least that much.
 constexpr std::size_t kSmallestBlock = 24;
-constexpr int kBatches = 5;
+constexpr int kBatches = 20;
 
 std::string LoaderText() {
   const char* text = dlerror();
