@@ -37,11 +37,11 @@ struct Options {
   unsigned jobs = 0;                                 ///< inputs probed at once
   std::optional<std::chrono::milliseconds> timeout;  ///< for one input; empty for the usual one of its kind
   std::uint64_t memory_bytes = 0;                    ///< most that probing one input may take
-  std::optional<Isolation> isolation;  ///< empty: workers, one plain file first in this process
-  bool allow_unsandboxed = false;  ///< goes on where the kernel cannot confine as `isolation` asks
-  std::optional<bool> progress;    ///< empty: when standard error is a terminal
-  int log_level = 0;               ///< a CoreLogLevel
-  std::string log_file;            ///< empty for standard error
+  std::optional<Isolation> isolation;                ///< empty: workers, one plain file first in this process
+  bool allow_unsandboxed = false;                    ///< goes on where the kernel cannot confine as `isolation` asks
+  std::optional<bool> progress;                      ///< empty: when standard error is a terminal
+  int log_level = 0;                                 ///< a CoreLogLevel
+  std::string log_file;                              ///< empty for standard error
 };
 
 /// What to do instead of probing: show `text`, on standard output where `status` is 0 and on standard error otherwise,
