@@ -293,16 +293,10 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
     const InterruptsPass pass(interrupts_);
     return Take(answer);
   };
-  if (options_.isolation == Isolation::kNone) {
-    callbacks.answer = [this](const Input& input, const ReportDigest& report) {
-      const InterruptsPass pass(interrupts_);
-      return AnswerOne(input, report);
-    };
-    RunHere(source, callbacks);
-  } else if (restart_line != nullptr) {
+  if (options_.isolation == Isolation::kNone || restart_line != nullptr) {
     callbacks.answer = [&](const Input& input, const ReportDigest& report) {
       const InterruptsPass pass(interrupts_);
-      return TryOne(input, report, restart_line);
+      return restart_line != nullptr ? TryOne(input, report, restart_line) : AnswerOne(input, report);
     };
     RunHere(source, callbacks);
   } else {
@@ -399,8 +393,9 @@ int Run(const Options& options, char* const* argv) {
     return kExitUsage;
   }
   const auto source = MakeSource(options);
-  const std::vector<char*> restart_line = RestartLine(argv);
-  return InputRun(options, host, *formatter, *output).Run(*source, starts_here ? restart_line.data() : nullptr);
+  const std::vector<char*> restart_line = starts_here ? RestartLine(argv) : std::vector<char*>();
+  return InputRun(options, host, *formatter, *output)
+      .Run(*source, restart_line.empty() ? nullptr : restart_line.data());
 }
 
 }  // namespace mediaprobe

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "platform/hidden_text.h"
 #include "platform/text.h"
 
 namespace core {
@@ -54,28 +55,12 @@ void AppendEscaped(std::string& line, unsigned char control) {
 
 constexpr bool IsAsciiControl(unsigned char byte) { return byte < 0x20 || byte == 0x7F; }
 
-/// U+0080 to U+009F are C2 80 to C2 9F: terminals take some of them as the start of a command.
-constexpr bool IsLateControl(unsigned char first, unsigned char second) { return first == 0xC2 && second < 0xA0; }
-
-struct Codes {
-  unsigned first;
-  unsigned last;
-};
-
-/// Marks and controls of direction, which make a line read as another one, separators of lines, and what has no width.
-constexpr std::array<Codes, 6> kHidden{
-    {{0x061C, 0x061C}, {0x200B, 0x200B}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}}};
-
-/// Of the character of two or three bytes that valid UTF-8 starts with; 0 for another one.
-unsigned CodeOf(std::string_view text) {
+/// Of the character of two or three bytes that valid UTF-8 starts with; a blank for another one.
+char32_t CodeOf(std::string_view text) {
   const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
   if ((byte(0) & 0xE0U) == 0xC0U) return (byte(0) & 0x1FU) << 6 | (byte(1) & 0x3FU);
   if ((byte(0) & 0xF0U) == 0xE0U) return (byte(0) & 0xFU) << 12 | (byte(1) & 0x3FU) << 6 | (byte(2) & 0x3FU);
-  return 0;
-}
-
-bool IsHidden(unsigned code) {
-  return std::ranges::any_of(kHidden, [code](Codes codes) { return code >= codes.first && code <= codes.last; });
+  return U' ';
 }
 
 }  // namespace
@@ -101,14 +86,9 @@ std::string OneLine(std::string_view text) {
   line.reserve(valid.size());
   for (std::size_t index = 0; index < valid.size(); ++index) {
     const auto byte = static_cast<unsigned char>(valid[index]);
-    const auto next = static_cast<unsigned char>(index + 1 < valid.size() ? valid[index + 1] : '\0');
     if (IsAsciiControl(byte)) {
       AppendEscaped(line, byte);
-    } else if (IsLateControl(byte, next)) {
-      line += "\\u00";
-      AppendHex(line, next);
-      ++index;
-    } else if (const unsigned code = CodeOf(std::string_view(valid).substr(index)); IsHidden(code)) {
+    } else if (const char32_t code = CodeOf(std::string_view(valid).substr(index)); platform::IsHidden(code)) {
       line += "\\u";
       AppendHex(line, static_cast<unsigned char>(code >> 8));
       AppendHex(line, static_cast<unsigned char>(code & 0xFF));

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <utility>
 
-#include "output/terminal_text.h"
 #include "output/utf8_character.h"
+#include "platform/hidden_text.h"
 
 namespace mediaprobe {
 namespace {
@@ -25,7 +25,7 @@ std::string WithoutHidden(std::string json) {
   std::string shown;
   for (std::string_view rest = json; !rest.empty();) {
     const Utf8Character next = FirstCharacter(rest);
-    if (IsHidden(next.code)) {
+    if (platform::IsHidden(next.code)) {
       std::array<char, 8> escape;
       std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(next.code));
       shown += escape.data();

@@ -1,12 +1,11 @@
 #include "output/terminal_text.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iterator>
 
 #include "output/display_width.h"
 #include "output/utf8_character.h"
+#include "platform/hidden_text.h"
 #include "platform/text.h"
 
 namespace mediaprobe {
@@ -15,16 +14,6 @@ namespace {
 // Room for a character outside the first plane with marks on it.
 constexpr std::size_t kMostBytesPerColumn = 16;
 constexpr std::string_view kEllipsis = "...";
-
-struct Range {
-  char32_t first;
-  char32_t last;
-};
-
-/// C0 and DEL with C1, the marks of direction, the zero-width space, line and paragraph separators with the embedding
-/// controls, the isolates, and the byte order mark.
-constexpr Range kHidden[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C}, {0x200B, 0x200B},
-                             {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
 
 std::string Escaped(char32_t c) {
   if (c == U'\n') return "\\n";
@@ -37,17 +26,12 @@ std::string Escaped(char32_t c) {
 
 }  // namespace
 
-bool IsHidden(char32_t c) {
-  return std::any_of(std::begin(kHidden), std::end(kHidden),
-                     [c](Range range) { return c >= range.first && c <= range.last; });
-}
-
 std::string TerminalText(std::string_view text) {
   const std::string valid = platform::ToValidUtf8(text);
   std::string shown;
   for (std::size_t at = 0; at < valid.size();) {
     const Utf8Character next = FirstCharacter(std::string_view(valid).substr(at));
-    if (IsHidden(next.code)) {
+    if (platform::IsHidden(next.code)) {
       shown += Escaped(next.code);
     } else {
       shown.append(valid, at, next.size);

@@ -6,10 +6,6 @@
 
 namespace mediaprobe {
 
-/// Whether a character is no text but a control, a mark that reorders the text around it, or has no width; the joiners
-/// that scripts and emoji need are text.
-bool IsHidden(char32_t character);
-
 /// Text from outside as it may be shown on a terminal: control characters, and the invisible ones that reorder the text
 /// around them, are written out ("\n", "\x1b", "\u202e"), and invalid UTF-8 becomes U+FFFD. The joiners that scripts
 /// and emoji need stay.

@@ -2,13 +2,11 @@
 while they are probed."""
 import json
 import os
-import pathlib
 import random
 import resource
 import shutil
 import signal
 import subprocess
-import tempfile
 import threading
 import time
 import unittest
@@ -38,21 +36,9 @@ def processes_of_session(session):
     return found
 
 
-class Faults(unittest.TestCase):
-    def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.folder = pathlib.Path(scratch.name)
-
+class Faults(tool.ScratchTest):
     def start(self, *arguments, **others):
-        process = subprocess.Popen([tool.MEDIAPROBE, *map(str, arguments)], cwd=self.folder, start_new_session=True,
-                                   **others)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.kill)
-        for stream in (process.stdin, process.stdout, process.stderr):
-            if stream:
-                self.addCleanup(stream.close)
-        return process
+        return super().start(*arguments, start_new_session=True, **others)
 
     def check_nobody_is_left(self, process):
         """The tool's session is its own: whoever is in it was started by it."""

@@ -3,6 +3,8 @@ import json
 import os
 import pathlib
 import subprocess
+import tempfile
+import unittest
 
 # The command under test; the build sets it.
 MEDIAPROBE = os.environ["MEDIAPROBE"]
@@ -62,3 +64,22 @@ def streams_of(record):
         for kind in ("video", "audio", "subpicture")
         for stream in program[kind]
     }
+
+
+class ScratchTest(unittest.TestCase):
+    """Tests in a folder of their own, which may start the tool without waiting for it."""
+
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.folder = pathlib.Path(scratch.name)
+
+    def start(self, *arguments, **others):
+        """A running tool. It is ended with the test at the latest."""
+        process = subprocess.Popen([MEDIAPROBE, *map(str, arguments)], cwd=self.folder, **others)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        for stream in (process.stdin, process.stdout, process.stderr):
+            if stream:
+                self.addCleanup(stream.close)
+        return process

@@ -7,7 +7,6 @@ import selectors
 import shutil
 import signal
 import subprocess
-import tempfile
 import threading
 import time
 import unittest
@@ -25,21 +24,7 @@ def shown(name):
     return name.decode("utf-8", "replace")
 
 
-class Runs(unittest.TestCase):
-    def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.folder = pathlib.Path(scratch.name)
-
-    def start(self, *arguments, **others):
-        process = subprocess.Popen([tool.MEDIAPROBE, *map(str, arguments)], cwd=self.folder, **others)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.kill)
-        for stream in (process.stdin, process.stdout, process.stderr):
-            if stream:
-                self.addCleanup(stream.close)
-        return process
-
+class Runs(tool.ScratchTest):
     def read_line(self, stream):
         """The next line of an unbuffered stream, which has to come without more being given."""
         line = b""

@@ -7,7 +7,6 @@ import random
 import signal
 import subprocess
 import sys
-import tempfile
 import threading
 import time
 import unittest
@@ -47,22 +46,11 @@ FAULTS = {
 }
 
 
-class Faults(unittest.TestCase):
-    def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.folder = pathlib.Path(scratch.name)
-
+class Faults(tool.ScratchTest):
     def probe(self, *names, options=()):
         for name in names:
             (self.folder / name).write_text("x")
         return tool.probe(*names, folder=self.folder, options=options)
-
-    def start(self, *arguments, **others):
-        process = subprocess.Popen([tool.MEDIAPROBE, *arguments], cwd=self.folder, **others)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.kill)
-        return process
 
     def wait_for(self, condition):
         end = time.monotonic() + tool.HANG_SECONDS
