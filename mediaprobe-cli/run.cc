@@ -138,7 +138,8 @@ std::vector<int> DescriptorsOf(const std::string& path) {
 /// One run over the inputs of a command line.
 class InputRun {
  public:
-  InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Output& output);
+  InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Interrupts& interrupts,
+           Output& output);
 
   /// Whether every input was answered, or why not. With a `restart_line` the first one is tried in this process.
   int Run(InputSource& source, char* const* restart_line);
@@ -152,15 +153,15 @@ class InputRun {
   Answer AnswerOne(const Input& input, const ReportDigest& report);
   /// In this process, or else in a worker of a program that starts over.
   Answer TryOne(const Input& input, const ReportDigest& report, char* const* restart_line);
-  Answer AnswerFor(Record& record) const;
+  Answer AnswerFor(const Input& input, Record& record) const;
   bool Take(const Answer& answer);
 
   const Options& options_;
   const Host& host_;
   const RecordFormatter& formatter_;
+  Interrupts& interrupts_;
   Output& output_;
   Prober prober_;
-  Interrupts interrupts_;
   ProgressLine progress_;
   std::optional<std::uint64_t> total_;
   bool failures_are_seen_;
@@ -170,10 +171,12 @@ class InputRun {
 
 bool ShowsProgress(const Options& options) { return options.progress.value_or(isatty(STDERR_FILENO) != 0); }
 
-InputRun::InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Output& output)
+InputRun::InputRun(const Options& options, const Host& host, const RecordFormatter& formatter, Interrupts& interrupts,
+                   Output& output)
     : options_(options),
       host_(host),
       formatter_(formatter),
+      interrupts_(interrupts),
       output_(output),
       prober_([&host](const char* name) { return host.AcquireService(name); },
               {.service = options.service, .key = options.key, .wants_uuid = options.uuid}),
@@ -182,7 +185,8 @@ InputRun::InputRun(const Options& options, const Host& host, const RecordFormatt
       failures_are_seen_(options.form == OutputForm::kText && options.output.empty() && isatty(STDOUT_FILENO) &&
                          isatty(STDERR_FILENO)) {}
 
-Answer InputRun::AnswerFor(Record& record) const {
+Answer InputRun::AnswerFor(const Input& input, Record& record) const {
+  if (input.found_by_walk && record.error && IsNothingToRead(*record.error)) return {};
   LimitRecord(record);
   Answer answer{{}, Complaint(record)};
   if (!record.error || !failures_are_seen_) answer.text = formatter_.Format(record);
@@ -191,8 +195,7 @@ Answer InputRun::AnswerFor(Record& record) const {
 
 Answer InputRun::AnswerOne(const Input& input, const ReportDigest& report) {
   Record record = prober_.Probe(input.name, report);
-  if (input.found_by_walk && record.error && IsNothingToRead(*record.error)) return {};
-  return AnswerFor(record);
+  return AnswerFor(input, record);
 }
 
 bool InputRun::Take(const Answer& answer) {
@@ -212,7 +215,7 @@ RunCallbacks InputRun::MakeCallbacks() {
     Record record;
     record.input = platform::MaskUrl(input.name);
     record.error = reason;
-    return AnswerFor(record);
+    return AnswerFor(input, record);
   };
   callbacks.time_limit = [this](const Input& input) { return TimeLimit(options_, input); };
   callbacks.take = [this](const Answer& answer) { return Take(answer); };
@@ -261,14 +264,12 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
   const Confinement confinement = MakeConfinement();
   const bool is_strict = options_.isolation == Isolation::kStrict;
   const std::vector<int> log = options_.log_file.empty() ? std::vector<int>() : DescriptorsOf(options_.log_file);
-  bool shares_process = false;  // in a worker
 
   callbacks.company = [is_strict](const Input& input) {
     if (is_strict) return Company::kAlone;
     return IsNetworkUrl(input.name) ? Company::kNetwork : Company::kFiles;
   };
   callbacks.enter = [&](const Input& input, Company company, int descriptor) {
-    shares_process = company == Company::kFiles;
     provisions.WatchLoading();
     std::vector<int> kept = log;
     kept.push_back(descriptor);
@@ -276,9 +277,10 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
     return confinement.Enter(input, company, kept);
   };
   callbacks.answer = [&](const Input& input, const ReportDigest& report) {
-    Answer answer = AnswerOne(input, report);
-    if (!answer.error.empty() && shares_process && IsOutOfReach(input.name)) LeaveWithWish(kWishForOwnProcess);
-    return answer;
+    Record record = prober_.Probe(input.name, report);
+    const auto& reason = record.error ? record.error : record.uuid_error;
+    if (reason && IsOutOfReach(input.name, *reason)) LeaveWithWish(kWishForOwnProcess);
+    return AnswerFor(input, record);
   };
   callbacks.grant = [&](int wish) { return provisions.Grant(wish); };
   WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, std::move(callbacks)).Run(source);
@@ -387,6 +389,8 @@ int Run(const Options& options, char* const* argv) {
   const bool starts_here = StartsHere(options);
   if (!starts_here && !TellMissingLayers(options)) return kExitUsage;
   const auto formatter = MakeFormatter(options);
+  // Before the output, so that no signal ends the program while an unfinished file is there.
+  Interrupts interrupts;
   const auto output = OpenOutput(options, *formatter);
   if (!output) {
     ComplainOfOutput(options.output, errno);
@@ -394,7 +398,7 @@ int Run(const Options& options, char* const* argv) {
   }
   const auto source = MakeSource(options);
   const std::vector<char*> restart_line = starts_here ? RestartLine(argv) : std::vector<char*>();
-  return InputRun(options, host, *formatter, *output)
+  return InputRun(options, host, *formatter, interrupts, *output)
       .Run(*source, restart_line.empty() ? nullptr : restart_line.data());
 }
 

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "media_server/refusals.h"
+
 namespace media_server {
 namespace {
 
@@ -51,7 +53,7 @@ const char* OpenFailure(int error) {
       return "no such file";
     case EACCES:
     case EPERM:
-      return "no permission";
+      return refusals::kNoPermission;
     case EMFILE:
     case ENFILE:
       return "too many open files";

@@ -23,7 +23,7 @@ std::string WordsFor(int error) {
       return "no such file";
     case EACCES:
     case EPERM:
-      return "no permission";
+      return media_server::refusals::kNoPermission;
     default:
       return std::generic_category().message(error);
   }

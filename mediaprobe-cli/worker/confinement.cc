@@ -1,6 +1,7 @@
 #include "worker/confinement.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "media_server/refusals.h"
 #include "probe/input_path.h"
 #include "probe/picture_sequence.h"
 #include "worker/sandbox/process.h"
@@ -115,11 +117,15 @@ bool GiveUpChanges() {
   return files.Enforce();
 }
 
-bool IsOutOfReach(const std::string& input) {
+bool IsOutOfReach(const std::string& input, std::string_view reason) {
   const InputPath path = ToInputPath(input);
   if (!path.local_path || path.is_sequence) return false;
-  // Landlock keeps from opening, not from asking.
-  if (access(path.local_path->c_str(), R_OK) != 0) return false;
+  // Landlock keeps from opening, not from asking. What it kept from can be gone by now.
+  struct stat status {};
+  if (stat(path.local_path->c_str(), &status) != 0) {
+    return errno == ENOENT && reason == media_server::refusals::kNoPermission;
+  }
+  if (!S_ISREG(status.st_mode) || access(path.local_path->c_str(), R_OK) != 0) return false;
   const int file = open(path.local_path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (file >= 0) close(file);
   return file < 0 && errno == EACCES;

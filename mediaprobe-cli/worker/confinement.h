@@ -3,6 +3,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "inputs/input_source.h"
@@ -48,7 +49,8 @@ class Confinement {
 bool GiveUpChanges();
 
 /// Whether this process is kept from reading a file that it could read otherwise: a link that leads out of the places
-/// named at the start, a file that was replaced since. A process of its own may read it.
-bool IsOutOfReach(const std::string& input);
+/// named at the start, a file that was replaced since. A process of its own may read it. `reason`: why it has not been
+/// read.
+bool IsOutOfReach(const std::string& input, std::string_view reason);
 
 }  // namespace mediaprobe

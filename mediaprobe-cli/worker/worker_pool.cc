@@ -95,6 +95,8 @@ std::size_t WorkerPool::MostAppetite(const InputSource& source) const {
 
 std::size_t WorkerPool::Appetite(const Worker* worker, std::size_t most_appetite) const {
   if (worker && worker->company() == Company::kAlone) return 1;
+  // With others behind it, what the worker died of the second time might be one of them.
+  if (worker && worker->current() && retried_.contains(worker->current()->number)) return 1;
   if (!worker) return Worker::kLeastAppetite;
   return std::min(worker->appetite(), most_appetite);
 }
@@ -224,9 +226,14 @@ void WorkerPool::Bury(std::unique_ptr<Worker> worker, bool was_late) {
   if (lost.empty()) return;
   Worker::Request current = std::move(lost.front());
   lost.pop_front();
+  const std::optional<int> wish = worker->wish();
   if (was_late) {
     Fail(current, "takes longer than " + Seconds(callbacks_.time_limit(current.input)));
-  } else if ((worker->wish() && Grant(*worker->wish(), current)) || retried_.insert(current.number).second) {
+  } else if (wish && Grant(*wish, current)) {
+    lost.push_front(std::move(current));
+  } else if (wish == kWishForOwnProcess) {
+    Fail(current, "was replaced each time it was opened");
+  } else if (retried_.insert(current.number).second) {
     lost.push_front(std::move(current));
   } else {
     Fail(current, "the probe broke down twice: " + end);
@@ -235,10 +242,14 @@ void WorkerPool::Bury(std::unique_ptr<Worker> worker, bool was_late) {
 }
 
 bool WorkerPool::Grant(int wish, Worker::Request& request) {
-  // A worker that has what it needs wishes for nothing; one that goes on has other reasons.
+  // A worker that has what it needs wishes for nothing; one that goes on has other reasons. A file that is replaced
+  // between the confinement and the opening calls for yet another process.
   constexpr unsigned kMostWishesOfOne = 8;
   if (++request.wishes > kMostWishesOfOne) return false;
-  if (wish == kWishForOwnProcess) return std::exchange(request.company, Company::kAlone) != Company::kAlone;
+  if (wish == kWishForOwnProcess) {
+    request.company = Company::kAlone;
+    return true;
+  }
   // What is granted now is not in a process that was started before.
   spare_.reset();
   return callbacks_.grant && callbacks_.grant(wish);

@@ -361,16 +361,19 @@ TEST_F(ConfinementTest, SaysThatAFileIsOutOfReach) {
   Confinement::Settings settings;
   settings.places = {input_};
   const Confinement confinement(settings);
-  const auto ask = [&](const std::string& path) {
+  const auto ask = [&](const std::string& path, std::string_view reason = "empty file") {
     return InChild(
         [&] {
           return confinement.Enter({input_, false}, Company::kFiles, {});
         },
-        [&] { return IsOutOfReach(path); });
+        [&] { return IsOutOfReach(path, reason); });
   };
   EXPECT_EQ(ask(other_), sandbox::HasFileAccess() ? End::kYes : End::kNo);
   EXPECT_EQ(ask(input_), End::kNo);
   EXPECT_EQ(ask(folder_.path() + "/absent.mp4"), End::kNo);
+  EXPECT_EQ(ask(folder_.path() + "/absent.mp4", "no permission"), End::kYes) << "it was there a moment ago";
+  EXPECT_EQ(ask(input_, "no permission"), End::kNo);
+  EXPECT_EQ(ask(folder_.path()), End::kNo);
   EXPECT_EQ(ask("https://example.invalid/a.mp4"), End::kNo);
 }
 

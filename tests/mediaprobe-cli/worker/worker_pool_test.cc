@@ -211,6 +211,18 @@ TEST_F(WorkerPoolTest, GrantsAProcessOfItsOwn) {
   EXPECT_THAT(Run({"a", "link", "b"}, 1), ElementsAre("a", "link alone", "b"));
 }
 
+TEST_F(WorkerPoolTest, TriesAFileThatIsReplacedInProcessesOfItsOwn) {
+  const testing::ScratchFolder folder;
+  act_ = [&](const std::string& input, const ReportDigest&) {
+    std::ofstream(folder.path() + "/" + input, std::ios::app) << '.';
+    const auto tries = std::filesystem::file_size(folder.path() + "/" + input);
+    if (input == "always" || (input == "twice" && tries <= 2)) LeaveWithWish(kWishForOwnProcess);
+    return Answer{input + " " + std::to_string(tries), ""};
+  };
+  EXPECT_THAT(Run({"a", "twice", "always", "b"}, 1),
+              ElementsAre("a 1", "twice 3", "always: was replaced each time it was opened", "b 1"));
+}
+
 TEST_F(WorkerPoolTest, SaysThatAWorkerAskedForWhatItMustNot) {
   act_ = [](const std::string&, const ReportDigest&) -> Answer {
     raise(SIGSYS);
