@@ -2,6 +2,7 @@
 import json
 import os
 import pathlib
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -10,6 +11,8 @@ import unittest
 MEDIAPROBE = os.environ["MEDIAPROBE"]
 # Far longer than any answer takes, also under a sanitizer: a test that reaches it has found a hang.
 HANG_SECONDS = 60
+# Shells start what runs in the background with this signal ignored, which the tool would inherit and respect.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
 
 
