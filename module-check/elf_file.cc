@@ -86,9 +86,14 @@ void ReadDynamicEntry(const Image& image, const Elf64_Dyn& entry, std::uint64_t 
       break;
     case DT_FLAGS:
       if ((value & DF_TEXTREL) != 0) out.has_text_relocations = true;
+      if ((value & DF_BIND_NOW) != 0) out.is_bound_at_once = true;
       out.has_static_tls = (value & DF_STATIC_TLS) != 0;
       break;
+    case DT_BIND_NOW:
+      out.is_bound_at_once = true;
+      break;
     case DT_FLAGS_1:
+      if ((value & DF_1_NOW) != 0) out.is_bound_at_once = true;
       out.stays_loaded = (value & DF_1_NODELETE) != 0;
       out.is_program = (value & DF_1_PIE) != 0;
       break;

@@ -24,6 +24,7 @@ struct ElfFile {
   bool has_executable_stack = false;
   bool has_writable_code = false;
   bool has_relro = false;
+  bool is_bound_at_once = false;  ///< when it is loaded, not function by function
   bool has_text_relocations = false;
   bool stays_loaded = false;    ///< DF_1_NODELETE
   bool has_static_tls = false;  ///< DF_STATIC_TLS

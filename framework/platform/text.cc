@@ -27,48 +27,42 @@ std::uint32_t NextCodePoint(std::u16string_view text, std::size_t& index) {
   return IsHighSurrogate(unit) || IsLowSurrogate(unit) ? kReplacement : unit;
 }
 
-/// Units before the first one that is not ASCII. Nearly all texts are nothing else, and ASCII is the same in every
-/// encoding.
+/// Looks at all units, also behind one that is not ASCII: that takes several at once.
 template <typename Unit>
-std::size_t AsciiLength(std::basic_string_view<Unit> text) {
-  const auto end = std::ranges::find_if(text, [](Unit unit) { return static_cast<char32_t>(unit) >= 0x80; });
-  return static_cast<std::size_t>(end - text.begin());
-}
-
-/// `text` up to `ascii_length` in another encoding, with room for the rest of it.
-template <typename To, typename From>
-std::basic_string<To> CopyAscii(std::basic_string_view<From> text, std::size_t ascii_length) {
-  std::basic_string<To> copy(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(ascii_length));
-  copy.reserve(text.size());
-  return copy;
+bool AreAllAscii(std::basic_string_view<Unit> text) {
+  Unit bits = 0;
+  for (const Unit unit : text) bits = static_cast<Unit>(bits | unit);
+  return static_cast<char32_t>(bits) < 0x80;
 }
 
 }  // namespace
 
+bool IsAscii(std::string_view text) { return AreAllAscii(text); }
+bool IsAscii(std::u16string_view text) { return AreAllAscii(text); }
+
 std::string ToUtf8(std::u16string_view text) {
-  std::size_t index = AsciiLength(text);
-  std::string utf8 = CopyAscii<char>(text, index);
+  if (IsAscii(text)) return {text.begin(), text.end()};
+  std::string utf8;
   // utf8cpp's own conversion throws at a lone surrogate, and file names do contain them.
-  while (index < text.size()) {
+  for (std::size_t index = 0; index < text.size();) {
     utf8::unchecked::append(NextCodePoint(text, index), std::back_inserter(utf8));
   }
   return utf8;
 }
 
 std::u16string ToUtf16(std::string_view text) {
-  const std::size_t ascii_length = AsciiLength(text);
-  std::u16string utf16 = CopyAscii<char16_t>(text, ascii_length);
-  if (ascii_length == text.size()) return utf16;
-  const std::string valid = ToValidUtf8(text.substr(ascii_length));
+  if (IsAscii(text)) return {text.begin(), text.end()};
+  const std::string valid = ToValidUtf8(text);
+  std::u16string utf16;
   utf8::unchecked::utf8to16(valid.begin(), valid.end(), std::back_inserter(utf16));
   return utf16;
 }
 
 std::u16string PathToUtf16(std::string_view path) {
-  const std::size_t ascii_length = AsciiLength(path);
-  std::u16string utf16 = CopyAscii<char16_t>(path, ascii_length);
-  for (auto begin = path.begin() + static_cast<std::ptrdiff_t>(ascii_length); begin != path.end();) {
-    const auto invalid = utf8::find_invalid(begin, path.end());
+  if (IsAscii(path)) return {path.begin(), path.end()};
+  std::u16string utf16;
+  for (const auto* begin = path.begin(); begin != path.end();) {
+    const auto* const invalid = utf8::find_invalid(begin, path.end());
     utf8::unchecked::utf8to16(begin, invalid, std::back_inserter(utf16));
     if (invalid == path.end()) break;
     utf16.push_back(static_cast<char16_t>(kEscapedByte + static_cast<unsigned char>(*invalid)));
@@ -78,9 +72,9 @@ std::u16string PathToUtf16(std::string_view path) {
 }
 
 std::string PathToUtf8(std::u16string_view path) {
-  std::size_t index = AsciiLength(path);
-  std::string utf8 = CopyAscii<char>(path, index);
-  while (index < path.size()) {
+  if (IsAscii(path)) return {path.begin(), path.end()};
+  std::string utf8;
+  for (std::size_t index = 0; index < path.size();) {
     const char16_t unit = path[index];
     const std::uint32_t code_point = NextCodePoint(path, index);
     if (code_point == kReplacement && unit >= kEscapedByte + 0x80 && unit <= kEscapedByte + 0xFF) {
@@ -93,9 +87,9 @@ std::string PathToUtf8(std::u16string_view path) {
 }
 
 std::string ToValidUtf8(std::string_view text) {
-  const std::size_t ascii_length = AsciiLength(text);
-  std::string valid = CopyAscii<char>(text, ascii_length);
-  text.remove_prefix(ascii_length);
+  if (IsAscii(text)) return std::string(text);
+  std::string valid;
+  valid.reserve(text.size());
   utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(valid), kReplacement);
   return valid;
 }

@@ -5,6 +5,10 @@
 
 namespace platform {
 
+/// Whether `text` is nothing but ASCII, which nearly all texts are, and which is the same in every encoding.
+bool IsAscii(std::string_view text);
+bool IsAscii(std::u16string_view text);
+
 /// Text conversion at the borders between libraries. Total: every sequence that is not valid becomes U+FFFD.
 std::string ToUtf8(std::u16string_view text);
 std::u16string ToUtf16(std::string_view text);

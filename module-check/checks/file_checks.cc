@@ -65,7 +65,9 @@ void HasNoWritableCode(Subject& subject) {
 }
 
 void HasRelro(Subject& subject) {
-  Demand(Read(subject).has_relro, "its tables of addresses stay writable (no PT_GNU_RELRO)");
+  const ElfFile file = Read(subject);
+  Demand(file.has_relro, "its tables of addresses stay writable (no PT_GNU_RELRO)");
+  Demand(file.is_bound_at_once, "its table of functions stays writable (no DF_BIND_NOW)");
 }
 
 void HasRelativeRunPaths(Subject& subject) {

@@ -4,6 +4,9 @@
 #include <array>
 #include <cstring>
 #include <new>
+#include <span>
+#include <string_view>
+#include <utility>
 
 #include "mediainfo/metedata_keys.h"
 #include "service-mediainfo/metadata/c_buffer.h"
@@ -28,11 +31,13 @@ void Store(IMetedataInfo& store, const char* key, std::uint32_t value) {
 
 void Store(IMetedataInfo& store, const char* key, double value) { Store(store, key, core::ValAny::FromDouble(value)); }
 
+void Store(IMetedataInfo& store, const char* key, CBuffer buffer) {
+  if (!StoreBuffer(store, key, std::move(buffer))) throw std::bad_alloc();
+}
+
 void Store(IMetedataInfo& store, const char* key, const char (&text)[imagecore::kImageTextCapacity]) {
-  const std::size_t length = strnlen(text, sizeof(text));
-  CBuffer copy = MakeCBuffer(length + 1);
-  std::memcpy(copy.get(), text, length);
-  if (!StoreBuffer(store, key, std::move(copy))) throw std::bad_alloc();
+  const std::string_view content(text, strnlen(text, sizeof(text)));
+  Store(store, key, MakeCBuffer(std::as_bytes(std::span(content)), content.size() + 1));
 }
 
 template <auto kField>
@@ -47,11 +52,10 @@ void StoreFlags(const QkImageInfo& info, IMetedataInfo& store, const char* key) 
 
 void StoreAigcData(const QkImageInfo& info, IMetedataInfo& store, const char* key) {
   if (info.aigc_data == nullptr) return;
-  const std::size_t length = std::strlen(info.aigc_data);
+  const std::string_view content(info.aigc_data);
   // The text is copied to its end, also when the size tells of less.
-  CBuffer copy = MakeCBuffer(std::max(length, static_cast<std::size_t>(std::max(info.aigc_size, 0))) + 1);
-  std::memcpy(copy.get(), info.aigc_data, length);
-  if (!StoreBuffer(store, key, std::move(copy))) throw std::bad_alloc();
+  const std::size_t size = std::max(content.size(), static_cast<std::size_t>(std::max(info.aigc_size, 0)));
+  Store(store, key, MakeCBuffer(std::as_bytes(std::span(content)), size + 1));
 }
 
 constexpr std::uint32_t kAnyFlag = ~std::uint32_t{0};

@@ -1,7 +1,7 @@
 #include "service-mediainfo/media_info/stream_properties.h"
 
-#include <algorithm>
 #include <array>
+#include <span>
 #include <string_view>
 
 #include "core/rational.h"
@@ -68,9 +68,9 @@ void ImportFrameRate(media_server::IPropertyReader& reader, const Property& prop
 void ImportWideText(media_server::IPropertyReader& reader, const Property& property, IMetedataInfo& store) {
   platform::SystemString text;
   if (!IsFound(reader.GetProperty(property.server_key, text.Put()))) return;
-  CBuffer buffer = MakeCBuffer(property.text_units * sizeof(char16_t));
-  std::ranges::copy(text.View().substr(0, property.text_units), static_cast<char16_t*>(buffer.get()));
-  StoreBuffer(store, property.stored_key, std::move(buffer));
+  const std::u16string_view content = text.View().substr(0, property.text_units);
+  StoreBuffer(store, property.stored_key,
+              MakeCBuffer(std::as_bytes(std::span(content)), property.text_units * sizeof(char16_t)));
 }
 
 }  // namespace

@@ -1,15 +1,17 @@
 #include "service-mediainfo/metadata/c_buffer.h"
 
-#include <cstring>
+#include <algorithm>
 #include <new>
 
 namespace service::mediainfo {
 
-CBuffer MakeCBuffer(std::size_t size) {
-  // Not calloc, which goes past the memory that glibc keeps ready for each thread.
+CBuffer MakeCBuffer(std::span<const std::byte> content, std::size_t size) {
+  // Not calloc, which goes past the memory that glibc keeps ready for each thread. GCC makes one out of malloc and the
+  // zeroing of all of it, too.
   CBuffer buffer(std::malloc(size));
   if (!buffer) throw std::bad_alloc();
-  std::memset(buffer.get(), 0, size);
+  auto* const begin = static_cast<std::byte*>(buffer.get());
+  std::fill(std::ranges::copy(content, begin).out, begin + size, std::byte{0});
   return buffer;
 }
 

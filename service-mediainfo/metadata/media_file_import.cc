@@ -1,7 +1,8 @@
 #include "service-mediainfo/metadata/media_file_import.h"
 
 #include <array>
-#include <cstring>
+#include <span>
+#include <string_view>
 #include <variant>
 
 #include "mediainfo/metedata_keys.h"
@@ -68,10 +69,8 @@ struct Importer {
 
   void operator()(ReadText read) const {
     const char* text = (source.*read)();
-    const std::size_t length = text ? std::strlen(text) : 0;
-    CBuffer copy = MakeCBuffer(length + kTextReserve);
-    if (length != 0) std::memcpy(copy.get(), text, length);
-    StoreBuffer(store, key, std::move(copy));
+    const std::string_view content(text ? text : "");
+    StoreBuffer(store, key, MakeCBuffer(std::as_bytes(std::span(content)), content.size() + kTextReserve));
   }
   void operator()(ReadInteger read) const { Store(core::ValAny::FromInt32((source.*read)())); }
   void operator()(ReadNumber read) const { Store(core::ValAny::FromDouble((source.*read)())); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <new>
@@ -39,7 +40,16 @@ constexpr std::size_t kUsualEntries = 31;
 constexpr std::size_t kUsualKeyBytes = 900;
 constexpr std::size_t kMaxKeyBytes = std::numeric_limits<std::uint32_t>::max();
 
-std::uint32_t HashOf(std::string_view key) { return static_cast<std::uint32_t>(std::hash<std::string_view>{}(key)); }
+/// The last eight bytes, or the whole of a shorter key. Keys begin alike, and hardly two end alike.
+std::uint64_t EndOf(std::string_view key) {
+  std::uint64_t end = 0;
+  if (key.size() < sizeof(end)) {
+    std::memcpy(&end, key.data(), key.size());
+  } else {
+    std::memcpy(&end, key.data() + key.size() - sizeof(end), sizeof(end));
+  }
+  return end;
+}
 
 bool IsEmpty(const char* key) { return key == nullptr || *key == '\0'; }
 
@@ -62,41 +72,34 @@ bool ReadDate(const core::ValAny& stored, std::int64_t FileDates::*part, core::V
 }  // namespace
 
 MetadataInfoMPL::~MetadataInfoMPL() {
-  for (void* buffer : buffers_) std::free(buffer);
+  // One buffer may stand under two keys.
+  std::ranges::sort(buffers_, std::less<>());
+  const auto repeated = std::ranges::unique(buffers_);
+  std::for_each(buffers_.begin(), repeated.begin(), std::free);
 }
 
-MetadataInfoMPL::Entry* MetadataInfoMPL::Find(std::string_view key, std::uint32_t hash) {
+MetadataInfoMPL::Entry* MetadataInfoMPL::Find(std::string_view key) {
+  const std::uint64_t end = EndOf(key);
   for (Entry& entry : entries_) {
-    if (entry.hash == hash && std::string_view(keys_).substr(entry.key_begin, entry.key_length) == key) return &entry;
+    if (entry.key_end == end && std::string_view(&keys_[entry.key_begin], entry.key_length) == key) return &entry;
   }
   return nullptr;
-}
-
-const core::ValAny* MetadataInfoMPL::Find(const char* key) {
-  const Entry* entry = Find(key, HashOf(key));
-  return entry ? &entry->value : nullptr;
 }
 
 void MetadataInfoMPL::MakeRoom(std::size_t key_length) {
   if (key_length > kMaxKeyBytes - keys_.size()) throw std::bad_alloc();
   if (entries_.size() == entries_.capacity()) entries_.reserve(std::max(kUsualEntries, 2 * entries_.size()));
-  keys_.reserve(std::max(kUsualKeyBytes, keys_.size() + key_length));
-}
-
-void MetadataInfoMPL::Keep(void* buffer) {
-  if (buffers_.empty()) buffers_.reserve(kUsualEntries);
-  const auto place = std::ranges::lower_bound(buffers_, buffer, std::less<>());
-  if (place == buffers_.end() || *place != buffer) buffers_.insert(place, buffer);
+  if (key_length > keys_.capacity() - keys_.size()) keys_.reserve(std::max(kUsualKeyBytes, keys_.size() + key_length));
 }
 
 bool MetadataInfoMPL::GetValue(const char* key, core::ValAny* out) {
   if (IsEmpty(key) || out == nullptr) return false;
   const DateKey* date_key = FindDateKey(key);
-  const core::ValAny* stored = Find(date_key ? date_key->text_key : key);
+  const Entry* stored = Find(date_key ? date_key->text_key : key);
   if (stored == nullptr) return false;
-  if (date_key) return ReadDate(*stored, date_key->part, out);
+  if (date_key) return ReadDate(stored->value, date_key->part, out);
   try {
-    *out = *stored;
+    *out = stored->value;
   } catch (const std::bad_alloc&) {
     CoreSetErrorText("out of memory");
     return false;
@@ -110,16 +113,18 @@ bool MetadataInfoMPL::SetValue(const char* key, const core::ValAny* value) {
     // Everything that can fail comes first; a store that refuses a value is as it was and owns nothing of it.
     core::ValAny copy(*value);
     const std::string_view text(key);
-    const std::uint32_t hash = HashOf(text);
-    Entry* const old = Find(text, hash);
+    Entry* const old = Find(text);
     if (!old) MakeRoom(text.size());
-    if (value->type() == core::ValType::kBuffer) Keep(value->AsBuffer<void>());
+    if (value->type() == core::ValType::kBuffer) {
+      if (buffers_.empty()) buffers_.reserve(kUsualEntries);
+      buffers_.push_back(value->AsBuffer<void>());
+    }
 
     if (old) {
       old->value = std::move(copy);
     } else {
-      entries_.push_back(
-          {hash, static_cast<std::uint32_t>(keys_.size()), static_cast<std::uint32_t>(text.size()), std::move(copy)});
+      entries_.push_back({EndOf(text), static_cast<std::uint32_t>(keys_.size()),
+                          static_cast<std::uint32_t>(text.size()), std::move(copy)});
       keys_ += text;
     }
   } catch (const std::bad_alloc&) {

@@ -27,21 +27,19 @@ class MetadataInfoMPL final : public IMetedataInfo {
 
  private:
   struct Entry {
-    std::uint32_t hash;       ///< of the key
+    std::uint64_t key_end;    ///< the key's last bytes, which tell nearly all keys apart
     std::uint32_t key_begin;  ///< in keys_
     std::uint32_t key_length;
     core::ValAny value;
   };
 
-  Entry* Find(std::string_view key, std::uint32_t hash);
-  const core::ValAny* Find(const char* key);
+  Entry* Find(std::string_view key);
   /// For one more entry, so that adding it cannot fail. Throws std::bad_alloc.
   void MakeRoom(std::size_t key_length);
-  void Keep(void* buffer);
 
   std::vector<Entry> entries_;
   std::string keys_;
-  /// Every buffer ever stored, each once, in the order of their addresses.
+  /// Every buffer ever stored, as often as it was.
   std::vector<void*> buffers_;
 };
 

@@ -25,6 +25,7 @@ FILE_FAULTS = {
     "unresolved_symbol": {"file.loads"},
     "executable_stack": {"file.stack"},
     "no_relro": {"file.relro"},
+    "lazy_binding": {"file.relro"},
     "stays_loaded": {"file.unloadable", "unload.unused"},
     "absolute_run_path": {"file.run-path"},
 }
