@@ -27,9 +27,9 @@ std::uint32_t NextCodePoint(std::u16string_view text, std::size_t& index) {
   return IsHighSurrogate(unit) || IsLowSurrogate(unit) ? kReplacement : unit;
 }
 
-/// Looks at all units, also behind one that is not ASCII: that takes several at once.
+/// Looks at every unit, also behind one that is not ASCII: so the compiler takes several at once.
 template <typename Unit>
-bool AreAllAscii(std::basic_string_view<Unit> text) {
+bool HasOnlyAscii(std::basic_string_view<Unit> text) {
   Unit bits = 0;
   for (const Unit unit : text) bits = static_cast<Unit>(bits | unit);
   return static_cast<char32_t>(bits) < 0x80;
@@ -37,11 +37,12 @@ bool AreAllAscii(std::basic_string_view<Unit> text) {
 
 }  // namespace
 
-bool IsAscii(std::string_view text) { return AreAllAscii(text); }
-bool IsAscii(std::u16string_view text) { return AreAllAscii(text); }
+bool IsAscii(std::string_view text) { return HasOnlyAscii(text); }
+
+void CopyAscii(std::string_view text, char16_t* out) { std::ranges::copy(text, out); }
 
 std::string ToUtf8(std::u16string_view text) {
-  if (IsAscii(text)) return {text.begin(), text.end()};
+  if (HasOnlyAscii(text)) return {text.begin(), text.end()};
   std::string utf8;
   // utf8cpp's own conversion throws at a lone surrogate, and file names do contain them.
   for (std::size_t index = 0; index < text.size();) {
@@ -51,7 +52,7 @@ std::string ToUtf8(std::u16string_view text) {
 }
 
 std::u16string ToUtf16(std::string_view text) {
-  if (IsAscii(text)) return {text.begin(), text.end()};
+  if (HasOnlyAscii(text)) return {text.begin(), text.end()};
   const std::string valid = ToValidUtf8(text);
   std::u16string utf16;
   utf8::unchecked::utf8to16(valid.begin(), valid.end(), std::back_inserter(utf16));
@@ -59,7 +60,7 @@ std::u16string ToUtf16(std::string_view text) {
 }
 
 std::u16string PathToUtf16(std::string_view path) {
-  if (IsAscii(path)) return {path.begin(), path.end()};
+  if (HasOnlyAscii(path)) return {path.begin(), path.end()};
   std::u16string utf16;
   for (const auto* begin = path.begin(); begin != path.end();) {
     const auto* const invalid = utf8::find_invalid(begin, path.end());
@@ -72,7 +73,7 @@ std::u16string PathToUtf16(std::string_view path) {
 }
 
 std::string PathToUtf8(std::u16string_view path) {
-  if (IsAscii(path)) return {path.begin(), path.end()};
+  if (HasOnlyAscii(path)) return {path.begin(), path.end()};
   std::string utf8;
   for (std::size_t index = 0; index < path.size();) {
     const char16_t unit = path[index];
@@ -87,7 +88,7 @@ std::string PathToUtf8(std::u16string_view path) {
 }
 
 std::string ToValidUtf8(std::string_view text) {
-  if (IsAscii(text)) return std::string(text);
+  if (HasOnlyAscii(text)) return std::string(text);
   std::string valid;
   valid.reserve(text.size());
   utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(valid), kReplacement);

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <new>
-#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -39,20 +38,21 @@ ComStatus GiveList(IObjectList<Item>** out, const MakeItems& make_items) {
 
 struct KeyedText {
   std::u16string_view key;
-  std::string (*text)(const MediaTags& tags);
+  std::string_view (*text)(const MediaTags& tags);
 };
 
 constexpr KeyedText kKeyedTexts[] = {
     // Hosts show this one as the artist too, and few files name actors.
-    {metadata_keys::kActor, [](const MediaTags& tags) { return tags.artist.empty() ? tags.actor : tags.artist; }},
-    {metadata_keys::kAigc, [](const MediaTags& tags) { return tags.aigc; }},
+    {metadata_keys::kActor,
+     [](const MediaTags& tags) -> std::string_view { return tags.artist.empty() ? tags.actor : tags.artist; }},
+    {metadata_keys::kAigc, [](const MediaTags& tags) -> std::string_view { return tags.aigc; }},
     {metadata_keys::kGpsLatitudeRef,
-     [](const MediaTags& tags) -> std::string {
+     [](const MediaTags& tags) -> std::string_view {
        if (!tags.location) return "";
        return tags.location->latitude < 0 ? "S" : "N";
      }},
     {metadata_keys::kGpsLongitudeRef,
-     [](const MediaTags& tags) -> std::string {
+     [](const MediaTags& tags) -> std::string_view {
        if (!tags.location) return "";
        return tags.location->longitude < 0 ? "W" : "E";
      }},
@@ -126,7 +126,7 @@ class MediaInfo final : public ComObject<IMediaInfo, IMetadata> {
     *out = nullptr;
     const std::u16string_view wanted(key);
     for (const auto& [known, text] : kKeyedTexts) {
-      if (known == wanted) return GiveText(text(tags()), out);
+      if (AreSame(known, wanted)) return GiveText(text(tags()), out);
     }
     return platform::kFail;
   }

@@ -1,6 +1,7 @@
 #include "media-server/objects/property_table.h"
 
-#include <cstring>
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -44,26 +45,20 @@ void Write(std::int32_t value, void* out) { *static_cast<std::int32_t*>(out) = v
 void Write(double value, void* out) { *static_cast<double*>(out) = value; }
 void Write(const std::string& value, void* out) { *static_cast<BSTR*>(out) = ToSystemString(value); }
 
-/// The library compares wide texts unit by unit, and the keys begin alike.
-bool AreSame(std::u16string_view a, std::u16string_view b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
-}
-
 }  // namespace
 
 bool DeliverProperty(const PictureProperties& properties, const char16_t* key, void* out) {
   const std::u16string_view wanted(key);
-  for (const Row& row : kRows) {
-    if (!AreSame(row.key, wanted)) continue;
-    return std::visit(
-        [&](auto member) {
-          const auto& value = properties.*member;
-          if (value) Write(*value, out);
-          return value.has_value();
-        },
-        row.property);
-  }
-  return false;
+  const Row* const row =
+      std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& known) { return AreSame(known.key, wanted); });
+  if (row == std::end(kRows)) return false;
+  return std::visit(
+      [&](auto member) {
+        const auto& value = properties.*member;
+        if (value) Write(*value, out);
+        return value.has_value();
+      },
+      row->property);
 }
 
 }  // namespace media_server

@@ -1,33 +1,23 @@
 #pragma once
 
-#include <new>
-#include <string>
+#include <cstring>
+#include <string_view>
 
-#include "core/error_text.h"
 #include "platform/com.h"
 #include "platform/system_string.h"
-#include "platform/text.h"
 
 namespace media_server {
 
 /// A system string of UTF-8 text, the receiver's to free; null for an empty one and when memory runs out, since the
 /// objects' operations may not throw.
-inline BSTR ToSystemString(const std::string& text) noexcept {
-  if (text.empty()) return nullptr;
-  try {
-    const std::u16string wide = platform::ToUtf16(text);
-    return SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
-  } catch (const std::bad_alloc&) {
-    CoreSetErrorText("out of memory");
-    return nullptr;
-  }
-}
+BSTR ToSystemString(std::string_view text) noexcept;
 
 /// The same through an out argument.
-inline platform::ComStatus GiveText(const std::string& text, BSTR* out) {
-  if (out == nullptr) return platform::kInvalidPointer;
-  *out = ToSystemString(text);
-  return platform::kOk;
+platform::ComStatus GiveText(std::string_view text, BSTR* out);
+
+/// Whether two keys are the same. The library compares wide texts unit by unit, and the keys begin alike.
+inline bool AreSame(std::u16string_view a, std::u16string_view b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
 }
 
 }  // namespace media_server

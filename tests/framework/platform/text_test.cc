@@ -7,6 +7,8 @@
 
 namespace {
 
+using platform::CopyAscii;
+using platform::IsAscii;
 using platform::PathToUtf16;
 using platform::PathToUtf8;
 using platform::ToUtf16;
@@ -40,6 +42,37 @@ TEST(TextTest, ValidTextSurvivesBothWays) {
     EXPECT_EQ(ToUtf8(pair.utf16), pair.utf8);
     EXPECT_EQ(ToUtf16(pair.utf8), pair.utf16);
     EXPECT_EQ(ToValidUtf8(pair.utf8), pair.utf8);
+  }
+}
+
+TEST(TextTest, KnowsAscii) {
+  for (std::size_t length : {0U, 1U, 7U, 8U, 15U, 16U, 33U}) {
+    const std::string text(length, '\x7F');
+    EXPECT_TRUE(IsAscii(text)) << length;
+    std::u16string copy(length, u'x');
+    CopyAscii(text, copy.data());
+    EXPECT_EQ(copy, std::u16string(length, u'\x7F'));
+    for (std::size_t at = 0; at < length; ++at) {
+      std::string other = text;
+      other[at] = '\x80';
+      EXPECT_FALSE(IsAscii(other)) << at << " of " << length;
+    }
+  }
+}
+
+/// What is not ASCII stands at every place of texts of several lengths.
+TEST(TextTest, ConvertsWhateverStandsAround) {
+  for (std::size_t length : {1U, 7U, 8U, 16U, 33U}) {
+    for (std::size_t at = 0; at < length; ++at) {
+      std::u16string utf16(length, u'a');
+      utf16[at] = u'\u00E9';
+      std::string utf8(length, 'a');
+      utf8.replace(at, 1, "\xC3\xA9");
+      EXPECT_EQ(ToUtf8(utf16), utf8);
+      EXPECT_EQ(ToUtf16(utf8), utf16);
+      EXPECT_EQ(PathToUtf8(utf16), utf8);
+      EXPECT_EQ(PathToUtf16(utf8), utf16);
+    }
   }
 }
 
