@@ -21,7 +21,7 @@ enum class Kind { kInteger, kStackedAlpha, kFrameRate, kWideText };
 
 struct Property {
   const char16_t* server_key;
-  const char* stored_key;
+  std::string_view stored_key;
   Kind kind = Kind::kInteger;
   unsigned text_units = 0;  ///< size of the stored buffer of a kWideText
 };
@@ -51,38 +51,36 @@ constexpr std::array<Property, 19> kProperties{{
 
 bool IsFound(std::int32_t status) { return status == platform::kOk; }
 
-void Store(IMetedataInfo& store, const char* key, const core::ValAny& value) { store.SetValue(key, &value); }
-
-void ImportInteger(media_server::IPropertyReader& reader, const Property& property, IMetedataInfo& store) {
+void ImportInteger(media_server::IPropertyReader& reader, const Property& property, MetadataInfoMPL& store) {
   std::int32_t value = 0;
   if (!IsFound(reader.GetProperty(property.server_key, &value))) return;
-  Store(store, property.stored_key, core::ValAny::FromInt32(value));
+  store.Put(property.stored_key, core::ValAny::FromInt32(value));
 }
 
-void ImportFrameRate(media_server::IPropertyReader& reader, const Property& property, IMetedataInfo& store) {
+void ImportFrameRate(media_server::IPropertyReader& reader, const Property& property, MetadataInfoMPL& store) {
   double frames_per_second = 0;
   if (!IsFound(reader.GetProperty(property.server_key, &frames_per_second))) return;
-  Store(store, property.stored_key, core::ValAny::Box(FrameRateToRational(frames_per_second)));
+  store.Put(property.stored_key, core::ValAny::Box(FrameRateToRational(frames_per_second)));
 }
 
-void ImportWideText(media_server::IPropertyReader& reader, const Property& property, IMetedataInfo& store) {
+void ImportWideText(media_server::IPropertyReader& reader, const Property& property, MetadataInfoMPL& store) {
   platform::SystemString text;
   if (!IsFound(reader.GetProperty(property.server_key, text.Put()))) return;
   const std::u16string_view content = text.View().substr(0, property.text_units);
-  StoreBuffer(store, property.stored_key,
-              MakeCBuffer(std::as_bytes(std::span(content)), property.text_units * sizeof(char16_t)));
+  store.Put(property.stored_key,
+            MakeCBuffer(std::as_bytes(std::span(content)), property.text_units * sizeof(char16_t)));
 }
 
 }  // namespace
 
-void ImportStreamProperties(media_server::IPropertyReader& reader, bool has_stacked_alpha, IMetedataInfo& store) {
+void ImportStreamProperties(media_server::IPropertyReader& reader, bool has_stacked_alpha, MetadataInfoMPL& store) {
   for (const Property& property : kProperties) {
     switch (property.kind) {
       case Kind::kInteger:
         ImportInteger(reader, property, store);
         break;
       case Kind::kStackedAlpha:
-        if (has_stacked_alpha) Store(store, property.stored_key, core::ValAny::FromInt32(1));
+        if (has_stacked_alpha) store.Put(property.stored_key, core::ValAny::FromInt32(1));
         break;
       case Kind::kFrameRate:
         ImportFrameRate(reader, property, store);

@@ -21,7 +21,7 @@ using ReadBuffer = void* (Source::*)();
 using ReadAigcMeta = const keys::AIGC_META* (Source::*)();
 
 struct Tag {
-  const char* key;
+  std::string_view key;
   std::variant<ReadText, ReadInteger, ReadNumber, ReadBuffer, ReadAigcMeta> read;
 };
 
@@ -64,28 +64,26 @@ constexpr std::size_t kTextReserve = 10;
 /// Imports one tag, by the type of its read operation.
 struct Importer {
   IMetaDataInfo& source;
-  IMetedataInfo& store;
-  const char* key;
+  MetadataInfoMPL& store;
+  std::string_view key;
 
   void operator()(ReadText read) const {
     const char* text = (source.*read)();
     const std::string_view content(text ? text : "");
-    StoreBuffer(store, key, MakeCBuffer(std::as_bytes(std::span(content)), content.size() + kTextReserve));
+    store.Put(key, MakeCBuffer(std::as_bytes(std::span(content)), content.size() + kTextReserve));
   }
-  void operator()(ReadInteger read) const { Store(core::ValAny::FromInt32((source.*read)())); }
-  void operator()(ReadNumber read) const { Store(core::ValAny::FromDouble((source.*read)())); }
-  void operator()(ReadBuffer read) const { StoreBuffer(store, key, CBuffer((source.*read)())); }
+  void operator()(ReadInteger read) const { store.Put(key, core::ValAny::FromInt32((source.*read)())); }
+  void operator()(ReadNumber read) const { store.Put(key, core::ValAny::FromDouble((source.*read)())); }
+  void operator()(ReadBuffer read) const { store.Put(key, CBuffer((source.*read)())); }
   void operator()(ReadAigcMeta read) const {
     const keys::AIGC_META* record = (source.*read)();
-    if (record != nullptr) Store(core::ValAny::Box(*record));
+    if (record != nullptr) store.Put(key, core::ValAny::Box(*record));
   }
-
-  void Store(const core::ValAny& value) const { store.SetValue(key, &value); }
 };
 
 }  // namespace
 
-void ImportMediaFileMetadata(IMetaDataInfo& source, IMetedataInfo& store) {
+void ImportMediaFileMetadata(IMetaDataInfo& source, MetadataInfoMPL& store) {
   for (const Tag& tag : kTags) std::visit(Importer{source, store, tag.key}, tag.read);
 }
 

@@ -34,15 +34,14 @@ constexpr std::array<DateKey, 4> kDateKeys{{
     {keys::kImageModifyDate, keys::kImageDate, &FileDates::modification},
 }};
 
-/// Room for all keys of a file or a stream. From 1,024 bytes on glibc tidies up its free memory before it answers,
+/// Room for all values of a file or a stream. From 1,024 bytes on glibc tidies up its free memory before it answers,
 /// which would cost more than filling the store: a file's opening leaves much behind.
 constexpr std::size_t kUsualEntries = 31;
-constexpr std::size_t kUsualKeyBytes = 900;
 constexpr std::size_t kMaxKeyBytes = std::numeric_limits<std::uint32_t>::max();
 
-/// The last eight bytes, or the whole of a shorter key. Keys begin alike, and hardly two end alike.
-std::uint64_t EndOf(std::string_view key) {
-  std::uint64_t end = 0;
+/// The last four bytes, or the whole of a shorter key. Keys begin alike, and few end alike.
+std::uint32_t EndOf(std::string_view key) {
+  std::uint32_t end = 0;
   if (key.size() < sizeof(end)) {
     std::memcpy(&end, key.data(), key.size());
   } else {
@@ -79,17 +78,11 @@ MetadataInfoMPL::~MetadataInfoMPL() {
 }
 
 MetadataInfoMPL::Entry* MetadataInfoMPL::Find(std::string_view key) {
-  const std::uint64_t end = EndOf(key);
+  const std::uint32_t end = EndOf(key);
   for (Entry& entry : entries_) {
-    if (entry.key_end == end && std::string_view(&keys_[entry.key_begin], entry.key_length) == key) return &entry;
+    if (entry.key_end == end && entry.Key() == key) return &entry;
   }
   return nullptr;
-}
-
-void MetadataInfoMPL::MakeRoom(std::size_t key_length) {
-  if (key_length > kMaxKeyBytes - keys_.size()) throw std::bad_alloc();
-  if (entries_.size() == entries_.capacity()) entries_.reserve(std::max(kUsualEntries, 2 * entries_.size()));
-  if (key_length > keys_.capacity() - keys_.size()) keys_.reserve(std::max(kUsualKeyBytes, keys_.size() + key_length));
 }
 
 bool MetadataInfoMPL::GetValue(const char* key, core::ValAny* out) {
@@ -110,28 +103,46 @@ bool MetadataInfoMPL::GetValue(const char* key, core::ValAny* out) {
 bool MetadataInfoMPL::SetValue(const char* key, const core::ValAny* value) {
   if (IsEmpty(key) || value == nullptr) return false;
   try {
-    // Everything that can fail comes first; a store that refuses a value is as it was and owns nothing of it.
     core::ValAny copy(*value);
     const std::string_view text(key);
     Entry* const old = Find(text);
-    if (!old) MakeRoom(text.size());
-    if (value->type() == core::ValType::kBuffer) {
-      if (buffers_.empty()) buffers_.reserve(kUsualEntries);
-      buffers_.push_back(value->AsBuffer<void>());
-    }
-
-    if (old) {
-      old->value = std::move(copy);
-    } else {
-      entries_.push_back({EndOf(text), static_cast<std::uint32_t>(keys_.size()),
-                          static_cast<std::uint32_t>(text.size()), std::move(copy)});
-      keys_ += text;
-    }
+    Store(old, old ? text : copied_keys_.emplace_front(text), std::move(copy));
   } catch (const std::bad_alloc&) {
     CoreSetErrorText("out of memory");
     return false;
   }
   return true;
+}
+
+bool MetadataInfoMPL::Put(std::string_view key, core::ValAny value) {
+  try {
+    Store(Find(key), key, std::move(value));
+  } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
+    return false;
+  }
+  return true;
+}
+
+bool MetadataInfoMPL::Put(std::string_view key, CBuffer buffer) {
+  if (!Put(key, core::ValAny::FromBuffer(buffer.get()))) return false;
+  static_cast<void>(buffer.release());
+  return true;
+}
+
+void MetadataInfoMPL::Store(Entry* old, std::string_view key, core::ValAny value) {
+  // Everything that can fail comes first.
+  if (key.size() > kMaxKeyBytes) throw std::bad_alloc();
+  if (!old && entries_.size() == entries_.capacity()) entries_.reserve(std::max(kUsualEntries, 2 * entries_.size()));
+  if (value.type() == core::ValType::kBuffer) {
+    if (buffers_.empty()) buffers_.reserve(kUsualEntries);
+    buffers_.push_back(value.AsBuffer<void>());
+  }
+  if (old) {
+    old->value = std::move(value);
+  } else {
+    entries_.push_back({EndOf(key), static_cast<std::uint32_t>(key.size()), key.data(), std::move(value)});
+  }
 }
 
 }  // namespace service::mediainfo

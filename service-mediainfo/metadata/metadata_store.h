@@ -2,19 +2,21 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <forward_list>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "mediainfo/imetedata_info.h"
+#include "service-mediainfo/metadata/c_buffer.h"
 
 namespace service::mediainfo {
 
 /// The store behind every metadata answer. Buffers live as long as the store, also when their key was given another
 /// value: a pointer that GetValue handed out stays good.
 ///
-/// A file has some thirty keys and each stream another store, filled at every opening: entries lie side by side and
-/// their keys one after another in one text, since a tree's allocations cost more than all else that a session does.
+/// A file has some thirty keys and each stream another store, filled at every opening: entries lie side by side, and
+/// the module's own keys are not copied, since a tree's allocations cost more than all else that a session does.
 class MetadataInfoMPL final : public IMetedataInfo {
  public:
   MetadataInfoMPL() = default;
@@ -24,21 +26,30 @@ class MetadataInfoMPL final : public IMetedataInfo {
 
   bool GetValue(const char* key, core::ValAny* out) override;
   bool SetValue(const char* key, const core::ValAny* value) override;
+  /// The same for the module's own keys, which are constants and not copied; nor is what `value` boxes. False when
+  /// memory runs out.
+  bool Put(std::string_view key, core::ValAny value);
+  /// A buffer that the store does not take is freed.
+  bool Put(std::string_view key, CBuffer buffer);
 
  private:
   struct Entry {
-    std::uint64_t key_end;    ///< the key's last bytes, which tell nearly all keys apart
-    std::uint32_t key_begin;  ///< in keys_
+    std::string_view Key() const { return {key, key_length}; }
+
+    std::uint32_t key_end;  ///< the key's last bytes, which tell nearly all keys apart
     std::uint32_t key_length;
+    const char* key;
     core::ValAny value;
   };
 
   Entry* Find(std::string_view key);
-  /// For one more entry, so that adding it cannot fail. Throws std::bad_alloc.
-  void MakeRoom(std::size_t key_length);
+  /// Replaces the value of `old`, or adds an entry when that is null; `key` is not copied. Throws std::bad_alloc, and
+  /// then the store is as it was and owns nothing of `value`.
+  void Store(Entry* old, std::string_view key, core::ValAny value);
 
   std::vector<Entry> entries_;
-  std::string keys_;
+  /// Keys of others, which may go after the call that brought them.
+  std::forward_list<std::string> copied_keys_;
   /// Every buffer ever stored, as often as it was.
   std::vector<void*> buffers_;
 };

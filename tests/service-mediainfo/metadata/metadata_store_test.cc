@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "core/rational.h"
@@ -78,6 +79,51 @@ TEST_F(MetadataStoreTest, CopiesTheKey) {
   ASSERT_TRUE(Set(key, ValAny::FromInt32(1)));
   key[0] = 'x';
   EXPECT_TRUE(Has("key"));
+}
+
+TEST_F(MetadataStoreTest, TellsKeysApartThatEndAlike) {
+  ASSERT_TRUE(Set("GPSLatitudeRef", ValAny::FromInt32(1)));
+  ASSERT_TRUE(Set("GPSLongitudeRef", ValAny::FromInt32(2)));
+  ASSERT_TRUE(Set("eRef", ValAny::FromInt32(3)));
+  ASSERT_TRUE(Set("Ref", ValAny::FromInt32(4)));
+  EXPECT_EQ(Get("GPSLatitudeRef").AsInt32(), 1);
+  EXPECT_EQ(Get("GPSLongitudeRef").AsInt32(), 2);
+  EXPECT_EQ(Get("eRef").AsInt32(), 3);
+  EXPECT_EQ(Get("Ref").AsInt32(), 4);
+  EXPECT_FALSE(Has("SLatitudeRef"));
+}
+
+TEST_F(MetadataStoreTest, KeepsMoreKeysThanUsual) {
+  for (int number = 0; number < 100; ++number) {
+    ASSERT_TRUE(Set(("key " + std::to_string(number)).c_str(), ValAny::FromInt32(number)));
+  }
+  for (int number = 0; number < 100; ++number) {
+    EXPECT_EQ(Get(("key " + std::to_string(number)).c_str()).AsInt32(), number);
+  }
+}
+
+TEST_F(MetadataStoreTest, GivesBackWhatWasPut) {
+  ASSERT_TRUE(store_.Put("a", ValAny::FromInt32(5)));
+  ASSERT_TRUE(store_.Put("b", CBuffer(strdup("text"))));
+  EXPECT_EQ(Get("a").AsInt32(), 5);
+  EXPECT_STREQ(Get("b").AsBuffer(), "text");
+}
+
+TEST_F(MetadataStoreTest, KnowsAKeyHoweverItCame) {
+  ASSERT_TRUE(store_.Put("put first", ValAny::FromInt32(1)));
+  ASSERT_TRUE(Set(std::string("put first").c_str(), ValAny::FromInt32(2)));
+  EXPECT_EQ(Get("put first").AsInt32(), 2);
+  ASSERT_TRUE(Set(std::string("set first").c_str(), ValAny::FromInt32(3)));
+  ASSERT_TRUE(store_.Put("set first", ValAny::FromInt32(4)));
+  EXPECT_EQ(Get("set first").AsInt32(), 4);
+}
+
+TEST_F(MetadataStoreTest, DoesNotCloneABoxedValueThatIsPut) {
+  int living = 0;
+  ASSERT_TRUE(store_.Put("key", ValAny::Box(Counted(&living))));
+  EXPECT_EQ(living, 1);
+  ASSERT_TRUE(store_.Put("key", ValAny()));
+  EXPECT_EQ(living, 0);
 }
 
 TEST_F(MetadataStoreTest, RefusesEmptyAndNullKeys) {
