@@ -26,7 +26,11 @@ struct AIGC_META {
   }
   AIGC_META(AIGC_META&& other)
   noexcept : text(std::exchange(other.text, nullptr)), length(std::exchange(other.length, 0)) {}
-  AIGC_META& operator=(AIGC_META other) noexcept {
+  AIGC_META& operator=(const AIGC_META& other) {
+    if (this != &other) *this = AIGC_META(other);
+    return *this;
+  }
+  AIGC_META& operator=(AIGC_META&& other) noexcept {
     std::swap(text, other.text);
     std::swap(length, other.length);
     return *this;

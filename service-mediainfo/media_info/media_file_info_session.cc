@@ -42,17 +42,19 @@ MediaInfoPtr OpenWithServer(media_server::IMediaServer& server, const std::strin
 ComPtr<media_server::ICodecComponent> CreateComponent(const std::string& path) {
   const media_server::QkCreateInstanceFunction create_instance = support_libraries().create_instance;
   platform::ComStatus status = platform::kFail;
-  void* component = nullptr;
+  void* created = nullptr;
   if (create_instance != nullptr) {
     status = create_instance(media_server::kCodecComponentClassId, nullptr, 0,
-                             media_server::ICodecComponent::kInterfaceId, &component);
+                             media_server::ICodecComponent::kInterfaceId, &created);
   }
-  if (platform::Failed(status) || component == nullptr) {
+  // Also what comes with a failure is ours to release.
+  auto component = ComPtr<media_server::ICodecComponent>::Attach(static_cast<media_server::ICodecComponent*>(created));
+  if (platform::Failed(status) || !component) {
     CoreLogPrint("mediainfo", kCoreLogError, "%s(%s) %d failed!(%p,0x%x)", kSetUrlFunction, path.c_str(), 236,
                  reinterpret_cast<void*>(create_instance), status);
     return {};
   }
-  return ComPtr<media_server::ICodecComponent>::Attach(static_cast<media_server::ICodecComponent*>(component));
+  return component;
 }
 
 /// Null, and logged, when the file cannot be opened.

@@ -15,9 +15,11 @@ std::shared_ptr<VideoInfoImpl> DescribePicture(media_server::IMediaInfo* source,
                                                const ComPtr<media_server::IStream>& stream) {
   const auto video_stream = stream.Query<media_server::IVideoStream>();
   if (!video_stream) return nullptr;
+  const media_server::PictureFormat* format = video_stream->GetVideoFormat();
+  if (format == nullptr) return nullptr;
   auto video = std::make_shared<VideoInfoImpl>();
-  const std::uint32_t result = video->Init(source, video_stream->GetVideoFormat(), video_stream->GetRotation());
-  return result == kSuccess ? video : nullptr;
+  const std::int32_t rotation = video_stream->GetRotation();
+  return video->Init(source, format, rotation) == kSuccess ? video : nullptr;
 }
 
 }  // namespace

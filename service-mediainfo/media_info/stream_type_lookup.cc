@@ -1,7 +1,6 @@
 #include "service-mediainfo/media_info/stream_type_lookup.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace service::mediainfo::media_info::impl {
 namespace {
@@ -41,10 +40,6 @@ std::optional<std::int64_t> ReadNumber(std::string_view text) {
   return number;
 }
 
-std::int32_t Saturate(std::int64_t number) {
-  return static_cast<std::int32_t>(std::min<std::int64_t>(number, std::numeric_limits<std::int32_t>::max()));
-}
-
 }  // namespace
 
 std::optional<std::int32_t> FindStreamType(std::string_view text, std::uint32_t stream_id) {
@@ -56,7 +51,7 @@ std::optional<std::int32_t> FindStreamType(std::string_view text, std::uint32_t 
     const std::size_t hyphen = std::min(token.find('-'), token.size());
     const std::optional<std::int64_t> id = ReadNumber(token.substr(0, hyphen));
     const std::optional<std::int64_t> type = ReadNumber(token.substr(hyphen));
-    if (id == stream_id && type) return Saturate(*type);
+    if (id == stream_id && type) return static_cast<std::int32_t>(*type);
   }
   return std::nullopt;
 }

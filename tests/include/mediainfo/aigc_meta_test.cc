@@ -54,8 +54,11 @@ TEST(AigcMetaTest, CopiesATextShorterThanItsLength) {
 
 TEST(AigcMetaTest, StaysAsItIsWhenAssignedToItself) {
   AIGC_META record = Record("{}");
+  record.length = 0;  // a copy would be empty
+  const char* text = record.text;
   const AIGC_META& same = record;
   record = same;
+  EXPECT_EQ(record.text, text);
   EXPECT_STREQ(record.text, "{}");
 }
 

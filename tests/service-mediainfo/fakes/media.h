@@ -19,13 +19,20 @@ using Text = std::optional<std::u16string>;
 
 class VideoStream : public ComObject<media_server::IVideoStream> {
  public:
-  const media_server::PictureFormat* GetVideoFormat() override { return format ? &*format : nullptr; }
+  const media_server::PictureFormat* GetVideoFormat() override {
+    asked += "format ";
+    return format ? &*format : nullptr;
+  }
   void Reserved4() override {}
   void Reserved5() override {}
-  std::int32_t GetRotation() override { return rotation; }
+  std::int32_t GetRotation() override {
+    asked += "rotation ";
+    return rotation;
+  }
 
   std::optional<media_server::PictureFormat> format = media_server::PictureFormat{};
   std::int32_t rotation = 0;
+  std::string asked;
 };
 
 class PropertyReader : public ComObject<media_server::IPropertyReader> {

@@ -262,7 +262,7 @@ class CodecComponentTest : public MediaFileInfoSessionTest {
                                      const platform::Guid& interface_id, void** out) {
     requests.push_back({class_id, outer, context, interface_id});
     *out = component_given;
-    if (component_given != nullptr && !platform::Failed(status)) component_given->AddRef();
+    if (component_given != nullptr) component_given->AddRef();
     return status;
   }
 
@@ -310,12 +310,13 @@ TEST_F(CodecComponentTest, MayFailToBeMade) {
   ExpectNoComponentLine(",0x80040154)");
 }
 
-TEST_F(CodecComponentTest, IsNotTouchedWhenItsFactoryFails) {
+TEST_F(CodecComponentTest, IsGivenUpWhenItComesWithAFailure) {
   LoadSupportLibraries();
   status = platform::kClassNotRegistered;
   EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
   ExpectNoComponentLine(",0x80040154)");
   EXPECT_TRUE(component_.calls.empty());
+  EXPECT_EQ(component_.references(), 0);
 }
 
 TEST_F(CodecComponentTest, MayBeNull) {

@@ -43,6 +43,7 @@ TEST_F(StreamInfoImplTest, DescribesAPicture) {
   EXPECT_EQ(info_.GetVideoInfo()->GetRotation(), 1u);
   EXPECT_EQ(info_.GetAudioInfo(), nullptr);
   EXPECT_EQ(info_.GetMediaType(), 2);
+  EXPECT_EQ(picture_.video.asked, "format rotation ");
 }
 
 TEST_F(StreamInfoImplTest, HandsTheSourceToThePicture) {
@@ -85,6 +86,7 @@ TEST_F(StreamInfoImplTest, RefusesAPictureWithoutVideoInterface) {
 TEST_F(StreamInfoImplTest, RefusesAPictureWithoutFormatRecord) {
   picture_.video.format.reset();
   EXPECT_EQ(info_.Init(&source_, &picture_), 7u);
+  EXPECT_EQ(picture_.video.asked, "format ");
   EXPECT_EQ(picture_.video.references(), 0);
   EXPECT_EQ(picture_.references(), 0);
 }

@@ -113,7 +113,12 @@ TEST(StreamTypeLookupTest, IgnoresPairsWithOverlongParts) {
 TEST(StreamTypeLookupTest, ComparesIdsAsWholeNumbers) {
   EXPECT_EQ(FindStreamType("StreamNums:1 StreamID_Type:4294967295-1", 4294967295u), 1);
   EXPECT_EQ(FindStreamType("StreamNums:1 StreamID_Type:4294967297-1", 1), std::nullopt);
-  EXPECT_EQ(FindStreamType("StreamNums:1 StreamID_Type:1-4294967297", 1), 2147483647);
+}
+
+TEST(StreamTypeLookupTest, GivesTheLow32BitsOfAType) {
+  EXPECT_EQ(FindStreamType("StreamNums:1 StreamID_Type:1-2147483647", 1), 2147483647);
+  EXPECT_EQ(FindStreamType("StreamNums:1 StreamID_Type:1-4294967295", 1), -1);
+  EXPECT_EQ(FindStreamType("StreamNums:1 StreamID_Type:1-4294967298", 1), 2);
 }
 
 }  // namespace
