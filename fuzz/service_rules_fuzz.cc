@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -66,13 +67,22 @@ std::string WithOtherCase(std::string path) {
   return path;
 }
 
+/// Separators in a row are told as one, but for just two at the start, which may mean something to a system.
+std::string AsTold(std::string path) {
+  const bool keeps_two = path.starts_with("//") && path.size() > 2 && path[2] != '/';
+  const auto repeated = std::unique(path.begin() + (keeps_two ? 1 : 0), path.end(),
+                                    [](char left, char right) { return left == '/' && right == '/'; });
+  path.erase(repeated, path.end());
+  return path;
+}
+
 /// What the media file and SVG services open for a URL.
 std::optional<std::string> OpenedPath(const std::string& url) {
   if (url.starts_with("http")) return url;
   if (Contains(url, ":/") && !Contains(url, "file:/")) return std::nullopt;
   const std::string path = Contains(url, ":/") ? url.substr(6) : url;
   for (const std::string& spelling : {path, WithOtherCase(path)}) {
-    if (IsFile(spelling)) return spelling;
+    if (IsFile(spelling)) return AsTold(spelling);
   }
   return std::nullopt;
 }
