@@ -27,23 +27,26 @@ std::uint32_t NextCodePoint(std::u16string_view text, std::size_t& index) {
   return IsHighSurrogate(unit) || IsLowSurrogate(unit) ? kReplacement : unit;
 }
 
-/// Looks at every unit, also behind one that is not ASCII: so the compiler takes several at once.
-template <typename Unit>
-bool HasOnlyAscii(std::basic_string_view<Unit> text) {
-  Unit bits = 0;
-  for (const Unit unit : text) bits = static_cast<Unit>(bits | unit);
+/// Copies what is the same in every encoding. False when `text` is not all ASCII: then `out` holds nothing of use. Goes
+/// to the end in any case, so that the compiler takes several units at once.
+template <typename From, typename To>
+bool CopyIfAscii(std::basic_string_view<From> text, To* out) {
+  From bits = 0;
+  for (std::size_t index = 0; index < text.size(); ++index) {
+    bits = static_cast<From>(bits | text[index]);
+    out[index] = static_cast<To>(text[index]);
+  }
   return static_cast<char32_t>(bits) < 0x80;
 }
 
 }  // namespace
 
-bool IsAscii(std::string_view text) { return HasOnlyAscii(text); }
-
-void CopyAscii(std::string_view text, char16_t* out) { std::ranges::copy(text, out); }
+bool CopyAscii(std::string_view text, char16_t* out) { return CopyIfAscii(text, out); }
 
 std::string ToUtf8(std::u16string_view text) {
-  if (HasOnlyAscii(text)) return {text.begin(), text.end()};
-  std::string utf8;
+  std::string utf8(text.size(), '\0');
+  if (CopyIfAscii(text, utf8.data())) return utf8;
+  utf8.clear();
   // utf8cpp's own conversion throws at a lone surrogate, and file names do contain them.
   for (std::size_t index = 0; index < text.size();) {
     utf8::unchecked::append(NextCodePoint(text, index), std::back_inserter(utf8));
@@ -52,16 +55,18 @@ std::string ToUtf8(std::u16string_view text) {
 }
 
 std::u16string ToUtf16(std::string_view text) {
-  if (HasOnlyAscii(text)) return {text.begin(), text.end()};
+  std::u16string utf16(text.size(), u'\0');
+  if (CopyIfAscii(text, utf16.data())) return utf16;
+  utf16.clear();
   const std::string valid = ToValidUtf8(text);
-  std::u16string utf16;
   utf8::unchecked::utf8to16(valid.begin(), valid.end(), std::back_inserter(utf16));
   return utf16;
 }
 
 std::u16string PathToUtf16(std::string_view path) {
-  if (HasOnlyAscii(path)) return {path.begin(), path.end()};
-  std::u16string utf16;
+  std::u16string utf16(path.size(), u'\0');
+  if (CopyIfAscii(path, utf16.data())) return utf16;
+  utf16.clear();
   for (const auto* begin = path.begin(); begin != path.end();) {
     const auto* const invalid = utf8::find_invalid(begin, path.end());
     utf8::unchecked::utf8to16(begin, invalid, std::back_inserter(utf16));
@@ -73,8 +78,9 @@ std::u16string PathToUtf16(std::string_view path) {
 }
 
 std::string PathToUtf8(std::u16string_view path) {
-  if (HasOnlyAscii(path)) return {path.begin(), path.end()};
-  std::string utf8;
+  std::string utf8(path.size(), '\0');
+  if (CopyIfAscii(path, utf8.data())) return utf8;
+  utf8.clear();
   for (std::size_t index = 0; index < path.size();) {
     const char16_t unit = path[index];
     const std::uint32_t code_point = NextCodePoint(path, index);
@@ -88,9 +94,9 @@ std::string PathToUtf8(std::u16string_view path) {
 }
 
 std::string ToValidUtf8(std::string_view text) {
-  if (HasOnlyAscii(text)) return std::string(text);
-  std::string valid;
-  valid.reserve(text.size());
+  std::string valid(text.size(), '\0');
+  if (CopyIfAscii(text, valid.data())) return valid;
+  valid.clear();
   utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(valid), kReplacement);
   return valid;
 }

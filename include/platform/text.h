@@ -5,10 +5,9 @@
 
 namespace platform {
 
-/// Whether `text` is nothing but ASCII, which nearly all texts are.
-bool IsAscii(std::string_view text);
-/// Copies `text`, which is nothing but ASCII, to `out`, which has room for as many units.
-void CopyAscii(std::string_view text, char16_t* out);
+/// Copies `text` to `out`, which has room for as many units. False when it is not ASCII, which nearly all texts are;
+/// what was copied means nothing then.
+bool CopyAscii(std::string_view text, char16_t* out);
 
 /// Text conversion at the borders between libraries. Total: every sequence that is not valid becomes U+FFFD.
 std::string ToUtf8(std::u16string_view text);

@@ -1,14 +1,12 @@
 #include "media-server/objects/media_info_object.h"
 
 #include <cmath>
-#include <new>
 #include <string_view>
 #include <utility>
-#include <vector>
 
-#include "core/error_text.h"
 #include "media-server/objects/com_object.h"
-#include "media-server/objects/object_list.h"
+#include "media-server/objects/give.h"
+#include "media-server/objects/stream_list.h"
 #include "media-server/objects/stream_objects.h"
 #include "media-server/objects/text.h"
 #include "media_server/imetadata.h"
@@ -20,21 +18,6 @@ namespace {
 using platform::ComPtr;
 using platform::ComStatus;
 using SharedMedia = std::shared_ptr<const MediaDescription>;
-
-/// Gives a list through an out argument; memory that runs out is a failed call, since no exception may cross the
-/// interface.
-template <typename Item, typename MakeItems>
-ComStatus GiveList(IObjectList<Item>** out, const MakeItems& make_items) {
-  if (out == nullptr) return platform::kInvalidPointer;
-  *out = nullptr;
-  try {
-    *out = new ObjectList<Item>(make_items());
-    return platform::kOk;
-  } catch (const std::bad_alloc&) {
-    CoreSetErrorText("out of memory");
-    return platform::kFail;
-  }
-}
 
 struct KeyedText {
   std::u16string_view key;
@@ -68,31 +51,22 @@ class Program final : public ComObject<IProgram> {
   std::uint32_t GetBitRate() override { return program_.bit_rate; }
   std::uint32_t GetStreamCount() override { return program_.stream_count; }
 
-  std::int32_t GetVideoStreamList(IStreamList** out) override {
-    return GiveList(out, [&] { return Streams<IStream>(StreamKind::kPicture, &MakePictureStream); });
-  }
-  std::int32_t GetAudioStreamList(IStreamList** out) override {
-    return GiveList(out, [&] { return Streams<IStream>(StreamKind::kSound, &MakeSoundStream); });
-  }
+  std::int32_t GetVideoStreamList(IStreamList** out) override { return GiveReference<IStreamList>(pictures_, out); }
+  std::int32_t GetAudioStreamList(IStreamList** out) override { return GiveReference<IStreamList>(sounds_, out); }
   std::int32_t GetSubPicStreamList(ISubPicStreamList** out) override {
-    return GiveList(out, [&] { return Streams<ISubPicStream>(StreamKind::kSubpicture, &MakeSubPicStream); });
+    return GiveReference<ISubPicStreamList>(subpictures_, out);
   }
 
  private:
-  template <typename Item>
-  std::vector<ComPtr<Item>> Streams(StreamKind kind, ComPtr<Item> (*make)(SharedMedia, std::size_t)) const {
-    std::vector<ComPtr<Item>> items;
-    for (const std::size_t position : program_.streams) {
-      if (media_->streams[position].kind == kind) items.push_back(make(media_, position));
-    }
-    return items;
-  }
-
   SharedMedia media_;
   const ProgramDescription& program_;  // within *media_
+  StreamList<IStream> pictures_{*this, media_, program_, StreamKind::kPicture, &MakePictureStream};
+  StreamList<IStream> sounds_{*this, media_, program_, StreamKind::kSound, &MakeSoundStream};
+  StreamList<ISubPicStream> subpictures_{*this, media_, program_, StreamKind::kSubpicture, &MakeSubPicStream};
 };
 
-class MediaInfo final : public ComObject<IMediaInfo, IMetadata> {
+/// Is the list of its programs, too; a program's object is made when it is asked for.
+class MediaInfo final : public ComObject<IMediaInfo, IMetadata, IProgramCollection> {
  public:
   explicit MediaInfo(SharedMedia media) : media_(std::move(media)) {}
 
@@ -126,19 +100,19 @@ class MediaInfo final : public ComObject<IMediaInfo, IMetadata> {
     *out = nullptr;
     const std::u16string_view wanted(key);
     for (const auto& [known, text] : kKeyedTexts) {
-      if (AreSame(known, wanted)) return GiveText(text(tags()), out);
+      if (IsKey(wanted, known)) return GiveText(text(tags()), out);
     }
     return platform::kFail;
   }
 
-  std::int32_t GetPrograms(IProgramCollection** out) override {
-    return GiveList(out, [&] {
-      std::vector<ComPtr<IProgram>> programs;
-      for (std::size_t i = 0; i < media_->programs.size(); ++i) {
-        programs.push_back(ComPtr<IProgram>::Attach(new Program(media_, i)));
-      }
-      return programs;
-    });
+  std::int32_t GetPrograms(IProgramCollection** out) override { return GiveReference<IProgramCollection>(*this, out); }
+
+  std::int32_t GetCount() override { return static_cast<std::int32_t>(media_->programs.size()); }
+  std::int32_t GetAt(std::uint32_t index, IProgram** out) override {
+    if (out == nullptr) return platform::kInvalidPointer;
+    *out = nullptr;
+    if (index >= media_->programs.size()) return platform::kInvalidArgument;
+    return Give(out, [&] { return ComPtr<IProgram>::Attach(new Program(media_, index)); });
   }
 
  private:

@@ -50,7 +50,7 @@ void Write(const std::string& value, void* out) { *static_cast<BSTR*>(out) = ToS
 bool DeliverProperty(const PictureProperties& properties, const char16_t* key, void* out) {
   const std::u16string_view wanted(key);
   const Row* const row =
-      std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& known) { return AreSame(known.key, wanted); });
+      std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& known) { return IsKey(wanted, known.key); });
   if (row == std::end(kRows)) return false;
   return std::visit(
       [&](auto member) {

@@ -11,12 +11,10 @@ namespace media_server {
 
 BSTR ToSystemString(std::string_view text) noexcept {
   if (text.empty()) return nullptr;
-  if (platform::IsAscii(text)) {
-    const auto length = static_cast<std::uint32_t>(text.size());
-    const BSTR wide = SysAllocStringLen(nullptr, length);
-    if (wide) platform::CopyAscii(text.substr(0, length), wide);
-    return wide;
-  }
+  const auto length = static_cast<std::uint32_t>(text.size());
+  const BSTR ascii = SysAllocStringLen(nullptr, length);
+  if (!ascii || platform::CopyAscii(text.substr(0, length), ascii)) return ascii;
+  SysFreeString(ascii);
   try {
     const std::u16string wide = platform::ToUtf16(text);
     return SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));

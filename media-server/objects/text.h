@@ -15,9 +15,11 @@ BSTR ToSystemString(std::string_view text) noexcept;
 /// The same through an out argument.
 platform::ComStatus GiveText(std::string_view text, BSTR* out);
 
-/// Whether two keys are the same. The library compares wide texts unit by unit, and the keys begin alike.
-inline bool AreSame(std::u16string_view a, std::u16string_view b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+/// Whether `wanted` is `key`, which is not empty. Keys begin alike and end differently; all of them is compared with
+/// memcmp, since the library compares wide texts unit by unit.
+inline bool IsKey(std::u16string_view wanted, std::u16string_view key) {
+  return wanted.size() == key.size() && wanted.back() == key.back() &&
+         std::memcmp(wanted.data(), key.data(), key.size() * sizeof(char16_t)) == 0;
 }
 
 }  // namespace media_server

@@ -118,6 +118,30 @@ TEST_F(MediaInfoObjectTest, SortsAProgramsStreamsByKind) {
   EXPECT_EQ(TextOf(subpicture->GetLanguage()), "ger");
 }
 
+TEST_F(MediaInfoObjectTest, ListsOnlyTheStreamsOfItsKind) {
+  media_->programs[0].streams = {1, 0, 1};
+  const auto program = ProgramAt(0);
+  ComPtr<ISubPicStreamList> subpictures;
+  ASSERT_EQ(program->GetSubPicStreamList(subpictures.Put()), platform::kOk);
+  EXPECT_EQ(subpictures->GetCount(), 2);
+  ComPtr<ISubPicStream> subpicture;
+  EXPECT_EQ(subpictures->GetAt(1, subpicture.Put()), platform::kOk);
+  EXPECT_EQ(subpicture->GetIndex(), 1u);
+  EXPECT_EQ(subpictures->GetAt(2, subpicture.Put()), platform::kInvalidArgument);
+  EXPECT_FALSE(subpicture);
+  EXPECT_EQ(subpictures->GetAt(0, nullptr), platform::kInvalidPointer);
+  EXPECT_EQ(program->GetSubPicStreamList(nullptr), platform::kInvalidPointer);
+}
+
+TEST_F(MediaInfoObjectTest, AListIsAnObjectOfItsOwn) {
+  ComPtr<IStreamList> pictures;
+  ASSERT_EQ(ProgramAt(0)->GetVideoStreamList(pictures.Put()), platform::kOk);
+  const auto object = pictures.Query<platform::IComObject>();
+  EXPECT_EQ(object.Get(), pictures.Get());
+  EXPECT_FALSE(pictures.Query<IMetadata>());
+  EXPECT_EQ(pictures->QueryInterface(platform::IComObject::kInterfaceId, nullptr), platform::kInvalidPointer);
+}
+
 TEST_F(MediaInfoObjectTest, DescribesAPictureStream) {
   ComPtr<IStreamList> pictures;
   ProgramAt(0)->GetVideoStreamList(pictures.Put());
