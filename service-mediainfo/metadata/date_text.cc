@@ -1,5 +1,6 @@
 #include "service-mediainfo/metadata/date_text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdlib>
@@ -52,8 +53,11 @@ std::int64_t ToSeconds(std::span<const int, Fields::kOfOneDate> date) {
 }
 
 FileDates ToDates(const Fields& fields) {
-  const std::span values(fields.values);
-  return {ToSeconds(values.first<Fields::kOfOneDate>()), ToSeconds(values.last<Fields::kOfOneDate>())};
+  const auto creation = std::span(fields.values).first<Fields::kOfOneDate>();
+  const auto modification = std::span(fields.values).last<Fields::kOfOneDate>();
+  const std::int64_t seconds = ToSeconds(creation);
+  // Most files have not been modified, and mktime looks after the zone's file each time.
+  return {seconds, std::ranges::equal(creation, modification) ? seconds : ToSeconds(modification)};
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "core/error_text.h"
+#include "framework/runtime/host_exception.h"
 #include "mediainfo/metedata_keys.h"
 #include "service-mediainfo/metadata/date_text.h"
 
@@ -60,6 +61,7 @@ const DateKey* FindDateKey(std::string_view key) {
 }
 
 bool ReadDate(const core::ValAny& stored, std::int64_t FileDates::*part, core::ValAny* out) {
+  if (stored.type() != core::ValType::kBuffer) runtime::ThrowForHost(core::AnyBadAccess());
   const char* text = stored.AsBuffer();
   if (text == nullptr) return false;
   const std::optional<FileDates> dates = ReadDates(text);
@@ -130,7 +132,7 @@ bool MetadataInfoMPL::Put(std::string_view key, CBuffer buffer) {
   return true;
 }
 
-void MetadataInfoMPL::Store(Entry* old, std::string_view key, core::ValAny value) {
+void MetadataInfoMPL::Store(Entry* old, std::string_view key, core::ValAny&& value) {
   // Everything that can fail comes first.
   if (key.size() > kMaxKeyBytes) throw std::bad_alloc();
   if (!old && entries_.size() == entries_.capacity()) entries_.reserve(std::max(kUsualEntries, 2 * entries_.size()));

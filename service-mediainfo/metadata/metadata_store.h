@@ -45,7 +45,7 @@ class MetadataInfoMPL final : public IMetedataInfo {
   Entry* Find(std::string_view key);
   /// Replaces the value of `old`, or adds an entry when that is null; `key` is not copied. Throws std::bad_alloc, and
   /// then the store is as it was and owns nothing of `value`.
-  void Store(Entry* old, std::string_view key, core::ValAny value);
+  void Store(Entry* old, std::string_view key, core::ValAny&& value);
 
   std::vector<Entry> entries_;
   /// Keys of others, which may go after the call that brought them.
