@@ -67,6 +67,17 @@ std::span<const std::uint8_t> NalReader::NextLengthPrefixed() {
   return {};
 }
 
+void FitLastNal(std::span<std::uint8_t> sample, int length_size) {
+  NalReader nals(sample, length_size);
+  for (auto nal = nals.Next(); length_size != kAnnexB && !nal.empty(); nal = nals.Next()) {
+    if (nal.data() + nal.size() != sample.data() + sample.size()) continue;
+    auto* byte = sample.data() + (nal.data() - sample.data());
+    for (std::size_t left = nal.size(), i = 0; i < static_cast<std::size_t>(length_size); ++i, left >>= 8) {
+      *--byte = static_cast<std::uint8_t>(left);
+    }
+  }
+}
+
 std::vector<std::uint8_t> NalPayload(std::span<const std::uint8_t> nal, std::size_t header_size, std::size_t max_size) {
   std::vector<std::uint8_t> payload;
   const auto escaped = nal.first(std::min(nal.size(), max_size)).subspan(std::min({nal.size(), max_size, header_size}));

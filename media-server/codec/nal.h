@@ -43,6 +43,10 @@ class NalReader {
   std::span<const std::uint8_t> left_;
 };
 
+/// Makes the length of the unit at the end of a sample that was cut short the length that is left of it. Nothing is
+/// done to a sample with start codes.
+void FitLastNal(std::span<std::uint8_t> sample, int length_size);
+
 /// The raw payload of a NAL unit: `nal` from `header_size` on without emulation prevention bytes (the 03 of 00 00 03).
 /// Reads at most `max_size` bytes of the unit; parameter sets and the SEI messages read here are far smaller than 64
 /// KiB.

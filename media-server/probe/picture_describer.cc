@@ -110,18 +110,25 @@ std::int32_t ScaledBy(std::uint32_t size, double ratio) {
 }
 
 // The container's ratio wins over the codec's, as players have it.
-double SampleAspectRatio(const AVStream& stream, const PictureParameters& header) {
-  for (const AVRational ratio : {stream.sample_aspect_ratio, stream.codecpar->sample_aspect_ratio}) {
-    if (ratio.num > 0 && ratio.den > 0) return av_q2d(ratio);
+double SampleAspectRatio(const AVStream& stream, const PictureFacts& facts, const PictureFormat& picture) {
+  const AVCodecParameters& stored = *stream.codecpar;
+  for (const AVRational ratio : {stream.sample_aspect_ratio, stored.sample_aspect_ratio}) {
+    if (ratio.num <= 0 || ratio.den <= 0) continue;
+    const bool sizes_known = picture.width > 0 && stored.width > 0 && stored.height > 0;
+    if (!facts.aspect_is_of_display || !sizes_known) return av_q2d(ratio);
+    // libavformat worked it out for the stored lines, of which some may not be shown.
+    const double shown_part = static_cast<double>(picture.height) / stored.height;
+    return av_q2d(ratio) * shown_part * stored.width / picture.width;
   }
-  return NumberOf(header.sample_aspect_ratio, /*unknown=*/1);
+  return NumberOf(facts.header.parameters.sample_aspect_ratio, /*unknown=*/1);
 }
 
-void DescribeSize(const AVStream& stream, const PictureParameters& header, PictureFormat& picture) {
+void DescribeSize(const AVStream& stream, const PictureFacts& facts, PictureFormat& picture) {
+  const PictureParameters& header = facts.header.parameters;
   picture.width = header.width.value_or(static_cast<std::uint32_t>(std::max(stream.codecpar->width, 0)));
   picture.height = header.height.value_or(static_cast<std::uint32_t>(std::max(stream.codecpar->height, 0)));
   if (picture.width == 0 || picture.height == 0) picture.width = picture.height = 0;
-  picture.display_width = ScaledBy(picture.width, SampleAspectRatio(stream, header));
+  picture.display_width = ScaledBy(picture.width, SampleAspectRatio(stream, facts, picture));
   picture.display_height = ScaledBy(picture.height, 1);
 }
 
@@ -266,7 +273,7 @@ void DescribePicture(const AVStream& stream, const PictureFacts& facts, StreamDe
   description.profile = header.profile.value_or(stream.codecpar->profile);
   picture.level = header.level.value_or(stream.codecpar->level);
   picture.field_order = FieldOrderOf(stream, header);
-  DescribeSize(stream, header, picture);
+  DescribeSize(stream, facts, picture);
   DescribeRate(stream, facts, description);
   DescribeColor(stream, header, description);
   DescribeProperties(facts, side_data, description);

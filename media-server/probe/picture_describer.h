@@ -18,6 +18,8 @@ struct PictureFacts {
   PictureHeader header;  ///< from the codec's own header
   TrackFacts track;      ///< from the container, where libavformat hides it
   std::optional<bool> file_is_truncated;
+  /// The container tells the ratio of the whole picture, which libavformat makes one of the samples it stores.
+  bool aspect_is_of_display = false;
   std::optional<std::string> gop;       ///< as "M=3, N=12"
   std::uint32_t sample_count = 0;       ///< in the container's index of all samples; 0 where it has none
   std::optional<PictureTiming> timing;  ///< of a stream without a clock; wins over libavformat's guess

@@ -12,11 +12,13 @@
 #include "media-server/codec/hevc.h"
 #include "media-server/codec/mpeg2.h"
 #include "media-server/codec/mpeg4_visual.h"
+#include "media-server/codec/nal.h"
 #include "media-server/codec/prores.h"
 #include "media-server/codec/video_usability.h"
 #include "media-server/codec/vp9.h"
 #include "media-server/image/image_reader.h"
 #include "media-server/io/span_source.h"
+#include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
@@ -28,14 +30,10 @@ using codec::PictureParameters;
 using codec::ProfiledCodec;
 using Bytes = std::span<const std::uint8_t>;
 
-// Enough for a sample's headers: an encoder that signs its work puts up to 1 KiB of text before the first slice.
-constexpr std::size_t kSampleStart = 4096;
+constexpr std::size_t kSampleStart = SampleReader::kSampleStart;
 
 // Later samples have no such text, and only their kind is asked for.
 constexpr std::size_t kLaterSampleStart = 1024;
-
-// A whole sample: the parser refuses a NAL unit that is cut short. Larger ones are given up on.
-constexpr std::size_t kWholeSample = std::size_t{1} << 20;
 
 // Key samples looked at for their kind; a stream that mixes kinds does so from the start.
 constexpr int kMostKeySamples = 8;
@@ -65,18 +63,19 @@ std::optional<bool> AllKeySamplesAre(IsIdr is_idr, AVStream& stream, const Sampl
 
 // Which field of an H.264 picture comes first stands in its slice header or a message before it. libavcodec's parser
 // reads them without decoding.
-std::optional<codec::FieldOrder> FieldOrderOfSample(const AVStream& stream, Bytes sample) {
+std::optional<codec::FieldOrder> FieldOrderOfSample(const AVStream& stream, std::vector<std::uint8_t> sample,
+                                                    int nal_length_size) {
   const CodecContextHandle context(avcodec_alloc_context3(nullptr));
   const ParserHandle parser(av_parser_init(stream.codecpar->codec_id));
   if (!context || !parser || sample.empty()) return std::nullopt;
   if (avcodec_parameters_to_context(context.get(), stream.codecpar) < 0) return std::nullopt;
-  // The parser reads a few bytes past the end.
-  std::vector<std::uint8_t> padded(sample.begin(), sample.end());
-  padded.resize(sample.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+  codec::FitLastNal(sample, nal_length_size);  // the parser refuses a unit that leads past the end
+  const std::size_t size = sample.size();
+  sample.resize(size + AV_INPUT_BUFFER_PADDING_SIZE);  // which the parser may read
   parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
   std::uint8_t* parsed = nullptr;
   int parsed_size = 0;
-  av_parser_parse2(parser.get(), context.get(), &parsed, &parsed_size, padded.data(), static_cast<int>(sample.size()),
+  av_parser_parse2(parser.get(), context.get(), &parsed, &parsed_size, sample.data(), static_cast<int>(size),
                    AV_NOPTS_VALUE, AV_NOPTS_VALUE, /*pos=*/0);
   switch (parser->field_order) {
     case AV_FIELD_PROGRESSIVE:
@@ -88,20 +87,56 @@ std::optional<codec::FieldOrder> FieldOrderOfSample(const AVStream& stream, Byte
     case AV_FIELD_TB:
       return codec::FieldOrder::kBottomFirst;
     default:
-      return std::nullopt;
+      break;
   }
+  // Of a picture whose fields are coded one by one it wants to see both.
+  if (parser->picture_structure == AV_PICTURE_STRUCTURE_TOP_FIELD) return codec::FieldOrder::kTopFirst;
+  if (parser->picture_structure == AV_PICTURE_STRUCTURE_BOTTOM_FIELD) return codec::FieldOrder::kBottomFirst;
+  return std::nullopt;
+}
+
+// libavformat knows no header of H.264 in MXF, nor of AVC-Intra in MOV. In its place it puts parameter sets of the
+// AVC-Intra camera that has pictures of that size.
+bool HeaderIsMadeUp(int nal_length_size, const SampleReader& samples) {
+  return nal_length_size == codec::kAnnexB && (samples.Demuxer() == "mxf" || samples.Demuxer() == kMp4Demuxer);
+}
+
+// What a stream of AVC-Intra is, going by the parameter sets of one of its cameras: colours and rate are that camera's.
+PictureParameters GenericAvcIntra(PictureParameters camera) {
+  camera.color = {};
+  camera.frame_rate.reset();
+  return camera;
+}
+
+// The configuration, completed or replaced by the parameter sets of the first sample where those are the ones that
+// count.
+std::optional<codec::NalConfiguration> ReadH264Configuration(AVStream& stream, const SampleReader& samples) {
+  auto configuration = codec::ReadH264Configuration(Extradata(stream));
+  if (!configuration) return std::nullopt;
+  const int length_size = configuration->nal_length_size;
+  const bool made_up = HeaderIsMadeUp(length_size, samples);
+  if (!made_up && configuration->picture.width) return configuration;
+  const std::vector<std::uint8_t> first = samples.ReadFirst(stream);
+  if (const auto picture = codec::ReadH264ParameterSets(first, length_size)) {
+    return codec::NalConfiguration{length_size, *picture, codec::ReadH264Sei(first, length_size)};
+  }
+  if (!made_up) return configuration;
+  // Cameras leave their parameter sets out; other encoders never do.
+  if (!codec::IsH264Idr(first, length_size)) return std::nullopt;
+  configuration->picture = GenericAvcIntra(configuration->picture);
+  return configuration;
 }
 
 PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
-  const auto configuration = codec::ReadH264Configuration(Extradata(stream));
+  const auto configuration = ReadH264Configuration(stream, samples);
   if (!configuration) return {};
   const int length_size = configuration->nal_length_size;
   PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
+  if (!header.parameters.progressive_only.value_or(true) && samples.SampleCount(stream) > 0) {
+    header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadFirst(stream), length_size);
+  }
   header.full_idr =
       AllKeySamplesAre([&](Bytes sample) { return codec::IsH264Idr(sample, length_size); }, stream, samples);
-  if (!header.parameters.progressive_only.value_or(true) && samples.SampleCount(stream) > 0) {
-    header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadStart(stream, 0, kWholeSample));
-  }
   return header;
 }
 

@@ -4,12 +4,22 @@
 #include <string_view>
 
 #include "media-server/probe/analysis_policy.h"
+#include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/streams.h"
 
 namespace media_server::probe {
+namespace {
 
-SampleReader::SampleReader(const AVFormatContext& context, IByteSource& source)
-    : has_sample_index_(std::string_view(context.iformat->name) == kMp4Demuxer), source_(source) {}
+// Sound comes before and between the pictures.
+constexpr int kMostPackets = 160;
+
+bool IsPicture(const AVStream& stream) { return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !IsCover(stream); }
+
+}  // namespace
+
+SampleReader::SampleReader(AVFormatContext& context, IByteSource& source)
+    : context_(context), has_sample_index_(std::string_view(context.iformat->name) == kMp4Demuxer), source_(source) {}
 
 int SampleReader::SampleCount(AVStream& stream) const {
   return has_sample_index_ ? avformat_index_get_entries_count(&stream) : 0;
@@ -26,6 +36,31 @@ std::vector<std::uint8_t> SampleReader::ReadStart(AVStream& stream, int sample, 
   std::vector<std::uint8_t> bytes(std::min(size, static_cast<std::size_t>(entry->size)));
   bytes.resize(source_.ReadAt(static_cast<std::uint64_t>(entry->pos), bytes));
   return bytes;
+}
+
+std::vector<std::uint8_t> SampleReader::ReadFirst(AVStream& stream) const {
+  if (has_sample_index_) return ReadStart(stream, 0, kSampleStart);
+  if (!first_packets_) first_packets_ = ReadPackets();
+  const auto packet = first_packets_->find(stream.index);
+  return packet != first_packets_->end() ? packet->second : std::vector<std::uint8_t>();
+}
+
+std::string_view SampleReader::Demuxer() const { return context_.iformat->name; }
+
+SampleReader::Packets SampleReader::ReadPackets() const {
+  Packets packets;
+  const PacketHandle packet(av_packet_alloc());
+  const auto pictures = static_cast<std::size_t>(
+      std::ranges::count_if(Streams(context_), [](const AVStream* stream) { return IsPicture(*stream); }));
+  for (int i = 0; packet && i < kMostPackets && packets.size() < pictures; ++i) {
+    if (av_read_frame(&context_, packet.get()) < 0) break;
+    if (IsPicture(*context_.streams[packet->stream_index]) && packet->size > 0) {
+      const std::size_t size = std::min(static_cast<std::size_t>(packet->size), kSampleStart);
+      packets.try_emplace(packet->stream_index, packet->data, packet->data + size);
+    }
+    av_packet_unref(packet.get());
+  }
+  return packets;
 }
 
 }  // namespace media_server::probe

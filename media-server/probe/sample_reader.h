@@ -2,6 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "media-server/io/byte_source.h"
@@ -12,22 +15,36 @@ struct AVStream;
 namespace media_server::probe {
 
 /// Reads the beginning of single samples where the container's index tells their places (MP4 and MOV), without
-/// demuxing. Borrows the source.
+/// demuxing. Borrows context and source.
 class SampleReader {
  public:
-  SampleReader(const AVFormatContext& context, IByteSource& source);
+  SampleReader(AVFormatContext& context, IByteSource& source);
 
   /// Number of samples that the index of `stream` places; 0 for containers without such an index.
   int SampleCount(AVStream& stream) const;
   bool IsKeySample(AVStream& stream, int sample) const;
   /// Up to `size` first bytes of a sample below SampleCount; fewer at the end of the sample or file.
   std::vector<std::uint8_t> ReadStart(AVStream& stream, int sample, std::size_t size) const;
+  /// The first bytes of the first sample, at most kSampleStart. Without an index it is taken from the packets that come
+  /// next, which are those that analysis has read. Empty when there is none.
+  std::vector<std::uint8_t> ReadFirst(AVStream& stream) const;
   /// True when each sample costs a request to a server.
   bool IsRemote() const { return source_.IsRemote(); }
+  /// libavformat's name of the container.
+  std::string_view Demuxer() const;
+
+  /// Enough for a sample's headers: an encoder that signs its work puts up to 1 KiB of text before the first slice.
+  static constexpr std::size_t kSampleStart = 4096;
 
  private:
+  using Packets = std::map<int, std::vector<std::uint8_t>>;
+
+  Packets ReadPackets() const;
+
+  AVFormatContext& context_;
   bool has_sample_index_;
   IByteSource& source_;
+  mutable std::optional<Packets> first_packets_;  // by stream; packets can be read only once
 };
 
 }  // namespace media_server::probe

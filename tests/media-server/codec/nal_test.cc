@@ -54,6 +54,30 @@ TEST(StartCodeReader, KeepsZerosInFrontOfTheNextStartCode) {
   EXPECT_TRUE(reader.Next().empty());
 }
 
+TEST(FitLastNal, ShortensTheUnitThatLeadsPastTheEnd) {
+  auto sample = Hex("00000001 67 00010000 65 88 84");
+  FitLastNal(sample, 4);
+  EXPECT_EQ(sample, Hex("00000001 67 00000003 65 88 84"));
+  sample = Hex("02 6701 ff 65");
+  FitLastNal(sample, 1);
+  EXPECT_EQ(sample, Hex("02 6701 01 65"));
+}
+
+TEST(FitLastNal, LeavesWholeUnitsAndStartCodesAlone) {
+  auto sample = Hex("0001 67 0002 6588");
+  FitLastNal(sample, 2);
+  EXPECT_EQ(sample, Hex("0001 67 0002 6588"));
+  sample = Hex("0001 67 00");
+  FitLastNal(sample, 2);
+  EXPECT_EQ(sample, Hex("0001 67 00"));
+  sample = Hex("00000001 67 00000001 65");
+  FitLastNal(sample, kAnnexB);
+  EXPECT_EQ(sample, Hex("00000001 67 00000001 65"));
+  std::vector<std::uint8_t> nothing;
+  FitLastNal(nothing, 4);
+  EXPECT_TRUE(nothing.empty());
+}
+
 TEST(NalPayload, RemovesEmulationPreventionBytes) {
   EXPECT_EQ(NalPayload(Hex("67 000003 01 000003 000003 03"), 1), Hex("0000 01 0000 0000 03"));
 }

@@ -96,6 +96,21 @@ TEST_F(PictureDescriberTest, TheContainersAspectRatioWins) {
   EXPECT_EQ(Describe().display_height, 576);
 }
 
+TEST_F(PictureDescriberTest, AnAspectOfTheWholePictureHoldsForTheShownLines) {
+  codec_.width = 1920;
+  codec_.height = 1088;
+  stream_.sample_aspect_ratio = {136, 135};  // of 16:9 and the stored size
+  facts_.header.parameters.width = 1920;
+  facts_.header.parameters.height = 1080;
+  facts_.aspect_is_of_display = true;
+  EXPECT_EQ(Describe().display_width, 1920);
+  EXPECT_EQ(Describe().display_height, 1080);
+  codec_.width = codec_.height = 0;
+  EXPECT_EQ(Describe().display_width, 1934) << "what was stored is not known";
+  facts_.header.parameters.width = 0;
+  EXPECT_EQ(Describe().display_width, 0);
+}
+
 TEST_F(PictureDescriberTest, IgnoresColourNumbersThatMeanNothing) {
   const int noise = 206;  // as libavformat stores a byte of the file
   std::memcpy(&codec_.color_primaries, &noise, sizeof noise);

@@ -1,0 +1,188 @@
+#include "media-server/probe/picture_header.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "media-server/codec/nal.h"
+#include "media-server/probe/av_handles.h"
+#include "media-server/probe/ffmpeg.h"
+#include "tests/media-server/codec/bit_writer.h"
+#include "tests/media-server/container/memory_source.h"
+
+namespace media_server::probe {
+namespace {
+
+using codec::BitWriter;
+using codec::FieldOrder;
+using codec::Hex;
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes operator+(Bytes first, const Bytes& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+// A stream of MOV whose index places one sample at the start of the file.
+class PictureHeaderTest : public testing::Test {
+ protected:
+  PictureHeaderTest() {
+    context_->iformat = av_find_input_format("mov");
+    codec_.codec_type = AVMEDIA_TYPE_VIDEO;
+  }
+  ~PictureHeaderTest() override { context_->iformat = nullptr; }  // or the demuxer would close what it never opened
+
+  void SetExtradata(const Bytes& bytes) {
+    codec_.extradata = static_cast<std::uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    codec_.extradata_size = static_cast<int>(bytes.size());
+    std::ranges::copy(bytes, codec_.extradata);
+  }
+
+  PictureHeader Read(AVCodecID codec, const Bytes& file, std::size_t sample_size) {
+    codec_.codec_id = codec;
+    av_add_index_entry(&stream_, /*pos=*/0, /*timestamp=*/0, static_cast<int>(sample_size), /*distance=*/0,
+                       AVINDEX_KEYFRAME);
+    MemorySource source(file);
+    const SampleReader samples(*context_, source);
+    PictureHeader header = ReadPictureHeader(stream_, samples);
+    bytes_read_ = source.BytesRead();
+    return header;
+  }
+  PictureHeader Read(AVCodecID codec, const Bytes& sample) { return Read(codec, sample, sample.size()); }
+
+  FormatContextHandle context_{avformat_alloc_context()};
+  AVStream& stream_ = *avformat_new_stream(context_.get(), nullptr);
+  AVCodecParameters& codec_ = *stream_.codecpar;
+  std::uint64_t bytes_read_ = 0;
+};
+
+// What libavformat puts in place of the header that AVC-Intra has none of: High 4:2:2 Intra of 1920x1080, colours of
+// BT.709 in full range, 25 frames per second.
+const Bytes kMadeUp =
+    Hex("00000001 677a1029b6d420223319c66323210111 98ce3319182102 56b93d7d7e4fe33f11f19e08b88c5443c0780227e2701e3010"
+        "1014000003000400000300ca1000000000000000 00000001 68ce3348d0");
+
+// 320x240 of the High profile, frames only, and its picture parameter set.
+Bytes ParameterSets() {
+  BitWriter bits;
+  bits.Bits(100, 8).Bits(0, 8).Bits(40, 8).Ue(0);
+  bits.Ue(1).Ue(0).Ue(0).Bits(0, 2);  // 4:2:0, 8 bits
+  bits.Ue(0).Ue(2).Ue(1).Bits(0, 1);  // frame_num, order, reference frames
+  bits.Ue(19).Ue(14).Bits(1, 1).Bits(1, 1).Bits(0, 1).Bits(0, 1).Bits(1, 1);
+  return Hex("00000001 67") + bits.Bytes() + Hex("00000001 68 ce3880");
+}
+
+const Bytes kIdrSlice = Hex("00000001 6588840021");
+
+TEST_F(PictureHeaderTest, ParameterSetsOfTheSampleWinOverThoseMadeUp) {
+  SetExtradata(kMadeUp);
+  const PictureHeader header = Read(AV_CODEC_ID_H264, ParameterSets() + kIdrSlice);
+  EXPECT_EQ(header.parameters.profile, 100);
+  EXPECT_EQ(header.parameters.chroma_sampling, 420);
+  EXPECT_EQ(header.parameters.bit_depth, 8);
+  EXPECT_EQ(header.parameters.width, 320U);
+  EXPECT_EQ(header.parameters.color, codec::ColorDescription());
+  EXPECT_EQ(header.full_idr, true);
+}
+
+TEST_F(PictureHeaderTest, AvcIntraWithoutParameterSetsHasNoColoursOfItsOwn) {
+  SetExtradata(kMadeUp);
+  const PictureHeader header = Read(AV_CODEC_ID_H264, kIdrSlice);
+  EXPECT_EQ(header.parameters.profile, 122 + 0x800);
+  EXPECT_EQ(header.parameters.chroma_sampling, 422);
+  EXPECT_EQ(header.parameters.bit_depth, 10);
+  EXPECT_EQ(header.parameters.height, 1080U);
+  EXPECT_EQ(header.parameters.color, codec::ColorDescription());
+  EXPECT_EQ(header.parameters.frame_rate, std::nullopt);
+}
+
+TEST_F(PictureHeaderTest, MadeUpParameterSetsTellNothingOfSamplesThatAreNotH264) {
+  SetExtradata(kMadeUp);
+  const PictureHeader header = Read(AV_CODEC_ID_H264, Bytes(64, 0));
+  EXPECT_EQ(header.parameters.profile, std::nullopt);
+  EXPECT_EQ(header.parameters.chroma_sampling, std::nullopt);
+}
+
+TEST_F(PictureHeaderTest, ARecordWithoutParameterSetsIsCompletedFromTheSample) {
+  SetExtradata(Hex("01 640028 ff e0 00"));
+  Bytes sample;
+  const Bytes sets = ParameterSets();
+  codec::NalReader reader(sets, codec::kAnnexB);
+  for (auto nal = reader.Next(); !nal.empty(); nal = reader.Next()) {
+    sample = sample + Bytes{0, 0, 0, static_cast<std::uint8_t>(nal.size())} + Bytes(nal.begin(), nal.end());
+  }
+  const PictureHeader header = Read(AV_CODEC_ID_H264, sample + Hex("00000005 6588840021"));
+  EXPECT_EQ(header.parameters.width, 320U);
+  EXPECT_EQ(header.parameters.height, 240U);
+}
+
+// 1920x1080, Main profile, in which pictures may be interlaced; order of pictures by their counts.
+BitWriter InterlacedSet() {
+  BitWriter bits;
+  bits.Bits(77, 8).Bits(0, 8).Bits(40, 8).Ue(0);
+  bits.Ue(0).Ue(0).Ue(0).Ue(1).Bits(0, 1);  // four bits of frame_num, four of the order count, one reference frame
+  bits.Ue(119).Ue(33).Bits(0, 1).Bits(0, 1).Bits(1, 1);  // fields and frames
+  bits.Bits(1, 1).Ue(0).Ue(0).Ue(0).Ue(2);               // cropped by 8 lines
+  return bits.Bits(0, 1).Bits(1, 1);
+}
+
+Bytes WithLength(std::uint8_t header, const BitWriter& payload, unsigned length_size) {
+  const std::size_t size = payload.Bytes().size() + 1;
+  Bytes unit(length_size, 0);
+  unit.back() = static_cast<std::uint8_t>(size);
+  unit.push_back(header);
+  return unit + payload.Bytes();
+}
+
+// avcC with the set above and a picture parameter set that has the order count of the bottom field in each slice.
+Bytes InterlacedRecord() {
+  BitWriter picture_set;
+  picture_set.Ue(0).Ue(0).Bits(0, 1).Bits(1, 1).Ue(0).Ue(0).Ue(0).Bits(0, 3).Ue(0).Ue(0).Ue(0).Bits(0, 3).Bits(1, 1);
+  return Hex("01 4d0028 ff e1") + WithLength(0x67, InterlacedSet(), 2) + Hex("01") + WithLength(0x68, picture_set, 2);
+}
+
+enum class Coded { kTopThenBottom, kBottomThenTop, kAtOnce, kTopField, kBottomField };
+
+// The head of an IDR slice.
+BitWriter SliceOf(Coded coded) {
+  BitWriter slice;
+  slice.Ue(0).Ue(7).Ue(0).Bits(0, 4);  // first macroblock, intra, parameter set, frame_num
+  const bool is_field = coded == Coded::kTopField || coded == Coded::kBottomField;
+  slice.Bits(is_field, 1);
+  if (is_field) slice.Bits(coded == Coded::kBottomField, 1);
+  slice.Ue(0).Bits(0, 4);  // idr_pic_id, order count of the top field
+  // What that of the bottom field is above it, as a signed code: 1 has the number 1, -1 the number 2.
+  if (!is_field) slice.Ue(coded == Coded::kTopThenBottom ? 1 : coded == Coded::kBottomThenTop ? 2 : 0);
+  return slice.Bits(1, 1).Bits(0xFFFFFF, 24);
+}
+
+struct Order {
+  Coded coded;
+  FieldOrder told;
+};
+
+class FieldOrderOfSampleTest : public PictureHeaderTest, public testing::WithParamInterface<Order> {};
+
+TEST_P(FieldOrderOfSampleTest, IsReadFromTheStartOfALargeSample) {
+  SetExtradata(InterlacedRecord());
+  constexpr std::size_t kSampleSize = 200'000;
+  // One slice: its length is that of the rest of the sample.
+  Bytes sample = Hex("00030d3c 65") + SliceOf(GetParam().coded).Bytes();
+  sample.resize(kSampleSize, 0xAA);
+  const PictureHeader header = Read(AV_CODEC_ID_H264, sample);
+  EXPECT_EQ(header.parameters.field_order, GetParam().told);
+  EXPECT_EQ(header.parameters.progressive_only, false);
+  EXPECT_LE(bytes_read_, 2 * SampleReader::kSampleStart);
+}
+
+INSTANTIATE_TEST_SUITE_P(Orders, FieldOrderOfSampleTest,
+                         testing::Values(Order{Coded::kTopThenBottom, FieldOrder::kTopFirst},
+                                         Order{Coded::kBottomThenTop, FieldOrder::kBottomFirst},
+                                         Order{Coded::kAtOnce, FieldOrder::kProgressive},
+                                         Order{Coded::kTopField, FieldOrder::kTopFirst},
+                                         Order{Coded::kBottomField, FieldOrder::kBottomFirst}));
+
+}  // namespace
+}  // namespace media_server::probe
