@@ -1,5 +1,8 @@
 #include "service-mediainfo/media_info/stream_info_impl.h"
 
+#include <optional>
+#include <utility>
+
 #include "core/log.h"
 #include "service-mediainfo/media_info/stream_properties.h"
 #include "service-mediainfo/media_info/ticks.h"
@@ -10,16 +13,17 @@ namespace {
 using platform::ComPtr;
 using platform::SystemString;
 
-/// The picture's details, or null when the stream does not give what they are made of.
-std::shared_ptr<VideoInfoImpl> DescribePicture(media_server::IMediaInfo* source,
-                                               const ComPtr<media_server::IStream>& stream) {
+/// The picture's details; empty when the stream does not give what they are made of.
+std::optional<VideoInfoImpl> DescribePicture(media_server::IMediaInfo* source,
+                                             const ComPtr<media_server::IStream>& stream) {
   const auto video_stream = stream.Query<media_server::IVideoStream>();
-  if (!video_stream) return nullptr;
+  if (!video_stream) return std::nullopt;
   const media_server::PictureFormat* format = video_stream->GetVideoFormat();
-  if (format == nullptr) return nullptr;
-  auto video = std::make_shared<VideoInfoImpl>();
+  if (format == nullptr) return std::nullopt;
   const std::int32_t rotation = video_stream->GetRotation();
-  return video->Init(source, format, rotation) == kSuccess ? video : nullptr;
+  std::optional<VideoInfoImpl> video(std::in_place);
+  if (video->Init(source, format, rotation) != kSuccess) video.reset();
+  return video;
 }
 
 }  // namespace
@@ -46,9 +50,9 @@ std::uint32_t StreamInfoImpl::Init(media_server::IMediaInfo* source, media_serve
 }
 
 std::uint32_t StreamInfoImpl::InitSound(media_server::IStream& stream) {
-  auto audio = std::make_shared<AudioInfoImpl>();
-  if (audio->Init(stream.GetAudioFormat()) != kSuccess) return kInitFailed;
-  audio_ = std::move(audio);
+  AudioInfoImpl audio;
+  if (audio.Init(stream.GetAudioFormat()) != kSuccess) return kInitFailed;
+  audio_ = audio;
   return kSuccess;
 }
 

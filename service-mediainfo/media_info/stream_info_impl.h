@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "media_server/imedia_info.h"
 #include "mediainfo/istream_info.h"
@@ -29,9 +30,9 @@ class StreamInfoImpl final : public virtual IStreamInfo {
   const char* GetTextB() override;
   std::uint64_t GetDuration() override;
   std::int32_t GetStreamValue11() override { return stream_->GetProfile(); }
-  IVideoInfo* GetVideoInfo() override { return video_.get(); }
+  IVideoInfo* GetVideoInfo() override { return video_ ? &*video_ : nullptr; }
   std::uint32_t Reserved10() override { return 0; }
-  IAudioInfo* GetAudioInfo() override { return audio_.get(); }
+  IAudioInfo* GetAudioInfo() override { return audio_ ? &*audio_ : nullptr; }
   std::uint32_t GetStreamValue14() override { return stream_->GetId(); }
   std::uint32_t GetStreamValue15() override { return stream_->GetDisposition(); }
   std::uint32_t FixedValue14() override { return 2; }
@@ -45,8 +46,8 @@ class StreamInfoImpl final : public virtual IStreamInfo {
   std::uint32_t InitSound(media_server::IStream& stream);
   std::uint32_t InitPicture(media_server::IMediaInfo* source, media_server::IStream& stream);
 
-  std::shared_ptr<VideoInfoImpl> video_;
-  std::shared_ptr<AudioInfoImpl> audio_;
+  std::optional<VideoInfoImpl> video_;
+  std::optional<AudioInfoImpl> audio_;
   CachedText codec_name_;
   CachedText codec_long_name_;
   CachedText language_;
