@@ -1,5 +1,6 @@
 #include "media-server/format_list.h"
 
+#include <array>
 #include <set>
 #include <string_view>
 
@@ -9,6 +10,15 @@
 
 namespace media_server {
 namespace {
+
+/// Camera raw images that are TIFF files to the first bytes; what is in their directories tells them apart.
+constexpr std::array kTiffRawImages = {
+    FormatNames{"arw", "Sony raw image"},    FormatNames{"cr2", "Canon raw image"},
+    FormatNames{"dcr", "Kodak raw image"},   FormatNames{"dng", "Digital Negative"},
+    FormatNames{"erf", "Epson raw image"},   FormatNames{"iiq", "Phase One raw image"},
+    FormatNames{"nef", "Nikon raw image"},   FormatNames{"pef", "Pentax raw image"},
+    FormatNames{"srw", "Samsung raw image"},
+};
 
 std::string Line(std::string_view kind, std::string_view short_name, std::string_view long_name) {
   return std::string(kind).append("\t").append(short_name).append("\t").append(long_name).append("\n");
@@ -26,6 +36,7 @@ std::string FormatList() {
       lines.insert(Line("image", short_name, long_name));
     }
   }
+  for (const auto& [short_name, long_name] : kTiffRawImages) lines.insert(Line("image", short_name, long_name));
   // Those that libavformat recognises by itself.
   void* state = nullptr;
   while (const AVInputFormat* demuxer = av_demuxer_iterate(&state)) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <span>
+#include <utility>
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/ebml.h"
@@ -419,9 +420,11 @@ std::vector<FormatIdentity> KnownFormats() {
   for (const Brand& brand : kBrands) formats.push_back(brand.identity);
   for (const OggCodec& codec : kOggCodecs) formats.push_back(codec.identity);
   for (const Magic& magic : FormatMagics()) formats.push_back(magic.identity);
-  const auto short_name = [](const FormatIdentity& identity) { return identity.names.short_name; };
-  std::ranges::sort(formats, {}, short_name);
-  const auto is_same = [&](const auto& a, const auto& b) { return short_name(a) == short_name(b); };
+  const auto names = [](const FormatIdentity& identity) {
+    return std::pair(identity.names.short_name, identity.names.long_name);
+  };
+  std::ranges::sort(formats, {}, names);
+  const auto is_same = [&](const auto& a, const auto& b) { return names(a) == names(b); };
   formats.erase(std::unique(formats.begin(), formats.end(), is_same), formats.end());
   return formats;
 }

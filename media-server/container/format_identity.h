@@ -48,7 +48,7 @@ FormatNames NamesOfMp4Brand(std::string_view brand);
 /// Names by the document type of an EBML header ("webm", "matroska"). An unknown type is Matroska.
 FormatNames NamesOfDocType(std::string_view doc_type);
 
-/// Every format that IdentifyFormat can name, each once, in no order that means anything.
+/// Every format that IdentifyFormat can name, each pair of names once, in no order that means anything.
 std::vector<FormatIdentity> KnownFormats();
 
 }  // namespace media_server

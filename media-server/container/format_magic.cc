@@ -94,8 +94,6 @@ constexpr std::array kMagics = {
     At0("II\x1a\0\0\0HEAPCCDR"sv, Still("crw", "Canon raw image in a camera image file")),
     At0("FUJIFILMCCD-RAW"sv, Still("raf", "Fujifilm raw image")),
     At0("FOVb"sv, Still("x3f", "Sigma raw image")),
-    At0("\0MRM"sv, Still("mrw", "Minolta raw image")),
-    At0("II\x1a\0\0\0HEAPCCDR"sv, Still("crw", "Canon raw image")),
     At0("8BPS\0\1"sv, Still("psd", "Photoshop document")),
     At0("8BPS\0\2"sv, Still("psb", "Large Photoshop document")),
     Magic{0, kJpeg2000Signature, 20, "mjp2"sv, kMotionJpeg2000},
