@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <fstream>
 #include <utility>
 
 #include "core/log.h"
@@ -69,6 +70,10 @@ void LogWriter::SetFile(const std::string& path) {
   if (path.empty()) {
     output_.reset();
   } else {
+    // The sink would make the folders that are missing.
+    std::ofstream file;
+    file.exceptions(std::ios::failbit);
+    file.open(path, std::ios::app);
     output_ = std::make_shared<spdlog::sinks::basic_file_sink_st>(path);
   }
 }

@@ -193,6 +193,7 @@ TEST_F(LogTest, FileGetsTheLinesOfStandardError) {
 }
 
 TEST_F(LogTest, FileTakesThePlaceOfStandardError) {
+  fs::create_directories(folder_);
   const fs::path path = folder_ / "tool.log";
   const std::string lines = StandardErrorOf([&] {
     ASSERT_TRUE(CoreLogSetFile(path.c_str()));
@@ -206,6 +207,11 @@ TEST_F(LogTest, FileTakesThePlaceOfStandardError) {
   text << std::ifstream(path).rdbuf();
   EXPECT_THAT(text.str(), AllOf(HasSubstr("into the file\n"), EndsWith("this one too\n")));
   EXPECT_THAT(lines, AllOf(EndsWith("back again\n"), Not(HasSubstr("the file")), Not(HasSubstr("this one"))));
+}
+
+TEST_F(LogTest, FileMakesNoFolder) {
+  EXPECT_FALSE(CoreLogSetFile((folder_ / "tool.log").c_str()));
+  EXPECT_FALSE(fs::exists(folder_));
 }
 
 TEST_F(LogTest, NullAndEmptyFolderCloseTheFile) {
