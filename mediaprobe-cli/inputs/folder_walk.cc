@@ -42,9 +42,9 @@ bool Matches(const std::string& pattern, const std::string& name, std::string_vi
 }  // namespace
 
 FolderWalk::FolderWalk(std::string folder, WalkFilter filter) : filter_(std::move(filter)) {
-  if (!folder.ends_with('/')) folder += '/';
-  root_size_ = folder.size();
-  if (!Enter(folder)) unreadable_root_ = std::move(folder);
+  const std::string root = folder.ends_with('/') ? folder : folder + '/';
+  root_size_ = root.size();
+  if (!Enter(root)) unreadable_root_ = std::move(folder);
 }
 
 bool FolderWalk::Enter(const std::string& folder) {

@@ -16,7 +16,7 @@ struct WalkFilter {
 
 /// The regular files under a folder, its folders' files included: files in the order of their names, byte by byte, and
 /// folders among them. Links to files are followed, links to folders are not, so that a walk ends. Folders that cannot
-/// be read are given as if they were files, which lets their failure be told.
+/// be read are given as if they were files, the walked one as it was named, which lets their failure be told.
 class FolderWalk {
  public:
   FolderWalk(std::string folder, WalkFilter filter);
