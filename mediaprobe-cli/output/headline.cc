@@ -22,13 +22,14 @@ std::string SizePair(std::optional<std::uint32_t> width, std::optional<std::uint
   return width && height ? std::to_string(*width) + "x" + std::to_string(*height) : std::string();
 }
 
-/// "JPEG"; pictures of the rarer types are told by the code of their pictures.
+/// "JPEG"; formats without a type are known by the code of their pictures.
 std::string FormatOf(const Metadata& metadata) {
   const auto type = MetadataInteger(metadata, keys::kImagePicType);
   if (const auto name = type ? PictureTypeName(*type) : std::nullopt) return std::string(*name);
   const auto fourcc = MetadataInteger(metadata, keys::kImageFourCC);
   auto code = fourcc ? FourCcText(static_cast<std::uint32_t>(*fourcc)) : std::nullopt;
   if (!code) return "image";
+  if (const auto name = OtherPictureName(*code)) return std::string(*name);
   code->erase(code->find_last_not_of(' ') + 1);
   return "image (" + *code + ")";
 }

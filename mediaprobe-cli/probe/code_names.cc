@@ -100,6 +100,58 @@ constexpr NumberName kPictureTypes[] = {
     {imagecore::kPictureSvg, "SVG"},
 };
 
+struct PictureName {
+  std::string_view fourcc;
+  std::string_view name;
+};
+
+/// As the image reader of the media server has them.
+constexpr PictureName kOtherPictures[] = {
+    // What is coded like this, and has no type of its own, lies in an icon.
+    {"BMP ", "Windows icon or cursor"},
+    {"PNG ", "Windows icon or cursor"},
+    {"jp2 ", "JPEG 2000"},
+    {"j2k ", "JPEG 2000 codestream"},
+    {"JXR ", "JPEG XR"},
+    {"JNG ", "JPEG Network Graphics"},
+    {"MNG ", "Multiple-image Network Graphics"},
+    {"BPG ", "Better Portable Graphics"},
+    {"qoif", "Quite OK Image"},
+    {"FF  ", "farbfeld"},
+    {"HDR ", "Radiance HDR"},
+    {"DPX ", "Digital Picture Exchange"},
+    {"XCF ", "GIMP image"},
+    {"ILBM", "Interleaved bitmap"},
+    {"SGI ", "Silicon Graphics image"},
+    {"RAS ", "Sun raster image"},
+    {"PCX ", "ZSoft PCX"},
+    {"TGA ", "Truevision TGA"},
+    {"PBM ", "Netpbm"},
+    {"PGM ", "Netpbm"},
+    {"PPM ", "Netpbm"},
+    {"PAM ", "Netpbm"},
+    {"PFM ", "Netpbm"},
+    {"KTX ", "Khronos texture"},
+    {"DDS ", "DirectDraw Surface"},
+    // Codes of the pixels in one.
+    {"DX10", "DirectDraw Surface"},
+    {"DXT1", "DirectDraw Surface"},
+    {"DXT2", "DirectDraw Surface"},
+    {"DXT3", "DirectDraw Surface"},
+    {"DXT4", "DirectDraw Surface"},
+    {"DXT5", "DirectDraw Surface"},
+    {"ATI1", "DirectDraw Surface"},
+    {"ATI2", "DirectDraw Surface"},
+    {"BC4U", "DirectDraw Surface"},
+    {"BC4S", "DirectDraw Surface"},
+    {"BC5U", "DirectDraw Surface"},
+    {"BC5S", "DirectDraw Surface"},
+    {"RGBG", "DirectDraw Surface"},
+    {"GRGB", "DirectDraw Surface"},
+    {"UYVY", "DirectDraw Surface"},
+    {"YUY2", "DirectDraw Surface"},
+};
+
 std::vector<std::string_view> NamesOf(std::uint32_t bits, std::span<const BitName> table) {
   std::vector<std::string_view> names;
   for (const BitName& row : table) {
@@ -128,6 +180,13 @@ std::optional<std::string_view> ColorPrimariesName(std::int32_t primaries) {
 }
 
 std::optional<std::string_view> PictureTypeName(std::int64_t type) { return NameOf(type, kPictureTypes); }
+
+std::optional<std::string_view> OtherPictureName(std::string_view fourcc) {
+  for (const PictureName& row : kOtherPictures) {
+    if (row.fourcc == fourcc) return row.name;
+  }
+  return std::nullopt;
+}
 
 std::optional<std::string> ChromaName(std::int32_t sampling) {
   if (sampling == 1) return "RGB";

@@ -28,6 +28,8 @@ std::optional<std::string> ChromaName(std::int32_t sampling);
 std::string_view FlipName(std::uint32_t flip);
 /// "JPEG", "camera raw", ... of an imagecore::PictureType; empty for kPictureOther.
 std::optional<std::string_view> PictureTypeName(std::int64_t type);
+/// "Windows icon or cursor", "JPEG 2000", ... of the FourCC of a picture that is kPictureOther, as --formats has them.
+std::optional<std::string_view> OtherPictureName(std::string_view fourcc);
 /// "LC" for profile 1 of codec "aac".
 std::optional<std::string_view> AudioProfileName(std::string_view codec, std::int32_t profile);
 

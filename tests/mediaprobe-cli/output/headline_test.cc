@@ -31,12 +31,16 @@ TEST(Headline, ImagesTellFormatAndSize) {
   EXPECT_EQ(HeadlineOf(image), "HEIF, 4000x3000");
 }
 
-TEST(Headline, RarerFormatsAreToldByTheCodeOfTheirPictures) {
+TEST(Headline, FormatsWithoutATypeAreNamedByTheCodeOfTheirPictures) {
   ImageRecord image;
   image.metadata = {{keys::kImagePicType, std::int64_t{99}}, {keys::kImageFourCC, std::int64_t{0x66696F71}}};
-  EXPECT_EQ(HeadlineOf(image), "image (qoif)");
-  image.metadata[1].value = std::int64_t{0x20414754};
-  EXPECT_EQ(HeadlineOf(image), "image (TGA)");
+  EXPECT_EQ(HeadlineOf(image), "Quite OK Image");
+  image.metadata[1].value = std::int64_t{0x20504D42};  // "BMP "
+  EXPECT_EQ(HeadlineOf(image), "Windows icon or cursor");
+  image.metadata[1].value = std::int64_t{0x31545844};  // "DXT1"
+  EXPECT_EQ(HeadlineOf(image), "DirectDraw Surface");
+  image.metadata[1].value = std::int64_t{0x20595859};  // "YXY ", which is none
+  EXPECT_EQ(HeadlineOf(image), "image (YXY)");
   image.metadata[1].value = std::int64_t{0};
   EXPECT_EQ(HeadlineOf(image), "image");
 }
