@@ -19,6 +19,7 @@
 #include "core/log.h"
 #include "host.h"
 #include "inputs/listed_inputs.h"
+#include "inputs/same_file.h"
 #include "inputs/streamed_inputs.h"
 #include "inputs/walked_inputs.h"
 #include "interrupt.h"
@@ -199,12 +200,17 @@ Answer InputRun::AnswerOne(const Input& input, const ReportDigest& report) {
 }
 
 bool InputRun::Take(const Answer& answer) {
-  progress_.Wipe();
+  const bool may_be_seen = output_.is_terminal() || output_.is_pipe();
+  if (!answer.error.empty() || (may_be_seen && !answer.text.empty())) progress_.Wipe();
   is_written_ = output_.Add(answer.text);
+  bool is_line_open = output_.is_terminal() && output_.is_line_open();
   if (!answer.error.empty()) {
     all_answered_ = false;
+    if (std::exchange(is_line_open, false) && isatty(STDERR_FILENO)) std::fputs("\n", stderr);
     Complain(answer.error);
   }
+  // When the reader of a pipe will write what, nobody knows: the line waits for its next time there.
+  if (!output_.is_pipe()) progress_.Restore(is_line_open);
   return is_written_;
 }
 
@@ -357,6 +363,19 @@ bool TellMissingLayers(const Options& options) {
   return true;
 }
 
+/// False when a file that is to be written is one of the inputs that are named: that one would be lost.
+bool SparesInputs(const Options& options) {
+  if (IsOneOf(options.log_file, options.inputs)) {
+    Complain("cannot write the log file " + TerminalText(options.log_file) + ": it is one of the inputs");
+    return false;
+  }
+  if (IsOneOf(options.output, options.inputs)) {
+    Complain("cannot write " + TerminalText(options.output) + ": it is one of the inputs");
+    return false;
+  }
+  return true;
+}
+
 std::unique_ptr<Output> OpenOutput(const Options& options, const RecordFormatter& formatter) {
   if (options.output.empty()) return std::make_unique<Output>(formatter.Frame());
   return Output::ToFile(formatter.Frame(), options.output);
@@ -372,6 +391,7 @@ int Show(const std::string& text) {
 }
 
 int Run(const Options& options, char* const* argv) {
+  if (!SparesInputs(options)) return kExitUsage;
   CoreLogSetLevel(options.log_level);
   CoreLogProtect(options.key.c_str());
   if (!CoreLogSetFile(options.log_file.c_str())) {

@@ -24,6 +24,11 @@ bool IsSpecial(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
+bool IsPipe(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+}
+
 /// The file that a path leads to through links: what is put in its place is not to take that of a link.
 std::string WithoutLinks(const std::string& path) {
   const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
@@ -38,7 +43,9 @@ Output::Output(OutputFrame frame, int descriptor, std::string path, std::string 
     : frame_(std::move(frame)),
       descriptor_(descriptor),
       path_(std::move(path)),
-      unfinished_path_(std::move(unfinished_path)) {}
+      unfinished_path_(std::move(unfinished_path)),
+      is_terminal_(isatty(descriptor) != 0),
+      is_pipe_(IsPipe(descriptor)) {}
 
 std::unique_ptr<Output> Output::ToFile(OutputFrame frame, const std::string& path) {
   if (IsSpecial(path)) {
@@ -80,6 +87,7 @@ bool Output::End() {
 }
 
 bool Output::Write(std::string_view text) {
+  if (!text.empty()) is_line_open_ = !text.ends_with('\n');
   while (error_ == 0 && !text.empty()) {
     const ssize_t written = write(descriptor_, text.data(), text.size());
     if (written >= 0) {

@@ -26,6 +26,11 @@ class Output {
   bool End();
   /// What the first failure was, as errno has it; 0 for none.
   int error() const { return error_; }
+  /// Where it goes: to a terminal, or to a pipe or socket, whose reader may write on one.
+  bool is_terminal() const { return is_terminal_; }
+  bool is_pipe() const { return is_pipe_; }
+  /// Whether the last line that was written lacks its end.
+  bool is_line_open() const { return is_line_open_; }
 
  private:
   Output(OutputFrame frame, int descriptor, std::string path, std::string unfinished_path);
@@ -35,6 +40,9 @@ class Output {
   int descriptor_;
   std::string path_;             // of the file, empty for standard output
   std::string unfinished_path_;  // under which it is written
+  bool is_terminal_;
+  bool is_pipe_;
+  bool is_line_open_ = false;
   bool has_records_ = false;
   int error_ = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "output/quantity_text.h"
 #include "output/terminal_columns.h"
@@ -65,17 +66,25 @@ void ProgressLine::Show(RunProgress progress) {
   if (!terminal_ || now < next_) return;
   next_ = now + kStep;
   progress.elapsed = now - started_;
-  const std::string text = ProgressText(progress, ColumnsOf(terminal_));
-  if (text.empty()) return;
-  is_shown_ = true;
-  std::fprintf(terminal_, "%s%s", kFreshLine, text.c_str());
-  std::fflush(terminal_);
+  text_ = ProgressText(progress, ColumnsOf(terminal_));
+  if (!text_.empty()) Draw();
 }
 
 void ProgressLine::Wipe() {
   if (!is_shown_) return;
   is_shown_ = false;
   std::fputs(kFreshLine, terminal_);
+  std::fflush(terminal_);
+}
+
+void ProgressLine::Restore(bool is_below_open_line) {
+  is_below_open_line_ = is_below_open_line;
+  if (!text_.empty()) Draw();
+}
+
+void ProgressLine::Draw() {
+  is_shown_ = true;
+  std::fprintf(terminal_, "%s%s", std::exchange(is_below_open_line_, false) ? "\n" : kFreshLine, text_.c_str());
   std::fflush(terminal_);
 }
 

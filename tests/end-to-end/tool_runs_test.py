@@ -1,4 +1,5 @@
 """Runs over many inputs: names from standard input, order, memory, the processes behind the tool, interrupts."""
+import contextlib
 import json
 import os
 import pathlib
@@ -141,6 +142,76 @@ class StandardInput(Runs):
         while not condition() and time.monotonic() < end:
             time.sleep(0.01)
         return condition()
+
+
+class ProgressLine(Runs):
+    """What stands on standard error while a run takes long: draws, each on a fresh line, and wipes."""
+    FRESH_LINE = b"\r\x1b[K"
+    NAMES = 5
+
+    def written_by(self, *arguments, name, pause=0.0, output=subprocess.DEVNULL):
+        """Standard error of a run whose inputs come once the line is there."""
+        process = self.start("--stdin", "--progress", *arguments, stdin=subprocess.PIPE, stdout=output,
+                             stderr=subprocess.PIPE, bufsize=0)
+        written = b""
+        while self.FRESH_LINE not in written:
+            piece = process.stderr.read(1)
+            self.assertTrue(piece, written)
+            written += piece
+        for _ in range(self.NAMES):
+            process.stdin.write(os.fsencode(name) + b"\n")
+            time.sleep(pause)
+        process.stdin.close()
+        written += process.stderr.read()
+        process.wait(tool.HANG_SECONDS)
+        return written
+
+    def test_stays_while_records_go_elsewhere(self):
+        for output in ([], ["-o", "list"]):
+            with self.subTest(output=output):
+                written = self.written_by("--ndjson", *output, name=MP3, pause=0.3)
+                first, *lines = written.split(self.FRESH_LINE)
+                self.assertEqual(first, b"")
+                self.assertGreater(len(lines), self.NAMES)
+                # Only the last one is a wipe.
+                self.assertEqual([bool(line) for line in lines], [True] * (len(lines) - 1) + [False])
+
+    def test_is_back_behind_each_complaint(self):
+        written = self.written_by("--ndjson", name="missing.mp4")
+        complaint = b"mediaprobe: missing.mp4: no such file\n"
+        self.assertEqual(written.count(self.FRESH_LINE + complaint + self.FRESH_LINE), self.NAMES)
+        self.assertTrue(all(part[:1].isdigit() for part in written.split(complaint + self.FRESH_LINE)[1:]), written)
+
+    def on_terminal(self, *arguments):
+        """Standard error of a run with its output on a terminal, and that output."""
+        reader, terminal = os.openpty()
+        output = bytearray()
+
+        def drain():
+            with contextlib.suppress(OSError):
+                while piece := os.read(reader, 4096):
+                    output.extend(piece)
+
+        drainer = threading.Thread(target=drain)
+        drainer.start()
+        try:
+            written = self.written_by(*arguments, name=MP3, output=terminal)
+        finally:
+            os.close(terminal)
+            drainer.join()
+            os.close(reader)
+        return written, bytes(output)
+
+    def test_is_back_behind_each_record_on_a_terminal(self):
+        written, output = self.on_terminal("--ndjson")
+        self.assertEqual(output.count(b"\r\n"), self.NAMES)
+        self.assertGreaterEqual(written.count(self.FRESH_LINE + self.FRESH_LINE), self.NAMES)
+
+    def test_takes_no_line_of_an_array_on_a_terminal(self):
+        # The comma behind a record comes with the next one.
+        written, output = self.on_terminal("--json")
+        self.assertEqual(len(json.loads(output)), self.NAMES)
+        self.assertEqual(written.count(self.FRESH_LINE + b"\n"), self.NAMES)
 
 
 class Many(Runs):

@@ -89,9 +89,31 @@ TEST_F(ProgressLineTest, IsWrittenOverAndWiped) {
   EXPECT_EQ(Written(), "\r\x1b[K0 of 2, 0/s, a\r\x1b[K");
 }
 
+TEST_F(ProgressLineTest, IsRestoredAsItWas) {
+  ProgressLine line(file_);
+  line.Restore(/*is_below_open_line=*/false);
+  EXPECT_EQ(Written(), "") << "which was not at all";
+  std::this_thread::sleep_for(1100ms);
+  line.Show({.answered = 0, .total = 2, .current = "a"});
+  line.Wipe();
+  line.Restore(/*is_below_open_line=*/false);
+  EXPECT_EQ(Written(), "\r\x1b[K0 of 2, 0/s, a\r\x1b[K\r\x1b[K0 of 2, 0/s, a");
+}
+
+TEST_F(ProgressLineTest, StandsBelowWhatHasNotEndedItsLine) {
+  ProgressLine line(file_);
+  line.Restore(/*is_below_open_line=*/true);
+  std::this_thread::sleep_for(1100ms);
+  line.Show({.answered = 0, .total = 2, .current = "a"});
+  EXPECT_EQ(Written(), "\n0 of 2, 0/s, a");
+  line.Restore(/*is_below_open_line=*/false);
+  EXPECT_EQ(Written(), "\n0 of 2, 0/s, a\r\x1b[K0 of 2, 0/s, a");
+}
+
 TEST(ProgressLine, MayBeShownNowhere) {
   ProgressLine line(nullptr);
   line.Show({.answered = 1, .total = 2});
+  line.Restore(/*is_below_open_line=*/true);
 }
 
 }  // namespace
