@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <ctime>
+#include <exception>
 
 #include "fakes/media_file_service.h"
 
@@ -90,6 +91,7 @@ TEST_F(SessionMetadataTest, ThrowsBadAccessForADateThatIsNoText) {
   ASSERT_TRUE(store->SetValue("MediaFile_Metedata_Date", &number));
   ValAny value;
   EXPECT_THROW(store->GetValue("MediaFile_Metedata_CreateDate", &value), core::AnyBadAccess);
+  EXPECT_EQ(std::uncaught_exceptions(), 0) << "the host's own count";
 }
 
 TEST_F(SessionMetadataTest, FindsTheTypeOfAStream) {
