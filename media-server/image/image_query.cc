@@ -77,16 +77,22 @@ void SetLabel(QkImageInfo& info, std::string_view label) {
   info.flags |= imagecore::kHasAigcData | imagecore::kHasAigcSize;
 }
 
-void SetAnimation(QkImageInfo& info, imagecore::PictureType type, const Animation& animation) {
+void SetDuration(QkImageInfo& info, imagecore::PictureType type, const std::optional<double>& duration_s) {
   using namespace imagecore;
-  const std::optional duration_s = animation.duration_s;
   if (type == kPictureWebP) return Set(info, kHasWebPDuration, info.webp_duration_s, duration_s);
   if (type == kPictureAvif || type == kPictureHeif)
     return Set(info, kHasAvifDuration, info.avif_duration_s, duration_s);
   Set(info, kHasGifDuration, info.gif_duration_s, duration_s);
-  if (!animation.frame_rate) return;
-  Set(info, kHasGifFrameRateNum, info.gif_frame_rate_num, std::optional(animation.frame_rate->numerator));
-  Set(info, kHasGifFrameRateDen, info.gif_frame_rate_den, std::optional(animation.frame_rate->denominator));
+}
+
+/// There is one pair of fields for the rate, whatever the format.
+void SetAnimation(QkImageInfo& info, imagecore::PictureType type, const Animation& animation) {
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  SetDuration(info, type, animation.duration_s);
+  const auto& rate = animation.frame_rate;
+  if (!rate || rate->numerator > kMost || rate->denominator > kMost) return;
+  Set(info, imagecore::kHasGifFrameRateNum, info.gif_frame_rate_num, std::optional(rate->numerator));
+  Set(info, imagecore::kHasGifFrameRateDen, info.gif_frame_rate_den, std::optional(rate->denominator));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@ WIDTH, HEIGHT = 37, 23
 # Frames of an animation, each shown for a tenth of a second.
 FRAMES = ["frame1.png", "frame2.png", "frame3.png"]
 ANIMATION_SECONDS = 0.3
+ANIMATION_RATE = {"Image_Metedata_GifFrameRate_Num": 10, "Image_Metedata_GifFrameRate_Den": 1}
 
 
 @dataclasses.dataclass(frozen=True)
@@ -36,7 +37,7 @@ def _still(file_format, picture_type, name, command, alpha=None, **facts):
 
 
 def _animation(file_format, picture_type, name, command):
-    return _still(file_format, picture_type, name, command, duration=ANIMATION_SECONDS)
+    return _still(file_format, picture_type, name, command, duration=ANIMATION_SECONDS, **ANIMATION_RATE)
 
 
 def _ffmpeg(name, *options, source="rgb.png"):

@@ -93,14 +93,17 @@ TEST(FillImageInfoTest, PutsADurationIntoTheFieldOfTheFormat) {
     headers.type = type;
     QkImageInfo info;
     FillImageInfo(headers, {}, info);
-    EXPECT_EQ(info.flags, kStillFlags | kHasAvifDuration) << type;
+    EXPECT_EQ(info.flags, kStillFlags | kHasAvifDuration | kHasGifFrameRateNum | kHasGifFrameRateDen) << type;
     EXPECT_EQ(info.avif_duration_s, 1.5);
+    EXPECT_EQ(info.gif_frame_rate_num, 20);
   }
   headers.type = kPictureWebP;
   QkImageInfo info;
   FillImageInfo(headers, {}, info);
-  EXPECT_EQ(info.flags, kStillFlags | kHasWebPDuration);
+  EXPECT_EQ(info.flags, kStillFlags | kHasWebPDuration | kHasGifFrameRateNum | kHasGifFrameRateDen);
   EXPECT_EQ(info.webp_duration_s, 1.5);
+  EXPECT_EQ(info.gif_frame_rate_num, 20);
+  EXPECT_EQ(info.gif_frame_rate_den, 1);
 }
 
 TEST(FillImageInfoTest, TellsNoFrameRateThatIsNotTold) {
@@ -108,6 +111,8 @@ TEST(FillImageInfoTest, TellsNoFrameRateThatIsNotTold) {
   headers.type = kPictureGif;
   headers.animation = Animation{1.5, std::nullopt};
   EXPECT_EQ(FlagsOf(headers), kStillFlags | kHasGifDuration);
+  headers.animation->frame_rate = core::Rational{0xFFFFFFFF, 1};
+  EXPECT_EQ(FlagsOf(headers), kStillFlags | kHasGifDuration) << "more than the field holds";
 }
 
 TEST(FillImageInfoTest, TellsPlaceExposureAndCamera) {
