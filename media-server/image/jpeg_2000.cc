@@ -1,8 +1,12 @@
 #include "media-server/image/jpeg_2000.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <string_view>
+#include <utility>
 
+#include "media-server/codec/picture_parameters.h"
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/mp4_boxes.h"
 #include "media-server/image/box_uuids.h"
@@ -17,10 +21,54 @@ using namespace std::string_view_literals;
 constexpr std::size_t kMostPayloadBytes = 112 * 1024;
 constexpr Mp4BoxLimits kLimits = {.boxes = 1024, .bytes = 240 * 1024};
 
-/// SIZ marker segment, ISO/IEC 15444-1 A.5.1: the image lies at an offset of the reference grid.
-std::optional<PictureSize> SizeOfCodestream(std::span<const std::uint8_t> codestream) {
+/// What a codestream begins with, its marker segment SIZ, tells of the image.
+struct Codestream {
+  PictureSize size;
+  std::optional<int> bit_depth;
+  std::optional<int> chroma_sampling;
+};
+
+struct Component {
+  int bits = 0;
+  int width_factor = 0;  // each how many columns and lines of the reference grid it has a sample
+  int height_factor = 0;
+};
+
+/// Grey, or colours of which the second and third have fewer samples than the first. Colours that have as many of each
+/// may be anything.
+std::optional<int> ChromaOf(std::span<const Component> components) {
+  if (components.size() < 3) return codec::kChroma400;
+  const Component& first = components[0];
+  const Component& second = components[1];
+  if (first.width_factor != 1 || first.height_factor != 1) return std::nullopt;
+  if (second.width_factor != components[2].width_factor) return std::nullopt;
+  if (second.height_factor != components[2].height_factor) return std::nullopt;
+  if (second.width_factor == 2 && second.height_factor == 2) return codec::kChroma420;
+  if (second.width_factor == 2 && second.height_factor == 1) return codec::kChroma422;
+  if (second.width_factor == 4 && second.height_factor == 1) return codec::kChroma411;
+  return std::nullopt;
+}
+
+void ReadComponents(ByteReader& reader, Codestream& codestream) {
+  constexpr std::uint8_t kDepth = 0x7F;  // above it is whether samples have a sign
+  constexpr int kMostBits = 16;
+  std::array<Component, 3> components;
+  const std::uint16_t count = reader.Be16();
+  const std::size_t read = std::min<std::size_t>(count, components.size());
+  for (std::size_t i = 0; i < read; ++i) {
+    const int bits = (reader.U8() & kDepth) + 1;
+    const int width_factor = reader.U8();
+    components[i] = {bits, width_factor, reader.U8()};
+  }
+  if (!reader.Ok() || count == 0) return;
+  if (components[0].bits <= kMostBits) codestream.bit_depth = components[0].bits;
+  codestream.chroma_sampling = ChromaOf({components.data(), read});
+}
+
+/// ISO/IEC 15444-1, A.5.1: the image lies at an offset of the reference grid.
+std::optional<Codestream> ReadCodestreamStart(std::span<const std::uint8_t> bytes) {
   constexpr std::uint32_t kStartAndSize = 0xFF4FFF51;
-  ByteReader reader(codestream);
+  ByteReader reader(bytes);
   if (reader.Be32() != kStartAndSize) return std::nullopt;
   reader.Skip(4);  // length, capabilities
   const std::uint32_t right = reader.Be32();
@@ -28,7 +76,10 @@ std::optional<PictureSize> SizeOfCodestream(std::span<const std::uint8_t> codest
   const std::uint32_t left = reader.Be32();
   const std::uint32_t top = reader.Be32();
   if (!reader.Ok() || left > right || top > bottom) return std::nullopt;
-  return PictureSize{right - left, bottom - top};
+  Codestream codestream{{right - left, bottom - top}, {}, {}};
+  reader.Skip(16);  // tiles
+  ReadComponents(reader, codestream);
+  return codestream;
 }
 
 class Jpeg2000Boxes {
@@ -40,7 +91,7 @@ class Jpeg2000Boxes {
     while (const auto box = boxes_.Next(range)) {
       // JPX may put the header of its one codestream into a box of its own (ISO/IEC 15444-2 M.11.6).
       if (box->Is("jp2h") || box->Is("jpch")) ReadHeader(*box);
-      if (box->Is("jp2c") && !headers_.size) ReadCodestream(*box);
+      if (box->Is("jp2c") && !std::exchange(codestream_seen_, true)) ReadCodestream(*box);
       if (box->Is("uuid")) ReadUuid(*box);
     }
     return headers_.size.has_value();
@@ -54,6 +105,7 @@ class Jpeg2000Boxes {
       if (box->Is("ihdr") && !headers_.size) ReadImageHeader(*box);
       if (box->Is("colr") && !colours_) ReadColourSpace(*box);
       if (box->Is("cdef")) ReadChannels(*box);
+      if (box->Is("pclr")) has_palette_ = true;
     }
     if (headers_.alpha || !components_) return;
     const bool has_one_more = colours_ && *components_ == *colours_ + 1;
@@ -86,6 +138,7 @@ class Jpeg2000Boxes {
     if (method != kEnumerated) return;
     if (space == kGrey) colours_ = 1;
     if (space == kSRgb || space == kSYcc) colours_ = 3;
+    is_rgb_ = space == kSRgb;
   }
 
   /// Channel Definition box, I.5.3.6.
@@ -108,7 +161,13 @@ class Jpeg2000Boxes {
 
   void ReadCodestream(const Mp4Box& box) {
     constexpr std::size_t kHeadBytes = 64;
-    headers_.size = SizeOfCodestream(boxes_.Payload(box, kHeadBytes));
+    const auto start = ReadCodestreamStart(boxes_.Payload(box, kHeadBytes));
+    if (!start) return;
+    if (!headers_.size) headers_.size = start->size;
+    if (has_palette_) return;  // its components are numbers of colours
+    headers_.bit_depth = start->bit_depth;
+    headers_.chroma_sampling = start->chroma_sampling;
+    if (!start->chroma_sampling && is_rgb_) headers_.chroma_sampling = codec::kChromaRgb;
   }
 
   void ReadUuid(const Mp4Box& box) {
@@ -124,6 +183,9 @@ class Jpeg2000Boxes {
   Mp4BoxReader boxes_;
   std::optional<unsigned> components_;
   std::optional<unsigned> colours_;  // that the colour space has
+  bool is_rgb_ = false;
+  bool has_palette_ = false;
+  bool codestream_seen_ = false;
 };
 
 }  // namespace
@@ -133,8 +195,12 @@ bool ReadJpeg2000(IByteSource& source, PictureHeaders& headers) {
   const auto head = ReadBytes(source, 0, kHeadBytes);
   if (AsText(head).starts_with("\xFF\x4F"sv)) {
     headers.fourcc = FourCC("j2k ");
-    headers.size = SizeOfCodestream(head);
-    return headers.size.has_value();
+    const auto start = ReadCodestreamStart(head);
+    if (!start) return false;
+    headers.size = start->size;
+    headers.bit_depth = start->bit_depth;
+    headers.chroma_sampling = start->chroma_sampling;
+    return true;
   }
   headers.fourcc = FourCC("jp2 ");
   return Jpeg2000Boxes(source, headers).Read();

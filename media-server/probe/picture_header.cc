@@ -174,10 +174,9 @@ PictureHeader ReadProRes(AVStream& stream, const SampleReader& samples) {
   return header;
 }
 
-// A cover's declared type is often wrong: its bytes decide.
-PictureHeader ReadCover(AVStream& stream, const SampleReader&) {
-  const AVPacket& picture = stream.attached_pic;
-  SpanSource source({picture.data, static_cast<std::size_t>(std::max(picture.size, 0))});
+// What a picture file tells of itself. JPEG (JFIF) and PNG know no other range than the full one.
+PictureHeader ReadPictureFile(Bytes file) {
+  SpanSource source(file);
   std::string reason;
   const auto headers = image::ReadPictureHeaders(source, &reason);
   PictureHeader header;
@@ -187,6 +186,25 @@ PictureHeader ReadCover(AVStream& stream, const SampleReader&) {
   header.parameters.bit_depth = headers->bit_depth;
   header.parameters.chroma_sampling = headers->chroma_sampling;
   if (headers->alpha) header.parameters.alpha = *headers->alpha != imagecore::kAlphaNone;
+  if (headers->type == imagecore::kPictureJpeg || headers->type == imagecore::kPicturePng) {
+    header.parameters.color.full_range = true;
+  }
+  return header;
+}
+
+// A cover's declared type is often wrong: its bytes decide.
+PictureHeader ReadCover(const AVStream& stream) {
+  const AVPacket& picture = stream.attached_pic;
+  return ReadPictureFile({picture.data, static_cast<std::size_t>(std::max(picture.size, 0))});
+}
+
+// Each sample is a codestream; of interlaced pictures it is one for each field.
+PictureHeader ReadJpeg2000(AVStream& stream, const SampleReader& samples) {
+  PictureHeader header = ReadPictureFile(samples.ReadFirst(stream));
+  auto& height = header.parameters.height;
+  if (height && stream.codecpar->height >= 0 && static_cast<std::uint32_t>(stream.codecpar->height) / 2 >= *height) {
+    *height *= 2;
+  }
   return header;
 }
 
@@ -217,12 +235,13 @@ constexpr Reader kReaders[] = {
     {AV_CODEC_ID_MPEG2VIDEO, ProfiledCodec::kMpeg2, &ReadExtradata<&codec::ReadMpegVideo>},
     {AV_CODEC_ID_MPEG4, ProfiledCodec::kMpeg4Visual, &ReadExtradata<&codec::ReadMpeg4Visual>},
     {AV_CODEC_ID_PRORES, ProfiledCodec::kProRes, &ReadProRes},
+    {AV_CODEC_ID_JPEG2000, std::nullopt, &ReadJpeg2000},
 };
 
 }  // namespace
 
 PictureHeader ReadPictureHeader(AVStream& stream, const SampleReader& samples) {
-  if (IsCover(stream)) return ReadCover(stream, samples);
+  if (IsCover(stream)) return ReadCover(stream);
   const auto* reader = std::ranges::find(kReaders, stream.codecpar->codec_id, &Reader::codec);
   if (reader == std::end(kReaders)) return {};
   PictureHeader header = reader->read(stream, samples);

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "media-server/codec/picture_parameters.h"
 #include "media-server/image/fourcc.h"
 #include "tests/media-server/container/mp4_builder.h"
 #include "tests/media-server/image/read_picture.h"
@@ -32,10 +33,17 @@ std::string Channels(const std::vector<unsigned>& types) {
   return Box("cdef", Be(types.size(), 2) + entries);
 }
 
-std::string Codestream(std::uint32_t right, std::uint32_t bottom, std::uint32_t left, std::uint32_t top) {
-  return Be(0xFF4FFF51, 4) + Be(41, 2) + Be(0, 2)                          // start, SIZ, length, capabilities
-         + Be(right, 4) + Be(bottom, 4) + Be(left, 4) + Be(top, 4)         //
-         + Be(right, 4) + Be(bottom, 4) + Zeros(8) + Be(1, 2) + Zeros(3);  // tiles, components
+/// Of a component: its depth less one, and how many columns and lines have a sample.
+std::string Component(unsigned depth_less_one, unsigned columns, unsigned lines) {
+  return Be(depth_less_one, 1) + Be(columns, 1) + Be(lines, 1);
+}
+
+std::string Codestream(std::uint32_t right, std::uint32_t bottom, std::uint32_t left, std::uint32_t top,
+                       const std::string& components = Component(0, 0, 0)) {
+  return Be(0xFF4FFF51, 4) + Be(41, 2) + Be(0, 2)                   // start, SIZ, length, capabilities
+         + Be(right, 4) + Be(bottom, 4) + Be(left, 4) + Be(top, 4)  //
+         + Be(right, 4) + Be(bottom, 4) + Zeros(8)                  // tiles
+         + Be(components.size() / 3, 2) + components;
 }
 
 std::string Jp2(const std::string& header, const std::string& behind = "") {
@@ -74,6 +82,25 @@ TEST(Jpeg2000, ABareCodestreamLiesAtAnOffsetOfItsGrid) {
   EXPECT_FALSE(headers.alpha) << "it does not tell what its components mean";
 }
 
+TEST(Jpeg2000, ComponentsOfABareCodestreamTellDepthAndChroma) {
+  const auto read = [](const std::string& components) {
+    const PictureHeaders headers = Read(Codestream(70, 46, 0, 0, components));
+    return std::pair(headers.bit_depth, headers.chroma_sampling);
+  };
+  using Told = std::pair<std::optional<int>, std::optional<int>>;
+  const std::string luma = Component(9, 1, 1);
+  EXPECT_EQ(read(luma), Told(10, 400));
+  EXPECT_EQ(read(luma + luma), Told(10, 400)) << "the second is no colour";
+  EXPECT_EQ(read(luma + Component(9, 2, 2) + Component(9, 2, 2)), Told(10, 420));
+  EXPECT_EQ(read(luma + Component(9, 2, 1) + Component(9, 2, 1) + luma), Told(10, 422));
+  EXPECT_EQ(read(luma + Component(9, 4, 1) + Component(9, 4, 1)), Told(10, 411));
+  EXPECT_EQ(read(luma + luma + luma), Told(10, std::nullopt)) << "they may be RGB, XYZ or others";
+  EXPECT_EQ(read(luma + Component(9, 2, 2) + Component(9, 2, 1)), Told(10, std::nullopt));
+  EXPECT_EQ(read(Component(0x87, 1, 1)), Told(8, 400)) << "samples with a sign";
+  EXPECT_EQ(read(Component(37, 1, 1)), Told(std::nullopt, 400));
+  EXPECT_EQ(read(""), Told());
+}
+
 TEST(Jpeg2000, APictureInFrontOfItsOffsetIsRefused) {
   EXPECT_TRUE(IsRefused(Codestream(39, 66, 40, 20)));
   EXPECT_TRUE(IsRefused(Codestream(110, 19, 40, 20)));
@@ -83,6 +110,21 @@ TEST(Jpeg2000, WithoutAnImageHeaderTheCodestreamTellsTheSize) {
   const std::string bytes = Signature() + FileType() + Box("jp2c", Codestream(70, 46, 0, 0));
   EXPECT_EQ(Read(bytes).size, (PictureSize{70, 46}));
   EXPECT_EQ(Read(Jp2(ImageHeader(92, 125, 3), Box("jp2c", Codestream(70, 46, 0, 0)))).size, (PictureSize{92, 125}));
+}
+
+TEST(Jpeg2000, TheCodestreamInAFileTellsDepthAndChroma) {
+  const auto read = [](const std::string& colours, unsigned columns) {
+    const std::string others = Component(11, columns, 1) + Component(11, columns, 1);
+    const std::string codestream = Codestream(70, 46, 0, 0, Component(11, 1, 1) + others);
+    return Read(Jp2(ImageHeader(70, 46, 3) + colours, Box("jp2c", codestream) + Box("jp2c", Codestream(1, 1, 0, 0))));
+  };
+  EXPECT_EQ(read(Colours(18), 2).bit_depth, 12);
+  EXPECT_EQ(read(Colours(18), 2).chroma_sampling, 422);
+  EXPECT_EQ(read(Colours(16), 1).chroma_sampling, codec::kChromaRgb);
+  EXPECT_EQ(read(Colours(12), 1).chroma_sampling, std::nullopt);
+  const PictureHeaders with_palette = read(Colours(16) + Box("pclr"), 1);
+  EXPECT_EQ(with_palette.bit_depth, std::nullopt);
+  EXPECT_EQ(with_palette.chroma_sampling, std::nullopt);
 }
 
 TEST(Jpeg2000, AHeaderOfTheCodestreamAloneTellsTheSize) {

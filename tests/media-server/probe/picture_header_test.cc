@@ -118,6 +118,45 @@ TEST_F(PictureHeaderTest, ARecordWithoutParameterSetsIsCompletedFromTheSample) {
   EXPECT_EQ(header.parameters.height, 240U);
 }
 
+// A JPEG 2000 codestream of 1920 columns, 4:2:0 in 8 bits.
+Bytes CodestreamOf(std::uint16_t lines) {
+  BitWriter bits;
+  bits.Bits(0xFF4FFF51, 32).Bits(47, 16).Bits(0, 16).Bits(1920, 32).Bits(lines, 32).Bits(0, 64);
+  bits.Bits(1920, 32).Bits(lines, 32).Bits(0, 64).Bits(3, 16).Bits(0x070101, 24).Bits(0x070202, 24).Bits(0x070202, 24);
+  return bits.Bytes();
+}
+
+TEST_F(PictureHeaderTest, ACodestreamOfJpeg2000TellsItsOwnSize) {
+  codec_.width = 1920;
+  codec_.height = 1088;
+  const PictureHeader header = Read(AV_CODEC_ID_JPEG2000, CodestreamOf(1080));
+  EXPECT_EQ(header.parameters.width, 1920U);
+  EXPECT_EQ(header.parameters.height, 1080U);
+  EXPECT_EQ(header.parameters.chroma_sampling, 420);
+  EXPECT_EQ(header.parameters.bit_depth, 8);
+}
+
+TEST_F(PictureHeaderTest, TwoFieldsOfJpeg2000MakeAPicture) {
+  codec_.width = 1920;
+  codec_.height = 1088;
+  EXPECT_EQ(Read(AV_CODEC_ID_JPEG2000, CodestreamOf(540)).parameters.height, 1080U);
+}
+
+TEST_F(PictureHeaderTest, CoversOfJpegAndPngHaveTheFullRange) {
+  stream_.disposition = AV_DISPOSITION_ATTACHED_PIC;
+  Bytes jpeg = Hex("ffd8 ffc0 0011 08 0004 0004 03 012200 021101 031101 ffd9");
+  Bytes gif = Hex("474946383961 0400 0400 00 00 00 3b");
+  stream_.attached_pic.data = jpeg.data();
+  stream_.attached_pic.size = static_cast<int>(jpeg.size());
+  const PictureHeader header = Read(AV_CODEC_ID_MJPEG, {});
+  EXPECT_EQ(header.parameters.color.full_range, true);
+  EXPECT_EQ(header.parameters.chroma_sampling, 420);
+  stream_.attached_pic.data = gif.data();
+  stream_.attached_pic.size = static_cast<int>(gif.size());
+  EXPECT_EQ(Read(AV_CODEC_ID_MJPEG, {}).parameters.color.full_range, std::nullopt);
+  stream_.attached_pic = AVPacket();
+}
+
 // 1920x1080, Main profile, in which pictures may be interlaced; order of pictures by their counts.
 BitWriter InterlacedSet() {
   BitWriter bits;
