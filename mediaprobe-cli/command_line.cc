@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -60,13 +61,6 @@ struct IsolationName {
 constexpr IsolationName kIsolations[] = {
     {"none", Isolation::kNone}, {"worker", Isolation::kWorker}, {"strict", Isolation::kStrict}};
 
-template <typename Table>
-std::vector<std::string> NamesIn(const Table& table) {
-  std::vector<std::string> names;
-  for (const auto& row : table) names.emplace_back(row.name);
-  return names;
-}
-
 /// The row with that name, which must be there.
 template <typename Table>
 const auto& RowOf(const Table& table, std::string_view name) {
@@ -113,12 +107,50 @@ EarlyExit UsageError(const std::string& words) {
 const CLI::Validator kSomeName(
     [](const std::string& name) { return name.empty() ? std::string("the name is empty") : std::string(); }, "");
 
-/// CLI11 takes "nan" for a number within every range.
-const CLI::Validator kNumber(
-    [](const std::string& text) {
-      return std::isnan(std::strtod(text.c_str(), nullptr)) ? std::string("not a number") : std::string();
-    },
-    "");
+/// What protected files are encrypted with has 128 bits.
+bool IsKey(std::string_view text) {
+  constexpr std::size_t kDigits = 32;
+  return text.size() == kDigits && text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+// The words do not repeat what was given.
+constexpr char kKeyForm[] = "a key has 32 hexadecimal digits";
+const CLI::Validator kKey([](const std::string& text) { return IsKey(text) ? std::string() : kKeyForm; }, "");
+
+/// The decimal number that a text is, and nothing else. (CLI11 reads "010" as eight, and "nan" lies in its ranges.)
+template <typename Number>
+std::optional<Number> ReadNumber(std::string_view text) {
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+/// `kind` and `range` say in words what the text of a number has to be.
+template <typename Number>
+CLI::Validator InRange(Number least, Number most, const std::string& kind, const std::string& range) {
+  const auto check = [=](const std::string& text) {
+    const auto number = ReadNumber<Number>(text);
+    const bool is_good = number && *number >= least && *number <= most;
+    return is_good ? std::string() : "'" + text + "' is not a " + kind + " from " + range;
+  };
+  return {check, ""};
+}
+
+/// The names of a table. They stand in the help.
+template <typename Table>
+CLI::Validator NameFrom(const Table& table) {
+  std::string names;
+  std::string words;
+  for (const auto& row : table) {
+    names.append(names.empty() ? "" : ",").append(row.name);
+    words.append(words.empty() ? "" : ", ").append(row.name);
+  }
+  const auto check = [&table, words](const std::string& text) {
+    const bool is_one = std::ranges::any_of(table, [&](const auto& row) { return row.name == text; });
+    return is_one ? std::string() : "'" + text + "' is none of " + words;
+  };
+  return {check, "{" + names + "}"};
+}
 
 constexpr std::uint64_t kMegabyte = 1024 * 1024;
 
@@ -141,9 +173,9 @@ struct Arguments {
   std::string service = "auto";
   std::string key;
   std::string key_file;
-  unsigned jobs = 0;
-  double timeout_s = 0;
-  std::uint64_t memory_megabytes = 512;
+  std::string jobs;
+  std::string timeout;
+  std::string memory = "512";
   std::string isolation;
   bool allow_unsandboxed = false;
   bool progress = false;
@@ -194,11 +226,11 @@ void DeclareInputs(CLI::App& app, Arguments& arguments) {
   app.add_flag("-0", arguments.zero_separated, "With --stdin: inputs end with a NUL")->group("Inputs");
   app.add_option("--service", arguments.service, "Service to ask (default: auto, by content)")
       ->type_name("NAME")
-      ->check(CLI::IsMember(NamesIn(kServices)))
+      ->check(NameFrom(kServices))
       ->group("Inputs");
-  app.add_option("-k,--key", arguments.key, "Hex key that opens protected files")
+  app.add_option("-k,--key", arguments.key, "Key of protected files, 32 hex digits")
       ->type_name("KEY")
-      ->take_last()
+      ->check(kKey)
       ->group("Inputs");
   app.add_option("--key-file", arguments.key_file, "File that holds the key")
       ->type_name("FILE")
@@ -222,27 +254,21 @@ void DeclareOutput(CLI::App& app, Arguments& arguments) {
 }
 
 void DeclareLimits(CLI::App& app, Arguments& arguments) {
-  constexpr unsigned kMostJobs = 1024;
-  constexpr double kShortestTimeout = 0.001;
-  constexpr double kLongestTimeout = 1e6;
-  constexpr std::uint64_t kLeastMegabytes = 16;
-  constexpr std::uint64_t kMostMegabytes = 1024 * 1024;
   app.add_option("-j,--jobs", arguments.jobs, "Inputs probed at once (default: processors)")
       ->type_name("N")
-      ->check(CLI::Range(1U, kMostJobs).description(""))
+      ->check(InRange(1U, 1024U, "whole number", "1 to 1024"))
       ->group("Limits");
-  app.add_option("--timeout", arguments.timeout_s, "Longest time for one input (default: 10, URLs 30)")
+  app.add_option("--timeout", arguments.timeout, "Longest time for one input (default: 10, URLs 30)")
       ->type_name("SECONDS")
-      ->check(CLI::Range(kShortestTimeout, kLongestTimeout).description(""))
-      ->check(kNumber)
+      ->check(InRange(0.001, 1e6, "number", "0.001 to 1000000"))
       ->group("Limits");
-  app.add_option("--memory", arguments.memory_megabytes, "Most memory for one input (default: 512)")
+  app.add_option("--memory", arguments.memory, "Most memory for one input (default: 512)")
       ->type_name("MB")
-      ->check(CLI::Range(kLeastMegabytes, kMostMegabytes).description(""))
+      ->check(InRange<std::uint64_t>(16, 1024 * 1024, "whole number", "16 to 1048576"))
       ->group("Limits");
   app.add_option("--isolation", arguments.isolation, "Where inputs are probed (default: worker)")
       ->type_name("MODE")
-      ->check(CLI::IsMember(NamesIn(kIsolations)))
+      ->check(NameFrom(kIsolations))
       ->group("Limits");
   app.add_flag("--allow-unsandboxed", arguments.allow_unsandboxed, "Go on where the kernel cannot confine (strict)")
       ->group("Limits");
@@ -255,9 +281,9 @@ void Declare(CLI::App& app, Arguments& arguments) {
   DeclareLimits(app, arguments);
   app.add_option("--log-level", arguments.log_level, "Least severe log lines to show (default: off)")
       ->type_name("LEVEL")
-      ->check(CLI::IsMember(NamesIn(kLevels)))
+      ->check(NameFrom(kLevels))
       ->group("About");
-  app.add_option("--log-file", arguments.log_file, "Write log lines there")
+  app.add_option("--log-file", arguments.log_file, "Append log lines to it (default: standard error)")
       ->type_name("FILE")
       ->check(kSomeName)
       ->group("About");
@@ -265,6 +291,10 @@ void Declare(CLI::App& app, Arguments& arguments) {
   app.add_flag("--services", arguments.services, "List the services, and leave")->group("About");
   app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave")->group("About");
   app.set_help_flag("-h,--help", "Show this text and leave")->group("About");
+  // Those that are given twice are refused in words of ours.
+  for (CLI::Option* option : app.get_options()) {
+    if (option->get_expected_max() == 1) option->take_last();
+  }
 }
 
 /// Pairs, or more, of which at most one may be given.
@@ -296,12 +326,12 @@ Listing ListingOf(const Arguments& arguments) {
 }
 
 void TakeLimits(const Arguments& arguments, Options& options) {
-  options.jobs = arguments.jobs != 0 ? arguments.jobs : std::max(std::thread::hardware_concurrency(), 1U);
-  options.memory_bytes = arguments.memory_megabytes * kMegabyte;
+  options.jobs = ReadNumber<unsigned>(arguments.jobs).value_or(std::max(std::thread::hardware_concurrency(), 1U));
+  options.memory_bytes = ReadNumber<std::uint64_t>(arguments.memory).value() * kMegabyte;
   if (!arguments.isolation.empty()) options.isolation = RowOf(kIsolations, arguments.isolation).isolation;
   options.allow_unsandboxed = arguments.allow_unsandboxed;
-  if (arguments.timeout_s > 0) {
-    options.timeout = std::chrono::milliseconds(std::llround(arguments.timeout_s * 1000));
+  if (const auto seconds = ReadNumber<double>(arguments.timeout)) {
+    options.timeout = std::chrono::milliseconds(std::llround(*seconds * 1000));
   }
 }
 
@@ -330,6 +360,7 @@ std::variant<Options, EarlyExit> ToOptions(Arguments&& arguments) {
 
   const std::string path = Unmarked(std::move(arguments.key_file));
   KeyFile read = ReadKeyFile(path);
+  if (read.error.empty() && !IsKey(read.key)) read.error = kKeyForm;
   if (!read.error.empty()) return UsageError("key file " + path + ": " + read.error);
   options.key = std::move(read.key);
   return options;
@@ -342,11 +373,49 @@ std::string HelpOf(const CLI::App& app) {
   return text;
 }
 
+bool IsFlag(const CLI::Option& option) { return option.get_expected_max() == 0; }
+
+/// A flag with a value of its own ("--json=no"), which CLI11 would read as a word for yes or no; empty for none.
+std::string FlagWithValue(const CLI::App& app, std::span<char* const> words) {
+  for (const std::string_view word : words) {
+    if (word == "--") break;
+    const std::size_t equals = word.find('=');
+    if (!word.starts_with("--") || equals == word.npos) continue;
+    std::string name(word.substr(0, equals));
+    const CLI::Option* option = app.get_option_no_throw(name);
+    if (option && IsFlag(*option)) return name;
+  }
+  return {};
+}
+
+/// An option for one value that is given more than once; empty for none. Of keys the last one holds.
+std::string RepeatedOption(const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options()) {
+    const bool is_for_one = option->get_expected_max() == 1 && option != app.get_option("--key");
+    if (is_for_one && option->count() > 1) return option->get_name();
+  }
+  return {};
+}
+
+std::string UnknownOption(const CLI::App& app) {
+  for (const std::string& word : app.remaining()) {
+    if (word != "--") return word;
+  }
+  return {};
+}
+
 /// Empty when the arguments were read.
 std::optional<EarlyExit> Parse(CLI::App& app, std::vector<std::string>&& arguments) {
   try {
     app.parse(std::move(arguments));
+    if (const std::string name = RepeatedOption(app); !name.empty()) return UsageError(name + " is given twice");
     return std::nullopt;
+  } catch (const CLI::ExtrasError&) {
+    return UsageError("there is no option " + UnknownOption(app));
+  } catch (const CLI::ArgumentMismatch& error) {
+    // What is too much is not refused, and what is too little begins with the option's name.
+    const std::string words = error.what();
+    return UsageError(words.substr(0, words.find(':')) + " needs a value");
   } catch (const CLI::CallForHelp&) {
     return EarlyExit{kExitAnswered, HelpOf(app)};
   } catch (const CLI::CallForVersion& version) {
@@ -368,6 +437,8 @@ std::variant<Options, EarlyExit> ParseCommandLine(int argc, char** argv) {
   }
   CLI::App app(kSummary, "mediaprobe");
   Declare(app, arguments);
+  const std::string flag = FlagWithValue(app, words);
+  if (!flag.empty()) return UsageError(flag + " takes no value");
   const std::optional<EarlyExit> leave = Parse(app, MarkedArguments(argc, argv));
   for (const std::string& key : app.get_option("--key")->results()) Overwrite(Unmarked(key), argc, argv);
   if (leave) return *leave;

@@ -11,6 +11,7 @@ import subprocess
 import tempfile
 import unittest
 
+import picture_bytes
 import tool
 
 MP4 = tool.SAMPLES / "upright.mp4"
@@ -57,28 +58,36 @@ class WrongUsage(Folder):
         for arguments, words in (
                 ([], "no input"),
                 (["--json"], "no input"),
-                (["--bogus", "a.mp4"], "--bogus"),
+                (["--bogus", "a.mp4"], "there is no option --bogus"),
+                (["-uQ", "a.mp4"], "there is no option -Q"),
+                (["--json=no", "a.mp4"], "--json takes no value"),
+                (["--jobs", "1", "-j", "2", "a.mp4"], "--jobs is given twice"),
+                (["--output", "a", "-o", "a", "a.mp4"], "--output is given twice"),
                 (["--json", "--csv", "a.mp4"], "choose one of --text, --json, --ndjson and --csv"),
                 (["--text", "--ndjson", "a.mp4"], "choose one of"),
                 (["--include", "*.mp4", "a.mp4"], "--include and --exclude go with --recursive"),
                 (["--exclude", "*.mp4", "a.mp4"], "--include and --exclude go with --recursive"),
                 (["-0", "a.mp4"], "-0 goes with --stdin"),
                 (["--stdin", "a.mp4"], "choose one of --stdin and inputs by name"),
-                (["--key", "00", "--key-file", "k", "a.mp4"], "choose one of --key and --key-file"),
+                (["--key", "00" * 16, "--key-file", "k", "a.mp4"], "choose one of --key and --key-file"),
                 (["--key-file", "missing", "a.mp4"], "missing: No such file or directory"),
                 (["--progress", "--no-progress", "a.mp4"], "choose one of"),
                 (["--formats", "--services"], "choose one of"),
-                (["--service", "audio", "a.mp4"], "--service"),
-                (["--isolation", "loose", "a.mp4"], "--isolation"),
-                (["--log-level", "loud", "a.mp4"], "--log-level"),
-                (["--jobs", "0", "a.mp4"], "--jobs"),
-                (["--jobs", "many", "a.mp4"], "--jobs"),
-                (["--timeout", "0", "a.mp4"], "--timeout"),
-                (["--timeout", "nan", "a.mp4"], "--timeout"),
-                (["--timeout", "-NaN", "a.mp4"], "--timeout"),
-                (["--memory", "1", "a.mp4"], "--memory"),
-                (["--output"], "--output"),
-                (["--output", "", "a.mp4"], "--output"),
+                (["--service", "audio", "a.mp4"], "--service: 'audio' is none of auto, media, image, svg"),
+                (["--isolation", "loose", "a.mp4"], "--isolation: 'loose' is none of none, worker, strict"),
+                (["--log-level", "loud", "a.mp4"], "--log-level: 'loud' is none of trace, debug, info, "),
+                (["--jobs", "0", "a.mp4"], "--jobs: '0' is not a whole number from 1 to 1024"),
+                (["--jobs", "many", "a.mp4"], "--jobs: 'many' is not a whole number from 1 to 1024"),
+                (["--jobs", "0x10", "a.mp4"], "--jobs: '0x10' is not a whole number"),
+                (["--timeout", "0", "a.mp4"], "--timeout: '0' is not a number from 0.001 to 1000000"),
+                (["--timeout", "nan", "a.mp4"], "--timeout: 'nan' is not a number from"),
+                (["--timeout", "-NaN", "a.mp4"], "--timeout: '-NaN' is not a number from"),
+                (["--memory", "1", "a.mp4"], "--memory: '1' is not a whole number from 16 to 1048576"),
+                (["--key", "", "a.mp4"], "--key: a key has 32 hexadecimal digits"),
+                (["--key", "0" * 31, "a.mp4"], "--key: a key has 32 hexadecimal digits"),
+                (["-k", "g" * 32, "a.mp4"], "--key: a key has 32 hexadecimal digits"),
+                (["--output"], "--output needs a value"),
+                (["--output", "", "a.mp4"], "--output: the name is empty"),
                 (["--bogus\n\x1b[31m", "a.mp4"], "--bogus")):
             with self.subTest(arguments=arguments):
                 self.assert_refused(self.run_tool(*arguments), words)
@@ -105,6 +114,32 @@ class WrongUsage(Folder):
     def test_log_file_that_cannot_be_written(self):
         (self.folder / "log").mkdir()
         self.assert_refused(self.run_tool("--log-file", "log", MP4), "cannot write the log file log")
+        self.assert_refused(self.run_tool("--log-file", "no/log", MP4), "cannot write the log file no/log")
+        self.assertEqual(os.listdir(self.folder), ["log"])
+
+    def test_files_to_write_that_are_inputs(self):
+        self.add("a.mp3", "below/b.mp3")
+        (self.folder / "link").symlink_to("a.mp3")
+        for option in ("-o", "--log-file"):
+            for name, *inputs in (("a.mp3", "a.mp3"), ("link", "below/b.mp3", "./a.mp3"), ("a.mp3", "link"),
+                                  ("a.mp3", f"file://{self.folder}/a.mp3")):
+                with self.subTest(option=option, name=name, inputs=inputs):
+                    self.assert_refused(self.run_tool(option, name, *inputs), f"{name}: it is one of the inputs")
+        self.assertEqual((self.folder / "a.mp3").read_bytes(), MP3.read_bytes())
+        # In another folder it may be walked over, and what is a device loses nothing.
+        self.assertEqual(self.run_tool("-r", "-o", "list", "below").status, 0)
+        self.assertEqual(self.run_tool("-r", "-o", "list", ".").status, 0)
+        self.assertEqual(self.run_tool("-o", "/dev/null", "/dev/null").status, 1)
+
+    def test_keys_are_looked_at_whatever_the_file(self):
+        for key in ("nothex", "0" * 33):
+            (self.folder / "key").write_text(key)
+            for arguments in (("-k", key), ("--key-file", "key")):
+                for name in (MP4, MP3, "missing"):
+                    with self.subTest(arguments=arguments, name=name):
+                        done = self.run_tool(*arguments, name)
+                        self.assert_refused(done, "a key has 32 hexadecimal digits")
+                        self.assertNotIn(key.encode(), done.complaints)
 
 
 class Forms(Folder):
@@ -189,6 +224,24 @@ class Forms(Folder):
                         self.assertIn(f"{stream['width']}x{stream['height']}", block)
                 if record["service"] != "media":
                     self.assertIn(f"{record['width']}x{record['height']}", block)
+
+    def test_text_names_the_format_of_an_image_as_the_list_of_formats_does(self):
+        pixels = picture_bytes.bmp(8, 8)[14:]
+        known = {row[2] for row in (line.split("\t") for line in self.run_tool("--formats").output.decode().splitlines())}
+        for name, content, shown in (
+                ("a.ico", picture_bytes.ico(pixels), "Windows icon or cursor"),
+                ("a.cur", picture_bytes.ico(picture_bytes.png(8, 8)), "Windows icon or cursor"),
+                ("a.jp2", picture_bytes.jp2(8, 8), "JPEG 2000"),
+                ("a.j2c", picture_bytes.j2c(8, 8), "JPEG 2000 codestream"),
+                ("a.dds", picture_bytes.dds(8, 8), "DirectDraw Surface"),
+                ("a.qoi", picture_bytes.qoi(8, 8), "Quite OK Image"),
+                ("a.tga", picture_bytes.tga(8, 8), "Truevision TGA"),
+                ("a.hdr", picture_bytes.hdr(8, 8), "Radiance HDR"),
+                ("a.ppm", picture_bytes.ppm(8, 8), "Netpbm")):
+            with self.subTest(name=name):
+                (self.folder / name).write_bytes(content)
+                self.assertTrue(self.run_tool(name).output.decode().startswith(f"{name}: {shown}, "), name)
+                self.assertIn(shown.removesuffix(" or cursor"), known)
 
     def test_full_text_tells_every_key(self):
         record = tool.record_of(MP4)
@@ -382,6 +435,12 @@ class Choices(Folder):
         rows = [line.split("\t") for line in done.output.decode().splitlines()]
         self.assertEqual({row[0] for row in rows}, {"media", "image", "svg"})
         self.assertEqual({len(row) for row in rows}, {3})
+        self.assertEqual(len({tuple(row) for row in rows}), len(rows))
+        # What shares a short name, or the first bytes, with another one is named all the same.
+        for row in (["image", "tiff", "Tagged Image File Format"], ["image", "tiff", "BigTIFF"],
+                    ["image", "dng", "Digital Negative"], ["image", "nef", "Nikon raw image"],
+                    ["media", "mpc", "Musepack SV7"], ["media", "mpc", "Musepack SV8"]):
+            self.assertIn(row, rows)
         short_names = {row[1] for row in rows}
         for path in tool.samples():
             self.assertIn(tool.record_of(path)["format"], short_names)
@@ -464,6 +523,14 @@ class Folders(Folder):
         records = [json.loads(line) for line in done.stdout.splitlines()]
         self.assertEqual([(record["input"], record.get("error")) for record in records],
                          [("./a.mp3", None), ("./closed", "no permission"), ("./d.mp3", None)])
+
+    def test_folder_without_permission_is_told_as_it_was_given(self):
+        (self.folder / "closed").mkdir(mode=0)
+        for name in ("closed", "closed/", f"{self.folder}/closed"):
+            done = subprocess.run([tool.MEDIAPROBE, "-r", "--ndjson", name], cwd=self.folder, capture_output=True,
+                                  preexec_fn=respect_permissions, timeout=tool.HANG_SECONDS)
+            record = json.loads(done.stdout)
+            self.assertEqual((done.returncode, record["input"], record["error"]), (1, name, "no permission"))
 
     def test_files_and_folders_mix(self):
         self.add("one/a.mp3", "b.mp3", "two/c.mp3")

@@ -166,6 +166,35 @@ TEST_F(CommandLineTest, LogLevels) {
   EXPECT_EQ(ParseToExit({"--log-level", "loud", "a"}).status, 2);
 }
 
+TEST_F(CommandLineTest, WrongUsageIsToldInWordsOfOurs) {
+  const std::string end = " (try 'mediaprobe --help')\n";
+  for (const auto& [arguments, words] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{"-j", "1", "--jobs", "2", "a"}, "--jobs is given twice"},
+           {{"-j", "abc", "a"}, "--jobs: 'abc' is not a whole number from 1 to 1024"},
+           {{"-j", "1025", "a"}, "--jobs: '1025' is not a whole number from 1 to 1024"},
+           {{"--timeout", "0", "a"}, "--timeout: '0' is not a number from 0.001 to 1000000"},
+           {{"--memory", "15", "a"}, "--memory: '15' is not a whole number from 16 to 1048576"},
+           {{"--service", "x", "a"}, "--service: 'x' is none of auto, media, image, svg"},
+           {{"--csv=1", "a"}, "--csv takes no value"},
+           {{"a", "-o"}, "--output needs a value"},
+           {{"a", "--service"}, "--service needs a value"},
+           {{"--bogus", "--", "a"}, "there is no option --bogus"}}) {
+    const EarlyExit leave = ParseToExit(arguments);
+    EXPECT_EQ(leave.status, 2);
+    EXPECT_EQ(leave.text, "mediaprobe: " + words + end);
+  }
+}
+
+TEST_F(CommandLineTest, NumbersAreDecimal) {
+  EXPECT_EQ(ParseGood({"-j", "010", "a"}).jobs, 10u);
+  EXPECT_EQ(ParseGood({"--timeout", "1e-3", "a"}).timeout, std::chrono::milliseconds(1));
+  EXPECT_EQ(ParseToExit({"-j", "0x10", "a"}).status, 2);
+}
+
+TEST_F(CommandLineTest, WordsWithAnEqualsSignAreInputsBehindTwoHyphens) {
+  EXPECT_THAT(ParseGood({"-u", "--", "--json=x"}).inputs, ElementsAre("--json=x"));
+}
+
 TEST_F(CommandLineTest, WrongUsageNamesTheFault) {
   const EarlyExit nothing = ParseToExit({});
   EXPECT_EQ(nothing.status, 2);
@@ -200,8 +229,11 @@ TEST_F(CommandLineTest, KeyIsOverwrittenInEveryForm) {
 }
 
 TEST_F(CommandLineTest, EveryKeyIsOverwrittenAndTheLastOneHolds) {
-  EXPECT_EQ(ParseGood({"-k", "aaaa", "-k", "bbbb", "x"}).key, "bbbb");
-  EXPECT_THAT(arguments_, ElementsAre("mediaprobe", "-k", "****", "-k", "****", "x"));
+  const std::string one(32, 'a');
+  const std::string other(32, 'B');
+  EXPECT_EQ(ParseGood({"-k", one, "-k", other, "x"}).key, other);
+  const std::string stars(32, '*');
+  EXPECT_THAT(arguments_, ElementsAre("mediaprobe", "-k", stars, "-k", stars, "x"));
 }
 
 TEST_F(CommandLineTest, KeyIsOverwrittenAndNotRepeatedWhenTheUsageIsWrong) {
@@ -210,22 +242,32 @@ TEST_F(CommandLineTest, KeyIsOverwrittenAndNotRepeatedWhenTheUsageIsWrong) {
   EXPECT_THAT(leave.text, Not(HasSubstr("aaaa")));
 }
 
+TEST_F(CommandLineTest, KeysHave32HexadecimalDigits) {
+  for (const std::string& key : {std::string(), std::string(31, '0'), std::string(33, '0'), std::string(32, 'g'),
+                                 "0x" + std::string(30, '0'), " " + std::string(31, '0'), std::string("[0]")}) {
+    const EarlyExit leave = ParseToExit({"-k", key, "a"});
+    EXPECT_EQ(leave.status, 2) << key;
+    EXPECT_EQ(leave.text, "mediaprobe: --key: a key has 32 hexadecimal digits (try 'mediaprobe --help')\n");
+    EXPECT_EQ(ParseToExit({"--key-file", FileOf(key), "a"}).status, 2) << key;
+  }
+}
+
 TEST_F(CommandLineTest, KeyFileIsReadWithoutTheWhiteSpaceAround) {
-  EXPECT_EQ(ParseGood({"--key-file", FileOf(" \n0011aabb\r\n"), "a"}).key, "0011aabb");
+  const std::string key = "00112233445566778899aabbccddeeff";
+  EXPECT_EQ(ParseGood({"--key-file", FileOf(" \n" + key + "\r\n"), "a"}).key, key);
 }
 
 TEST_F(CommandLineTest, KeyFilesWithoutAKeyAreWrongUsage) {
-  for (const std::string& content : {std::string(), std::string("\n \n"), std::string(4097, 'a')}) {
+  for (const std::string& content : {std::string(), std::string("\n \n"), std::string(4096, 'a')}) {
     EXPECT_EQ(ParseToExit({"--key-file", FileOf(content), "a"}).status, 2) << content.size();
   }
-  EXPECT_EQ(ParseGood({"--key-file", FileOf(std::string(4096, 'a')), "a"}).key.size(), 4096u);
   const EarlyExit missing = ParseToExit({"--key-file", "/no/such/file", "a"});
   EXPECT_EQ(missing.status, 2);
   EXPECT_THAT(missing.text, HasSubstr("/no/such/file: No such file or directory"));
 }
 
 TEST_F(CommandLineTest, KeyAndKeyFileExcludeEachOther) {
-  const EarlyExit leave = ParseToExit({"-k", "aaaa", "--key-file", FileOf("bbbb"), "a"});
+  const EarlyExit leave = ParseToExit({"-k", std::string(32, 'a'), "--key-file", FileOf("bbbb"), "a"});
   EXPECT_EQ(leave.status, 2);
   EXPECT_THAT(leave.text, StartsWith("mediaprobe: choose one of --key and --key-file "));
 }
