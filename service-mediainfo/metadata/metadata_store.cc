@@ -75,8 +75,7 @@ bool ReadDate(const core::ValAny& stored, std::int64_t FileDates::*part, core::V
 MetadataInfoMPL::~MetadataInfoMPL() {
   // One buffer may stand under two keys.
   std::ranges::sort(buffers_, std::less<>());
-  const auto repeated = std::ranges::unique(buffers_);
-  std::for_each(buffers_.begin(), repeated.begin(), std::free);
+  std::for_each(buffers_.begin(), std::unique(buffers_.begin(), buffers_.end()), std::free);
 }
 
 MetadataInfoMPL::Entry* MetadataInfoMPL::Find(std::string_view key) {
