@@ -102,6 +102,24 @@ constexpr std::array<Name, 6> kProResProfiles = {{
 
 constexpr std::array<Name, 4> kVc1Profiles = {{{0, "Simple"}, {1, "Main"}, {2, "Complex"}, {3, "Advanced"}}};
 
+constexpr std::array<Name, 6> kDnxhdProfiles = {{
+    {0, "DNXHD"},
+    {1, "DNXHR LB"},
+    {2, "DNXHR SQ"},
+    {3, "DNXHR HQ"},
+    {4, "DNXHR HQX"},
+    {5, "DNXHR 444"},
+}};
+
+// The last byte of the start-of-frame marker.
+constexpr std::array<Name, 5> kMjpegProfiles = {{
+    {0xC0, "Baseline"},
+    {0xC1, "Sequential"},
+    {0xC2, "Progressive"},
+    {0xC3, "Lossless"},
+    {0xF7, "JPEG LS"},
+}};
+
 std::string_view Find(std::span<const Name> names, int number) {
   const auto found = std::ranges::find(names, number, &Name::number);
   return found == names.end() ? std::string_view() : found->text;
@@ -171,7 +189,7 @@ struct Codec {
   std::string (*level)(int level, int profile);
 };
 
-constexpr std::array<Codec, 9> kCodecs = {{
+constexpr std::array<Codec, 11> kCodecs = {{
     {ProfiledCodec::kH264, kH264Profiles, H264Level},
     {ProfiledCodec::kHevc, kHevcProfiles, HevcLevel},
     {ProfiledCodec::kVvc, kVvcProfiles, VvcLevel},
@@ -181,6 +199,8 @@ constexpr std::array<Codec, 9> kCodecs = {{
     {ProfiledCodec::kMpeg4Visual, kMpeg4VisualProfiles, Mpeg4VisualLevel},
     {ProfiledCodec::kProRes, kProResProfiles, NoLevel},
     {ProfiledCodec::kVc1, kVc1Profiles, Vc1Level},
+    {ProfiledCodec::kDnxhd, kDnxhdProfiles, NoLevel},
+    {ProfiledCodec::kMjpeg, kMjpegProfiles, NoLevel},
 }};
 
 /// AV1's short form leaves the tier out.

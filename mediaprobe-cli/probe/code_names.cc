@@ -198,6 +198,7 @@ std::optional<std::string> ChromaName(std::int32_t sampling) {
 std::string_view FlipName(std::uint32_t flip) { return flip < kFlips.size() ? kFlips[flip] : kFlips[0]; }
 
 std::optional<std::string_view> AudioProfileName(std::string_view codec, std::int32_t profile) {
+  if (codec == "aac_latm") codec = "aac";  // in another wrapping
   for (const ProfileName& row : kAudioProfiles) {
     if (row.codec == codec && row.profile == profile) return row.name;
   }

@@ -54,6 +54,12 @@ constexpr Case kCases[] = {
     {kProRes, 3, -99, kNoTier, "422 HQ"},
     {kVc1, 3, 3, kNoTier, "Advanced@L3"},
     {kVc1, 1, 3, kNoTier, "Main"},
+    {kDnxhd, 0, -99, kNoTier, "DNXHD"},
+    {kDnxhd, 2, -99, kNoTier, "DNXHR SQ"},
+    {kDnxhd, 6, -99, kNoTier, ""},
+    {kMjpeg, 192, -99, kNoTier, "Baseline"},
+    {kMjpeg, 194, 1, kNoTier, "Progressive"},
+    {kMjpeg, 0, -99, kNoTier, ""},
 };
 
 TEST(ProfileText, WritesProfileLevelAndTier) {
@@ -69,7 +75,7 @@ TEST(ProfileText, WritesProfileLevelAndTier) {
 TEST(ProfileText, NeverExceedsTheSpaceOfItsReaders) {
   PictureParameters picture;
   picture.high_tier = true;
-  for (const auto codec : {kH264, kHevc, kVvc, kAv1, kVp9, kMpeg2, kMpeg4Visual, kProRes, kVc1}) {
+  for (const auto codec : {kH264, kHevc, kVvc, kAv1, kVp9, kMpeg2, kMpeg4Visual, kProRes, kVc1, kDnxhd, kMjpeg}) {
     for (int profile = 0; profile < 4096; ++profile) {
       for (int level = 0; level < 256; ++level) {
         picture.profile = profile;

@@ -62,6 +62,7 @@ TEST(CodeNames, Flips) {
 
 TEST(CodeNames, AudioProfilesBelongToTheirCodec) {
   EXPECT_EQ(AudioProfileName("aac", 1), "LC");
+  EXPECT_EQ(AudioProfileName("aac_latm", 4), "HE-AAC");
   EXPECT_EQ(AudioProfileName("dts", 30), "DTS-ES");
   EXPECT_EQ(AudioProfileName("eac3", 30), "Dolby Digital Plus + Dolby Atmos");
   EXPECT_EQ(AudioProfileName("opus", 1), std::nullopt);
