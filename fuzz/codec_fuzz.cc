@@ -1,10 +1,14 @@
 // Readers of codec headers. The first byte chooses one, so that one input need not suit all.
 
+#include <algorithm>
+#include <vector>
+
 #include "fuzz/picture_oracle.h"
 #include "media-server/codec/av1.h"
 #include "media-server/codec/bit_reader.h"
 #include "media-server/codec/h264.h"
 #include "media-server/codec/hevc.h"
+#include "media-server/codec/intermediate.h"
 #include "media-server/codec/mpeg2.h"
 #include "media-server/codec/mpeg4_visual.h"
 #include "media-server/codec/nal.h"
@@ -50,6 +54,23 @@ void CheckUnits(Bytes bytes, int length_size) {
   }
 }
 
+/// No unit changes but in its length, which leads to the end of the sample at most.
+void CheckFit(Bytes sample, int length_size) {
+  std::vector<std::uint8_t> fitted(sample.begin(), sample.end());
+  FitLastNal(fitted, length_size);
+  NalReader before(sample, length_size);
+  NalReader after(fitted, length_size);
+  for (Bytes nal = before.Next(); !nal.empty(); nal = before.Next()) {
+    const Bytes same = after.Next();
+    FUZZ_CHECK(std::ranges::equal(same, nal));
+    if (length_size == kAnnexB) continue;
+    std::size_t length = 0;
+    for (int i = length_size; i > 0; --i) length = length << 8 | *(same.data() - i);
+    FUZZ_CHECK(length == same.size());
+  }
+  FUZZ_CHECK(after.Next().empty());
+}
+
 void CheckText(ProfiledCodec codec, const PictureParameters& picture) {
   const std::string text = ProfileText(codec, picture);
   FUZZ_CHECK(text.size() <= 64);
@@ -70,6 +91,7 @@ void CheckSei(const SeiFacts& facts) {
 
 void CheckSamples(Bytes sample, int length_size) {
   CheckUnits(sample, length_size);
+  CheckFit(sample, length_size);
   CheckPicture(ReadH264ParameterSets(sample, length_size));
   CheckPicture(ReadHevcParameterSets(sample, length_size));
   CheckSei(ReadH264Sei(sample, length_size));
@@ -106,6 +128,14 @@ void CheckNal(Bytes bytes) {
   CheckGolomb(bytes);
 }
 
+void CheckIntermediate(Bytes bytes) {
+  CheckPicture(ReadMagicYuvFrame(bytes));
+  CheckPicture(HuffYuvFormat(bytes, bytes.empty() ? 0 : bytes.back()));
+  std::uint32_t tag = 0;
+  for (const std::uint8_t byte : bytes.first(std::min<std::size_t>(bytes.size(), 4))) tag = tag << 8 | byte;
+  CheckPicture(UtVideoFormat(tag));
+}
+
 }  // namespace
 }  // namespace media_server::codec
 
@@ -137,6 +167,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     default:
       Check(ProfiledCodec::kProRes, ReadProResFrame(bytes), 5);
       CheckSized(ReadProResFrame(bytes));
+      CheckIntermediate(bytes);
       break;
   }
   return 0;

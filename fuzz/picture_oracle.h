@@ -49,7 +49,8 @@ inline void CheckColor(const ColorDescription& color) {
 }
 
 inline bool IsChroma(const std::optional<int>& chroma_sampling) {
-  constexpr int kKnown[] = {kChromaRgb, kChroma400, kChroma420, kChroma422, kChroma440, kChroma411, kChroma444};
+  constexpr int kKnown[] = {kChromaRgb, kChroma400, kChroma420, kChroma422,
+                            kChroma440, kChroma411, kChroma410, kChroma444};
   return !chroma_sampling || std::ranges::find(kKnown, *chroma_sampling) != std::end(kKnown);
 }
 

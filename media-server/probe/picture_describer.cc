@@ -62,8 +62,8 @@ PixelFormat ReadPixelFormat(const AVStream& stream) {
 }
 
 // Codecs that have one pixel format only.
-PixelFormat PixelFormatOfCodec(AVCodecID codec) {
-  switch (codec) {
+PixelFormat PixelFormatOfCodec(const AVCodecParameters& codec) {
+  switch (codec.codec_id) {
     case AV_CODEC_ID_VP8:
     case AV_CODEC_ID_MPEG1VIDEO:
     case AV_CODEC_ID_MPEG4:
@@ -82,6 +82,18 @@ PixelFormat PixelFormatOfCodec(AVCodecID codec) {
     case AV_CODEC_ID_RV30:
     case AV_CODEC_ID_RV40:
       return {codec::kChroma420, 8, false};
+    case AV_CODEC_ID_V210:
+      return {codec::kChroma422, 10, false};
+    case AV_CODEC_ID_V308:
+      return {codec::kChroma444, 8, false};
+    case AV_CODEC_ID_V410:
+      return {codec::kChroma444, 10, false};
+    case AV_CODEC_ID_R210:
+      return {codec::kChromaRgb, 10, false};
+    case AV_CODEC_ID_CINEPAK: {
+      constexpr int kPalette = 8;  // its colours are those of a palette, or grey
+      return codec.bits_per_coded_sample == kPalette ? PixelFormat() : PixelFormat{codec::kChromaRgb, 8, false};
+    }
     default:
       return {};
   }
@@ -162,7 +174,7 @@ void DescribeColor(const AVStream& stream, const PictureParameters& header, Stre
   }
 
   const PixelFormat decoded = ReadPixelFormat(stream);
-  const PixelFormat only = PixelFormatOfCodec(codec.codec_id);
+  const PixelFormat only = PixelFormatOfCodec(codec);
   const auto choose = [](std::optional<int> first, std::optional<int> second, std::optional<int> third) {
     return first ? *first : second ? *second : third.value_or(0);
   };

@@ -10,6 +10,7 @@
 #include "media-server/codec/av1.h"
 #include "media-server/codec/h264.h"
 #include "media-server/codec/hevc.h"
+#include "media-server/codec/intermediate.h"
 #include "media-server/codec/mpeg2.h"
 #include "media-server/codec/mpeg4_visual.h"
 #include "media-server/codec/nal.h"
@@ -208,6 +209,24 @@ PictureHeader ReadJpeg2000(AVStream& stream, const SampleReader& samples) {
   return header;
 }
 
+PictureHeader ReadUtVideo(AVStream& stream, const SampleReader&) {
+  return {.parameters = codec::UtVideoFormat(stream.codecpar->codec_tag).value_or(PictureParameters())};
+}
+
+PictureHeader ReadHuffYuv(AVStream& stream, const SampleReader&) {
+  const auto format = codec::HuffYuvFormat(Extradata(stream), stream.codecpar->bits_per_coded_sample);
+  return {.parameters = format.value_or(PictureParameters())};
+}
+
+// For codecs of which analysis tells the rest.
+PictureHeader ReadNothing(AVStream&, const SampleReader&) { return {}; }
+
+// Every frame has a header.
+template <std::optional<PictureParameters> (*read)(Bytes)>
+PictureHeader ReadFirstSample(AVStream& stream, const SampleReader& samples) {
+  return {.parameters = read(samples.ReadFirst(stream)).value_or(PictureParameters())};
+}
+
 // The container's copy of the header is all there is to read.
 template <std::optional<PictureParameters> (*read)(Bytes)>
 PictureHeader ReadExtradata(AVStream& stream, const SampleReader&) {
@@ -236,16 +255,29 @@ constexpr Reader kReaders[] = {
     {AV_CODEC_ID_MPEG4, ProfiledCodec::kMpeg4Visual, &ReadExtradata<&codec::ReadMpeg4Visual>},
     {AV_CODEC_ID_PRORES, ProfiledCodec::kProRes, &ReadProRes},
     {AV_CODEC_ID_JPEG2000, std::nullopt, &ReadJpeg2000},
+    {AV_CODEC_ID_MAGICYUV, std::nullopt, &ReadFirstSample<&codec::ReadMagicYuvFrame>},
+    {AV_CODEC_ID_UTVIDEO, std::nullopt, &ReadUtVideo},
+    {AV_CODEC_ID_HUFFYUV, std::nullopt, &ReadHuffYuv},
+    {AV_CODEC_ID_FFVHUFF, std::nullopt, &ReadHuffYuv},
+    {AV_CODEC_ID_DNXHD, ProfiledCodec::kDnxhd, &ReadNothing},
+    {AV_CODEC_ID_MJPEG, ProfiledCodec::kMjpeg, &ReadNothing},
+    {AV_CODEC_ID_VC1, ProfiledCodec::kVc1, &ReadNothing},
+    {AV_CODEC_ID_WMV3, ProfiledCodec::kVc1, &ReadNothing},
+    {AV_CODEC_ID_VVC, ProfiledCodec::kVvc, &ReadNothing},
 };
 
 }  // namespace
 
 PictureHeader ReadPictureHeader(AVStream& stream, const SampleReader& samples) {
-  if (IsCover(stream)) return ReadCover(stream);
   const auto* reader = std::ranges::find(kReaders, stream.codecpar->codec_id, &Reader::codec);
-  if (reader == std::end(kReaders)) return {};
-  PictureHeader header = reader->read(stream, samples);
-  header.profiled_codec = reader->profiled_codec;
+  const bool is_known = reader != std::end(kReaders);
+  PictureHeader header;
+  if (IsCover(stream)) {
+    header = ReadCover(stream);
+  } else if (is_known) {
+    header = reader->read(stream, samples);
+  }
+  if (is_known) header.profiled_codec = reader->profiled_codec;
   return header;
 }
 

@@ -177,6 +177,15 @@ TEST_F(PictureDescriberTest, KnowsWhatACodecAlwaysIs) {
   codec_.codec_id = AV_CODEC_ID_VP8;
   EXPECT_EQ(Describe().chroma, 420);
   EXPECT_EQ(Describe().bit_depth, 8);
+  codec_.codec_id = AV_CODEC_ID_V210;
+  EXPECT_EQ(Describe().chroma, 422);
+  EXPECT_EQ(Describe().bit_depth, 10);
+  codec_.codec_id = AV_CODEC_ID_CINEPAK;
+  EXPECT_EQ(Describe().chroma, codec::kChromaRgb);
+  EXPECT_EQ(Describe().bit_depth, 8);
+  codec_.bits_per_coded_sample = 8;
+  EXPECT_EQ(Describe().chroma, 0) << "numbers of colours";
+  EXPECT_EQ(Describe().bit_depth, 0);
 }
 
 TEST_F(PictureDescriberTest, TellsHighDynamicRangeFromAnyOfItsMarks) {

@@ -142,6 +142,23 @@ TEST_F(PictureHeaderTest, TwoFieldsOfJpeg2000MakeAPicture) {
   EXPECT_EQ(Read(AV_CODEC_ID_JPEG2000, CodestreamOf(540)).parameters.height, 1080U);
 }
 
+TEST_F(PictureHeaderTest, IntermediatesTellTheirFormatWhereTheyKeepIt) {
+  codec_.codec_tag = MKTAG('U', 'L', 'Y', '2');
+  EXPECT_EQ(Read(AV_CODEC_ID_UTVIDEO, {}).parameters.chroma_sampling, 422);
+  EXPECT_EQ(Read(AV_CODEC_ID_MAGICYUV, Hex("4d414759 20000000 07 69")).parameters.chroma_sampling, 420);
+  SetExtradata(Hex("00 0c 10 00"));
+  EXPECT_EQ(Read(AV_CODEC_ID_HUFFYUV, {}).parameters.chroma_sampling, 420);
+}
+
+TEST_F(PictureHeaderTest, NamesProfilesOfCodecsThatAnalysisReads) {
+  EXPECT_EQ(Read(AV_CODEC_ID_MJPEG, {}).profiled_codec, codec::ProfiledCodec::kMjpeg);
+  EXPECT_EQ(Read(AV_CODEC_ID_DNXHD, {}).profiled_codec, codec::ProfiledCodec::kDnxhd);
+  EXPECT_EQ(Read(AV_CODEC_ID_VC1, {}).profiled_codec, codec::ProfiledCodec::kVc1);
+  EXPECT_EQ(Read(AV_CODEC_ID_VP8, {}).profiled_codec, std::nullopt);
+  stream_.disposition = AV_DISPOSITION_ATTACHED_PIC;
+  EXPECT_EQ(Read(AV_CODEC_ID_MJPEG, {}).profiled_codec, codec::ProfiledCodec::kMjpeg);
+}
+
 TEST_F(PictureHeaderTest, CoversOfJpegAndPngHaveTheFullRange) {
   stream_.disposition = AV_DISPOSITION_ATTACHED_PIC;
   Bytes jpeg = Hex("ffd8 ffc0 0011 08 0004 0004 03 012200 021101 031101 ffd9");
