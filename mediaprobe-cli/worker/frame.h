@@ -45,6 +45,8 @@ class FrameDecoder {
   bool Add(std::span<const char> bytes);
   /// The next whole message; empty when it has not arrived yet.
   std::optional<Message> Next();
+  /// Whether what stands behind the messages that Next gave is none: Add will take no more.
+  bool is_broken() const { return broken_; }
   /// Whether a part of the next message has arrived.
   bool has_begun() const { return !bytes_.empty(); }
 

@@ -182,7 +182,7 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
     pace_ = (now - started_) / answered;
     started_ = now;
   }
-  return true;
+  return !decoder_.is_broken();
 }
 
 std::optional<Worker::Clock::time_point> Worker::Deadline() const {

@@ -93,7 +93,9 @@ TEST(Frame, RefusesOtherBytes) {
 TEST(Frame, RefusesOtherBytesBehindAMessage) {
   FrameDecoder decoder;
   ASSERT_TRUE(decoder.Add(Bytes(frame::Reply({"text", ""}) + "something else behind it")));
+  EXPECT_FALSE(decoder.is_broken());
   EXPECT_TRUE(decoder.Next());
+  EXPECT_TRUE(decoder.is_broken());
   EXPECT_FALSE(decoder.Next());
   EXPECT_FALSE(decoder.Add({}));
 }
