@@ -18,9 +18,11 @@ install(FILES LICENSE NOTICE docs/how-do-i.md docs/mediaprobe.md docs/module-che
 install(FILES examples/describe/CMakeLists.txt examples/describe/describe.cc
   DESTINATION ${documentation_dir}/examples/describe)
 install(FILES packaging/mediaprobe.1 packaging/module-check.1 DESTINATION share/man/man1)
-install(FILES packaging/completions/mediaprobe.bash RENAME mediaprobe DESTINATION share/bash-completion/completions)
-install(FILES packaging/completions/_mediaprobe DESTINATION share/zsh/site-functions)
-install(FILES packaging/completions/mediaprobe.fish DESTINATION share/fish/vendor_completions.d)
+foreach(command mediaprobe module-check)
+  install(FILES packaging/completions/${command}.bash RENAME ${command} DESTINATION share/bash-completion/completions)
+  install(FILES packaging/completions/_${command} DESTINATION share/zsh/site-functions)
+  install(FILES packaging/completions/${command}.fish DESTINATION share/fish/vendor_completions.d)
+endforeach()
 
 # For hosts that load the module.
 include(CMakePackageConfigHelpers)

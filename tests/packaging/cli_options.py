@@ -1,4 +1,4 @@
-"""The options of the tool, read from its own help: what every page and completion is held against."""
+"""The options of a command, read from its own help: what every page and completion is held against."""
 import os
 import re
 import subprocess
@@ -7,9 +7,9 @@ TOOL = os.environ["MEDIAPROBE"]
 ENTRY = re.compile(r"^  (-[\w,-]+)(?: [A-Z]+)?(?::\{([\w,]+)\})?", re.MULTILINE)
 
 
-def help_entries():
+def help_entries(command=TOOL):
     """For each option its names, such as ("-u", "--uuid"), and the words it takes, where it takes certain words only."""
-    text = subprocess.run([TOOL, "--help"], capture_output=True, text=True, check=True, timeout=60).stdout
+    text = subprocess.run([command, "--help"], capture_output=True, text=True, check=True, timeout=60).stdout
     return [(tuple(names.split(",")), words.split(",") if words else []) for names, words in ENTRY.findall(text)]
 
 

@@ -112,9 +112,11 @@ class InstalledCopy(unittest.TestCase):
 
     def test_pages_and_completions_lie_where_they_are_looked_for(self):
         share = self.prefix / "share"
-        for name in ("man/man1/mediaprobe.1", "bash-completion/completions/mediaprobe", "zsh/site-functions/_mediaprobe",
-                     "fish/vendor_completions.d/mediaprobe.fish", "doc/service-mediainfo/examples/describe/describe.cc"):
-            self.assertTrue((share / name).is_file(), name)
+        for command in ("mediaprobe", "module-check"):
+            for name in (f"man/man1/{command}.1", f"bash-completion/completions/{command}",
+                         f"zsh/site-functions/_{command}", f"fish/vendor_completions.d/{command}.fish"):
+                self.assertTrue((share / name).is_file(), name)
+        self.assertTrue((share / "doc/service-mediainfo/examples/describe/describe.cc").is_file())
 
     def test_installed_pages_link_to_installed_pages(self):
         pages = sorted((self.prefix / "share" / "doc" / "service-mediainfo").glob("*.md"))

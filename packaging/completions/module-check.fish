@@ -1,0 +1,11 @@
+# Completion for fish.
+complete -c module-check -l sample -r -F -d 'Media file to check with'
+complete -c module-check -l with -r -F -d 'Module whose services are asked for'
+complete -c module-check -l only -x -d 'Run only checks whose id matches'
+complete -c module-check -l timeout -x -d 'Longest time for one check'
+complete -c module-check -s j -l jobs -x -d 'Checks run at once'
+complete -c module-check -s v -l verbose -d 'A line for every check'
+complete -c module-check -l json -d 'One JSON object'
+complete -c module-check -l list -d 'List the checks'
+complete -c module-check -l version -d 'Show the version'
+complete -c module-check -s h -l help -d 'Show help'
