@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "media-server/probe/codec_tags.h"
 #include "media-server/probe/elementary_stream.h"
@@ -57,7 +58,9 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
                      MediaDescription& media) {
   const SampleReader samples(context, source);
   bool packets_are_read = false;  // reading them for one stream passes those of the others
-  for (AVStream* stream : Streams(context)) {
+  // Streams that first appear in packets read here are described by nothing, and their coming moves the others' list.
+  const std::vector<AVStream*> streams(Streams(context).begin(), Streams(context).end());
+  for (AVStream* stream : streams) {
     const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
     if (!kind) continue;
     StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
