@@ -69,6 +69,7 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
       PictureFacts facts{.header = ReadPictureHeader(*stream, samples),
                          .track = track,
                          .file_is_truncated = container.truncated,
+                         .aspect_is_of_display = samples.Demuxer() == "mxf",
                          .sample_count = static_cast<std::uint32_t>(samples.SampleCount(*stream))};
       if (const Mp4Track* mp4_track = container.TrackOf(*stream)) {
         facts.gop = GopOfTrack(*stream, *mp4_track, samples);
