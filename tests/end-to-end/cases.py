@@ -131,6 +131,9 @@ CODECS = [
          {"0.flags": ["interlaced"], "0.field_order": "bottom_first"}),
     Case("interlaced_top.ts", pictures() + fields("tff", "tt"),
          {"0.flags": ["interlaced"], "0.field_order": "top_first"}),
+    # A first sample that is larger than what may be read of it.
+    Case("interlaced_large.mp4", pictures("640x480", seconds="0.2") + [*fields("bff", "bb"), "-crf", "1"],
+         {"0.flags": ["interlaced"], "0.field_order": "bottom_first"}),
     Case("high10.mp4", pictures() + h264("yuv420p10le"), {"0.bit_depth": 10, "0.chroma": "4:2:0"}),
     Case("high422.mkv", pictures() + h264("yuv422p10le"), {"0.bit_depth": 10, "0.chroma": "4:2:2"}),
     Case("high444.mp4", pictures() + h264("yuv444p"), {"0.bit_depth": 8, "0.chroma": "4:4:4"}),
@@ -158,15 +161,36 @@ CODECS = [
                                                               "-pix_fmt", "yuva444p10le"],
          {"0.fourcc": "ap4h", "0.chroma": "4:4:4", "0.flags": ["alpha"]}),
     Case("mjpeg.mov", pictures() + ["-c:v", "mjpeg", "-pix_fmt", "yuvj422p"],
-         {"0.codec": "mjpeg", "0.chroma": "4:2:2", "0.color_range": "full"}),
+         {"0.codec": "mjpeg", "0.profile": "Baseline", "0.chroma": "4:2:2", "0.color_range": "full"}),
     Case("mjpeg.avi", pictures() + ["-c:v", "mjpeg", "-pix_fmt", "yuvj420p"],
          {"0.codec": "mjpeg", "0.chroma": "4:2:0"}),
     Case("ffv1.mkv", pictures() + ["-c:v", "ffv1", "-pix_fmt", "yuv422p10le"],
          {"0.codec": "ffv1", "0.bit_depth": 10, "0.chroma": "4:2:2"}),
     Case("dnxhr.mov", pictures("256x144") + ["-c:v", "dnxhd", "-profile:v", "dnxhr_sq", "-pix_fmt", "yuv422p"],
-         {"0.codec": "dnxhd", "0.bit_depth": 8, "0.chroma": "4:2:2"}),
+         {"0.codec": "dnxhd", "0.profile": "DNXHR SQ", "0.bit_depth": 8, "0.chroma": "4:2:2"}),
     Case("animation.mov", pictures() + ["-c:v", "qtrle", "-pix_fmt", "argb"],
          {"0.codec": "qtrle", "0.flags": ["alpha"]}),
+    Case("v210.mov", pictures("96x48", seconds="0.2") + ["-c:v", "v210"], {"0.bit_depth": 10, "0.chroma": "4:2:2"}),
+    Case("huffyuv.avi", pictures(seconds="0.2") + ["-c:v", "huffyuv", "-pix_fmt", "yuv422p"],
+         {"0.bit_depth": 8, "0.chroma": "4:2:2"}),
+    Case("ffvhuff.mkv", pictures(seconds="0.2") + ["-c:v", "ffvhuff", "-pix_fmt", "yuv420p10le"],
+         {"0.bit_depth": 10, "0.chroma": "4:2:0"}),
+    Case("ut_video.avi", pictures(seconds="0.2") + ["-c:v", "utvideo", "-pix_fmt", "gbrp"],
+         {"0.bit_depth": 8, "0.chroma": "RGB"}),
+    Case("magicyuv.mkv", pictures(seconds="0.2") + ["-c:v", "magicyuv", "-pix_fmt", "yuv444p"],
+         {"0.bit_depth": 8, "0.chroma": "4:4:4"}),
+    Case("cinepak.mov", pictures(seconds="0.2") + ["-c:v", "cinepak"], {"0.bit_depth": 8, "0.chroma": "RGB"}),
+    Case("latm.latm", tone() + [*AAC, "-f", "latm"], {"0.codec": "aac_latm", "0.profile": "LC"}),
+]
+
+# It names the lines that are stored, and of H.264 nothing else.
+MXF = [
+    Case("h264.mxf", pictures("1920x1080", seconds="0.2") + h264(),
+         {"0.profile": "Constrained Baseline", "0.bit_depth": 8, "0.chroma": "4:2:0", "0.display_width": 1920}),
+    Case("h264_fields.mxf", pictures("1280x720", seconds="0.2") + fields("tff", "tt"),
+         {"0.profile": "High", "0.chroma": "4:2:0", "0.field_order": "top_first", "0.display_width": 1280}),
+    Case("jpeg2000.mxf", pictures("96x54", seconds="0.2") + ["-c:v", "jpeg2000", "-pix_fmt", "yuv422p"],
+         {"0.width": 96, "0.height": 54, "0.display_width": 96, "0.bit_depth": 8, "0.chroma": "4:2:2"}),
 ]
 
 COLOURS = [
@@ -226,4 +250,4 @@ ORIENTATIONS = [
     _turned("transverse", (0, -1, -1, 0), 90, "none"),
 ]
 
-ALL = CONTAINERS + CODECS + COLOURS + SHAPES_AND_RATES + ORIENTATIONS
+ALL = CONTAINERS + CODECS + MXF + COLOURS + SHAPES_AND_RATES + ORIENTATIONS
