@@ -21,6 +21,8 @@ constexpr std::size_t kMostTexts = 1024;
 constexpr std::size_t kLargestText = std::size_t{1} << 20;
 constexpr std::size_t kLargestTextSum = std::size_t{16} << 20;
 constexpr std::uint64_t kChunkHead = 8;
+// What a WAVE form without a sample counts: such a size was written before the first one and never put right.
+constexpr std::uint32_t kSmallestWave = 36;
 constexpr std::uint32_t kUnknownSize = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint64_t kNoEnd = std::numeric_limits<std::uint64_t>::max();
 
@@ -59,11 +61,14 @@ class Scanner {
     if (!reader.Ok() || !is_form || !CountChunk()) return std::nullopt;
     if (scan_.form_type.empty()) scan_.form_type = KeyFromFourCharacters(type);
 
-    std::uint64_t end = size == kUnknownSize || size == 0 ? input_end_ : offset + kChunkHead + size;
+    const bool is_unknown = size == kUnknownSize || size <= kSmallestWave;
+    std::uint64_t end = is_unknown ? input_end_ : offset + kChunkHead + size;
     // Some writers count the form's own head into its size.
-    if (end > input_end_ && end - input_end_ > kChunkHead) scan_.truncated = true;
+    const bool ends_early = end > input_end_ && end - input_end_ > kChunkHead;
     end = std::min(end, input_end_);
     ReadChunks(offset + 12, end);
+    if (ends_early && !scan_.endless_data) scan_.truncated = true;
+    if (scan_.endless_data) return std::nullopt;
     return end + (end & 1);
   }
 
@@ -88,11 +93,37 @@ class Scanner {
     if (!reader.Ok() || !IsPrintable(chunk.Id())) return std::nullopt;
     chunk.offset = offset + kChunkHead;
     const bool is_data = chunk.Id() == "data";
-    if (chunk.size == kUnknownSize && is_data) chunk.size = large_data_size_.value_or(end - chunk.offset);
+    if (chunk.size == kUnknownSize && is_data && large_data_size_) {
+      chunk.size = *large_data_size_;
+    } else if (is_data && IsEndless(chunk)) {
+      scan_.endless_data.emplace();
+      chunk.size = input_end_ - chunk.offset;
+      if (input_end_ != kNoEnd) scan_.endless_data->size_bytes = chunk.size;
+    }
     if (chunk.size > input_end_ - std::min(chunk.offset, input_end_)) scan_.truncated = true;
     if (chunk.size > kNoEnd - 1 - chunk.offset) return std::nullopt;
     offset = chunk.offset + chunk.size + (chunk.size & 1);
     return chunk;
+  }
+
+  /// Whether the size of a data chunk only says that its writer did not know it. Sizes near 2 and 4 GiB have been left
+  /// by writers whose limit they were; where so much is there they are true. Behind a chunk that is really empty
+  /// another one, or nothing, follows.
+  bool IsEndless(const Chunk& chunk) {
+    constexpr std::uint64_t kNear = 4096;
+    constexpr std::uint64_t kHalf = std::uint64_t{1} << 31;
+    const std::uint64_t room = input_end_ - std::min(chunk.offset, input_end_);
+    if (chunk.size == 0) return room > 0 && !ChunkFollows(chunk.offset);
+    if (input_end_ != kNoEnd && chunk.size <= room) return false;
+    return (chunk.size >= kHalf - kNear && chunk.size <= kHalf) || chunk.size > kUnknownSize - kNear;
+  }
+
+  bool ChunkFollows(std::uint64_t offset) {
+    const auto head = ReadBytes(source_, offset, kChunkHead);
+    ByteReader reader(head);
+    const std::string_view id = AsText(reader.Take(4));
+    const std::uint64_t size = reader.Le32();
+    return reader.Ok() && IsPrintable(id) && size <= input_end_ - offset - kChunkHead;
   }
 
   bool CountChunk() {

@@ -30,6 +30,11 @@ struct RiffPart {
   std::uint64_t size_bytes = 0;
 };
 
+/// A data chunk whose size is one that writers of unknown lengths put there, and that reaches to the end of the input.
+struct RiffEndlessData {
+  std::optional<std::uint64_t> size_bytes;  ///< empty where the input's length is not known
+};
+
 struct RiffScan {
   std::string form_type;        ///< "WAVE", "AVI "; empty when the input is no RIFF, RF64 or BW64 file
   std::vector<RiffText> texts;  ///< in file order, at most 1024
@@ -37,12 +42,13 @@ struct RiffScan {
   std::optional<std::string> aigc;  ///< text of an "AIGC" chunk, unchanged but for invalid UTF-8 and padding
   std::optional<std::string> xmp;   ///< "_PMX" chunk
   std::optional<RiffPart> id3;      ///< "id3 " chunk: an ID3v2 tag
-  bool truncated = false;           ///< a chunk, or the whole form, ends behind the input
-  bool incomplete = false;          ///< a bound was reached: what stands here is right but not all
+  std::optional<RiffEndlessData> endless_data;
+  bool truncated = false;   ///< a chunk, or the whole form, ends behind the input
+  bool incomplete = false;  ///< a bound was reached: what stands here is right but not all
 };
 
-/// Reads the chunks of a RIFF file, at most 4096, texts of at most 1 MiB each. A size of all ones, as a writer that
-/// could not seek leaves it, reaches to the end of the input and is no truncation.
+/// Reads the chunks of a RIFF file, at most 4096, texts of at most 1 MiB each. The size that a writer leaves that could
+/// not seek (0, 2 GiB and what is near it, all ones) reaches to the end of the input and is no truncation.
 RiffScan ScanRiff(IByteSource& source);
 
 }  // namespace media_server

@@ -124,6 +124,47 @@ TEST(RiffScan, SizesOfAllOnesReachToTheEnd) {
   EXPECT_FALSE(Scan(streamed).truncated);
 }
 
+TEST(RiffScan, SizesThatWritersToPipesLeaveReachToTheEnd) {
+  struct Sizes {
+    std::uint32_t form;
+    std::uint32_t data;
+  };
+  for (const Sizes sizes : {Sizes{0xFFFFFFFF, 0xFFFFFFFF}, Sizes{0x7FFFF024, 0x7FFFF000}, Sizes{0x80000024, 0x80000000},
+                            Sizes{36, 0}, Sizes{0, 0}}) {
+    const RiffScan scan = Scan("RIFF" + Le(sizes.form, 4) + "WAVE" + Chunk("fmt ", Zeros(16)) +
+                               Chunk("LIST", "INFO" + Chunk("INAM", "x")) + "data" + Le(sizes.data, 4) + Zeros(50));
+    ASSERT_TRUE(scan.endless_data) << sizes.data;
+    EXPECT_EQ(scan.endless_data->size_bytes, 50U) << sizes.data;
+    EXPECT_FALSE(scan.truncated) << sizes.data;
+    EXPECT_EQ(scan.texts.size(), 1U) << sizes.data;
+  }
+}
+
+TEST(RiffScan, OtherSizesBeyondTheEndAreTruncation) {
+  for (const std::uint32_t size : {51U, 0x7FFFE000U, 0x80000001U, 0xFFFFE000U}) {
+    const RiffScan scan =
+        Scan("RIFF" + Le(size + 36, 4) + "WAVE" + Chunk("fmt ", Zeros(16)) + "data" + Le(size, 4) + Zeros(50));
+    EXPECT_FALSE(scan.endless_data) << size;
+    EXPECT_TRUE(scan.truncated) << size;
+  }
+}
+
+TEST(RiffScan, DataThatIsReallyEmptyStaysSo) {
+  EXPECT_FALSE(Scan(Wave(Chunk("fmt ", Zeros(16)) + Chunk("data", ""))).endless_data);
+  const RiffScan scan = Scan(Wave(Chunk("fmt ", Zeros(16)) + Chunk("data", "") + Chunk("AIGC", "{}")));
+  EXPECT_FALSE(scan.endless_data);
+  EXPECT_EQ(scan.aigc, "{}");
+}
+
+TEST(RiffScan, EndlessDataOfAnInputOfUnknownSizeHasNone) {
+  MemorySource source("RIFF" + Le(0xFFFFFFFF, 4) + "WAVE" + Chunk("fmt ", Zeros(16)) + "data" + Le(0xFFFFFFFF, 4) +
+                      Zeros(50));
+  source.ForgetSize();
+  const RiffScan scan = ScanRiff(source);
+  ASSERT_TRUE(scan.endless_data);
+  EXPECT_EQ(scan.endless_data->size_bytes, std::nullopt);
+}
+
 TEST(RiffScan, LargeFormsTakeTheDataSizeFromDs64) {
   const auto large = [](std::uint64_t data_size) {
     return "RF64" + Le(0xFFFFFFFF, 4) + "WAVE" + Chunk("ds64", Le(1000, 8) + Le(data_size, 8) + Zeros(12)) + "data" +
