@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "tests/media-server/container/memory_source.h"
 
@@ -47,9 +48,63 @@ TEST(AsfPropertiesTest, ABroadcastHasNoSize) {
 
 TEST(AsfPropertiesTest, ZeroIsNoTime) { EXPECT_EQ(Read(Properties(1, 0, 0))->creation_unix_s, std::nullopt); }
 
-TEST(AsfPropertiesTest, ReadsAnyTime) {
-  EXPECT_EQ(Read(Properties(1, 1, 0))->creation_unix_s, -11'644'473'600);
+TEST(AsfPropertiesTest, NothingUpTo1970IsATime) {
+  constexpr std::uint64_t k1970 = 116'444'736'000'000'000;
+  EXPECT_EQ(Read(Properties(1, 1, 0))->creation_unix_s, std::nullopt);
+  EXPECT_EQ(Read(Properties(1, k1970, 0))->creation_unix_s, std::nullopt);
+  EXPECT_EQ(Read(Properties(1, k1970 + 10'000'000, 0))->creation_unix_s, 1);
+}
+
+TEST(AsfPropertiesTest, ReadsTimesFarAhead) {
   EXPECT_EQ(Read(Properties(1, ~std::uint64_t{0}, 0))->creation_unix_s, 1'833'029'933'770);
+}
+
+const std::string kExtensionId = "\xB5\x03\xBF\x5F\x2E\xA9\xCF\x11\x8E\xE3" + Zeros(1) + "\xC0\x0C\x20\x53\x65";
+const std::string kStreamId = "\xCB\xA5\xE6\x14\x72\xC6\x32\x43\x83\x99\xA9\x69\x52\x06\x5B\x5A";
+
+std::string ExtendedStream(std::uint16_t number, std::uint64_t frame_time) {
+  return kStreamId + Le(88, 8)                           // id, size
+         + Zeros(48)                                     // times, rates, buffers, flags
+         + Le(number, 2) + Zeros(2) + Le(frame_time, 8)  // stream, language, time of a frame
+         + Zeros(4);                                     // counts of what follows
+}
+
+std::string Extension(const std::string& objects) {
+  return kExtensionId + Le(46 + objects.size(), 8) + Zeros(18) + Le(objects.size(), 4) + objects;
+}
+
+std::vector<AsfFrameTime> ReadFrameTimes(const std::string& content) {
+  MemorySource source(kHeaderHead + content);
+  return ReadAsfFrameTimes(source);
+}
+
+TEST(AsfPropertiesTest, ReadsTheFrameTimesOfStreams) {
+  const auto times =
+      ReadFrameTimes(Properties(1, kCreation, 0) + Extension(kOtherId + Le(30, 8) + Zeros(6) +
+                                                             ExtendedStream(1, 400'000) + ExtendedStream(3, 333'667)));
+  ASSERT_EQ(times.size(), 2u);
+  EXPECT_EQ(times[0].stream_number, 1);
+  EXPECT_DOUBLE_EQ(times[0].FramesPerSecond(), 25);
+  EXPECT_EQ(times[1].stream_number, 3);
+  EXPECT_NEAR(times[1].FramesPerSecond(), 29.97, 0.0001);
+}
+
+TEST(AsfPropertiesTest, LeavesImpossibleFrameTimesOut) {
+  for (const std::uint64_t time :
+       {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{9'999}, std::uint64_t{600'000'001}, ~std::uint64_t{0}}) {
+    EXPECT_TRUE(ReadFrameTimes(Extension(ExtendedStream(1, time))).empty()) << time;
+  }
+  EXPECT_EQ(ReadFrameTimes(Extension(ExtendedStream(1, 10'000))).size(), 1u);
+  EXPECT_EQ(ReadFrameTimes(Extension(ExtendedStream(1, 600'000'000))).size(), 1u);
+}
+
+TEST(AsfPropertiesTest, FindsNoFrameTimeElsewhere) {
+  EXPECT_TRUE(ReadFrameTimes(Properties(1, kCreation, 0)).empty());
+  EXPECT_TRUE(ReadFrameTimes(ExtendedStream(1, 400'000)).empty()) << "outside of the extension";
+  const std::string whole = Extension(ExtendedStream(1, 400'000));
+  for (std::size_t size = 0; size < whole.size() - 4; ++size) {
+    EXPECT_TRUE(ReadFrameTimes(whole.substr(0, size)).empty()) << size;
+  }
 }
 
 TEST(AsfPropertiesTest, FindsNothingInBrokenHeaders) {
