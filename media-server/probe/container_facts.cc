@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 #include <utility>
 
-#include "media-server/container/asf_properties.h"
-#include "media-server/container/riff_scan.h"
 #include "media-server/container/truncation.h"
 #include "media-server/probe/ffmpeg.h"
 
@@ -48,7 +47,34 @@ TrackFacts FactsOfTrack(const Mp4Track& track) {
 TrackFacts FactsOfTrack(const MatroskaScan& scan, const AVStream& stream) {
   TrackFacts facts;
   const auto index = static_cast<std::size_t>(stream.index);
-  if (index < scan.tracks.size()) facts.encrypted = scan.tracks[index].encrypted;
+  if (index >= scan.tracks.size()) return facts;
+  facts.encrypted = scan.tracks[index].encrypted;
+  facts.id = static_cast<std::uint32_t>(scan.tracks[index].number);
+  return facts;
+}
+
+// Every object of an FLV file belongs to the one stream of its type, which is all the id that a stream has there (FLV
+// specification, E.4.1: 8 sound, 9 pictures, 18 data).
+TrackFacts FactsOfFlvStream(const AVStream& stream) {
+  TrackFacts facts;
+  switch (stream.codecpar->codec_type) {
+    case AVMEDIA_TYPE_AUDIO:
+      facts.id = 8;
+      break;
+    case AVMEDIA_TYPE_VIDEO:
+      facts.id = 9;
+      break;
+    default:
+      facts.id = 18;
+  }
+  return facts;
+}
+
+TrackFacts FactsOfAsfStream(std::span<const AsfFrameTime> frame_times, const AVStream& stream) {
+  TrackFacts facts;
+  const auto told =
+      std::ranges::find(frame_times, stream.id, [](const AsfFrameTime& time) { return time.stream_number; });
+  if (told != frame_times.end()) facts.frame_rate = told->FramesPerSecond();
   return facts;
 }
 
@@ -72,12 +98,18 @@ ContainerFacts FactsOfMatroska(IByteSource& source) {
   return facts;
 }
 
+std::string DateOf(const RiffBroadcast& broadcast) {
+  return broadcast.origination_date + " " + broadcast.origination_time;
+}
+
 ContainerFacts FactsOfRiff(IByteSource& source) {
   RiffScan scan = ScanRiff(source);
   ContainerFacts facts;
   facts.truncated = scan.truncated;
   facts.aigc = std::move(scan.aigc).value_or("");
   facts.xmp = std::move(scan.xmp).value_or("");
+  facts.endless_sound = scan.endless_data;
+  if (scan.broadcast) facts.date = DateOf(*scan.broadcast);
   return facts;
 }
 
@@ -85,6 +117,7 @@ ContainerFacts FactsOfAsf(IByteSource& source) {
   ContainerFacts facts;
   facts.truncated = EndsEarly(source, "asf");
   if (const auto properties = ReadAsfFileProperties(source)) facts.created = properties->creation_unix_s;
+  facts.frame_times = ReadAsfFrameTimes(source);
   return facts;
 }
 
@@ -118,6 +151,8 @@ bool ContainerFacts::AnyEncrypted() const {
 
 TrackFacts ContainerFacts::FactsOf(const AVStream& stream) const {
   if (matroska) return FactsOfTrack(*matroska, stream);
+  if (is_flv) return FactsOfFlvStream(stream);
+  if (!frame_times.empty()) return FactsOfAsfStream(frame_times, stream);
   const Mp4Track* track = TrackOf(stream);
   return track != nullptr ? FactsOfTrack(*track) : TrackFacts();
 }
@@ -132,6 +167,7 @@ ContainerFacts ReadContainerFacts(IByteSource& source, std::string_view demuxer)
   const auto* reader = std::ranges::find(kReaders, demuxer, &Reader::demuxer);
   if (reader != std::end(kReaders)) return reader->read(source);
   ContainerFacts facts;
+  facts.is_flv = demuxer == "flv";
   constexpr std::string_view kStateTheirSize[] = {"w64", "aiff", "dsf", "flv"};
   if (std::ranges::find(kStateTheirSize, demuxer) != std::end(kStateTheirSize)) {
     facts.truncated = EndsEarly(source, demuxer);

@@ -4,10 +4,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "media-server/container/asf_properties.h"
 #include "media-server/container/id3v1.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
+#include "media-server/container/riff_scan.h"
 #include "media-server/io/byte_source.h"
 #include "media-server/probe/track_facts.h"
 
@@ -17,16 +20,21 @@ namespace media_server::probe {
 
 /// What our own container readers tell of a file.
 struct ContainerFacts {
-  std::optional<Mp4Movie> movie;         ///< of the MP4 family
-  std::optional<MatroskaScan> matroska;  ///< of Matroska and WebM
-  std::optional<Id3v1Tag> id3v1;         ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
-  std::optional<bool> truncated;         ///< the file is shorter than its container says
-  std::optional<std::string> refusal;    ///< why the file must not be opened, in words
+  std::optional<Mp4Movie> movie;                 ///< of the MP4 family
+  std::optional<MatroskaScan> matroska;          ///< of Matroska and WebM
+  std::optional<Id3v1Tag> id3v1;                 ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
+  std::optional<RiffEndlessData> endless_sound;  ///< of a WAV file whose writer could not go back
+  std::vector<AsfFrameTime> frame_times;         ///< of ASF
+  bool is_flv = false;                           ///< has one stream of a kind, and no ids but their kinds
+  std::optional<bool> truncated;                 ///< the file is shorter than its container says
+  std::optional<std::string> refusal;            ///< why the file must not be opened, in words
   /// What stands in places that libavformat does not read: the AI-generated-content label, an XMP packet, the creation
   /// time in seconds since 1970 UTC.
   std::string aigc;
   std::string xmp;
   std::optional<std::int64_t> created;
+  /// When a person or a recorder says that the content came to be, as it stands: for want of `created`.
+  std::string date;
 
   /// An alpha picture is stacked under the colour picture.
   bool HasStackedAlpha() const;

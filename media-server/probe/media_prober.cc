@@ -1,6 +1,7 @@
 #include "media-server/probe/media_prober.h"
 
 #include <algorithm>
+#include <climits>
 #include <string_view>
 #include <utility>
 
@@ -11,7 +12,9 @@
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/container_facts.h"
 #include "media-server/probe/demuxer.h"
+#include "media-server/probe/dv_frame.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/pcm_header.h"
 #include "media-server/probe/program_describer.h"
 #include "media-server/probe/stream_describer.h"
 #include "media-server/probe/streams.h"
@@ -59,6 +62,22 @@ void SetEndOfFragments(const Mp4Duration& duration, AVFormatContext& context) {
   for (AVStream* stream : Streams(context)) stream->duration = av_rescale_q(ticks, seconds, stream->time_base);
 }
 
+// The length of sound that reaches to the end of the file, whatever its header says; of none where that is not known.
+void SetLengthOfSound(std::optional<std::uint64_t> bytes, AVFormatContext& context) {
+  for (AVStream* stream : Streams(context)) {
+    const std::uint64_t bit_rate = StreamBitRate(*stream);
+    if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
+    if (!bytes || bit_rate == 0 || bit_rate > INT_MAX || *bytes > INT64_MAX / 8) {
+      stream->duration = context.duration = AV_NOPTS_VALUE;
+      continue;
+    }
+    const auto bits = static_cast<std::int64_t>(*bytes * 8);
+    const AVRational seconds_per_bit{1, static_cast<int>(bit_rate)};
+    stream->duration = av_rescale_q(bits, seconds_per_bit, stream->time_base);
+    context.duration = av_rescale_q(bits, seconds_per_bit, {1, AV_TIME_BASE});
+  }
+}
+
 std::string_view RefusalOf(ContentKind kind) {
   switch (kind) {
     case ContentKind::kStillImage:
@@ -80,9 +99,10 @@ bool LacksFacts(const AVFormatContext& context) {
     const AVCodecParameters& codec = *stream->codecpar;
     switch (codec.codec_type) {
       case AVMEDIA_TYPE_VIDEO:
-        return !IsCover(*stream) && (codec.width <= 0 || FrameRate(*stream) == 0 || LacksPixelFormat(codec));
+        return !IsCover(*stream) && !IsUnsizedDv(*stream) &&
+               (codec.width <= 0 || FrameRate(*stream) == 0 || LacksPixelFormat(codec));
       case AVMEDIA_TYPE_AUDIO:
-        return codec.sample_rate <= 0;
+        return codec.sample_rate <= 0 && !PcmCarrierOf(codec);
       default:
         return false;
     }
@@ -180,6 +200,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   if (container.movie && container.movie->fragment_duration && source.Spent()) {
     SetEndOfFragments(*container.movie->fragment_duration, context);
   }
+  if (container.endless_sound) SetLengthOfSound(container.endless_sound->size_bytes, context);
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
   media->duration = FileDuration(context);

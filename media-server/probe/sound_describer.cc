@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/pcm_header.h"
 #include "mediainfo/iaudio_info.h"
 
 namespace media_server::probe {
@@ -39,7 +40,7 @@ void DescribeSound(const AVStream& stream, bool encrypted, StreamDescription& de
   const int properties = CodecProperties(codec.codec_id);
   const bool may_be_lossless = (properties & AV_CODEC_PROP_LOSSLESS) != 0;
   const bool lossless = may_be_lossless && (properties & AV_CODEC_PROP_LOSSY) == 0;
-  const bool uncompressed = av_get_exact_bits_per_sample(codec.codec_id) > 0;
+  const bool uncompressed = av_get_exact_bits_per_sample(codec.codec_id) > 0 || PcmCarrierOf(codec).has_value();
   const bool variable_bit_rate = (lossless && !uncompressed) || codec.codec_id == AV_CODEC_ID_VORBIS;
 
   description.profile = codec.profile != kUnknownProfile ? codec.profile : AacProfile(codec);

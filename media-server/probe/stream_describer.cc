@@ -5,9 +5,12 @@
 #include <vector>
 
 #include "media-server/probe/codec_tags.h"
+#include "media-server/probe/dv_frame.h"
 #include "media-server/probe/elementary_stream.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/gop.h"
+#include "media-server/probe/packet_rate.h"
+#include "media-server/probe/pcm_header.h"
 #include "media-server/probe/picture_describer.h"
 #include "media-server/probe/picture_header.h"
 #include "media-server/probe/sample_reader.h"
@@ -57,20 +60,28 @@ StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVSt
 void DescribeStreams(AVFormatContext& context, IByteSource& source, const ContainerFacts& container,
                      MediaDescription& media) {
   const SampleReader samples(context, source);
+  DescribePackedPcm(context);
   bool packets_are_read = false;  // reading them for one stream passes those of the others
   // Streams that first appear in packets read here are described by nothing, and their coming moves the others' list.
   const std::vector<AVStream*> streams(Streams(context).begin(), Streams(context).end());
   for (AVStream* stream : streams) {
     const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
     if (!kind) continue;
-    StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
     const TrackFacts track = container.FactsOf(*stream);
+    StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
+    if (track.id) description.id = *track.id;
     if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
       PictureFacts facts{.header = ReadPictureHeader(*stream, samples),
                          .track = track,
                          .file_is_truncated = container.truncated,
                          .aspect_is_of_display = samples.Demuxer() == "mxf",
                          .sample_count = static_cast<std::uint32_t>(samples.SampleCount(*stream))};
+      if (IsUnsizedDv(*stream) && !packets_are_read) {
+        facts.header.parameters = ReadNextDvFrame(context, *stream);
+        description.bit_rate = Saturated(StreamBitRate(*stream));
+        packets_are_read = true;
+      }
+      if (HasRateOfClock(context, *stream)) SetRateOfPackets(context, track.frame_rate, *stream);
       if (const Mp4Track* mp4_track = container.TrackOf(*stream)) {
         facts.gop = GopOfTrack(*stream, *mp4_track, samples);
       } else if (IsElementaryPictureStream(context)) {

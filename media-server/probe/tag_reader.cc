@@ -42,6 +42,9 @@ constexpr std::string_view kModelKeys[] = {"model", "com.apple.quicktime.model",
 constexpr std::string_view kAigcKeys[] = {"AIGC"};
 constexpr std::string_view kLocationKeys[] = {"location", "com.apple.quicktime.location.ISO6709", "\u00A9xyz", "loci"};
 constexpr std::string_view kCreationKeys[] = {"creation_time", "com.apple.quicktime.creationdate"};
+// When it was recorded, where nothing tells when the file was written.
+constexpr std::string_view kDateKeys[] = {"DATE_RECORDED"};
+constexpr std::string_view kUserDataDates[] = {"\u00A9day", "date"};
 constexpr std::string_view kModificationKeys[] = {"modification_time", "modification_date"};
 
 constexpr Field kFields[] = {
@@ -111,6 +114,23 @@ std::string_view XmpOf(const ContainerFacts& container) {
   return found != metadata.end() ? std::string_view(found->value) : std::string_view();
 }
 
+// The first second of 1970 is what a writer without a clock tells.
+std::optional<std::int64_t> SetClock(std::optional<std::int64_t> time) { return time == 0 ? std::nullopt : time; }
+
+// A day or a year without a time of day is the date of a work more often than that of a file. So is what an iTunes list
+// has under the name of QuickTime's user data: the day when the song came out.
+std::optional<std::int64_t> RecordingTime(const TagSources& sources, const ContainerFacts& container) {
+  if (const auto date = ParseLocalTimestamp(container.date)) return date;
+  if (container.movie) {
+    for (const Mp4MetaEntry& entry : container.movie->metadata) {
+      const bool of_file = entry.track_id == 0 && entry.name_space == Mp4MetaNamespace::kUserData;
+      if (!of_file || std::ranges::find(kUserDataDates, entry.key) == std::end(kUserDataDates)) continue;
+      if (const auto date = ParseLocalTimestamp(entry.value)) return date;
+    }
+  }
+  return ParseLocalTimestamp(sources.Find(kDateKeys));
+}
+
 }  // namespace
 
 MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& container) {
@@ -126,12 +146,13 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
   if (tags.aigc.empty()) tags.aigc = Clean(ReadXmpAigcLabel(XmpOf(container)).value_or(""));
   tags.location = ParseIso6709(sources.Find(kLocationKeys));
   if (container.movie) {
-    tags.created = container.movie->times.creation_unix_s;
-    tags.modified = container.movie->times.modification_unix_s;
+    tags.created = SetClock(container.movie->times.creation_unix_s);
+    tags.modified = SetClock(container.movie->times.modification_unix_s);
   }
   if (!tags.created) tags.created = container.created;
-  if (!tags.created) tags.created = ParseTimestamp(sources.Find(kCreationKeys));
-  if (!tags.modified) tags.modified = ParseTimestamp(sources.Find(kModificationKeys));
+  if (!tags.created) tags.created = SetClock(ParseTimestamp(sources.Find(kCreationKeys)));
+  if (!tags.modified) tags.modified = SetClock(ParseTimestamp(sources.Find(kModificationKeys)));
+  if (!tags.created) tags.created = RecordingTime(sources, container);
   return tags;
 }
 
@@ -141,7 +162,8 @@ bool IsTagOfInterest(std::string_view key) {
   const auto is_key = [&](std::string_view known) { return EqualIgnoringCase(known, key); };
   return std::ranges::any_of(kFields, [&](const Field& field) { return std::ranges::any_of(field.keys, is_key); }) ||
          std::ranges::any_of(kLocationKeys, is_key) || std::ranges::any_of(kCreationKeys, is_key) ||
-         std::ranges::any_of(kModificationKeys, is_key) || std::ranges::any_of(kId3Frames, is_key);
+         std::ranges::any_of(kModificationKeys, is_key) || std::ranges::any_of(kDateKeys, is_key) ||
+         std::ranges::any_of(kId3Frames, is_key);
 }
 
 }  // namespace media_server::probe

@@ -8,6 +8,8 @@ namespace media_server::probe {
 /// What our own container readers know about one track and libavformat does not tell.
 struct TrackFacts {
   bool encrypted = false;
+  std::optional<std::uint32_t> id;          ///< the container's own id of the track
+  std::optional<double> frame_rate;         ///< that the track's header tells
   std::optional<double> max_frame_rate;     ///< from the shortest sample
   std::optional<bool> constant_frame_rate;  ///< whether all samples but the last take the same time
 

@@ -121,6 +121,44 @@ TEST(MediaProberTest, DescribesSubpicturesAndLanguages) {
   EXPECT_EQ(media.streams[4].disposition, 64u) << "forced";
 }
 
+TEST(MediaProberTest, GivesTheContainersOwnIds) {
+  const MediaDescription matroska = ProbeSample("languages.mkv");
+  ASSERT_EQ(matroska.streams.size(), 5u);
+  for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(matroska.streams[i].id, i + 1);
+  for (const StreamDescription& stream : ProbeSample("live.flv").streams) {
+    EXPECT_EQ(stream.id, stream.kind == StreamKind::kSound ? 8u : 9u) << "the type of the tags";
+  }
+}
+
+// A second of silence in front of which a recorder could not go back.
+std::string PipedWave(std::uint32_t form_size, std::uint32_t data_size) {
+  const std::string format = Le(1, 2) + Le(1, 2) + Le(8000, 4) + Le(16'000, 4) + Le(2, 2) + Le(16, 2);
+  return "RIFF" + Le(form_size, 4) + "WAVEfmt " + Le(16, 4) + format + "data" + Le(data_size, 4) + Zeros(16'000);
+}
+
+TEST(MediaProberTest, TimesSoundOfUnknownLengthByTheFile) {
+  for (const std::uint32_t size : {0u, 0x7FFFF000u, 0x80000000u, 0xFFFFFFFFu}) {
+    const std::string wave = PipedWave(size == 0xFFFFFFFF ? size : size + 36, size);
+    std::string reason;
+    const auto media = Probe({wave.begin(), wave.end()}, &reason);
+    ASSERT_NE(media, nullptr) << reason;
+    EXPECT_DOUBLE_EQ(media->duration, 1) << size;
+    EXPECT_DOUBLE_EQ(media->streams.at(0).duration, 1) << size;
+    EXPECT_EQ(media->bit_rate, 128'352u) << size;
+  }
+}
+
+TEST(MediaProberTest, ClaimsNoLengthWhereTheFilesIsUnknown) {
+  MemorySource source(PipedWave(0x80000024, 0x80000000));
+  source.ForgetSize();
+  BoundedSource bounded(source, ReadBudget());
+  std::string reason;
+  const auto media = ProbeMedia(bounded, "", &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_EQ(media->duration, 0);
+  EXPECT_EQ(media->streams.at(0).duration, 0);
+}
+
 TEST(MediaProberTest, KeepsThePogramsOfATransportStream) {
   const MediaDescription media = ProbeSample("programs.ts");
   EXPECT_EQ(media.format_name, "mpegts");
