@@ -115,7 +115,7 @@ class StandardInput(Runs):
 
     def test_interrupt_while_it_is_open(self):
         for form, end in (("--json", b"]"), ("--ndjson", b"")):
-            for number in (signal.SIGINT, signal.SIGTERM):
+            for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
                 with self.subTest(form=form, number=number):
                     process = self.start("--stdin", form, stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=0)
                     process.stdin.write(os.fsencode(MP3) + b"\n")

@@ -7,6 +7,7 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -328,6 +329,8 @@ class OutputFile(Folder):
     def test_dash_is_a_name(self):
         self.assertEqual(self.run_tool("--json", "-o", "-", MP4).status, 0)
         self.assertEqual(os.listdir(self.folder), ["-"])
+        self.add("-")
+        self.assertEqual(self.run_tool("-").output.partition(b":")[0], b"-")
 
     def test_standard_output_can_be_named(self):
         with open(self.folder / "list", "wb") as file:
@@ -368,6 +371,16 @@ class StandardOutput(Folder):
                 with self.subTest(form=form, ignore=ignore):
                     done = self.run_shell(f"({ignore}'{tool.MEDIAPROBE}' {form} {names}) | head -c 10")
                     self.assertEqual((len(done.stdout), done.stderr), (10, ""))
+
+
+    def test_reader_that_leaves_is_told_by_the_status(self):
+        # What Python ignores itself it hands on, unless it is told to restore the signals.
+        for restores, status in ((True, -signal.SIGPIPE), (False, 1)):
+            with self.subTest(restores=restores):
+                process = subprocess.Popen([tool.MEDIAPROBE, "--ndjson", *[MP4] * 40], stdout=subprocess.PIPE,
+                                           restore_signals=restores)
+                process.stdout.close()
+                self.assertEqual(process.wait(tool.HANG_SECONDS), status)
 
 
 class Choices(Folder):

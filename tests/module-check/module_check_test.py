@@ -15,7 +15,6 @@ LIBRARIES = pathlib.Path(os.environ["LIBRARIES"])
 SOUND = MODULES / "sound_module.so"
 WRAPPING = MODULES / "wrapping_module.so"
 DECODER = LIBRARIES / "svg-decoder.so"
-MAN_PAGE = ROOT / "packaging" / "module-check.1"
 PAGE = ROOT / "docs" / "module-check.md"
 
 # Faults of the file itself: the module that has it, the checks that fail.
@@ -348,17 +347,6 @@ class Pages(unittest.TestCase):
 
     def test_the_help_was_understood(self):
         self.assertLessEqual({"-j", "--jobs", "--json", "--list", "-v", "--only", "--sample", "--version"}, self.options)
-
-    def test_the_man_page_has_every_option(self):
-        source = re.sub(r"\\f[A-Z]", "", MAN_PAGE.read_text(encoding="utf-8").replace("\\-", "-"))
-        options = source.split(".SH OPTIONS")[1].split(".SH ")[0]
-        tags = [item.split("\n", 1)[0] for item in options.split("\n.TP\n")[1:]]
-        self.assertEqual({name for tag in tags for name in re.findall(r"(?<![\w-])--?\w[\w-]*", tag)}, self.options)
-
-    def test_the_man_page_is_well_formed(self):
-        done = subprocess.run(["groff", "-man", "-Tutf8", "-ww", "-z", str(MAN_PAGE)], capture_output=True, text=True,
-                              timeout=60)
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
 
     def test_the_page_has_every_option_and_every_area(self):
         page, json_section = PAGE.read_text(encoding="utf-8").split("## The JSON object")
