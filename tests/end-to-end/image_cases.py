@@ -123,6 +123,10 @@ CASES = [
     _still("JPEG XL", JPEG_XL, "lossless.jxl", ["cjxl", "--quiet", "rgb.png", "lossless.jxl", "-d", "0", "-e", "3"]),
     _still("JPEG XL", JPEG_XL, "container.jxl", ["cjxl", "--quiet", "rgba.png", "container.jxl", "--container=1"],
            STRAIGHT),
+    _animation("JPEG XL", JPEG_XL, "animated.jxl",
+               ["cjxl", "--quiet", "frames.apng", "animated.jxl", "-d", "0", "-e", "3"]),
+    _animation("JPEG XL", JPEG_XL, "animated_container.jxl",
+               ["cjxl", "--quiet", "frames.apng", "animated_container.jxl", "-d", "1", "-e", "3", "--container=1"]),
 
     _still("JPEG 2000", OTHER, "ffmpeg.jp2", _ffmpeg("ffmpeg.jp2", "-c:v", "jpeg2000")),
     _still("JPEG 2000", OTHER, "ffmpeg.j2c",

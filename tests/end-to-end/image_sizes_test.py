@@ -25,6 +25,7 @@ def make_inputs(folder):
     maker.run_ffmpeg("input.exr", [*source, "-frames:v", "1", "-pix_fmt", "gbrpf32le"], folder)
     maker.run_ffmpeg("frame%d.png", [*source, "-vf", "negate=enable='eq(n,1)'", "-frames:v",
                                      str(len(image_cases.FRAMES)), "-pix_fmt", "rgb24"], folder)
+    maker.run_ffmpeg("frames.apng", ["-framerate", "10", "-i", "frame%d.png", "-plays", "0"], folder)
 
 
 def examine(folder, case):

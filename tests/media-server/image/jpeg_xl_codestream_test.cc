@@ -202,5 +202,49 @@ TEST(JpegXlCodestream, ThousandsOfChannelsEndWithTheBytes) {
   EXPECT_FALSE(header->alpha);
 }
 
+/// All fields up to the colours, of an animation with 24 ticks in 1.001 seconds and time codes.
+JpegXlBits UpToColours(bool has_preview = false) {
+  JpegXlBits bits;
+  bits.Size(100, kSquare).Put(0, 1).Put(1, 1).Put(0, 3).Put(0, 1).Put(has_preview, 1);
+  if (has_preview) bits.Put(1, 1).Put(0, 2).Put(kSquare, 3);  // 16 x 16
+  bits.Put(1, 1).Put(3, 2).Put(23999, 30).Put(1, 2).Put(0, 2).Put(1, 1);
+  return bits.Put(0, 3).Put(1, 1).Put(0, 2).Put(0, 1);  // depth, buffers, no channels, not XYB
+}
+
+TEST(JpegXlCodestream, FramesBeginBehindColoursTonesAndTransform) {
+  JpegXlBits plain = UpToColours();
+  plain.Put(1, 1).Put(1, 1).Put(0, 2).Put(1, 1).ToByte();  // all default
+  const auto header = Parse(plain.Bytes() + "frames");
+  ASSERT_TRUE(header && header->frame_rules);
+  EXPECT_EQ(header->frame_rules->ticks_per_second, 24000U);
+  EXPECT_EQ(header->frame_rules->ticks_divisor, 1001U);
+  EXPECT_TRUE(header->frame_rules->has_time_codes);
+  EXPECT_FALSE(header->frame_rules->is_xyb);
+  EXPECT_EQ(header->frame_rules->size, (PictureSize{100, 100}));
+  EXPECT_EQ(header->frame_rules->frames_begin, plain.Bytes().size());
+
+  JpegXlBits custom = UpToColours();
+  custom.Put(0, 1).Put(0, 1).Put(0, 2);       // colours: no profile, RGB
+  custom.Put(2, 2).Put(0, 4).Put(0, 2 * 21);  // white point of its own
+  custom.Put(2, 2).Put(0, 4);                 // primaries of its own:
+  custom.Put(0, 2 * 21).Put(1, 2).Put(0, 19).Put(2, 2).Put(0, 20).Put(3, 2).Put(0, 21).Put(0, 21);
+  custom.Put(1, 1).Put(0, 24).Put(1, 2);                          // gamma, intent
+  custom.Put(0, 1).Put(0, 32).Put(0, 1).Put(0, 16);               // tones
+  custom.Put(0, 2).Put(0, 1).Put(1, 3).Put(0, 15 * 16).ToByte();  // no extensions; weights of the first upsampling
+  const auto other = Parse(custom.Bytes() + "frames");
+  ASSERT_TRUE(other && other->frame_rules);
+  EXPECT_EQ(other->frame_rules->frames_begin, custom.Bytes().size());
+}
+
+TEST(JpegXlCodestream, FramesBehindWhatIsCompressedAreNotFound) {
+  JpegXlBits profile = UpToColours();
+  profile.Put(0, 1).Put(1, 1).Put(0, 2).Put(1, 1).Put(0, 2).Put(1, 1);
+  EXPECT_FALSE(Parse(profile.Bytes() + "frames")->frame_rules);
+  JpegXlBits preview = UpToColours(/*has_preview=*/true);
+  preview.Put(1, 1).Put(1, 1).Put(0, 2).Put(1, 1);
+  EXPECT_FALSE(Parse(preview.Bytes() + "frames")->frame_rules);
+  EXPECT_FALSE(Parse(UpToColours().Bytes())->frame_rules) << "cut short";
+}
+
 }  // namespace
 }  // namespace media_server::image

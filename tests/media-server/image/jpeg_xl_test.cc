@@ -55,6 +55,31 @@ TEST(JpegXl, TheCodestreamMayLieInParts) {
   EXPECT_EQ(headers.alpha, imagecore::kAlphaNone);
 }
 
+/// 300 x 150, an animation with a hundred ticks a second of two frames.
+std::string AnimatedCodestream() {
+  JpegXlBits bits;
+  bits.Size(150, 7).Put(0, 1).Put(1, 1).Put(0, 3).Put(0, 2);         // extra fields: orientation, no sizes
+  bits.Put(1, 1).Put(0, 2).Put(0, 2).Put(0, 2).Put(0, 1);            // animation
+  bits.Put(0, 3).Put(1, 1).Put(0, 2).Put(1, 1).Put(1, 1).Put(1, 1);  // depth, buffers, channels, XYB, colours, tones
+  bits.Put(0, 2).Put(1, 1).ToByte();                                 // no extensions, transform
+  const std::string first = JpegXlFrame{.duration_ticks = 20, .parts = 2 + 1 + 2}.Bytes();
+  return bits.Bytes() + first + JpegXlFrame{.duration_ticks = 30, .is_last = true}.Bytes();
+}
+
+TEST(JpegXl, AnAnimationHasADuration) {
+  const std::string codestream = AnimatedCodestream();
+  std::string parts;
+  for (std::size_t i = 0; i < codestream.size(); i += 3) parts += Box("jxlp", Be(i, 4) + codestream.substr(i, 3));
+  for (const std::string& bytes :
+       {codestream, Signature() + FileType() + Box("jxlc", codestream), Signature() + parts}) {
+    const PictureHeaders headers = Read(bytes);
+    EXPECT_EQ(headers.size, (PictureSize{300, 150}));
+    ASSERT_TRUE(headers.animation);
+    EXPECT_EQ(headers.animation->duration_s, 0.5);
+  }
+  EXPECT_FALSE(Read(Codestream()).animation);
+}
+
 TEST(JpegXl, MetadataStandInFrontOrBehind) {
   const std::string exif = Box("Exif", Be(0, 4) + "MM\0*first"s) + Box("Exif", Be(0, 4) + "MM\0*second"s);
   const std::string xml = Box("xml ", "<x:xmpmeta/>");
