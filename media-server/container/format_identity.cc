@@ -145,6 +145,8 @@ constexpr std::array kTopLevelBoxes = {"ftyp"sv, "styp"sv, "moov"sv, "mdat"sv, "
 
 bool IsTopLevelBox(std::string_view type) { return std::ranges::find(kTopLevelBoxes, type) != kTopLevelBoxes.end(); }
 
+bool IsLargeBox(std::string_view type) { return type == "moov" || type == "mdat" || type == "moof"; }
+
 /// Whether the box at `offset` is the last one: one that ends at the input's end, or beyond it in an input cut short.
 bool EndsAtBox(IByteSource& source, std::uint64_t next_offset) {
   const auto size = source.Size();
@@ -172,8 +174,11 @@ std::optional<FormatIdentity> IdentifyBoxes(IByteSource& source, Bytes head, std
   if (type == "mdat" && size == 0) return kMov;
   if (size < header_size || size > UINT64_MAX - offset) return std::nullopt;
   const auto next = ReadBytes(source, offset + size, 8);
-  if (next.size() < 8 ? EndsAtBox(source, offset + size) : IsTopLevelBox(AsText(next).substr(4))) return kMov;
-  return std::nullopt;
+  if (next.size() == 8) return IsTopLevelBox(AsText(next).substr(4)) ? std::optional(kMov) : std::nullopt;
+  // Of an input cut short only boxes that are large are believed: "uuid" and "free" are words, too.
+  const auto end = source.Size();
+  const bool is_whole = end == offset + size;
+  return EndsAtBox(source, offset + size) && (is_whole || IsLargeBox(type)) ? std::optional(kMov) : std::nullopt;
 }
 
 /// EBML header (RFC 8794 section 11.2.1) with one of the document types that the demuxer takes.

@@ -5,6 +5,7 @@
 #include <span>
 #include <utility>
 
+#include "media-server/container/guess.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media_server/refusals.h"
@@ -58,6 +59,19 @@ std::string ReasonOf(int error, const BoundedSource& source) {
   }
 }
 
+// Who reads content that no mark proves; null, with the reason, where nothing but chance speaks for anybody.
+const AVInputFormat* GuessDemuxer(AVFormatContext& context, BoundedSource& source, std::string* reason) {
+  const AVInputFormat* format = nullptr;
+  const int score = av_probe_input_buffer2(context.pb, &format, /*url=*/"", &context, /*offset=*/0,
+                                           static_cast<unsigned>(kFormatProbeSize));
+  const bool is_plausible =
+      score >= kLeastProbeScore && format != nullptr && IsPlausibleGuess(source, format->name, score);
+  if (is_plausible) return format;
+  const bool is_read = score >= 0 || score == AVERROR_INVALIDDATA;
+  *reason = is_read ? std::string(refusals::kNotMedia) : ReasonOf(score, source);
+  return nullptr;
+}
+
 class Dictionary {
  public:
   Dictionary() = default;
@@ -87,23 +101,23 @@ std::unique_ptr<Demuxer> Demuxer::Open(BoundedSource& source, const DemuxerOptio
   context->flags |= AVFMT_FLAG_CUSTOM_IO;
   context->interrupt_callback = {&Interrupted, const_cast<BoundedSource*>(&demuxer->io_.Source())};
   context->io_open = &RefuseToOpen;
-  context->format_probesize = static_cast<int>(kFormatProbeSize);
   context->probesize = options.probe_size;
   context->max_probe_packets = kMostProbePackets;
   context->max_streams = static_cast<int>(kMostStreams);
 
+  const AVInputFormat* format = FindDemuxer(options.demuxer);
+  if (format == nullptr && (format = GuessDemuxer(*context, source, reason)) == nullptr) {
+    avformat_free_context(context);
+    return nullptr;
+  }
   Dictionary demuxer_options;
   if (!options.decryption_key.empty()) demuxer_options.Set("decryption_key", options.decryption_key);
-  const int status = avformat_open_input(&context, /*url=*/"", FindDemuxer(options.demuxer), demuxer_options.Put());
+  const int status = avformat_open_input(&context, /*url=*/"", format, demuxer_options.Put());
   if (status < 0) {  // the context is freed already
     *reason = status == AVERROR_INVALIDDATA && options.demuxer.empty() ? refusals::kNotMedia : ReasonOf(status, source);
     return nullptr;
   }
   demuxer->context_.reset(context);
-  if (options.demuxer.empty() && context->probe_score < kLeastProbeScore) {
-    *reason = refusals::kNotMedia;
-    return nullptr;
-  }
   return demuxer;
 }
 

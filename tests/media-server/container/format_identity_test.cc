@@ -170,6 +170,12 @@ TEST(FormatIdentity, MovieCutWithinItsFirstBoxIsQuickTime) {
   EXPECT_FALSE(IdentifyFormat(endless));
 }
 
+TEST(FormatIdentity, WordsWhereABoxHasItsTypeAreNoMovie) {
+  EXPECT_EQ(ShortName("/* guuid.h - unique ids */"), "none");
+  EXPECT_EQ(ShortName(Be(1000, 4) + "free" + Zeros(4)), "none");
+  EXPECT_EQ(ShortName(Be(12, 4) + "free" + Zeros(4)), "mov") << "a whole box";
+}
+
 TEST(FormatIdentity, BoxOfTheLargestSizeDoesNotWrapAround) {
   EXPECT_EQ(ShortName(Be(1, 4) + "mdat" + Be(UINT64_MAX, 8) + Be(8, 4) + "moov"), "mov");
   EXPECT_EQ(ShortName(Id3(10) + Be(1, 4) + "mdat" + Be(UINT64_MAX, 8) + Be(8, 4) + "moov"), "none");

@@ -298,6 +298,17 @@ TEST(MediaProberTest, SurvivesDamage) {
   }
 }
 
+TEST(MediaProberTest, TakesTextForNoMedia) {
+  const std::string texts[] = {
+      "/* guuid.h - a header of unique ids */\n#define X\n",  // "uuid" where a box has its type
+      "/* skip */\nint x;\n", std::string(5000, '/') + "\n"};
+  for (const std::string& text : texts) {
+    std::string reason;
+    EXPECT_EQ(Probe({text.begin(), text.end()}, &reason), nullptr) << text.substr(0, 40);
+    EXPECT_EQ(reason, "not a media file") << text.substr(0, 40);
+  }
+}
+
 TEST(MediaProberTest, TakesRandomBytesForNoMedia) {
   std::mt19937 random(7);
   for (int round = 0; round < 50; ++round) {
