@@ -21,6 +21,7 @@
 #include "media-server/io/span_source.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/av_handles.h"
+#include "media-server/probe/dv_frame.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
 
@@ -209,6 +210,15 @@ PictureHeader ReadJpeg2000(AVStream& stream, const SampleReader& samples) {
   return header;
 }
 
+// Where the container names no size, the next frame is read for more than its header.
+PictureHeader ReadDv(AVStream& stream, const SampleReader& samples) {
+  if (IsUnsizedDv(stream)) return {};
+  PictureHeader header{.parameters = ReadDvFrame(samples.ReadFirst(stream)).value_or(PictureParameters())};
+  // Encoders call all frames interlaced; containers that tell it know better.
+  if (NumberIn(stream.codecpar->field_order) != AV_FIELD_UNKNOWN) header.parameters.field_order.reset();
+  return header;
+}
+
 PictureHeader ReadUtVideo(AVStream& stream, const SampleReader&) {
   return {.parameters = codec::UtVideoFormat(stream.codecpar->codec_tag).value_or(PictureParameters())};
 }
@@ -255,6 +265,7 @@ constexpr Reader kReaders[] = {
     {AV_CODEC_ID_MPEG4, ProfiledCodec::kMpeg4Visual, &ReadExtradata<&codec::ReadMpeg4Visual>},
     {AV_CODEC_ID_PRORES, ProfiledCodec::kProRes, &ReadProRes},
     {AV_CODEC_ID_JPEG2000, std::nullopt, &ReadJpeg2000},
+    {AV_CODEC_ID_DVVIDEO, std::nullopt, &ReadDv},
     {AV_CODEC_ID_MAGICYUV, std::nullopt, &ReadFirstSample<&codec::ReadMagicYuvFrame>},
     {AV_CODEC_ID_UTVIDEO, std::nullopt, &ReadUtVideo},
     {AV_CODEC_ID_HUFFYUV, std::nullopt, &ReadHuffYuv},

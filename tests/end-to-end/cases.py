@@ -198,6 +198,12 @@ CODECS = [
     Case("magicyuv.mkv", pictures(seconds="0.2") + ["-c:v", "magicyuv", "-pix_fmt", "yuv444p"],
          {"0.bit_depth": 8, "0.chroma": "4:4:4"}),
     Case("cinepak.mov", pictures(seconds="0.2") + ["-c:v", "cinepak"], {"0.bit_depth": 8, "0.chroma": "RGB"}),
+    Case("pal_dv.mkv", pictures("720x576", seconds="0.2") + ["-c:v", "dvvideo", "-pix_fmt", "yuv420p"],
+         {"0.bit_depth": 8, "0.chroma": "4:2:0"}),
+    Case("ntsc_dv.avi", pictures("720x480", "30000/1001", "0.2") + ["-c:v", "dvvideo", "-pix_fmt", "yuv411p"],
+         {"0.bit_depth": 8, "0.chroma": "4:1:1"}),
+    Case("dvcpro50.mov", pictures("720x576", seconds="0.2") + ["-c:v", "dvvideo", "-pix_fmt", "yuv422p"],
+         {"0.bit_depth": 8, "0.chroma": "4:2:2"}),
     Case("latm.latm", tone() + [*AAC, "-f", "latm"], {"0.codec": "aac_latm", "0.profile": "LC"}),
 ]
 

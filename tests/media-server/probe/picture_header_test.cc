@@ -150,6 +150,30 @@ TEST_F(PictureHeaderTest, IntermediatesTellTheirFormatWhereTheyKeepIt) {
   EXPECT_EQ(Read(AV_CODEC_ID_HUFFYUV, {}).parameters.chroma_sampling, 420);
 }
 
+TEST_F(PictureHeaderTest, AFrameOfDvTellsItsFormatInAnyContainer) {
+  Bytes frame(144'000, 0);
+  frame[1] = 0x07;
+  frame[3] = 0xBF;                // 625 lines
+  frame[5 * 80 + 48] = 0x60;      // the video's source:
+  frame[5 * 80 + 48 + 3] = 0x20;  // 625 lines at 25 Mb/s
+  frame[5 * 80 + 48 + 5] = 0x61;  // its source control: fields, the lower first
+  frame[5 * 80 + 48 + 8] = 0x50;
+  codec_.width = 720;
+  codec_.height = 576;
+  const PictureHeader header = Read(AV_CODEC_ID_DVVIDEO, frame);
+  EXPECT_EQ(header.parameters.chroma_sampling, 420);
+  EXPECT_EQ(header.parameters.bit_depth, 8);
+  EXPECT_EQ(header.parameters.field_order, FieldOrder::kBottomFirst);
+  EXPECT_LE(bytes_read_, SampleReader::kSampleStart);
+  codec_.field_order = AV_FIELD_PROGRESSIVE;
+  EXPECT_EQ(Read(AV_CODEC_ID_DVVIDEO, frame).parameters.field_order, std::nullopt) << "the container's counts";
+}
+
+TEST_F(PictureHeaderTest, FramesOfDvWithoutASizeAreLeftToTheirReader) {
+  EXPECT_EQ(Read(AV_CODEC_ID_DVVIDEO, Bytes(144'000, 0)).parameters.bit_depth, std::nullopt);
+  EXPECT_EQ(bytes_read_, 0U);
+}
+
 TEST_F(PictureHeaderTest, NamesProfilesOfCodecsThatAnalysisReads) {
   EXPECT_EQ(Read(AV_CODEC_ID_MJPEG, {}).profiled_codec, codec::ProfiledCodec::kMjpeg);
   EXPECT_EQ(Read(AV_CODEC_ID_DNXHD, {}).profiled_codec, codec::ProfiledCodec::kDnxhd);
