@@ -41,22 +41,24 @@ std::vector<std::uint8_t> SampleReader::ReadStart(AVStream& stream, int sample, 
 std::vector<std::uint8_t> SampleReader::ReadFirst(AVStream& stream) const {
   if (has_sample_index_) return ReadStart(stream, 0, kSampleStart);
   if (!first_packets_) first_packets_ = ReadPackets();
-  const auto packet = first_packets_->find(stream.index);
-  return packet != first_packets_->end() ? packet->second : std::vector<std::uint8_t>();
+  const auto packet = std::ranges::find(*first_packets_, stream.index, &Packet::stream);
+  return packet != first_packets_->end() ? packet->start : std::vector<std::uint8_t>();
 }
 
 std::string_view SampleReader::Demuxer() const { return context_.iformat->name; }
 
-SampleReader::Packets SampleReader::ReadPackets() const {
-  Packets packets;
+std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
+  std::vector<Packet> packets;
   const PacketHandle packet(av_packet_alloc());
   const auto pictures = static_cast<std::size_t>(
       std::ranges::count_if(Streams(context_), [](const AVStream* stream) { return IsPicture(*stream); }));
   for (int i = 0; packet && i < kMostPackets && packets.size() < pictures; ++i) {
     if (av_read_frame(&context_, packet.get()) < 0) break;
-    if (IsPicture(*context_.streams[packet->stream_index]) && packet->size > 0) {
+    const int stream = packet->stream_index;
+    const bool is_first = std::ranges::find(packets, stream, &Packet::stream) == packets.end();
+    if (is_first && IsPicture(*context_.streams[stream]) && packet->size > 0) {
       const std::size_t size = std::min(static_cast<std::size_t>(packet->size), kSampleStart);
-      packets.try_emplace(packet->stream_index, packet->data, packet->data + size);
+      packets.push_back({stream, {packet->data, packet->data + size}});
     }
     av_packet_unref(packet.get());
   }

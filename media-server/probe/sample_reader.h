@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -37,14 +36,17 @@ class SampleReader {
   static constexpr std::size_t kSampleStart = 4096;
 
  private:
-  using Packets = std::map<int, std::vector<std::uint8_t>>;
+  struct Packet {
+    int stream;
+    std::vector<std::uint8_t> start;
+  };
 
-  Packets ReadPackets() const;
+  std::vector<Packet> ReadPackets() const;
 
   AVFormatContext& context_;
   bool has_sample_index_;
   IByteSource& source_;
-  mutable std::optional<Packets> first_packets_;  // by stream; packets can be read only once
+  mutable std::optional<std::vector<Packet>> first_packets_;  // can be read only once
 };
 
 }  // namespace media_server::probe
