@@ -15,6 +15,7 @@
 #include "media-server/objects/media_info_object.h"
 #include "media-server/probe/media_prober.h"
 #include "media-server/refused_allocations.h"
+#include "media_server/refusals.h"
 #include "platform/text.h"
 
 namespace media_server {
@@ -38,6 +39,8 @@ class Losses {
   const IByteSource& source_;
   const std::uint64_t refused_before_ = RefusedAllocations();
 };
+
+constexpr char kOutOfReach[] = "lies too far behind for a server that gives files from their start only";
 
 class MediaServer final : public ComObject<IMediaServer> {
  public:
@@ -100,6 +103,7 @@ class MediaServer final : public ComObject<IMediaServer> {
     BoundedSource bounded(*source, ReadBudget());
     const Losses losses(*source);
     auto media = probe::ProbeMedia(bounded, DecryptionKey(), reason);
+    if (!media && source->LeftOutOfReach() && *reason != refusals::kNotMedia) *reason = kOutOfReach;
     if (!losses.AreNone(reason) || !media) return {};
     return MakeMediaInfo(std::move(media));
   }

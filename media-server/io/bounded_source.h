@@ -36,6 +36,7 @@ class BoundedSource final : public IByteSource {
   const char* ReadFailure() const override { return source_.ReadFailure(); }
   std::optional<std::uint64_t> Size() const override { return source_.Size(); }
   bool IsRemote() const override { return source_.IsRemote(); }
+  bool LeftOutOfReach() const override { return source_.LeftOutOfReach(); }
 
   /// Reads at least one byte where `ReadAt` reads them all, but no more than is held, or than the budget allows. For
   /// readers that fill a buffer with whatever comes: they read nothing then that they may not want.

@@ -27,6 +27,10 @@ class IByteSource {
   /// True when bytes that do not follow those read last cost a request to a server.
   virtual bool IsRemote() const { return false; }
 
+  /// True once bytes were asked for that the input has and that cannot be had: they lie too far behind in what a server
+  /// gives from its start on only. That is no failure: what was made of the others holds, but for what the end tells.
+  virtual bool LeftOutOfReach() const { return false; }
+
   /// Tells that these bytes will be wanted soon, so that a source whose bytes lie on a slow disk may fetch them
   /// meanwhile. Changes no answer.
   virtual void WillRead(std::uint64_t /*offset*/, std::uint64_t /*size*/) {}

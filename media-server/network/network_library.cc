@@ -27,6 +27,9 @@ using Clock = std::chrono::steady_clock;
 // A request asks for this much at least: another one takes longer. Where reading goes on, the pieces grow.
 constexpr std::size_t kFirstPiece = 64 * 1024;
 constexpr std::size_t kLargestPiece = 512 * 1024;
+// Of a server that only gives the whole from the start on so much is read, and kept, since readers go back.
+constexpr std::uint64_t kMostFromStart = std::uint64_t{8} << 20;
+
 constexpr std::uint64_t kMostAtOnce = std::numeric_limits<int>::max();
 
 const char* ReasonOf(int error) {
@@ -79,7 +82,7 @@ class NetworkSource final : public IByteSource {
     const std::uint64_t end = Size().value_or(std::numeric_limits<std::int64_t>::max());
     if (offset >= end) return 0;
     out = out.first(static_cast<std::size_t>(std::min<std::uint64_t>({out.size(), end - offset, kMostAtOnce})));
-    if (!gives_ranges_) return ReadOn(offset, out);
+    if (!gives_ranges_) return ReadFromStart(offset, out);
     std::size_t done = 0;
     while (done < out.size()) {
       const auto rest = out.subspan(done);
@@ -92,6 +95,7 @@ class NetworkSource final : public IByteSource {
 
   const char* ReadFailure() const override { return failure_; }
   bool IsRemote() const override { return true; }
+  bool LeftOutOfReach() const override { return left_out_of_reach_; }
 
   std::optional<std::uint64_t> Size() const override { return size_; }
 
@@ -139,17 +143,17 @@ class NetworkSource final : public IByteSource {
     return got > 0;
   }
 
-  /// Reads on from where the answer of the server stands, or seeks where it is elsewhere.
-  std::size_t ReadOn(std::uint64_t offset, std::span<std::uint8_t> out) {
-    if (context_ == nullptr) return 0;
-    deadline_ = Clock::now() + timeout_;
-    const auto target = static_cast<std::int64_t>(offset);
-    if (avio_tell(context_) != target) {
-      const std::int64_t position = avio_seek(context_, target, SEEK_SET);
-      if (position < 0) KeepFailure(static_cast<int>(position));
-      if (position != target) return 0;
+  /// Reads on to the end of `out`, as far as the bound allows; what comes before is kept for later.
+  std::size_t ReadFromStart(std::uint64_t offset, std::span<std::uint8_t> out) {
+    const std::uint64_t wanted = offset + out.size();
+    if (size_ && wanted > kMostFromStart) left_out_of_reach_ = true;
+    const auto end = static_cast<std::size_t>(std::min(wanted, kMostFromStart));
+    if (offset < end && piece_.size() < end && context_ != nullptr) {
+      const std::size_t begin = piece_.size();
+      piece_.resize(end);
+      piece_.resize(begin + ReadNext(std::span(piece_).subspan(begin)));
     }
-    return ReadNext(out);
+    return CopyPiece(offset, out);
   }
 
   /// Reads what the server sends next. libavformat counts it from 0, whatever was asked for.
@@ -162,9 +166,9 @@ class NetworkSource final : public IByteSource {
     return static_cast<std::size_t>(std::max(got, 0));
   }
 
-  /// A server that only gives everything from the start on, and an end where the length is not known, are none.
+  /// An end where the length is not known is none.
   void KeepFailure(int error) {
-    const bool is_none = error == 0 || error == AVERROR(ENOSYS) || (error == AVERROR_EOF && !Size());
+    const bool is_none = error == 0 || (error == AVERROR_EOF && !Size());
     if (failure_ != nullptr || is_none) return;
     failure_ = error == AVERROR_EOF || error == AVERROR(EIO) ? "the server breaks off" : ReasonOf(error);
   }
@@ -183,6 +187,7 @@ class NetworkSource final : public IByteSource {
   std::uint64_t piece_begin_ = 0;
   std::size_t piece_size_ = 0;
   std::vector<std::uint8_t> piece_;  // read last
+  bool left_out_of_reach_ = false;
   const char* failure_ = nullptr;
 };
 

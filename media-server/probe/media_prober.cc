@@ -62,6 +62,14 @@ void SetEndOfFragments(const Mp4Duration& duration, AVFormatContext& context) {
   for (AVStream* stream : Streams(context)) stream->duration = av_rescale_q(ticks, seconds, stream->time_base);
 }
 
+// libavformat takes the latest time that it has seen for the end where the end itself cannot be read.
+void ForgetTimesOfEnd(AVFormatContext& context) {
+  if (context.duration_estimation_method != AVFMT_DURATION_FROM_PTS) return;
+  context.duration = AV_NOPTS_VALUE;
+  context.bit_rate = 0;
+  for (AVStream* stream : Streams(context)) stream->duration = AV_NOPTS_VALUE;
+}
+
 // The length of sound that reaches to the end of the file, whatever its header says; of none where that is not known.
 void SetLengthOfSound(std::optional<std::uint64_t> bytes, AVFormatContext& context) {
   for (AVStream* stream : Streams(context)) {
@@ -200,6 +208,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   if (container.movie && container.movie->fragment_duration && source.Spent()) {
     SetEndOfFragments(*container.movie->fragment_duration, context);
   }
+  if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
   if (container.endless_sound) SetLengthOfSound(container.endless_sound->size_bytes, context);
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);

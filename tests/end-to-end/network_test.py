@@ -35,7 +35,11 @@ class RangeHandler(http.server.BaseHTTPRequestHandler):
             self.send_header("Content-Length", "0")
             self.end_headers()
             return
-        path = tool.SAMPLES / self.path.split("?")[0].rpartition("/")[2]
+        name = self.path.split("?")[0].rpartition("/")[2]
+        if name in RangeHandler.files:
+            self.send_file(RangeHandler.files[name])
+            return
+        path = tool.SAMPLES / name
         if not path.is_file():
             self.send_error(404)
             return
@@ -92,7 +96,26 @@ class Served(unittest.TestCase):
         self.check_same_as_on_disk("song.flac", f"{self.root}/moved/song.flac")
 
     def test_server_without_ranges(self):
-        self.check_same_as_on_disk("upright.mp4", f"{self.root}/plain/upright.mp4")
+        for path in tool.samples():
+            with self.subTest(name=path.name):
+                self.check_same_as_on_disk(path.name, f"{self.root}/plain/{path.name}")
+
+    def test_end_that_a_server_without_ranges_keeps_back(self):
+        # Nothing but the end tells how long a transport stream is, and no movie is read without its index.
+        stream = (tool.SAMPLES / "programs.ts").read_bytes()
+        movie = (tool.SAMPLES / "upright.mp4").read_bytes()
+        head = int.from_bytes(movie[:4], "big")
+        padding = (9 << 20).to_bytes(4, "big") + b"free" + bytes((9 << 20) - 8)
+        RangeHandler.files["long.ts"] = stream * ((9 << 20) // len(stream) + 1)
+        RangeHandler.files["long.mp4"] = movie[:head] + padding + movie[head:]
+        record = tool.record_of(f"{self.root}/plain/long.ts")
+        self.assertEqual(record["format"], "mpegts")
+        self.assertEqual(record["size"], len(RangeHandler.files["long.ts"]))
+        self.assertNotIn("duration", record)
+        self.assertNotIn("bit_rate", record)
+        record, = tool.probe(f"{self.root}/plain/long.mp4").records()
+        self.assertEqual(record.get("error"), "lies too far behind for a server that gives files from their start only")
+        self.assertEqual(tool.record_of(f"{self.root}/long.mp4")["format"], "mp4")
 
     def test_proxy_of_the_environment(self):
         # A proxy is asked for the whole URL, whose host it alone can reach.
