@@ -7,6 +7,7 @@
 #include "fuzz/fuzzed_source.h"
 #include "media-server/container/asf_properties.h"
 #include "media-server/container/format_identity.h"
+#include "media-server/container/guess.h"
 #include "media-server/container/id3v1.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
@@ -73,6 +74,7 @@ void CheckRiff(FuzzedSource& source) {
   if (scan.aigc) RequireText(*scan.aigc, kMiB);
   if (scan.xmp) RequireText(*scan.xmp, kMiB);
   if (scan.broadcast) RequireText(scan.broadcast->description, 256);
+  if (scan.endless_data) FUZZ_CHECK(scan.endless_data->size_bytes.value_or(0) <= source.Size().value_or(0));
   FUZZ_CHECK(source.TakeBytesRead() <= 17 * kMiB);
 }
 
@@ -80,6 +82,11 @@ void CheckSmallReaders(FuzzedSource& source) {
   if (const auto properties = ReadAsfFileProperties(source)) {
     // What 64 bits of 100 ns from 1601 can say.
     if (properties->creation_unix_s) FUZZ_CHECK(*properties->creation_unix_s <= INT64_MAX / 2);
+  }
+  const auto frame_times = ReadAsfFrameTimes(source);
+  FUZZ_CHECK(frame_times.size() <= 64);
+  for (const AsfFrameTime& time : frame_times) {
+    FUZZ_CHECK(time.FramesPerSecond() >= 1.0 / 60 && time.FramesPerSecond() <= 1000);
   }
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   if (const auto tag = ReadId3v1(source)) {
@@ -91,7 +98,11 @@ void CheckSmallReaders(FuzzedSource& source) {
 void CheckIdentity(FuzzedSource& source) {
   const auto identity = IdentifyFormat(source);
   FUZZ_CHECK(source.TakeBytesRead() <= 128 * 1024);
-  if (!identity) return;
+  if (!identity) {
+    for (const char* demuxer : {"adp", "h263", "srt", "mov,mp4,m4a,3gp,3g2,mj2"}) IsPlausibleGuess(source, demuxer, 50);
+    FUZZ_CHECK(source.TakeBytesRead() <= 80 * 1024);
+    return;
+  }
   FUZZ_CHECK((identity->kind == ContentKind::kMedia) == !identity->demuxer.empty());
   FUZZ_CHECK(!identity->names.short_name.empty() && !identity->names.long_name.empty());
   FUZZ_CHECK(identity->kind != ContentKind::kMedia || NamesOfDemuxer(identity->demuxer).has_value());
