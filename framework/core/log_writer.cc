@@ -6,8 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
-#include <fstream>
+#include <cstdio>
+#include <memory>
+#include <system_error>
 #include <utility>
 
 #include "core/log.h"
@@ -71,9 +74,8 @@ void LogWriter::SetFile(const std::string& path) {
     output_.reset();
   } else {
     // The sink would make the folders that are missing.
-    std::ofstream file;
-    file.exceptions(std::ios::failbit);
-    file.open(path, std::ios::app);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "a"), std::fclose);
+    if (!file) throw std::system_error(errno, std::generic_category());
     output_ = std::make_shared<spdlog::sinks::basic_file_sink_st>(path);
   }
 }
