@@ -10,8 +10,8 @@
 namespace runtime {
 
 /// Throws `exception`, which the host is to catch, by the C++ runtime that the host shares with its libraries, if it
-/// does. Each copy of the runtime counts the exceptions that are under way in a thread. One thrown by ours and caught by
-/// the host's would leave both wrong for good, and the host's std::uncaught_exceptions() with them.
+/// does. Each copy of the runtime counts the exceptions that are under way in a thread. One thrown by ours and caught
+/// by the host's would leave both wrong for good, and the host's std::uncaught_exceptions() with them.
 template <typename Exception>
 [[noreturn]] void ThrowForHost(const Exception& exception) {
   using Allocate = void* (*)(std::size_t);
