@@ -11,10 +11,11 @@ class JpegXlBits {
   /// Starts with the signature.
   JpegXlBits() { Put(0x0AFF, 16); }
 
+  /// Beyond 64 bits zeros.
   JpegXlBits& Put(std::uint64_t value, unsigned count) {
     for (unsigned i = 0; i < count; ++i, ++bits_) {
       if (bits_ % 8 == 0) bytes_ += '\0';
-      if ((value >> i & 1) != 0) bytes_.back() = static_cast<char>(bytes_.back() | 1 << (bits_ % 8));
+      if (i < 64 && (value >> i & 1) != 0) bytes_.back() = static_cast<char>(bytes_.back() | 1 << (bits_ % 8));
     }
     return *this;
   }
