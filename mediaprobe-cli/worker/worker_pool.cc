@@ -227,13 +227,12 @@ void WorkerPool::Bury(std::unique_ptr<Worker> worker, bool was_late) {
   Worker::Request current = std::move(lost.front());
   lost.pop_front();
   const std::optional<int> wish = worker->wish();
+  const bool is_granted = !was_late && wish && Grant(*wish, current);
   if (was_late) {
     Fail(current, "takes longer than " + Seconds(callbacks_.time_limit(current.input)));
-  } else if (wish && Grant(*wish, current)) {
-    lost.push_front(std::move(current));
-  } else if (wish == kWishForOwnProcess) {
+  } else if (wish == kWishForOwnProcess && !is_granted) {
     Fail(current, "was replaced each time it was opened");
-  } else if (retried_.insert(current.number).second) {
+  } else if (is_granted || retried_.insert(current.number).second) {
     lost.push_front(std::move(current));
   } else {
     Fail(current, "the probe broke down twice: " + end);
