@@ -27,11 +27,12 @@ void WatchTime(suseconds_t us) {
   setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-void OnTrouble(int) { FirstTry::StartOver(); }
+// The address sanitizer takes memory before a call that does not return, and may be at that when the signal comes.
+[[gnu::no_sanitize_address]] void OnTrouble(int) { FirstTry::StartOver(); }
 
 }  // namespace
 
-void FirstTry::StartOver() {
+[[gnu::no_sanitize_address]] void FirstTry::StartOver() {
   WatchTime(0);
   setrlimit(RLIMIT_AS, &restart_memory);
   // A blocked signal would stay blocked in the program that is started.
