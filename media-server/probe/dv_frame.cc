@@ -4,8 +4,8 @@
 #include <cstddef>
 
 #include "media-server/codec/video_usability.h"
-#include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/packet_walk.h"
 
 extern "C" {
 #include <libavcodec/dv_profile.h>
@@ -77,19 +77,16 @@ bool IsUnsizedDv(const AVStream& stream) {
 }
 
 codec::PictureParameters ReadNextDvFrame(AVFormatContext& context, AVStream& stream) {
-  const PacketHandle packet(av_packet_alloc());
-  for (int i = 0; packet && i < kMostPackets && av_read_frame(&context, packet.get()) >= 0; ++i) {
-    if (packet->stream_index == stream.index) {
-      const auto picture = ReadDvFrame({packet->data, static_cast<std::size_t>(std::max(packet->size, 0))});
-      if (!picture) return {};
-      if (picture->frame_rate) stream.avg_frame_rate = RationalOf(*picture->frame_rate);
-      stream.codecpar->bit_rate =
-          av_rescale(packet->size * std::int64_t{8}, stream.avg_frame_rate.num, std::max(stream.avg_frame_rate.den, 1));
-      return *picture;
-    }
-    av_packet_unref(packet.get());
-  }
-  return {};
+  PacketWalk walk(context, {.packets = kMostPackets});
+  const AVPacket* packet = walk.Next();
+  while (packet != nullptr && packet->stream_index != stream.index) packet = walk.Next();
+  if (packet == nullptr) return {};
+  const auto picture = ReadDvFrame({packet->data, static_cast<std::size_t>(std::max(packet->size, 0))});
+  if (!picture) return {};
+  if (picture->frame_rate) stream.avg_frame_rate = RationalOf(*picture->frame_rate);
+  stream.codecpar->bit_rate =
+      av_rescale(packet->size * std::int64_t{8}, stream.avg_frame_rate.num, std::max(stream.avg_frame_rate.den, 1));
+  return *picture;
 }
 
 }  // namespace media_server::probe

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <limits>
 
-#include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/packet_walk.h"
 #include "media-server/probe/timing.h"
 
 namespace media_server::probe {
@@ -21,19 +21,10 @@ struct Count {
 };
 
 Count CountPictures(AVFormatContext& context) {
-  Count count;
-  const PacketHandle packet(av_packet_alloc());
-  if (!packet) return count;
-  while (count.bytes < kMostBytesCounted) {
-    if (av_read_frame(&context, packet.get()) < 0) {
-      count.to_the_end = true;
-      break;
-    }
-    ++count.pictures;
-    count.bytes += static_cast<std::uint64_t>(std::max(packet->size, 0));
-    av_packet_unref(packet.get());
-  }
-  return count;
+  PacketWalk walk(context, {.bytes = kMostBytesCounted});
+  std::uint64_t pictures = 0;
+  while (walk.Next() != nullptr) ++pictures;
+  return {pictures, walk.BytesSeen(), /*to_the_end=*/walk.ReachedEnd() != PacketWalk::End::kBound};
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/packet_walk.h"
 
 namespace media_server::probe {
 namespace {
@@ -113,17 +114,15 @@ bool TellsGopInPackets(const AVStream& stream) {
 std::optional<std::string> GopOfPackets(AVFormatContext& context, const AVStream& stream) {
   const CodecContextHandle codec(avcodec_alloc_context3(nullptr));
   const ParserHandle parser(av_parser_init(stream.codecpar->codec_id));
-  const PacketHandle packet(av_packet_alloc());
-  if (!codec || !parser || !packet || avcodec_parameters_to_context(codec.get(), stream.codecpar) < 0) {
+  if (!codec || !parser || avcodec_parameters_to_context(codec.get(), stream.codecpar) < 0) {
     return std::nullopt;
   }
   parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
   std::vector<GopPicture> pictures;
-  for (int i = 0; i < kMostPackets && av_read_frame(&context, packet.get()) >= 0; ++i) {
-    if (packet->stream_index == stream.index) {
-      if (const auto kind = KindOfPicture(*parser, *codec, *packet)) pictures.push_back(*kind);
-    }
-    av_packet_unref(packet.get());
+  PacketWalk walk(context, {.packets = kMostPackets});
+  while (const AVPacket* packet = walk.Next()) {
+    if (packet->stream_index != stream.index) continue;
+    if (const auto kind = KindOfPicture(*parser, *codec, *packet)) pictures.push_back(*kind);
   }
   return GopText(pictures);
 }

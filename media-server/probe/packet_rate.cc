@@ -4,16 +4,15 @@
 #include <cstdint>
 #include <string_view>
 
-#include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/packet_walk.h"
 #include "media-server/probe/streams.h"
 
 namespace media_server::probe {
 namespace {
 
 // Enough for some ten seconds of picture and sound.
-constexpr int kMostPackets = 1024;
-constexpr std::int64_t kMostBytes = std::int64_t{2} << 20;
+constexpr PacketBounds kBounds{.packets = 1024, .bytes = std::uint64_t{2} << 20};
 
 constexpr int kLargestTerm = 100'000;
 
@@ -34,16 +33,11 @@ void Count(const AVPacket& packet, Measure& measure) {
 
 Measure MeasurePackets(AVFormatContext& context, const AVStream& stream) {
   Measure measure;
-  const PacketHandle packet(av_packet_alloc());
-  std::int64_t bytes = 0;
-  for (int i = 0; packet && i < kMostPackets && bytes < kMostBytes; ++i) {
-    const int status = av_read_frame(&context, packet.get());
-    measure.to_the_end = status == AVERROR_EOF;
-    if (status < 0) break;
+  PacketWalk walk(context, kBounds);
+  while (const AVPacket* packet = walk.Next()) {
     if (packet->stream_index == stream.index) Count(*packet, measure);
-    bytes += packet->size;
-    av_packet_unref(packet.get());
   }
+  measure.to_the_end = walk.ReachedEnd() == PacketWalk::End::kFile;
   return measure;
 }
 

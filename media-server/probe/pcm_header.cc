@@ -4,8 +4,8 @@
 #include <array>
 #include <cstddef>
 
-#include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/packet_walk.h"
 #include "media-server/probe/streams.h"
 
 namespace media_server::probe {
@@ -113,12 +113,12 @@ void DescribePackedPcm(AVFormatContext& context) {
     return std::ranges::any_of(Streams(context), [](const AVStream* stream) { return LacksFormat(*stream); });
   };
   if (!any_lacks_format()) return;
-  const PacketHandle packet(av_packet_alloc());
-  for (int i = 0; packet && i < kMostPackets && any_lacks_format(); ++i) {
-    if (av_read_frame(&context, packet.get()) < 0) return;
+  PacketWalk walk(context, {.packets = kMostPackets});
+  while (any_lacks_format()) {
+    const AVPacket* packet = walk.Next();
+    if (packet == nullptr) return;
     const AVStream& stream = *context.streams[packet->stream_index];
     if (LacksFormat(stream)) Describe(*packet, *stream.codecpar);
-    av_packet_unref(packet.get());
   }
 }
 

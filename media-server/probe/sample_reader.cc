@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "media-server/probe/analysis_policy.h"
-#include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/packet_walk.h"
 #include "media-server/probe/streams.h"
 
 namespace media_server::probe {
@@ -49,18 +49,18 @@ std::string_view SampleReader::Demuxer() const { return context_.iformat->name; 
 
 std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
   std::vector<Packet> packets;
-  const PacketHandle packet(av_packet_alloc());
   const auto pictures = static_cast<std::size_t>(
       std::ranges::count_if(Streams(context_), [](const AVStream* stream) { return IsPicture(*stream); }));
-  for (int i = 0; packet && i < kMostPackets && packets.size() < pictures; ++i) {
-    if (av_read_frame(&context_, packet.get()) < 0) break;
+  PacketWalk walk(context_, {.packets = kMostPackets});
+  while (packets.size() < pictures) {
+    const AVPacket* packet = walk.Next();
+    if (packet == nullptr) break;
     const int stream = packet->stream_index;
     const bool is_first = std::ranges::find(packets, stream, &Packet::stream) == packets.end();
     if (is_first && IsPicture(*context_.streams[stream]) && packet->size > 0) {
       const std::size_t size = std::min(static_cast<std::size_t>(packet->size), kSampleStart);
       packets.push_back({stream, {packet->data, packet->data + size}});
     }
-    av_packet_unref(packet.get());
   }
   return packets;
 }

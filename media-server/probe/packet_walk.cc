@@ -1,0 +1,30 @@
+#include "media-server/probe/packet_walk.h"
+
+#include <algorithm>
+
+#include "media-server/probe/ffmpeg.h"
+
+namespace media_server::probe {
+
+PacketWalk::PacketWalk(AVFormatContext& context, const PacketBounds& bounds)
+    : context_(context), bounds_(bounds), packet_(av_packet_alloc()) {
+  if (!packet_) end_ = End::kError;
+}
+
+const AVPacket* PacketWalk::Next() {
+  if (end_ != End::kNone) return nullptr;
+  av_packet_unref(packet_.get());
+  if (packets_seen_ >= bounds_.packets || bytes_seen_ >= bounds_.bytes) {
+    end_ = End::kBound;
+    return nullptr;
+  }
+  if (const int status = av_read_frame(&context_, packet_.get()); status < 0) {
+    end_ = status == AVERROR_EOF ? End::kFile : End::kError;
+    return nullptr;
+  }
+  ++packets_seen_;
+  bytes_seen_ += static_cast<std::uint64_t>(std::max(packet_->size, 0));
+  return packet_.get();
+}
+
+}  // namespace media_server::probe

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include "media-server/probe/av_handles.h"
+
+namespace media_server::probe {
+
+/// How much of a file is read in search of something: no packet is begun behind either bound.
+struct PacketBounds {
+  int packets = std::numeric_limits<int>::max();
+  std::uint64_t bytes = std::numeric_limits<std::uint64_t>::max();  ///< in the packets
+};
+
+/// Reads the packets of a file from where reading stands, a bounded number. Borrows the context. What it passes is lost
+/// to later readers of packets.
+class PacketWalk {
+ public:
+  /// Why there is no further packet.
+  enum class End { kNone, kFile, kBound, kError };
+
+  PacketWalk(AVFormatContext& context, const PacketBounds& bounds);
+
+  /// The next packet, valid until the next call; null at the end, and from then on.
+  const AVPacket* Next();
+  /// `kNone` as long as `Next` may give more.
+  End ReachedEnd() const { return end_; }
+  /// In the packets given so far.
+  std::uint64_t BytesSeen() const { return bytes_seen_; }
+
+ private:
+  AVFormatContext& context_;
+  const PacketBounds bounds_;
+  PacketHandle packet_;
+  int packets_seen_ = 0;
+  std::uint64_t bytes_seen_ = 0;
+  End end_ = End::kNone;
+};
+
+}  // namespace media_server::probe
