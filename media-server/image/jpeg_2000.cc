@@ -76,10 +76,17 @@ std::optional<Codestream> ReadCodestreamStart(std::span<const std::uint8_t> byte
   const std::uint32_t left = reader.Be32();
   const std::uint32_t top = reader.Be32();
   if (!reader.Ok() || left > right || top > bottom) return std::nullopt;
-  Codestream codestream{{right - left, bottom - top}, {}, {}};
+  Codestream codestream{.size = {right - left, bottom - top}};
   reader.Skip(16);  // tiles
   ReadComponents(reader, codestream);
   return codestream;
+}
+
+/// A size that stands in a box already is kept.
+void Describe(const Codestream& codestream, PictureHeaders& headers) {
+  if (!headers.size) headers.size = codestream.size;
+  headers.bit_depth = codestream.bit_depth;
+  headers.chroma_sampling = codestream.chroma_sampling;
 }
 
 class Jpeg2000Boxes {
@@ -161,13 +168,11 @@ class Jpeg2000Boxes {
 
   void ReadCodestream(const Mp4Box& box) {
     constexpr std::size_t kHeadBytes = 64;
-    const auto start = ReadCodestreamStart(boxes_.Payload(box, kHeadBytes));
+    auto start = ReadCodestreamStart(boxes_.Payload(box, kHeadBytes));
     if (!start) return;
-    if (!headers_.size) headers_.size = start->size;
-    if (has_palette_) return;  // its components are numbers of colours
-    headers_.bit_depth = start->bit_depth;
-    headers_.chroma_sampling = start->chroma_sampling;
-    if (!start->chroma_sampling && is_rgb_) headers_.chroma_sampling = codec::kChromaRgb;
+    if (!start->chroma_sampling && is_rgb_) start->chroma_sampling = codec::kChromaRgb;
+    if (has_palette_) *start = {.size = start->size};  // its components are numbers of colours
+    Describe(*start, headers_);
   }
 
   void ReadUuid(const Mp4Box& box) {
@@ -196,11 +201,8 @@ bool ReadJpeg2000(IByteSource& source, PictureHeaders& headers) {
   if (AsText(head).starts_with("\xFF\x4F"sv)) {
     headers.fourcc = FourCC("j2k ");
     const auto start = ReadCodestreamStart(head);
-    if (!start) return false;
-    headers.size = start->size;
-    headers.bit_depth = start->bit_depth;
-    headers.chroma_sampling = start->chroma_sampling;
-    return true;
+    if (start) Describe(*start, headers);
+    return start.has_value();
   }
   headers.fourcc = FourCC("jp2 ");
   return Jpeg2000Boxes(source, headers).Read();

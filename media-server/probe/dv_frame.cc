@@ -81,7 +81,7 @@ codec::PictureParameters ReadNextDvFrame(AVFormatContext& context, AVStream& str
   const AVPacket* packet = walk.Next();
   while (packet != nullptr && packet->stream_index != stream.index) packet = walk.Next();
   if (packet == nullptr) return {};
-  const auto picture = ReadDvFrame({packet->data, static_cast<std::size_t>(std::max(packet->size, 0))});
+  const auto picture = ReadDvFrame(BytesOf(*packet));
   if (!picture) return {};
   if (picture->frame_rate) stream.avg_frame_rate = RationalOf(*picture->frame_rate);
   stream.codecpar->bit_rate =

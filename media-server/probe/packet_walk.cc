@@ -1,10 +1,15 @@
 #include "media-server/probe/packet_walk.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "media-server/probe/ffmpeg.h"
 
 namespace media_server::probe {
+
+std::span<const std::uint8_t> BytesOf(const AVPacket& packet) {
+  return {packet.data, static_cast<std::size_t>(std::max(packet.size, 0))};
+}
 
 PacketWalk::PacketWalk(AVFormatContext& context, const PacketBounds& bounds)
     : context_(context), bounds_(bounds), packet_(av_packet_alloc()) {
@@ -23,7 +28,7 @@ const AVPacket* PacketWalk::Next() {
     return nullptr;
   }
   ++packets_seen_;
-  bytes_seen_ += static_cast<std::uint64_t>(std::max(packet_->size, 0));
+  bytes_seen_ += BytesOf(*packet_).size();
   return packet_.get();
 }
 

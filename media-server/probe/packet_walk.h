@@ -2,10 +2,13 @@
 
 #include <cstdint>
 #include <limits>
+#include <span>
 
 #include "media-server/probe/av_handles.h"
 
 namespace media_server::probe {
+
+std::span<const std::uint8_t> BytesOf(const AVPacket& packet);
 
 /// How much of a file is read in search of something: no packet is begun behind either bound.
 struct PacketBounds {

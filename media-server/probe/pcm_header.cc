@@ -71,8 +71,7 @@ bool LacksFormat(const AVStream& stream) {
 }
 
 void Describe(const AVPacket& packet, AVCodecParameters& codec) {
-  const auto format =
-      ReadPcmHeader(*PcmCarrierOf(codec), {packet.data, static_cast<std::size_t>(std::max(packet.size, 0))});
+  const auto format = ReadPcmHeader(*PcmCarrierOf(codec), BytesOf(packet));
   if (!format) return;
   codec.sample_rate = static_cast<int>(format->sample_rate_hz);
   codec.bits_per_raw_sample = static_cast<int>(format->bits_per_sample);

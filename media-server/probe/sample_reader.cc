@@ -57,9 +57,10 @@ std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
     if (packet == nullptr) break;
     const int stream = packet->stream_index;
     const bool is_first = std::ranges::find(packets, stream, &Packet::stream) == packets.end();
-    if (is_first && IsPicture(*context_.streams[stream]) && packet->size > 0) {
-      const std::size_t size = std::min(static_cast<std::size_t>(packet->size), kSampleStart);
-      packets.push_back({stream, {packet->data, packet->data + size}});
+    const auto bytes = BytesOf(*packet);
+    if (is_first && IsPicture(*context_.streams[stream]) && !bytes.empty()) {
+      const auto start = bytes.first(std::min(bytes.size(), kSampleStart));
+      packets.push_back({stream, {start.begin(), start.end()}});
     }
   }
   return packets;
