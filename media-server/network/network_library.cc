@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "media-server/network/server_trust.h"
 #include "platform/export.h"
 
 extern "C" {
@@ -93,6 +94,9 @@ class NetworkSource final : public IByteSource {
     return done;
   }
 
+  /// Why Open failed with that error.
+  const char* Reason(int error) const { return trust_.Refusal() ? trust_.Refusal() : ReasonOf(error); }
+
   const char* ReadFailure() const override { return failure_; }
   bool IsRemote() const override { return true; }
   bool LeftOutOfReach() const override { return left_out_of_reach_; }
@@ -112,7 +116,7 @@ class NetworkSource final : public IByteSource {
     if (end) av_dict_set_int(&options, "end_offset", static_cast<std::int64_t>(*end), 0);
     const AVIOInterruptCB interrupt{&NetworkSource::Interrupted, this};
     deadline_ = Clock::now() + timeout_;
-    const int status = avio_open2(&context_, url_.c_str(), AVIO_FLAG_READ, &interrupt, &options);
+    const int status = trust_.Open(&context_, url_.c_str(), interrupt, &options);
     av_dict_free(&options);
     return status;
   }
@@ -170,7 +174,8 @@ class NetworkSource final : public IByteSource {
   void KeepFailure(int error) {
     const bool is_none = error == 0 || (error == AVERROR_EOF && !Size());
     if (failure_ != nullptr || is_none) return;
-    failure_ = error == AVERROR_EOF || error == AVERROR(EIO) ? "the server breaks off" : ReasonOf(error);
+    const bool breaks_off = (error == AVERROR_EOF || error == AVERROR(EIO)) && trust_.Refusal() == nullptr;
+    failure_ = breaks_off ? "the server breaks off" : Reason(error);
   }
 
   static int Interrupted(void* opaque) {
@@ -181,6 +186,7 @@ class NetworkSource final : public IByteSource {
   Clock::time_point deadline_;
   std::string url_;
   std::string proxy_;
+  ServerTrust trust_;
   AVIOContext* context_ = nullptr;
   std::optional<std::uint64_t> size_;
   bool gives_ranges_ = false;
@@ -203,7 +209,7 @@ extern "C" PLATFORM_EXPORT media_server::IByteSource* OpenMediaServerNetworkSour
   if (!source) return nullptr;
   const int status = source->Open(url, proxy);
   if (status < 0) {
-    *reason = media_server::ReasonOf(status);
+    *reason = source->Reason(status);
     return nullptr;
   }
   return source.release();
