@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <utility>
 
 #include "media_server/refusals.h"
@@ -29,18 +30,23 @@ constexpr const char* kPlacesOfTheNetwork[] = {"/etc/resolv.conf",
                                                "/etc/services",
                                                "/etc/ssl/openssl.cnf",
                                                "/usr/lib/ssl/cert.pem",
+                                               "/etc/ssl/cert.pem",
                                                "/etc/ssl/certs",
                                                "/etc/pki/tls/certs",
                                                "/etc/pki/ca-trust/extracted",
                                                "/usr/share/ca-certificates",
                                                "/usr/local/share/ca-certificates"};
-/// Where the user has other authorities.
-constexpr const char* kVariablesOfTheNetwork[] = {"SSL_CERT_FILE", "SSL_CERT_DIR"};
+/// Where the user has other authorities: in a file, and in folders with colons between them.
+constexpr char kFileOfAuthorities[] = "SSL_CERT_FILE";
+constexpr char kFoldersOfAuthorities[] = "SSL_CERT_DIR";
+constexpr const char* kVariablesOfTheNetwork[] = {kFileOfAuthorities, kFoldersOfAuthorities};
 
 void AllowNetwork(FileAccess& files) {
   for (const char* place : kPlacesOfTheNetwork) files.AllowReading(place);
-  for (const char* variable : kVariablesOfTheNetwork) {
-    if (const char* place = std::getenv(variable)) files.AllowReading(place);
+  if (const char* file = std::getenv(kFileOfAuthorities)) files.AllowReading(file);
+  if (const char* list = std::getenv(kFoldersOfAuthorities)) {
+    std::istringstream folders(list);
+    for (std::string folder; std::getline(folders, folder, ':');) files.AllowReading(folder);
   }
 }
 

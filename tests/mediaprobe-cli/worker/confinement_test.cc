@@ -287,6 +287,19 @@ TEST_F(ConfinementTest, ReadsForUrlsWhatFindsHostsAndNoSecrets) {
   EXPECT_EQ(ask(input_.c_str()), NoWithFileRules());
 }
 
+TEST_F(ConfinementTest, ReadsForUrlsTheAuthoritiesThatTheUserNames) {
+  const auto ask = [&](const char* variable, const std::string& value, const std::string& path) {
+    const auto enter = [&] {
+      setenv(variable, value.c_str(), 1);
+      return Confinement({}).Enter(kUrl, Company::kNetwork, {});
+    };
+    return InChild(enter, [&] { return CanRead(path) && getenv(variable) == value; });
+  };
+  EXPECT_EQ(ask("SSL_CERT_FILE", input_, input_), End::kYes);
+  EXPECT_EQ(ask("SSL_CERT_FILE", input_, other_), NoWithFileRules());
+  EXPECT_EQ(ask("SSL_CERT_DIR", "/nowhere:" + folder_.path(), other_), End::kYes);
+}
+
 TEST_F(ConfinementTest, LeavesNoCoreNoRightsAndNoView) {
   const pid_t child = fork();
   if (child == 0) {
