@@ -78,6 +78,14 @@ std::vector<std::uint8_t> Mp4BoxReader::WholePayload(const Mp4Box& box, std::siz
   return payload;
 }
 
+std::size_t Mp4BoxReader::ReadSource(std::uint64_t offset, std::span<std::uint8_t> out) {
+  const std::size_t got = std::min(source_.ReadAt(offset, out), out.size());
+  bytes_read_ += got;
+  const auto end = source_.Size();
+  if (got < out.size() && end && offset + got < *end) budget_spent_ = true;  // that of the source
+  return got;
+}
+
 std::size_t Mp4BoxReader::Read(std::uint64_t offset, std::span<std::uint8_t> out) {
   const bool in_window = offset >= window_offset_ && offset - window_offset_ <= window_.size() &&
                          window_.size() - (offset - window_offset_) >= out.size();
@@ -86,14 +94,10 @@ std::size_t Mp4BoxReader::Read(std::uint64_t offset, std::span<std::uint8_t> out
       budget_spent_ = true;
       return 0;
     }
-    if (out.size() >= kWindowSize) {
-      const std::size_t got = std::min(source_.ReadAt(offset, out), out.size());
-      bytes_read_ += got;
-      return got;
-    }
-    window_ = ReadBytes(source_, offset, kWindowSize);
+    if (out.size() >= kWindowSize) return ReadSource(offset, out);
+    window_.resize(kWindowSize);
+    window_.resize(ReadSource(offset, window_));
     window_offset_ = offset;
-    bytes_read_ += window_.size();
   }
   const auto at = static_cast<std::size_t>(offset - window_offset_);
   const std::size_t size = std::min(out.size(), window_.size() - at);

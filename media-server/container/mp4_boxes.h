@@ -62,10 +62,12 @@ class Mp4BoxReader {
   /// The whole payload; empty when it is longer than `most`, cut short or not covered by the byte budget.
   std::vector<std::uint8_t> WholePayload(const Mp4Box& box, std::size_t most);
 
+  /// True also where the source gave less than it has.
   bool BudgetSpent() const { return budget_spent_; }
 
  private:
   std::size_t Read(std::uint64_t offset, std::span<std::uint8_t> out);
+  std::size_t ReadSource(std::uint64_t offset, std::span<std::uint8_t> out);
 
   IByteSource& source_;
   Mp4BoxLimits limits_;

@@ -125,8 +125,9 @@ struct Mp4Movie {
   std::vector<Mp4Track> tracks;
   std::vector<Mp4MetaEntry> metadata;  ///< in file order
 
-  /// Media data without a movie box: the writer was stopped before it wrote the box that comes last.
-  bool MoovMissing() const { return has_mdat && !has_moov && !has_fragments; }
+  /// Media data without a movie box: the writer was stopped before it wrote the box that comes last. What lies behind
+  /// the end of a budget may be that box.
+  bool MoovMissing() const { return has_mdat && !has_moov && !has_fragments && !incomplete; }
 };
 
 /// Bounds on metadata, which hostile files inflate.

@@ -47,6 +47,7 @@ const AVInputFormat* FindDemuxer(std::string_view name) {
 
 std::string ReasonOf(int error, const BoundedSource& source) {
   if (source.TimeIsOver()) return "takes too long to read";
+  if (source.Spent()) return "more would have to be read than is allowed";
   switch (error) {
     case AVERROR_EOF:
       return "file ends early";

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 
 #include "tests/media-server/container/mp4_builder.h"
@@ -27,6 +30,33 @@ TEST(Mp4Boxes, WalksNeighbours) {
   EXPECT_EQ(second->payload_size, 0U);
   EXPECT_FALSE(boxes.Next(range));
   EXPECT_FALSE(boxes.BudgetSpent());
+}
+
+/// Gives nothing from some place on.
+class StingySource final : public MemorySource {
+ public:
+  StingySource(const std::string& bytes, std::uint64_t gives_before)
+      : MemorySource(bytes), gives_before_(gives_before) {}
+
+  std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
+    return offset < gives_before_ ? MemorySource::ReadAt(offset, out) : 0;
+  }
+
+ private:
+  std::uint64_t gives_before_;
+};
+
+TEST(Mp4Boxes, ASourceThatGivesNoMoreIsNoEndOfTheInput) {
+  const std::string bytes = Box("free", Zeros(3000)) + Box("moov");
+  const auto walk_ends_early = [&](std::uint64_t gives_before) {
+    StingySource source(bytes, gives_before);
+    Mp4BoxReader boxes(source, {});
+    Mp4BoxRange range = boxes.WholeInput();
+    while (boxes.Next(range)) continue;
+    return boxes.BudgetSpent();
+  };
+  EXPECT_FALSE(walk_ends_early(bytes.size()));
+  EXPECT_TRUE(walk_ends_early(1000));
 }
 
 TEST(Mp4Boxes, ReadsSizesOf64Bits) {

@@ -319,6 +319,14 @@ TEST(Mp4Movie, MediaDataWithoutMovieIsMissingIt) {
   EXPECT_FALSE(ReadBytes(Box("moof") + Box("mdat", "xyz")).MoovMissing());
 }
 
+TEST(Mp4Movie, MovieBehindTheEndOfABudgetIsNotMissing) {
+  MemorySource source(Box("mdat", "xyz") + Box("free") + Box("moov"));
+  const Mp4Movie movie = ReadMp4Movie(source, {.boxes = 2});
+  EXPECT_FALSE(movie.has_moov);
+  EXPECT_TRUE(movie.incomplete);
+  EXPECT_FALSE(movie.MoovMissing());
+}
+
 TEST(Mp4Metadata, EachMetaHasItsOwnKeys) {
   const Mp4Movie movie =
       ReadMoov(NamedMeta({{"com.apple.quicktime.make", Data(1, "Acme")}}) +

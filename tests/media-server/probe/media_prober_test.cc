@@ -259,13 +259,25 @@ std::string Box(const std::string& type, const std::string& content) {
   return Be(content.size() + 8, 4) + type + content;
 }
 
+std::string ManyBoxes(const std::string& type) {
+  std::string boxes;
+  for (int i = 0; i < 200'000; ++i) boxes += Box(type, "");
+  return boxes;
+}
+
+const std::string kBrands = Box("ftyp", "isom" + Zeros(4) + "isom");
+
 INSTANTIATE_TEST_SUITE_P(
     Files, RefusalTest,
-    testing::Values(Refused{"Empty", "", "empty file"}, Refused{"Text", "Just some words.\n", "not a media file"},
-                    Refused{"Picture", "\x89PNG\r\n\x1A\n" + Zeros(100), "a still image, not a media file"},
-                    Refused{"Svg", "<svg xmlns='http://www.w3.org/2000/svg'/>", "an SVG image, not a media file"},
-                    Refused{"Mp4WithoutIndex", Box("ftyp", "isom" + Zeros(4) + "isom") + Box("mdat", Zeros(1000)),
-                            "file ends early: its index, which is written last, is missing"}),
+    testing::Values(
+        Refused{"Empty", "", "empty file"}, Refused{"Text", "Just some words.\n", "not a media file"},
+        Refused{"Picture", "\x89PNG\r\n\x1A\n" + Zeros(100), "a still image, not a media file"},
+        Refused{"Svg", "<svg xmlns='http://www.w3.org/2000/svg'/>", "an SVG image, not a media file"},
+        Refused{"Mp4WithoutIndex", kBrands + Box("mdat", Zeros(1000)),
+                "file ends early: its index, which is written last, is missing"},
+        Refused{"Mp4OfEmptyBoxes", kBrands + ManyBoxes("meta"), "more would have to be read than is allowed"},
+        Refused{"Mp4WithItsIndexOutOfReach", kBrands + Box("mdat", Zeros(1000)) + ManyBoxes("meta") + Box("moov", ""),
+                "more would have to be read than is allowed"}),
     [](const auto& case_info) { return std::string(case_info.param.name); });
 
 TEST(MediaProberTest, NeverFailsTwoWaysAtOnceOnCutFiles) {
