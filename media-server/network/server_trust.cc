@@ -75,9 +75,8 @@ ServerTrust::Authorities ReadAuthorities() {
 bool DemandHost(SSL* connection, const char* host) {
   // To OpenSSL no name is any name, and one that starts with a dot is every name that ends so.
   if (*host == '\0' || *host == '.') return false;
-  X509_VERIFY_PARAM* demands = SSL_get0_param(connection);
-  if (X509_VERIFY_PARAM_set1_ip_asc(demands, host) == 1) return true;
-  // As browsers have it: "f*.example" is no name, and the subject, which may be anything, names no host.
+  // As browsers have it: "f*.example" is no name, and the subject, which may be anything, names no host. An address
+  // is told from a name by SSL_set1_host.
   SSL_set_hostflags(connection, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS | X509_CHECK_FLAG_NEVER_CHECK_SUBJECT);
   return SSL_set1_host(connection, host) == 1;
 }
