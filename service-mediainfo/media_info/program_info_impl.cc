@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -16,6 +17,9 @@ using platform::ComPtr;
 
 template <typename Description>
 using Descriptions = std::vector<std::shared_ptr<Description>>;
+
+/// Programs rarely have more streams of a kind; a list that grows from one on is copied again and again.
+constexpr std::size_t kUsualStreams = 4;
 
 /// Side streams that are kept whatever their format record says.
 constexpr std::array<std::uint32_t, 3> kSideStreams{media_server::kKeyboardStream, media_server::kMouseStream,
@@ -33,6 +37,7 @@ std::optional<Descriptions<Description>> DescribeAll(
   ComPtr<Stream> stream;
   for (std::uint32_t index = 0; std::int64_t{index} < list->GetCount(); ++index) {
     if (platform::Failed(list->GetAt(index, stream.Put())) || !stream) return std::nullopt;
+    if (index == 0) descriptions.reserve(kUsualStreams);
     if (!describe(*stream.Get(), descriptions)) return std::nullopt;
   }
   return descriptions;

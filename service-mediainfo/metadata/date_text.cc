@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdlib>
 #include <ctime>
 #include <span>
 #include <string_view>
+#include <system_error>
 
 namespace service::mediainfo {
 namespace {
@@ -22,17 +24,28 @@ struct Fields {
 /// What stands behind each field but the last.
 constexpr std::string_view kSeparators = ":::::,:::::";
 
-/// Reads as the C library's "%d:%d:%d:%d:%d:%d,%d:%d:%d:%d:%d:%d" does, in a third of its time: blanks and a sign may
-/// stand before each number, and the lowest bits are taken of one that is too large.
+/// As the C library's "%d": blanks and a sign may stand before the number, and the lowest bits are taken of one that is
+/// too large. The number's end; null where there is none.
+const char* ReadNumber(std::string_view text, int& value) {
+  // Nearly all numbers are digits alone, for which strtol takes five times as long.
+  if (const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value); error == std::errc())
+    return end;
+  char* end = nullptr;
+  const long number = std::strtol(text.data(), &end, 10);
+  if (end == text.data()) return nullptr;
+  value = static_cast<int>(number);
+  return end;
+}
+
+/// Reads as the C library's "%d:%d:%d:%d:%d:%d,%d:%d:%d:%d:%d:%d" does.
 Fields ReadFields(const char* text) {
   Fields fields;
+  std::string_view rest(text);
   for (int& value : fields.values) {
-    char* end = nullptr;
-    const long number = std::strtol(text, &end, 10);
-    if (end == text) break;
-    value = static_cast<int>(number);
+    const char* const end = ReadNumber(rest, value);
+    if (end == nullptr) break;
     if (++fields.found > kSeparators.size() || *end != kSeparators[fields.found - 1]) break;
-    text = end + 1;
+    rest.remove_prefix(static_cast<std::size_t>(end + 1 - rest.data()));
   }
   return fields;
 }

@@ -38,6 +38,8 @@ constexpr std::array<DateKey, 4> kDateKeys{{
 /// Room for all values of a file or a stream. From 1,024 bytes on glibc tidies up its free memory before it answers,
 /// which would cost more than filling the store: a file's opening leaves much behind.
 constexpr std::size_t kUsualEntries = 31;
+/// The one that comes and the one that it replaces.
+constexpr std::size_t kBuffersKeptAtOnce = 2;
 constexpr std::size_t kMaxKeyBytes = std::numeric_limits<std::uint32_t>::max();
 
 /// The last four bytes, or the whole of a shorter key. Keys begin alike, and few end alike.
@@ -50,6 +52,9 @@ std::uint32_t EndOf(std::string_view key) {
   }
   return end;
 }
+
+/// One of 64 bits, by the end of the key alone, multiplied to spread letters over the upper bits.
+std::uint64_t BitOf(std::uint32_t key_end) { return std::uint64_t{1} << (key_end * 0x9E3779B1U >> 26); }
 
 bool IsEmpty(const char* key) { return key == nullptr || *key == '\0'; }
 
@@ -73,13 +78,18 @@ bool ReadDate(const core::ValAny& stored, std::int64_t FileDates::*part, core::V
 }  // namespace
 
 MetadataInfoMPL::~MetadataInfoMPL() {
-  // One buffer may stand under two keys.
-  std::ranges::sort(buffers_, std::less<>());
-  std::for_each(buffers_.begin(), std::unique(buffers_.begin(), buffers_.end()), std::free);
+  std::ranges::sort(kept_buffers_, std::less<>());
+  for (const Entry& entry : entries_) {
+    if (entry.value.type() != core::ValType::kBuffer) continue;
+    void* const buffer = entry.value.AsBuffer<void>();
+    if (!std::ranges::binary_search(kept_buffers_, buffer, std::less<>())) std::free(buffer);
+  }
+  std::for_each(kept_buffers_.begin(), std::unique(kept_buffers_.begin(), kept_buffers_.end()), std::free);
 }
 
 MetadataInfoMPL::Entry* MetadataInfoMPL::Find(std::string_view key) {
   const std::uint32_t end = EndOf(key);
+  if ((key_bits_ & BitOf(end)) == 0) return nullptr;
   for (Entry& entry : entries_) {
     if (entry.key_end == end && entry.Key() == key) return &entry;
   }
@@ -107,7 +117,7 @@ bool MetadataInfoMPL::SetValue(const char* key, const core::ValAny* value) {
     core::ValAny copy(*value);
     const std::string_view text(key);
     Entry* const old = Find(text);
-    Store(old, old ? text : copied_keys_.emplace_front(text), std::move(copy));
+    Store(old, old ? text : copied_keys_.emplace_front(text), std::move(copy), /*may_repeat=*/true);
   } catch (const std::bad_alloc&) {
     CoreSetErrorText("out of memory");
     return false;
@@ -117,7 +127,7 @@ bool MetadataInfoMPL::SetValue(const char* key, const core::ValAny* value) {
 
 bool MetadataInfoMPL::Put(std::string_view key, core::ValAny value) {
   try {
-    Store(Find(key), key, std::move(value));
+    Store(Find(key), key, std::move(value), /*may_repeat=*/false);
   } catch (const std::bad_alloc&) {
     CoreSetErrorText("out of memory");
     return false;
@@ -131,19 +141,25 @@ bool MetadataInfoMPL::Put(std::string_view key, CBuffer buffer) {
   return true;
 }
 
-void MetadataInfoMPL::Store(Entry* old, std::string_view key, core::ValAny&& value) {
+void MetadataInfoMPL::Store(Entry* old, std::string_view key, core::ValAny&& value, bool may_repeat) {
   // Everything that can fail comes first.
   if (key.size() > kMaxKeyBytes) throw std::bad_alloc();
   if (!old && entries_.size() == entries_.capacity()) entries_.reserve(std::max(kUsualEntries, 2 * entries_.size()));
-  if (value.type() == core::ValType::kBuffer) {
-    if (buffers_.empty()) buffers_.reserve(kUsualEntries);
-    buffers_.push_back(value.AsBuffer<void>());
+  if ((old || may_repeat) && kept_buffers_.capacity() - kept_buffers_.size() < kBuffersKeptAtOnce) {
+    kept_buffers_.reserve(std::max(kUsualEntries, 2 * kept_buffers_.size()));
   }
+  if (may_repeat) Keep(value);
   if (old) {
+    Keep(old->value);
     old->value = std::move(value);
   } else {
     entries_.push_back({EndOf(key), static_cast<std::uint32_t>(key.size()), key.data(), std::move(value)});
+    key_bits_ |= BitOf(EndOf(key));
   }
+}
+
+void MetadataInfoMPL::Keep(const core::ValAny& value) {
+  if (value.type() == core::ValType::kBuffer) kept_buffers_.push_back(value.AsBuffer<void>());
 }
 
 }  // namespace service::mediainfo

@@ -26,10 +26,10 @@ class MetadataInfoMPL final : public IMetedataInfo {
 
   bool GetValue(const char* key, core::ValAny* out) override;
   bool SetValue(const char* key, const core::ValAny* value) override;
-  /// The same for the module's own keys, which are constants and not copied; nor is what `value` boxes. False when
-  /// memory runs out.
+  /// The same for the module's own keys, which are constants and not copied; nor is what `value` boxes. No buffer is
+  /// given like this. False when memory runs out.
   bool Put(std::string_view key, core::ValAny value);
-  /// A buffer that the store does not take is freed.
+  /// The same for a buffer, which is freed when the store does not take it.
   bool Put(std::string_view key, CBuffer buffer);
 
  private:
@@ -43,15 +43,20 @@ class MetadataInfoMPL final : public IMetedataInfo {
   };
 
   Entry* Find(std::string_view key);
-  /// Replaces the value of `old`, or adds an entry when that is null; `key` is not copied. Throws std::bad_alloc, and
-  /// then the store is as it was and owns nothing of `value`.
-  void Store(Entry* old, std::string_view key, core::ValAny&& value);
+  /// Replaces the value of `old`, or adds an entry when that is null; `key` is not copied. `may_repeat` tells that a
+  /// buffer in `value` may have been stored before. Throws std::bad_alloc, and then the store is as it was and owns
+  /// nothing of `value`.
+  void Store(Entry* old, std::string_view key, core::ValAny&& value, bool may_repeat);
+  /// Remembers a buffer in `value`. There must be room.
+  void Keep(const core::ValAny& value);
 
   std::vector<Entry> entries_;
+  /// A bit for each key, which several may share: most keys are known as new without a search.
+  std::uint64_t key_bits_ = 0;
   /// Keys of others, which may go after the call that brought them.
   std::forward_list<std::string> copied_keys_;
-  /// Every buffer ever stored, as often as it was.
-  std::vector<void*> buffers_;
+  /// Buffers that stand under no key any more, or may stand under several; the rest are found in their entries.
+  std::vector<void*> kept_buffers_;
 };
 
 }  // namespace service::mediainfo

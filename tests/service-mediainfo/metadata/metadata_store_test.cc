@@ -205,6 +205,33 @@ TEST_F(MetadataStoreTest, FreesABufferOnceThoughItStandsUnderTwoKeys) {
   EXPECT_STREQ(Get("a").AsBuffer(), "text");
 }
 
+TEST_F(MetadataStoreTest, KeepsTheBufferThatWasPutUnderAKeyPutAgain) {
+  ASSERT_TRUE(store_.Put("key", CBuffer(strdup("first"))));
+  const char* first = Get("key").AsBuffer();
+  ASSERT_TRUE(store_.Put("key", CBuffer(strdup("second"))));
+  EXPECT_STREQ(Get("key").AsBuffer(), "second");
+  EXPECT_STREQ(first, "first");
+  ASSERT_TRUE(store_.Put("key", ValAny::FromInt32(3)));
+  EXPECT_STREQ(first, "first");
+}
+
+TEST_F(MetadataStoreTest, FreesABufferOnceThatWasPutAndIsSetUnderOtherKeys) {
+  ASSERT_TRUE(store_.Put("put", CBuffer(strdup("text"))));
+  const ValAny value = Get("put");
+  ASSERT_TRUE(Set("put", value));
+  ASSERT_TRUE(Set("other", value));
+  ASSERT_TRUE(Set("put", ValAny::FromInt32(1)));
+  EXPECT_STREQ(Get("other").AsBuffer(), "text");
+}
+
+TEST_F(MetadataStoreTest, FreesManyBuffersThatWereReplaced) {
+  for (int round = 0; round < 100; ++round) {
+    ASSERT_TRUE(Set("set", MallocedText("text")));
+    ASSERT_TRUE(store_.Put("put", CBuffer(strdup("text"))));
+  }
+  EXPECT_STREQ(Get("set").AsBuffer(), "text");
+}
+
 TEST_F(MetadataStoreTest, KeepsANullBuffer) {
   ASSERT_TRUE(Set("key", ValAny::FromBuffer(nullptr)));
   EXPECT_EQ(Get("key").type(), ValType::kBuffer);
