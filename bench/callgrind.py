@@ -20,10 +20,12 @@ ENVIRONMENT = {"GLIBC_TUNABLES": PLAIN_PROCESSOR, "LC_ALL": "C", "TZ": "UTC0", "
 
 @dataclasses.dataclass
 class Profile:
-    """Instructions of one run: all of them, and those of each function with what it called; how often it was."""
+    """Instructions of one run: all of them, and those of each function with what it called; how often it was; and those
+    of all calls from one file of code, a program's or a library's, into another, by the names of both."""
     total: int
     inclusive: dict
     calls: dict
+    between: dict
 
 
 def read_profile(path):
@@ -32,8 +34,11 @@ def read_profile(path):
     names = {}
     inclusive = {}
     calls = {}
+    files = {}
+    between = {}
     total = 0
     callee = None
+    caller_file = callee_file = None
     is_call_cost = False
     with open(path, encoding="utf-8", errors="replace") as lines:
         for line in lines:
@@ -42,16 +47,24 @@ def read_profile(path):
                 names.setdefault(number, name)
                 if is_callee:
                     callee = names[number]
+            elif match := re.match(r"(c?)ob=\((\d+)\)(?: (.*))?", line):
+                is_callee, number, name = match.groups()
+                files.setdefault(number, name)
+                callee_file = files[number]
+                if not is_callee:
+                    caller_file = callee_file
             elif line.startswith("calls="):
                 calls[callee] = calls.get(callee, 0) + int(line[len("calls="):].split()[0])
                 is_call_cost = True
             elif line[0] in "0123456789+-*" and (fields := line.split()) and len(fields) == 2:
                 if is_call_cost:
                     inclusive[callee] = inclusive.get(callee, 0) + int(fields[1])
+                    between[caller_file, callee_file] = between.get((caller_file, callee_file), 0) + int(fields[1])
+                    callee_file = caller_file  # also of the next call, unless it says otherwise
                 else:
                     total += int(fields[1])
                 is_call_cost = False
-    return Profile(total, inclusive, calls)
+    return Profile(total, inclusive, calls, between)
 
 
 def profile(command, folder, options=()):

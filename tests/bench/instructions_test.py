@@ -27,6 +27,7 @@ PROFILE = """\
 version: 1
 events: Ir
 
+ob=(1) /bin/program
 fn=(1) below
 0 100
 cfn=(2) main
@@ -35,15 +36,25 @@ calls=1 0
 
 fn=(2)
 0 500
+cob=(2) /lib/library.so
 cfn=(3) helper
 calls=3 0
 0 300
+cob=(2)
 cfn=(3)
 calls=1 0
-+0 100
++0 60
+cfn=(4) inline_helper
+calls=1 0
+0 40
 
+ob=(2)
 fn=(3)
-0 400
+0 360
+
+ob=(1)
+fn=(4)
+0 40
 
 totals: 1000
 """
@@ -81,8 +92,9 @@ class InstructionsTest(unittest.TestCase):
             file.flush()
             profile = callgrind.read_profile(file.name)
         self.assertEqual(profile.total, 1000)
-        self.assertEqual(profile.inclusive, {"main": 900, "helper": 400})
-        self.assertEqual(profile.calls, {"main": 1, "helper": 4})
+        self.assertEqual(profile.inclusive, {"main": 900, "helper": 360, "inline_helper": 40})
+        self.assertEqual(profile.calls, {"main": 1, "helper": 4, "inline_helper": 1})
+        self.assertEqual(profile.between, {("/bin/program", "/bin/program"): 940, ("/bin/program", "/lib/library.so"): 360})
 
 
 if __name__ == "__main__":
