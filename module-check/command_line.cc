@@ -2,7 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <optional>
+#include <span>
+#include <string_view>
 #include <thread>
 
 namespace module_check {
@@ -19,22 +23,33 @@ EarlyExit UsageError(const std::string& words) {
   return {kExitUsage, "module-check: " + words + " (try 'module-check --help')\n"};
 }
 
-/// CLI11 takes "nan" for a number within every range.
-const CLI::Validator kNumber(
-    [](const std::string& text) {
-      return std::isnan(std::strtod(text.c_str(), nullptr)) ? std::string("not a number") : std::string();
-    },
-    "");
+/// The decimal number that a text is, and nothing else. (CLI11 reads "010" as eight, and "nan" lies in its ranges.)
+template <typename Number>
+std::optional<Number> ReadNumber(std::string_view text) {
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+/// `words` say what the text of a number has to be.
+template <typename Number>
+CLI::Validator InRange(Number least, Number most, const std::string& words) {
+  const auto check = [=](const std::string& text) {
+    const auto number = ReadNumber<Number>(text);
+    const bool is_good = number && *number >= least && *number <= most;
+    return is_good ? std::string() : "'" + text + "' is not a " + words;
+  };
+  return {check, ""};
+}
 
 struct Arguments {
   Options options;
-  double timeout_s = 10;
+  std::string timeout = "10";
+  std::string jobs;
 };
 
 void Declare(CLI::App& app, Arguments& arguments) {
-  constexpr double kShortestTimeout = 0.001;
-  constexpr double kLongestTimeout = 1e6;
-  constexpr unsigned kMostJobs = 256;
   Options& options = arguments.options;
   app.footer(kDetails);
   app.add_option("MODULE", options.module, "Shared object of the module")->type_name("");
@@ -49,20 +64,23 @@ void Declare(CLI::App& app, Arguments& arguments) {
       ->type_name("GLOB")
       ->allow_extra_args(false)
       ->group("What is checked");
-  app.add_option("--timeout", arguments.timeout_s, "Longest time for one check (default: 10)")
+  app.add_option("--timeout", arguments.timeout, "Longest time for one check (default: 10)")
       ->type_name("SECONDS")
-      ->check(CLI::Range(kShortestTimeout, kLongestTimeout).description(""))
-      ->check(kNumber)
+      ->check(InRange(0.001, 1e6, "number from 0.001 to 1000000"))
       ->group("What is checked");
-  app.add_option("-j,--jobs", options.jobs, "Checks run at once (default: processors)")
+  app.add_option("-j,--jobs", arguments.jobs, "Checks run at once (default: processors)")
       ->type_name("N")
-      ->check(CLI::Range(1U, kMostJobs).description(""))
+      ->check(InRange(1U, 256U, "whole number from 1 to 256"))
       ->group("What is checked");
   app.add_flag("-v,--verbose", options.verbose, "Tell every check, not only those that failed")->group("Output");
   app.add_flag("--json", options.json, "One JSON object")->group("Output");
   app.add_flag("--list", options.list, "List the checks, and leave")->group("About");
   app.set_version_flag("--version", "module-check " MODULE_CHECK_VERSION, "Show the version and leave")->group("About");
   app.set_help_flag("-h,--help", "Show this text and leave")->group("About");
+  // Those that are given twice are refused in words of ours.
+  for (CLI::Option* option : app.get_options()) {
+    if (option->get_expected_max() == 1) option->take_last();
+  }
 }
 
 /// CLI11 sets its groups two lines apart.
@@ -72,15 +90,47 @@ std::string HelpOf(const CLI::App& app) {
   return text;
 }
 
-}  // namespace
+/// A flag with a value of its own ("--json=no"), which CLI11 would read as a word for yes or no; empty for none.
+std::string FlagWithValue(const CLI::App& app, std::span<char* const> words) {
+  for (const std::string_view word : words) {
+    if (word == "--") break;
+    const std::size_t equals = word.find('=');
+    if (!word.starts_with("--") || equals == word.npos) continue;
+    std::string name(word.substr(0, equals));
+    const CLI::Option* option = app.get_option_no_throw(name);
+    if (option && option->get_expected_max() == 0) return name;
+  }
+  return {};
+}
 
-std::variant<Options, EarlyExit> ParseCommandLine(int argc, char** argv) {
-  CLI::App app(kSummary, "module-check");
-  Arguments arguments;
-  arguments.options.jobs = std::max(std::thread::hardware_concurrency(), 1U);
-  Declare(app, arguments);
+/// An option for one value that is given more than once; empty for none.
+std::string RepeatedOption(const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options()) {
+    if (option->get_expected_max() == 1 && option->count() > 1) return option->get_name();
+  }
+  return {};
+}
+
+/// For what CLI11 found no place: an option that there is not, or a second module.
+std::string ExtraWords(const CLI::App& app, const std::string& module) {
+  const std::vector<std::string> extras = app.remaining();
+  const auto extra = std::ranges::find_if(extras, [](const std::string& word) { return word != "--"; });
+  if (extra == extras.end()) return "-- stands before nothing";
+  return extra->starts_with('-') ? "there is no option " + *extra : "choose one of " + module + " and " + *extra;
+}
+
+/// Empty when the arguments were read.
+std::optional<EarlyExit> Parse(CLI::App& app, const std::string& module, int argc, char** argv) {
   try {
     app.parse(argc, argv);
+    if (const std::string name = RepeatedOption(app); !name.empty()) return UsageError(name + " is given twice");
+    return std::nullopt;
+  } catch (const CLI::ExtrasError&) {
+    return UsageError(ExtraWords(app, module));
+  } catch (const CLI::ArgumentMismatch& error) {
+    // What is too much is not refused, and what is too little begins with the option's name.
+    const std::string words = error.what();
+    return UsageError(words.substr(0, words.find(':')) + " needs a value");
   } catch (const CLI::CallForHelp&) {
     return EarlyExit{kExitKept, HelpOf(app)};
   } catch (const CLI::CallForVersion& version) {
@@ -88,11 +138,23 @@ std::variant<Options, EarlyExit> ParseCommandLine(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return UsageError(error.what());
   }
+}
+
+}  // namespace
+
+std::variant<Options, EarlyExit> ParseCommandLine(int argc, char** argv) {
+  CLI::App app(kSummary, "module-check");
+  Arguments arguments;
+  Declare(app, arguments);
+  const std::string flag = FlagWithValue(app, std::span(argv + 1, argv + std::max(argc, 1)));
+  if (!flag.empty()) return UsageError(flag + " takes no value");
+  if (std::optional<EarlyExit> leave = Parse(app, arguments.options.module, argc, argv)) return *std::move(leave);
   Options& options = arguments.options;
   if (options.list != options.module.empty()) {
     return UsageError(options.list ? "choose one of --list and a module" : "no module");
   }
-  options.timeout = std::chrono::milliseconds(std::llround(arguments.timeout_s * 1000));
+  options.timeout = std::chrono::milliseconds(std::llround(ReadNumber<double>(arguments.timeout).value() * 1000));
+  options.jobs = ReadNumber<unsigned>(arguments.jobs).value_or(std::max(std::thread::hardware_concurrency(), 1U));
   return std::move(options);
 }
 

@@ -293,9 +293,20 @@ class CommandLine(unittest.TestCase):
     def test_wrong_usage_is_refused(self):
         self.check_refused("no module")
         self.check_refused("choose one of --list and a module", "--list", SOUND)
-        self.check_refused("--no-such-option", "--no-such-option", SOUND)
-        self.check_refused("timeout", "--timeout", "nan", SOUND)
-        self.check_refused("jobs", "-j", 0, SOUND)
+        self.check_refused(f"choose one of {SOUND} and {DECODER} (", SOUND, DECODER)
+        for option in ("--no-such-option", "-x"):
+            self.check_refused(f": there is no option {option} (", option, SOUND)
+        for option in ("--sample", "--with", "--only", "--timeout", "--jobs"):
+            self.check_refused(f": {option} needs a value (", SOUND, option)
+        for option, value in (("--sample", PAGE), ("--timeout", 5), ("--jobs", 2)):
+            self.check_refused(f": {option} is given twice (", option, value, option, value, SOUND)
+        for option in ("--verbose", "--json", "--list"):
+            self.check_refused(f": {option} takes no value (", f"{option}=no", SOUND)
+        for value in (0, 257, "abc", "2x", "0x10", ""):
+            self.check_refused(f": --jobs: '{value}' is not a whole number from 1 to 256 (", "-j", value, SOUND)
+        for value in (0, 1000001, "nan", "inf", "abc", "5s"):
+            self.check_refused(f": --timeout: '{value}' is not a number from 0.001 to 1000000 (", "--timeout", value,
+                               SOUND)
         self.check_refused("no check has such an id", "--only", "tables.*", SOUND)
 
     def test_what_is_no_module_is_refused(self):
