@@ -70,7 +70,7 @@ if(NOT MEDIAINFO_SANITIZE)
     "$<${own_runtime}:-static-libstdc++;LINKER:--exclude-libs,ALL;LINKER:--gc-sections>")
   set(is_library "$<IN_LIST:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY;MODULE_LIBRARY>")
   target_sources(mediainfo_options INTERFACE
-    "$<$<AND:${own_runtime},${is_library}>:${PROJECT_SOURCE_DIR}/framework/runtime/runtime_memory.cc>")
+    "$<$<AND:${own_runtime},${is_library}>:$<TARGET_OBJECTS:runtime_memory>>")
   include(CheckLinkerFlag)
   check_linker_flag(CXX "LINKER:-z,pack-relative-relocs" MEDIAINFO_PACKS_RELOCATIONS)
   if(MEDIAINFO_PACKS_RELOCATIONS)

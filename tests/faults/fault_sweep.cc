@@ -1,8 +1,8 @@
 // fault_sweep FAULT MOST LIBRARY_FOLDER INPUT...: probes each input again and again in forked children, each time with
 // another allocation or read that fails, and tells on standard output what came of it, one JSON object a line: one for
 // each input, and one for each run that did not end well. MOST bounds the failures tried for an input, spread evenly; 0
-// tries each. FAULT is "memory", "read-error", "short-read", "interrupted-read" or "end-of-file"; an input that starts
-// with "uuid:" is digested as well.
+// tries each. FAULT is "memory", "memory-in-thread", "read-error", "short-read", "interrupted-read" or "end-of-file";
+// "in-thread" is a probe in a thread that has not probed before. An input that starts with "uuid:" is digested as well.
 #include <dlfcn.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -20,6 +20,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -38,17 +39,19 @@ using nlohmann::json;
 constexpr unsigned kHangSeconds = 60;
 constexpr std::string_view kDigested = "uuid:";
 
-const std::map<std::string_view, Fault> kFaults{{"memory", Fault::kNoMemory},
-                                                {"read-error", Fault::kReadError},
-                                                {"short-read", Fault::kShortRead},
-                                                {"interrupted-read", Fault::kInterrupted},
-                                                {"end-of-file", Fault::kEndOfFile}};
-
 struct Plan {
   Fault fault;
+  bool in_new_thread = false;
   std::uint64_t first = 0;
   bool all_after = false;
 };
+
+const std::map<std::string_view, Plan> kPlans{{"memory", {.fault = Fault::kNoMemory}},
+                                              {"memory-in-thread", {.fault = Fault::kNoMemory, .in_new_thread = true}},
+                                              {"read-error", {.fault = Fault::kReadError}},
+                                              {"short-read", {.fault = Fault::kShortRead}},
+                                              {"interrupted-read", {.fault = Fault::kInterrupted}},
+                                              {"end-of-file", {.fault = Fault::kEndOfFile}}};
 
 json Describe(const Frames& frames) {
   json described = json::array();
@@ -140,7 +143,7 @@ class Subject {
   std::string input_;
 };
 
-/// What a child tells that probes with one failure; `"signal"` 9 and nothing more of one that told nothing.
+/// What a child tells that probes with one failure; of one that told nothing the signal alone, 0 where it left.
 json RunChild(Subject& subject, const Plan& plan, bool traces_blocks) {
   std::array<int, 2> ends;
   if (pipe(ends.data()) != 0) throw std::runtime_error("no pipe");
@@ -150,7 +153,11 @@ json RunChild(Subject& subject, const Plan& plan, bool traces_blocks) {
     told = ends[1];
     CatchSignals();
     alarm(kHangSeconds);
-    subject.Probe(plan, traces_blocks);
+    if (plan.in_new_thread) {
+      std::thread([&] { subject.Probe(plan, traces_blocks); }).join();
+    } else {
+      subject.Probe(plan, traces_blocks);
+    }
     _exit(0);
   }
   close(ends[1]);
@@ -172,8 +179,8 @@ bool EndsWell(const json& run, const json& sound) {
   return run.value("record", "") == sound["record"] && run["left"] == 0;
 }
 
-void Sweep(Subject& subject, Fault fault, std::uint64_t most) {
-  const json sound = RunChild(subject, {.fault = fault}, /*traces_blocks=*/true);
+void Sweep(Subject& subject, Plan plan, std::uint64_t most) {
+  const json sound = RunChild(subject, plan, /*traces_blocks=*/true);
   std::map<std::string, std::uint64_t> counts;
   if (!sound.contains("record")) {
     std::puts(json{{"input", subject.input()}, {"broken", sound}}.dump().c_str());
@@ -184,11 +191,12 @@ void Sweep(Subject& subject, Fault fault, std::uint64_t most) {
   std::uint64_t runs = 0;
   for (const bool all_after : {false, true}) {
     // Whoever is interrupted tries again, without an end.
-    if (all_after && fault == Fault::kInterrupted) continue;
+    if (all_after && plan.fault == Fault::kInterrupted) continue;
     // The coarse half: what fails to the end fails nearly alike from one place as from the next.
     const std::uint64_t stride = all_after ? step * 4 : step;
     for (std::uint64_t first = 1; first <= events; first += stride, ++runs) {
-      const Plan plan{fault, first, all_after};
+      plan.first = first;
+      plan.all_after = all_after;
       json run = RunChild(subject, plan, /*traces_blocks=*/false);
       if (EndsWell(run, sound)) continue;
       if (run.value("left", 0) > sound["left"]) run = RunChild(subject, plan, /*traces_blocks=*/true);
@@ -204,7 +212,7 @@ void Sweep(Subject& subject, Fault fault, std::uint64_t most) {
 }
 
 int Main(int argc, char** argv) {
-  if (argc < 5 || !kFaults.contains(argv[1])) {
+  if (argc < 5 || !kPlans.contains(argv[1])) {
     std::fputs("fault_sweep FAULT MOST LIBRARY_FOLDER INPUT...\n", stderr);
     return 2;
   }
@@ -233,7 +241,7 @@ int Main(int argc, char** argv) {
       digesting.Probe(argument, nullptr);
     }
   }
-  for (Subject& subject : subjects) Sweep(subject, kFaults.at(argv[1]), std::strtoull(argv[2], nullptr, 10));
+  for (Subject& subject : subjects) Sweep(subject, kPlans.at(argv[1]), std::strtoull(argv[2], nullptr, 10));
   return 0;
 }
 

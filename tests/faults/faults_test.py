@@ -87,13 +87,23 @@ class Sweeps(unittest.TestCase):
         return f"{run['input']}, failure {run['first']}{' and after' if run['all_after'] else ''}"
 
     def test_no_allocation_that_fails_breaks_our_code(self):
-        runs, _ = self.sweep("memory")
+        self.check_memory("memory")
+
+    def test_nor_does_it_in_a_thread_that_has_not_probed_before(self):
+        self.check_memory("memory-in-thread")
+
+    def check_memory(self, fault):
+        runs, _ = self.sweep(fault)
         faults = []
         for run in runs:
-            if "signal" in run:
+            if run.get("signal") == 0:
+                # As the C library ends a process that has no memory for what it keeps for a thread.
+                faults.append(f"{self.where(run)}: left without an answer")
+            elif "signal" in run:
                 owner = frames.owner_of(run.get("frames", []))
                 if owner not in MAY_BREAK_DOWN:
                     faults.append(f"{self.where(run)}: signal {run['signal']} in {frames.shown(run.get('frames', []))}")
+            if "signal" in run:
                 continue
             if "ran_out" in run:
                 # Of memory for the tool's own texts; nothing is thrown through an interface.

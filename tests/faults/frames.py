@@ -9,8 +9,8 @@ OURS = "ours"
 # Namespaces of this system's own code. The functions that make things fail are none of it.
 _OUR_NAMES = re.compile(r"(core|media_server|mediaprobe|platform|service|svg_decoder|imagecore)::|"
                         r"(Core|Create|Get|Make|Open|Read|Render|ZOR)[A-Z]\w+(\(|$)|main$|__wrap_")
-_TOOLING = re.compile(r"faults::|(malloc|calloc|realloc|memalign|aligned_alloc|posix_memalign|free|p?read(64)?|"
-                      r"__cxa_throw)$")
+_TOOLING = re.compile(r"faults::|(__wrap_)?(malloc|calloc|realloc|memalign|aligned_alloc|posix_memalign|free)$|"
+                      r"(p?read(64)?|__cxa_throw)$")
 # Templates and inline functions of the standard library are compiled into whoever uses them.
 _STANDARD = re.compile(r"(\w[\w ]* )?(std|__gnu_cxx|nlohmann)::|operator (new|delete)|__gnu|__cxa|decltype")
 _RUNTIME = re.compile(r"(libc|libm|libstdc\+\+|libgcc_s|ld-linux[-\w]*|libpthread)\.so|linux-vdso")
