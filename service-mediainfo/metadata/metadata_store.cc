@@ -56,6 +56,16 @@ std::uint32_t EndOf(std::string_view key) {
 /// One of 64 bits, by the end of the key alone, multiplied to spread letters over the upper bits.
 std::uint64_t BitOf(std::uint32_t key_end) { return std::uint64_t{1} << (key_end * 0x9E3779B1U >> 26); }
 
+/// Null for other values. Throws nothing, as a destructor must not.
+void* BufferIn(const core::ValAny& value) {
+  if (value.type() != core::ValType::kBuffer) return nullptr;
+  try {
+    return value.AsBuffer<void>();
+  } catch (const core::AnyBadAccess&) {
+    return nullptr;
+  }
+}
+
 bool IsEmpty(const char* key) { return key == nullptr || *key == '\0'; }
 
 const DateKey* FindDateKey(std::string_view key) {
@@ -80,8 +90,7 @@ bool ReadDate(const core::ValAny& stored, std::int64_t FileDates::*part, core::V
 MetadataInfoMPL::~MetadataInfoMPL() {
   std::ranges::sort(kept_buffers_, std::less<>());
   for (const Entry& entry : entries_) {
-    if (entry.value.type() != core::ValType::kBuffer) continue;
-    void* const buffer = entry.value.AsBuffer<void>();
+    void* const buffer = BufferIn(entry.value);
     if (!std::ranges::binary_search(kept_buffers_, buffer, std::less<>())) std::free(buffer);
   }
   std::for_each(kept_buffers_.begin(), std::unique(kept_buffers_.begin(), kept_buffers_.end()), std::free);
