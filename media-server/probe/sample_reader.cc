@@ -31,7 +31,7 @@ bool SampleReader::IsKeySample(AVStream& stream, int sample) const {
 }
 
 std::vector<std::uint8_t> SampleReader::ReadStart(AVStream& stream, int sample, std::size_t size) const {
-  const AVIndexEntry* entry = avformat_index_get_entry(&stream, sample);
+  const AVIndexEntry* entry = has_sample_index_ ? avformat_index_get_entry(&stream, sample) : nullptr;
   if (entry == nullptr || entry->pos < 0 || entry->size <= 0) return {};
   std::vector<std::uint8_t> bytes(std::min(size, static_cast<std::size_t>(entry->size)));
   bytes.resize(source_.ReadAt(static_cast<std::uint64_t>(entry->pos), bytes));

@@ -22,7 +22,7 @@ class SampleReader {
   /// Number of samples that the index of `stream` places; 0 for containers without such an index.
   int SampleCount(AVStream& stream) const;
   bool IsKeySample(AVStream& stream, int sample) const;
-  /// Up to `size` first bytes of a sample below SampleCount; fewer at the end of the sample or file.
+  /// Up to `size` first bytes of a sample; fewer at the end of the sample or file, none from SampleCount on.
   std::vector<std::uint8_t> ReadStart(AVStream& stream, int sample, std::size_t size) const;
   /// The first bytes of the first sample, at most kSampleStart. Without an index it is taken from the packets that come
   /// next, which are those that analysis has read. Empty when there is none.

@@ -9,6 +9,7 @@
 #include "media-server/probe/elementary_stream.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/gop.h"
+#include "media-server/probe/mpeg_audio.h"
 #include "media-server/probe/packet_rate.h"
 #include "media-server/probe/pcm_header.h"
 #include "media-server/probe/picture_describer.h"
@@ -68,6 +69,7 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
     const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
     if (!kind) continue;
     const TrackFacts track = container.FactsOf(*stream);
+    if (!track.encrypted) DescribeMpegAudio(samples, *stream);
     StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
     if (track.id) description.id = *track.id;
     if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {

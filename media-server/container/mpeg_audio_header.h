@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace media_server {
+
+/// What the header of an MPEG audio frame tells (ISO/IEC 11172-3, 2.4.2.3; ISO/IEC 13818-3; MPEG-2.5).
+struct MpegAudioHeader {
+  int layer = 0;  ///< 1 to 3
+  std::uint32_t sample_rate_hz = 0;
+  std::uint32_t channels = 0;    ///< 1 or 2
+  std::uint32_t size_bytes = 0;  ///< of the whole frame
+};
+
+inline constexpr std::size_t kMpegAudioHeaderSize = 4;
+
+/// Reads the header that `frame` begins with. Empty where none stands there, and for the free bit rate, which does not
+/// tell how long a frame is.
+std::optional<MpegAudioHeader> ReadMpegAudioHeader(std::span<const std::uint8_t> frame);
+
+}  // namespace media_server

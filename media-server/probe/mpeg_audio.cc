@@ -1,0 +1,28 @@
+#include "media-server/probe/mpeg_audio.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "media-server/container/mpeg_audio_header.h"
+#include "media-server/probe/ffmpeg.h"
+
+namespace media_server::probe {
+namespace {
+
+constexpr std::array kCodecOfLayer = {AV_CODEC_ID_MP1, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3};
+
+}  // namespace
+
+void DescribeMpegAudio(const SampleReader& samples, AVStream& stream) {
+  AVCodecParameters& codec = *stream.codecpar;
+  if (std::ranges::find(kCodecOfLayer, codec.codec_id) == kCodecOfLayer.end()) return;
+  const auto header = ReadMpegAudioHeader(samples.ReadStart(stream, 0, kMpegAudioHeaderSize));
+  if (!header) return;
+  codec.codec_id = kCodecOfLayer[static_cast<std::size_t>(header->layer - 1)];
+  codec.sample_rate = static_cast<int>(header->sample_rate_hz);
+  av_channel_layout_uninit(&codec.ch_layout);
+  av_channel_layout_default(&codec.ch_layout, static_cast<int>(header->channels));
+}
+
+}  // namespace media_server::probe
