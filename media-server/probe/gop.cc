@@ -87,9 +87,27 @@ std::optional<GopPicture> KindOfPicture(AVCodecParserContext& parser, AVCodecCon
   }
 }
 
+// Pictures shown before the intra picture in front of them in coded order.
+std::size_t LeadingPictures(std::span<const GopPicture> behind_intra) {
+  const auto end = std::ranges::find_if(behind_intra, [](GopPicture kind) { return kind != GopPicture::kBetween; });
+  return static_cast<std::size_t>(end - behind_intra.begin());
+}
+
+// With those pictures in the first group that only the others have: they lean on a group that is not in the file.
+std::vector<GopPicture> WithWholeFirstGroup(std::span<const GopPicture> pictures) {
+  std::vector<GopPicture> whole(pictures.begin(), pictures.end());
+  const auto groups = PlacesOf(GopPicture::kIntra, pictures);
+  if (groups.size() < 2 || LeadingPictures(pictures.subspan(groups[0] + 1)) > 0) return whole;
+  const std::size_t missing = LeadingPictures(pictures.subspan(groups[1] + 1));
+  whole.insert(whole.begin() + static_cast<std::ptrdiff_t>(groups[0]) + 1, missing, GopPicture::kBetween);
+  return whole;
+}
+
 }  // namespace
 
-std::optional<std::string> GopText(std::span<const GopPicture> pictures) {
+std::optional<std::string> GopText(std::span<const GopPicture> seen) {
+  const std::vector<GopPicture> whole = WithWholeFirstGroup(seen);
+  const std::span<const GopPicture> pictures = whole;
   std::vector<std::size_t> groups = PlacesOf(GopPicture::kIntra, pictures);
   if (groups.size() > 3) groups.erase(groups.begin());
   const auto group_size = EvenDistance(groups);

@@ -20,8 +20,9 @@ enum class GopPicture {
 };
 
 /// The structure of regular groups as people write it: "M=3, N=12" (an anchor every M pictures, a group every N). Empty
-/// when the groups differ, or fewer than two whole ones are seen. The first group may be shorter, as a closed one is,
-/// and is left out where more than one follows.
+/// when the groups differ, or fewer than two whole ones are seen. The first one counts without the pictures that are
+/// shown before it, which a file's first group does not have; it may be still shorter, and is left out where more than
+/// one follows.
 std::optional<std::string> GopText(std::span<const GopPicture> pictures);
 
 /// The structure that the sample tables of an MP4 track tell.

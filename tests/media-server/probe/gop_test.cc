@@ -25,6 +25,13 @@ TEST(GopTest, TellsRegularGroups) {
 
 TEST(GopTest, LeavesAShorterFirstGroupOut) { EXPECT_EQ(GopOf("IPBBIBBPBBIBBPBBIBBPBBI"), "M=3, N=6"); }
 
+TEST(GopTest, TakesAFirstGroupForWholeThatLacksOnlyPicturesShownBeforeIt) {
+  EXPECT_EQ(GopOf("IPBBIBBPBBI"), "M=3, N=6");
+  EXPECT_EQ(GopOf("IIBBI"), "M=3, N=3");
+  EXPECT_EQ(GopOf("PBBIPBBIBBPBBIB"), "M=3, N=6") << "behind pictures of a group whose beginning is cut off";
+  EXPECT_EQ(GopOf("IPBBIBBPBBPBBI"), std::nullopt) << "it lacks more";
+}
+
 TEST(GopTest, SaysNothingOfIrregularGroups) {
   EXPECT_EQ(GopOf("IPPPIPPIPPPIPPPPPI"), std::nullopt) << "groups of several sizes";
   EXPECT_EQ(GopOf("IBPBBPIBPBBPIBPBBPI"), std::nullopt) << "anchors at several distances";
