@@ -41,10 +41,13 @@ std::size_t BoundedSource::ReadPiece(std::uint64_t offset, std::span<std::uint8_
   const auto end = source_.Size();
   if (end && offset >= *end) return 0;
   if (held_.empty() && offset == 0 && out.size() < kHeadSize && AllowedAt(0) >= kHeadSize) Hold(0, kHeadSize);
-  const auto held = HeldAt(offset);
+  auto held = HeldAt(offset);
   if (held.empty()) {
     const std::uint64_t size = std::min<std::uint64_t>(out.size(), RoomBeforeNextPiece(offset));
-    return Read(offset, out.first(static_cast<std::size_t>(size)));
+    if (offset >= kept_start_) return Read(offset, out.first(static_cast<std::size_t>(size)));
+    Hold(offset, static_cast<std::size_t>(std::min(size, kept_start_ - offset)));
+    held = HeldAt(offset);
+    if (held.empty()) return 0;
   }
   if (TimeIsOver()) {
     spent_ = true;

@@ -49,6 +49,8 @@ class BoundedSource final : public IByteSource {
   /// From now on `bytes` may be read in all, those before included and those told of apart. Of 768 KiB or more a part
   /// is kept for the end of the input, which tells how long it is where no header does.
   void Limit(std::uint64_t bytes);
+  /// From now on what is read of the first `bytes` of the input is held, for readers that come back to it.
+  void KeepStart(std::uint64_t bytes) { kept_start_ = bytes; }
   /// What was read so far, without what was told of.
   std::uint64_t BytesRead() const { return bytes_read_ - std::min(bytes_read_, told_of_); }
   /// What may still be read before the end of the input.
@@ -88,6 +90,7 @@ class BoundedSource final : public IByteSource {
   bool spent_ = false;
   std::vector<Piece> held_;
   std::uint64_t told_of_ = 0;
+  std::uint64_t kept_start_ = 0;
 };
 
 }  // namespace media_server

@@ -38,7 +38,11 @@ constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20}, {"mpe
 
 void LimitBytes(std::string_view demuxer, BoundedSource& source) {
   const auto* limit = std::ranges::find(kByteLimits, demuxer, &ByteLimit::demuxer);
-  if (limit != std::end(kByteLimits)) source.Limit(limit->bytes);
+  if (limit != std::end(kByteLimits)) {
+    source.Limit(limit->bytes);
+    // libavformat goes back to the start when it has looked at the end, and reads what it has analysed again.
+    source.KeepStart(limit->bytes);
+  }
   if (demuxer == "flac") source.Limit(ReadBudget().bytes + FlacMetadataSize(source));
 }
 

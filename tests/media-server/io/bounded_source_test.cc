@@ -75,6 +75,30 @@ TEST(BoundedSourceTest, ReadsTheStartOfAFileOnce) {
   EXPECT_EQ(source.BytesRead(), kHead + 10);
 }
 
+TEST(BoundedSourceTest, HoldsTheStartThatItIsToKeep) {
+  MemorySource source(Zeros(4 * kHead));
+  BoundedSource bounded(source, {.bytes = kMegabyte, .time = kLongTime});
+  bounded.KeepStart(2 * kHead);
+  EXPECT_EQ(Read(bounded, 0, 4 * kHead), 4 * kHead);
+  const std::uint64_t read = source.BytesRead();
+  EXPECT_EQ(read, 4 * kHead);
+  EXPECT_EQ(Read(bounded, 0, 2 * kHead), 2 * kHead);
+  EXPECT_EQ(source.BytesRead(), read);
+  EXPECT_EQ(Read(bounded, 4 * kHead - 10, 10), 10u);
+  EXPECT_EQ(source.BytesRead(), read + 10);
+}
+
+TEST(BoundedSourceTest, WhatIsKeptCountsOnce) {
+  MemorySource source(Zeros(4 * kHead));
+  BoundedSource bounded(source, {.bytes = 3000, .time = kLongTime});
+  bounded.KeepStart(kHead);
+  EXPECT_EQ(Read(bounded, 0, 2000), 2000u);
+  EXPECT_EQ(Read(bounded, 0, 2000), 2000u);
+  EXPECT_EQ(bounded.BytesRead(), 2000u);
+  EXPECT_EQ(Read(bounded, 2000, 2000), 0u) << "does not fit";
+  EXPECT_TRUE(bounded.Spent());
+}
+
 TEST(BoundedSourceTest, AsksForNothingBehindTheEnd) {
   MemorySource source(Zeros(100));
   BoundedSource bounded(source, {.bytes = 100, .time = kLongTime});
