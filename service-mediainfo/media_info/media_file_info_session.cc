@@ -71,11 +71,11 @@ MediaInfoPtr OpenWithComponent(const std::string& path) {
   return media_info;
 }
 
-/// All programs in order; empty when one cannot be had or described.
+/// All programs in order; empty when one cannot be had or described. `item` keeps the last one that was asked for.
 std::optional<std::vector<std::shared_ptr<ProgramInfoImpl>>> DescribePrograms(
-    media_server::IMediaInfo* media_info, media_server::IProgramCollection& collection) {
+    media_server::IMediaInfo* media_info, media_server::IProgramCollection& collection,
+    ComPtr<media_server::IProgram>& item) {
   std::vector<std::shared_ptr<ProgramInfoImpl>> programs;
-  ComPtr<media_server::IProgram> item;
   for (std::uint32_t index = 0; std::int64_t{index} < collection.GetCount(); ++index) {
     if (platform::Failed(collection.GetAt(index, item.Put())) || !item) return std::nullopt;
     auto program = std::make_shared<ProgramInfoImpl>();
@@ -139,9 +139,11 @@ std::uint32_t MediaFileInfoSession::Open(char* url) {
 
 std::uint32_t MediaFileInfoSession::Init(media_server::IMediaInfo* media_info) {
   if (media_info == nullptr) return kBadMediaInfo;
+  // Both are given back when all else is done, the item first.
   ComPtr<media_server::IProgramCollection> collection;
+  ComPtr<media_server::IProgram> item;
   if (platform::Failed(media_info->GetPrograms(collection.Put())) || !collection) return kBadMediaInfo;
-  auto programs = DescribePrograms(media_info, *collection.Get());
+  auto programs = DescribePrograms(media_info, *collection.Get(), item);
   if (!programs) return kBadMediaInfo;
   std::string format_long_name = AskText(*media_info, &media_server::IMediaInfo::GetFormatLongName);
   std::string format_name = AskText(*media_info, &media_server::IMediaInfo::GetFormatName);

@@ -25,16 +25,23 @@ constexpr std::size_t kUsualStreams = 4;
 constexpr std::array<std::uint32_t, 3> kSideStreams{media_server::kKeyboardStream, media_server::kMouseStream,
                                                     media_server::kMarkerStream};
 
+/// What was asked for last, held until the next takes its place or all is done, and then given back, the list first.
+template <typename Stream>
+struct Held {
+  ComPtr<Stream> stream;
+  ComPtr<media_server::IObjectList<Stream>> list;
+};
+
 /// The descriptions of a list's streams, as `describe` appends them; empty optional when a stream cannot be had or
 /// `describe` gives false. A list that cannot be had counts as empty.
 template <typename Description, typename Stream, typename Describe>
 std::optional<Descriptions<Description>> DescribeAll(
     media_server::IProgram& program,
-    std::int32_t (media_server::IProgram::*get_list)(media_server::IObjectList<Stream>**), Describe describe) {
+    std::int32_t (media_server::IProgram::*get_list)(media_server::IObjectList<Stream>**), Held<Stream>& held,
+    Describe describe) {
+  auto& [stream, list] = held;
   Descriptions<Description> descriptions;
-  ComPtr<media_server::IObjectList<Stream>> list;
   if (platform::Failed((program.*get_list)(list.Put())) || !list) return descriptions;
-  ComPtr<Stream> stream;
   for (std::uint32_t index = 0; std::int64_t{index} < list->GetCount(); ++index) {
     if (platform::Failed(list->GetAt(index, stream.Put())) || !stream) return std::nullopt;
     if (index == 0) descriptions.reserve(kUsualStreams);
@@ -88,16 +95,18 @@ bool DescribeSubPic(media_server::ISubPicStream& stream, Descriptions<SubPicStre
 
 std::uint32_t ProgramInfoImpl::Init(media_server::IMediaInfo* source, media_server::IProgram* program) {
   if (program == nullptr) return kInitFailed;
+  Held<media_server::IStream> held;
+  Held<media_server::ISubPicStream> held_subpic;
   auto video_streams = DescribeAll<StreamInfoImpl>(
-      *program, &media_server::IProgram::GetVideoStreamList,
+      *program, &media_server::IProgram::GetVideoStreamList, held,
       [source](media_server::IStream& stream, auto& list) { return DescribePicture(source, stream, list); });
   if (!video_streams) return kInitFailed;
   auto audio_streams = DescribeAll<StreamInfoImpl>(
-      *program, &media_server::IProgram::GetAudioStreamList,
+      *program, &media_server::IProgram::GetAudioStreamList, held,
       [source](media_server::IStream& stream, auto& list) { return DescribeSound(source, stream, list); });
   if (!audio_streams) return kInitFailed;
-  auto subpic_streams =
-      DescribeAll<SubPicStreamInfoImpl>(*program, &media_server::IProgram::GetSubPicStreamList, DescribeSubPic);
+  auto subpic_streams = DescribeAll<SubPicStreamInfoImpl>(*program, &media_server::IProgram::GetSubPicStreamList,
+                                                          held_subpic, DescribeSubPic);
   if (!subpic_streams) return kInitFailed;
 
   video_streams_ = std::move(*video_streams);

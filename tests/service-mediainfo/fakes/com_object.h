@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -40,9 +41,19 @@ class ComObject : public Interface {
     }
     return answers_null_ ? platform::kOk : platform::kNoInterface;
   }
-  std::uint32_t AddRef() override { return static_cast<std::uint32_t>(++references_); }
+  /// Notes from now on each reference that is taken, as "`name` +", and each that is given back, as "`name` -".
+  void TraceIn(std::vector<std::string>& calls, const std::string& name) {
+    calls_ = &calls;
+    name_ = name;
+  }
+
+  std::uint32_t AddRef() override {
+    if (calls_ != nullptr) calls_->push_back(name_ + " +");
+    return static_cast<std::uint32_t>(++references_);
+  }
   std::uint32_t Release() override {
     EXPECT_GT(references_, 0) << "one release too many";
+    if (calls_ != nullptr) calls_->push_back(name_ + " -");
     return static_cast<std::uint32_t>(--references_);
   }
 
@@ -58,6 +69,8 @@ class ComObject : public Interface {
   std::vector<Offered> offers_;
   bool answers_null_ = false;
   int references_ = 0;
+  std::vector<std::string>* calls_ = nullptr;
+  std::string name_;
 };
 
 /// Gives `object` (null allowed) out with one reference, as out arguments do.

@@ -211,6 +211,30 @@ TEST_F(MediaFileInfoSessionTest, ReadsTheTextsOnceAndInOrder) {
   EXPECT_EQ(media_info_.asked, (std::vector<std::string>{"long name", "name", "date"}));
 }
 
+TEST_F(MediaFileInfoSessionTest, GivesProgramsBackWhenAllElseIsDone) {
+  std::vector<std::string>& calls = media_info_.asked;
+  programs_.items = {&program_, &program_};
+  media_info_.TraceIn(calls, "file");
+  programs_.TraceIn(calls, "list");
+  program_.TraceIn(calls, "program");
+  OpenSession();
+  EXPECT_EQ(calls, (std::vector<std::string>{"file +", "list +",                     //
+                                             "program +", "program +",               // handed out, and kept
+                                             "program -", "program +", "program +",  // the second
+                                             "long name", "name", "date",            //
+                                             "file +", "program -", "list -", "file -"}));
+}
+
+TEST_F(MediaFileInfoSessionTest, DropsProgramsBeforeItGivesTheListBack) {
+  std::vector<std::string> calls;
+  programs_.items = {&program_, nullptr};
+  programs_.TraceIn(calls, "list");
+  program_.TraceIn(calls, "program");
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  EXPECT_EQ(calls, (std::vector<std::string>{"list +", "program +", "program +", "program -", "program -", "list -"}));
+  fakes::TakeLog();
+}
+
 TEST_F(MediaFileInfoSessionTest, HasEmptyTextsWhereTheFileTellsNone) {
   IMediaFileInfo& session = CreateSession();
   EXPECT_STREQ(session.GetFormatName(), "");

@@ -132,6 +132,21 @@ TEST_F(FullProgramInfoImplTest, HoldsOneReferenceToTheProgramAndToEachStream) {
   EXPECT_EQ(first_.references(), 0);
 }
 
+TEST_F(FullProgramInfoImplTest, HoldsAListAndAStreamUntilTheNextOrTheEnd) {
+  std::vector<std::string>& calls = source_.asked;  // outlives the description
+  video_list_.items = {&first_};
+  video_list_.TraceIn(calls, "pictures");
+  audio_list_.TraceIn(calls, "sounds");
+  subpic_list_.TraceIn(calls, "subpictures");
+  sound_.TraceIn(calls, "sound");
+  subpic_.TraceIn(calls, "subpicture");
+  program_.TraceIn(calls, "program");
+  ASSERT_EQ(Init(), 0u);
+  EXPECT_EQ(calls, (std::vector<std::string>{"pictures +", "pictures -", "sounds +", "sound +", "sound +",
+                                             "subpictures +", "subpicture +", "subpicture +", "program +",
+                                             "subpictures -", "subpicture -", "sounds -", "sound -"}));
+}
+
 TEST_F(FullProgramInfoImplTest, RefusesAnIndexPastTheEndAndLeavesTheOutPointer) {
   ASSERT_EQ(Init(), 0u);
   auto* const untouched_stream = reinterpret_cast<IStreamInfo*>(this);
