@@ -20,11 +20,17 @@ using namespace std::string_view_literals;
 constexpr std::array kTopLevelBoxes = {"ftyp"sv, "styp"sv, "moov"sv, "mdat"sv, "moof"sv, "sidx"sv, "free"sv, "skip"sv,
                                        "wide"sv, "uuid"sv, "meta"sv, "mfra"sv, "emsg"sv, "prft"sv, "pdin"sv, "udta"sv};
 
-constexpr std::array kDescribing = {"moov"sv, "meta"sv, "sidx"sv, "moof"sv};
+// The last is the name that XMP has in user data.
+constexpr std::array kDescribing = {"moov"sv, "meta"sv, "sidx"sv, "moof"sv, "XMP_"sv};
 
 // XMP specification part 3, 1.2.7.1: BE7ACFCB-97A9-42E8-9C71-999491E3AFAC.
 constexpr std::array<std::uint8_t, 16> kXmpUuid = {0xBE, 0x7A, 0xCF, 0xCB, 0x97, 0xA9, 0x42, 0xE8,
                                                    0x9C, 0x71, 0x99, 0x94, 0x91, 0xE3, 0xAF, 0xAC};
+
+bool IsXmp(const Mp4Box& box) { return box.Is("uuid") && box.uuid == kXmpUuid; }
+
+// Longer packets are not read.
+bool IsReadableXmp(const Mp4Box& box) { return IsXmp(box) && box.payload_size <= kMp4LargestValueBytes; }
 
 class MovieReader {
  public:
@@ -56,7 +62,7 @@ class MovieReader {
     if (box.Is("ftyp") && movie_.major_brand.empty()) ReadBrands(box);
     if (box.Is("moov") && !movie_.has_moov) ReadMovie(box);
     if (box.Is("meta")) metadata_.ReadMeta(box, Mp4MetaScope::kFile);
-    if (box.Is("uuid") && box.uuid == kXmpUuid) metadata_.ReadXmp(box, 0, Mp4MetaScope::kFile);
+    if (IsXmp(box)) metadata_.ReadXmp(box, 0, Mp4MetaScope::kFile);
     if (box.Is("mdat")) movie_.has_mdat = true;
     if (box.Is("sidx")) fragments_.ReadSegmentIndex(box);
     if (box.Is("moof")) return ReadFirstFragments(box);
@@ -66,7 +72,7 @@ class MovieReader {
   /// The boxes that describe the file are read here and, whole, by libavformat. Of each kind the first is the one that
   /// counts.
   void TellOf(const Mp4Box& box) {
-    const auto kind = std::ranges::find(kDescribing, box.Type());
+    const auto kind = std::ranges::find(kDescribing, IsReadableXmp(box) ? "XMP_"sv : box.Type());
     if (kind == kDescribing.end()) return;
     bool& told = told_of_[static_cast<std::size_t>(kind - kDescribing.begin())];
     if (!std::exchange(told, true)) source_.WillRead(box.offset, box.payload_offset + box.payload_size - box.offset);
@@ -114,7 +120,7 @@ class MovieReader {
         metadata_.ReadMeta(*box, Mp4MetaScope::kMovieMeta);
       } else if (box->Is("udta")) {
         metadata_.ReadUserData(*box, Mp4MetaScope::kMovieUserData);
-      } else if (box->Is("uuid") && box->uuid == kXmpUuid) {
+      } else if (IsXmp(*box)) {
         metadata_.ReadXmp(*box, 0, Mp4MetaScope::kMovieUserData);
       }
     }

@@ -10,6 +10,7 @@
 #include "media-server/metadata/xmp_label.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
+#include "media-server/probe/tags_of_xmp.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
 
@@ -153,6 +154,7 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
   if (!tags.created) tags.created = SetClock(ParseTimestamp(sources.Find(kCreationKeys)));
   if (!tags.modified) tags.modified = SetClock(ParseTimestamp(sources.Find(kModificationKeys)));
   if (!tags.created) tags.created = RecordingTime(sources, container);
+  CompleteFromXmp(XmpOf(container), tags);
   return tags;
 }
 

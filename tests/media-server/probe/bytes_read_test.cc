@@ -7,6 +7,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -153,6 +154,20 @@ TEST(BytesReadTest, LargeIndexIsReadOnce) {
   ASSERT_NE(Probe(source), nullptr);
   EXPECT_GE(source.BytesRead(), kIndexSize);
   EXPECT_LE(source.BytesRead(), kIndexSize + 68 * kKilobyte);
+}
+
+TEST(BytesReadTest, XmpBehindMediaDataLeavesWhatTheIndexNeeds) {
+  constexpr std::string_view kXmpUuid = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC";
+  for (const std::uint64_t packet_size : {2 * kKilobyte, 200 * kKilobyte, 2 * kMegabyte}) {
+    std::vector<std::uint8_t> file = ReadSample("upright.mp4");
+    const std::string box = Box("uuid", std::string(kXmpUuid) + std::string(packet_size, ' '));
+    file.insert(file.end(), box.begin(), box.end());
+    const std::uint64_t size = file.size();
+    LongSource source(std::move(file), size, kZeros);
+    EXPECT_NE(Probe(source), nullptr) << packet_size;
+    const std::uint64_t packet_read = packet_size > kMegabyte ? 0 : packet_size;
+    EXPECT_LE(source.BytesRead(), packet_read + 64 * kKilobyte) << packet_size;
+  }
 }
 
 TEST(BytesReadTest, SmallMp4CostsTwoReadsAndItsSamples) {

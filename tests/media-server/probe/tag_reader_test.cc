@@ -69,5 +69,58 @@ TEST_F(TagReaderTest, TakesTheDateOfRecordingOfMatroska) {
   EXPECT_EQ(Created(), kRecorded);
 }
 
+/// A packet with these properties as attributes.
+std::string Xmp(const std::string& properties) {
+  return "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+         "<rdf:Description rdf:about='' xmlns:tiff='http://ns.adobe.com/tiff/1.0/' "
+         "xmlns:exif='http://ns.adobe.com/exif/1.0/' xmlns:xmp='http://ns.adobe.com/xap/1.0/' " +
+         properties + "/></rdf:RDF></x:xmpmeta>";
+}
+
+TEST_F(TagReaderTest, TakesFromXmpWhatNoTagTells) {
+  AddMovieTag(Mp4MetaNamespace::kXmp, "XMP",
+              Xmp("tiff:Make='Acme' tiff:Model='One' xmp:CreateDate='2019-01-02T03:04:05Z' "
+                  "xmp:ModifyDate='2019-01-02T03:04:06Z' exif:GPSLatitude='48,30N' exif:GPSLongitude='2,15W'"));
+  const MediaTags tags = ReadTags(*context_, container_);
+  EXPECT_EQ(tags.maker, "Acme");
+  EXPECT_EQ(tags.model, "One");
+  EXPECT_EQ(tags.created, kRecorded);
+  EXPECT_EQ(tags.modified, kRecorded + 1);
+  EXPECT_EQ(tags.location, (GeoLocation{48.5, -2.25}));
+}
+
+TEST_F(TagReaderTest, TagsOfTheContainerWinOverXmp) {
+  container_.movie.emplace();
+  container_.movie->times = {kRecorded, kRecorded};
+  AddMovieTag(Mp4MetaNamespace::kUserData, "\u00A9mak", "Maker of the container");
+  AddMovieTag(Mp4MetaNamespace::kUserData, "\u00A9xyz", "-10.5+020.5/");
+  AddMovieTag(Mp4MetaNamespace::kXmp, "XMP",
+              Xmp("tiff:Make='Acme' tiff:Model='One' xmp:CreateDate='2020-01-01T00:00:00Z' "
+                  "xmp:ModifyDate='2020-01-01T00:00:00Z' exif:GPSLatitude='48,30N' exif:GPSLongitude='2,15W'"));
+  const MediaTags tags = ReadTags(*context_, container_);
+  EXPECT_EQ(tags.maker, "Maker of the container");
+  EXPECT_EQ(tags.model, "One");
+  EXPECT_EQ(tags.created, kRecorded);
+  EXPECT_EQ(tags.modified, kRecorded);
+  EXPECT_EQ(tags.location, (GeoLocation{-10.5, 20.5}));
+}
+
+TEST_F(TagReaderTest, HalfAPlaceInXmpIsNone) {
+  AddMovieTag(Mp4MetaNamespace::kXmp, "XMP", Xmp("tiff:Make='Acme' exif:GPSLatitude='48,30N'"));
+  const MediaTags tags = ReadTags(*context_, container_);
+  EXPECT_EQ(tags.maker, "Acme");
+  EXPECT_EQ(tags.location, std::nullopt);
+}
+
+TEST_F(TagReaderTest, DamagedXmpTellsNothing) {
+  AddMovieTag(Mp4MetaNamespace::kXmp, "XMP", "<rdf:Description tiff:Make='Acme'");
+  EXPECT_EQ(ReadTags(*context_, container_).maker, "");
+}
+
+TEST_F(TagReaderTest, TakesTagsFromTheXmpOfRiff) {
+  container_.xmp = Xmp("tiff:Model='Recorder'");
+  EXPECT_EQ(ReadTags(*context_, container_).model, "Recorder");
+}
+
 }  // namespace
 }  // namespace media_server::probe
