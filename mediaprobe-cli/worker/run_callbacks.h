@@ -28,8 +28,8 @@ struct RunCallbacks {
   FailInput fail;
   /// Which processes may answer an input; those for files where it is empty.
   std::function<Company(const Input& input)> company;
-  /// Called in a worker before its first input, with its end of the stream to the parent: gives up what answering does
-  /// not take. False fails the input. May be empty.
+  /// Called in a worker when it starts, with the first of its inputs and its end of the stream to the parent: gives up
+  /// what answering does not take. False fails its inputs. May be empty.
   std::function<bool(const Input& input, Company company, int descriptor)> enter;
   /// Called when a worker has left with a wish: sees to it that later ones have what it is for. False when there is no
   /// such wish. May be empty.

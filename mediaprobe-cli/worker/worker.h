@@ -75,7 +75,8 @@ class Worker {
   /// Takes back all inputs but the one it works on. It has them, so it is of no use once that is answered: it gets no
   /// more, and what it still says is not heard.
   std::deque<Request> TakeBack();
-  bool is_done() const { return is_last_ && requests_.empty(); }
+  /// Whether it gets no more inputs and has answered those that it had.
+  bool is_done() const { return requests_.empty() && (is_last_ || company_ == Company::kAlone); }
 
   /// Takes what has arrived, without waiting. False when the process has died or talks nonsense.
   bool Receive(const std::function<void(Reply)>& take);

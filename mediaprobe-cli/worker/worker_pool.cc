@@ -54,7 +54,7 @@ bool WorkerPool::Run(InputSource& source) {
 bool WorkerPool::HasRoom() const { return next_number_ - next_out_ < kWindow && held_bytes_ < kMostHeldBytes; }
 
 bool WorkerPool::IsIdle() const {
-  return orphans_.empty() && finished_.empty() &&
+  return orphans_.empty() && finished_.empty() && !spare_ &&
          std::ranges::all_of(workers_, [](const auto& worker) { return !worker || worker->pending() == 0; });
 }
 
@@ -107,6 +107,10 @@ bool WorkerPool::GiveEach(std::size_t share, std::size_t most_appetite, InputSou
     const std::size_t appetite = Appetite(worker.get(), most_appetite);
     wants_more = wants_more || share < appetite;
     if (share > appetite || (worker && worker->pending() >= share)) continue;
+    if (!worker && spare_) {
+      worker = TakeSpare();
+      continue;
+    }
     auto request = NextRequest(source);
     if (!request) return false;
     if (worker && !Suits(*worker, *request)) {
@@ -116,8 +120,7 @@ bool WorkerPool::GiveEach(std::size_t share, std::size_t most_appetite, InputSou
       }
       Retire(worker);
     }
-    if (!worker && spare_ && spare_->company() == request->company) worker = std::move(spare_);
-    if (!worker) worker = StartWorker(request->company);
+    if (!worker) worker = StartWorker(*request);
     if (worker) {
       worker->Ask(std::move(*request));
     } else {
@@ -139,30 +142,46 @@ void WorkerPool::Retire(std::unique_ptr<Worker>& worker) {
   if (retired_.size() > workers_.size()) retired_.pop_front();
 }
 
-void WorkerPool::KeepSpare(const InputSource& source) {
-  const bool goes_on = source_state_ == InputSource::State::kInput && source.total() != next_number_;
-  const bool one_is_alone = std::ranges::any_of(workers_, [](const auto& worker) {
-    return worker && worker->company() == Company::kAlone && worker->pending() > 0;
-  });
-  if (goes_on && one_is_alone && !spare_) spare_ = StartWorker(Company::kAlone);
+void WorkerPool::KeepSpare(InputSource& source) {
+  const bool one_is_alone =
+      std::ranges::any_of(workers_, [](const auto& worker) { return worker && worker->company() == Company::kAlone; });
+  if (spare_ || !one_is_alone) return;
+  auto request = NextRequest(source);
+  if (!request) return;
+  auto worker = request->company == Company::kAlone ? StartWorker(*request) : nullptr;
+  if (worker) {
+    spare_.emplace(std::move(worker), std::move(*request));
+  } else {
+    orphans_.push_front(std::move(*request));
+  }
 }
 
-std::unique_ptr<Worker> WorkerPool::StartWorker(Company company) const {
+std::unique_ptr<Worker> WorkerPool::TakeSpare() {
+  Spare spare = *std::exchange(spare_, std::nullopt);
+  spare.worker->Ask(std::move(spare.request));
+  return std::move(spare.worker);
+}
+
+void WorkerPool::DropSpare() {
+  if (!spare_) return;
+  orphans_.push_front(std::move(spare_->request));
+  spare_.reset();
+}
+
+std::unique_ptr<Worker> WorkerPool::StartWorker(const Worker::Request& first) const {
   std::vector<int> others;
   for (const auto& other : workers_) {
     if (other) others.push_back(other->descriptor());
   }
   for (const auto& other : retired_) others.push_back(other->descriptor());
-  if (spare_) others.push_back(spare_->descriptor());
-  const Worker::BeginWork begin = [this, company](int descriptor) -> AnswerInput {
-    if (!callbacks_.enter) return callbacks_.answer;
-    return [this, company, descriptor, is_confined = false](const Input& input, const ReportDigest& report) mutable {
-      if (!is_confined) is_confined = callbacks_.enter(input, company, descriptor);
-      if (!is_confined) return callbacks_.fail(input, "the process cannot be confined");
-      return callbacks_.answer(input, report);
+  if (spare_) others.push_back(spare_->worker->descriptor());
+  const Worker::BeginWork begin = [&](int descriptor) -> AnswerInput {
+    if (!callbacks_.enter || callbacks_.enter(first.input, first.company, descriptor)) return callbacks_.answer;
+    return [this](const Input& input, const ReportDigest&) {
+      return callbacks_.fail(input, "the process cannot be confined");
     };
   };
-  return Worker::Start(begin, company, settings_.memory_bytes, others);
+  return Worker::Start(begin, first.company, settings_.memory_bytes, others);
 }
 
 void WorkerPool::WaitForNews(const InputSource& source) {
@@ -250,7 +269,7 @@ bool WorkerPool::Grant(int wish, Worker::Request& request) {
     return true;
   }
   // What is granted now is not in a process that was started before.
-  spare_.reset();
+  DropSpare();
   return callbacks_.grant && callbacks_.grant(wish);
 }
 

@@ -34,6 +34,12 @@ class WorkerPool {
   bool Run(InputSource& source);
 
  private:
+  /// A worker that is ready for its input and has not been told to begin.
+  struct Spare {
+    std::unique_ptr<Worker> worker;
+    Worker::Request request;
+  };
+
   bool HasRoom() const;
   bool IsIdle() const;
   /// The next input for a worker: one that lost its worker, or a new one.
@@ -50,9 +56,13 @@ class WorkerPool {
   bool Suits(const Worker& worker, const Worker::Request& request) const;
   /// Ends a worker that is of no use any more, and leaves its place empty.
   void Retire(std::unique_ptr<Worker>& worker);
-  /// Where each input gets a process of its own, starts the next one while those before it work.
-  void KeepSpare(const InputSource& source);
-  std::unique_ptr<Worker> StartWorker(Company company) const;
+  /// Where inputs get a process of their own, starts the next one's while those before it work.
+  void KeepSpare(InputSource& source);
+  std::unique_ptr<Worker> TakeSpare();
+  /// Its input gets another worker.
+  void DropSpare();
+  /// Starts one that is confined to what the first of its inputs takes. Null when no process can be made.
+  std::unique_ptr<Worker> StartWorker(const Worker::Request& first) const;
   void WaitForNews(const InputSource& source);
   void ReadWorkers();
   /// Gives what waits behind an input that takes long to a worker that has nothing to do.
@@ -72,12 +82,12 @@ class WorkerPool {
   Settings settings_;
   RunCallbacks callbacks_;
   std::vector<std::unique_ptr<Worker>> workers_;
-  std::unique_ptr<Worker> spare_;                // that has no input yet
+  std::optional<Spare> spare_;
   std::deque<std::unique_ptr<Worker>> retired_;  // that have been told to end
   InputSource::State source_state_ = InputSource::State::kInput;
   std::uint64_t next_number_ = 0;             // of the inputs, in the order of the source
   std::uint64_t next_out_ = 0;                // whose answer is given out next
-  std::deque<Worker::Request> orphans_;       // inputs that lost their worker
+  std::deque<Worker::Request> orphans_;       // inputs that lost their worker or the place they had
   std::set<std::uint64_t> retried_;           // of them, those that it died of
   std::map<std::uint64_t, Answer> finished_;  // that wait for one before them
   std::size_t held_bytes_ = 0;                // of those

@@ -15,7 +15,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <new>
 #include <set>
 #include <string>
@@ -231,17 +230,34 @@ TEST_F(WorkerPoolTest, SaysThatAWorkerAskedForWhatItMustNot) {
   EXPECT_THAT(Run({"a"}), ElementsAre("a: the probe broke down twice: it asked the system for what no probe needs"));
 }
 
-TEST_F(WorkerPoolTest, StartsTheNextProcessWhileAnInputIsAlone) {
+TEST_F(WorkerPoolTest, PreparesTheNextProcessWhileAnInputIsAlone) {
+  const testing::ScratchFolder folder;
   company_ = [](const Input&) { return Company::kAlone; };
-  act_ = [parent = std::to_string(getpid())](const std::string& input, const ReportDigest&) {
-    const auto count = [&] {
-      std::ifstream children("/proc/" + parent + "/task/" + parent + "/children");
-      return std::distance(std::istream_iterator<pid_t>(children), {});
-    };
-    while (input == "first" && count() < 2) std::this_thread::sleep_for(10ms);
+  enter_ = [&](const Input& input, Company, int) { return std::ofstream(folder.path() + "/" + input.name).is_open(); };
+  act_ = [&](const std::string& input, const ReportDigest&) {
+    while (input == "first" && !std::filesystem::exists(folder.path() + "/second")) std::this_thread::sleep_for(10ms);
     return Answer{input, ""};
   };
-  EXPECT_THAT(Run({"first", "second"}, 1), ElementsAre("first", "second"));
+  EXPECT_THAT(Run({"first", "second", "third"}, 1), ElementsAre("first", "second", "third"));
+}
+
+TEST_F(WorkerPoolTest, GivesTheNextInputAProcessThatHasWhatWasWishedFor) {
+  const testing::ScratchFolder folder;
+  bool is_there = false;
+  company_ = [](const Input&) { return Company::kAlone; };
+  enter_ = [&](const Input& input, Company, int) { return std::ofstream(folder.path() + "/" + input.name).is_open(); };
+  act_ = [&](const std::string& input, const ReportDigest&) {
+    while (!std::filesystem::exists(folder.path() + "/second")) std::this_thread::sleep_for(10ms);
+    if (!is_there) LeaveWithWish(7);
+    return Answer{input, ""};
+  };
+  std::vector<int> wishes;
+  grant_ = [&](int wish) {
+    wishes.push_back(wish);
+    return is_there = true;
+  };
+  EXPECT_THAT(Run({"first", "second", "third"}, 1), ElementsAre("first", "second", "third"));
+  EXPECT_THAT(wishes, ElementsAre(7)) << "the second's process is older than what was granted";
 }
 
 TEST_F(WorkerPoolTest, FailsAnInputThatKillsItsWorkerTwice) {
