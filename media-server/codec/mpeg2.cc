@@ -12,6 +12,7 @@ namespace {
 using core::Rational;
 
 // Start codes, and identifiers of extensions.
+constexpr std::uint8_t kPicture = 0x00;
 constexpr std::uint8_t kFirstSlice = 0x01;
 constexpr std::uint8_t kLastSlice = 0xAF;
 constexpr std::uint8_t kSequenceHeader = 0xB3;
@@ -154,6 +155,18 @@ std::optional<PictureParameters> ReadMpegVideo(std::span<const std::uint8_t> byt
   picture.progressive_only = sequence->progressive;
   if (sequence->progressive) picture.field_order = FieldOrder::kProgressive;
   return picture;
+}
+
+std::optional<int> ReadMpegPictureType(std::span<const std::uint8_t> bytes) {
+  StartCodeReader units(bytes);
+  for (auto unit = units.Next(); !unit.empty(); unit = units.Next()) {
+    if (unit.front() != kPicture) continue;
+    BitReader bits(unit.subspan(1));
+    bits.Skip(10);  // temporal_reference
+    const std::uint32_t type = bits.Bits(3);
+    return bits.Ok() && type >= 1 && type <= 3 ? std::optional(static_cast<int>(type)) : std::nullopt;
+  }
+  return std::nullopt;
 }
 
 }  // namespace media_server::codec

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 
 #include "media-server/probe/ffmpeg.h"
 
@@ -27,8 +28,13 @@ int AvIo::Read(void* opaque, std::uint8_t* buffer, int size) {
   auto* io = static_cast<AvIo*>(opaque);
   const bool jumped = io->position_ != io->last_end_;
   const int wanted = jumped ? std::min(size, kFirstRead) : size;
-  const std::size_t got =
-      io->source_.ReadSome(static_cast<std::uint64_t>(io->position_), {buffer, static_cast<std::size_t>(wanted)});
+  std::size_t got = 0;
+  try {
+    got = io->source_.ReadSome(static_cast<std::uint64_t>(io->position_), {buffer, static_cast<std::size_t>(wanted)});
+  } catch (const std::bad_alloc&) {
+    // Further up it would pass through libavformat, which frees nothing then.
+    return AVERROR(ENOMEM);
+  }
   if (got == 0) return io->source_.Spent() ? AVERROR_EXIT : io->source_.ReadFailure() ? AVERROR(EIO) : AVERROR_EOF;
   io->position_ += static_cast<std::int64_t>(got);
   io->last_end_ = io->position_;

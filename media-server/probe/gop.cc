@@ -6,6 +6,8 @@
 #include <limits>
 #include <vector>
 
+#include "media-server/codec/mpeg2.h"
+#include "media-server/container/matroska_frames.h"
 #include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/packet_walk.h"
@@ -19,6 +21,9 @@ constexpr int kMostIndexed = 2048;
 // Packets read for picture headers: broadcast groups have 12 to 30 pictures, and analysis has read about as many
 // already.
 constexpr int kMostPackets = 160;
+
+// Frames of which only the beginnings are read: as many pictures as those packets have.
+constexpr std::size_t kMostFrames = 80;
 
 std::vector<std::size_t> PlacesOf(GopPicture kind, std::span<const GopPicture> pictures) {
   std::vector<std::size_t> places;
@@ -127,6 +132,18 @@ std::optional<std::string> GopOfTrack(AVStream& stream, const Mp4Track& track, c
 bool TellsGopInPackets(const AVStream& stream) {
   const AVCodecID codec = stream.codecpar->codec_id;
   return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO;
+}
+
+std::optional<std::string> GopOfFrames(IByteSource& source, std::uint64_t track_number) {
+  MatroskaFrames frames(source, track_number);
+  std::vector<GopPicture> pictures;
+  while (pictures.size() < kMostFrames) {
+    const auto frame = frames.Next();
+    const auto type = codec::ReadMpegPictureType(frame);
+    if (!type) break;
+    pictures.push_back(*type == 1 ? GopPicture::kIntra : *type == 3 ? GopPicture::kBetween : GopPicture::kAnchor);
+  }
+  return GopText(pictures);
 }
 
 std::optional<std::string> GopOfPackets(AVFormatContext& context, const AVStream& stream) {

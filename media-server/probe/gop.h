@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 
 #include "media-server/container/mp4_movie.h"
+#include "media-server/io/byte_source.h"
 #include "media-server/probe/sample_reader.h"
 
 struct AVFormatContext;
@@ -30,6 +32,10 @@ std::optional<std::string> GopOfTrack(AVStream& stream, const Mp4Track& track, c
 
 /// Whether the picture headers of a stream tell the structure: those of MPEG-1 and MPEG-2 video.
 bool TellsGopInPackets(const AVStream& stream);
+
+/// The structure that they tell in track `track_number` of a Matroska file, of whose frames only the beginnings are
+/// read.
+std::optional<std::string> GopOfFrames(IByteSource& source, std::uint64_t track_number);
 
 /// The structure that they tell. Reads packets of the file from where reading stands, a bounded number: call it last,
 /// and once.

@@ -89,6 +89,8 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
       } else if (IsElementaryPictureStream(context)) {
         facts.timing =
             TimeElementaryStream(context, NumberOf(facts.header.parameters.frame_rate, /*unknown=*/0), media.file_size);
+      } else if (TellsGopInPackets(*stream) && container.matroska && track.id && !source.IsRemote()) {
+        facts.gop = GopOfFrames(source, *track.id);  // at a server each frame would cost a request
       } else if (TellsGopInPackets(*stream) && !packets_are_read) {
         facts.gop = GopOfPackets(context, *stream);
         packets_are_read = true;

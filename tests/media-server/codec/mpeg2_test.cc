@@ -13,6 +13,8 @@ using core::Rational;
 
 std::optional<PictureParameters> Read(const std::string& hex) { return ReadMpegVideo(Hex(hex.c_str())); }
 
+std::optional<int> PictureType(const std::string& hex) { return ReadMpegPictureType(Hex(hex.c_str())); }
+
 const std::string kPalHeader = "000001b3 2d0240 33 ffffe228";        // 720x576, 16:9, 25 frames per second
 const std::string kMainProfile = "000001b5 1482 0001 0000";          // Main profile and level, interlaced, 4:2:0
 const std::string kPicture = "000001b8 00080040 00000100 000ffff8";  // group of pictures, picture header
@@ -87,6 +89,21 @@ TEST(MpegVideo, LeavesOutForbiddenCodes) {
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->sample_aspect_ratio, std::nullopt);
   EXPECT_EQ(picture->frame_rate, std::nullopt);
+}
+
+TEST(MpegVideo, TellsHowAPictureIsCoded) {
+  // temporal_reference 0, then the type in three bits.
+  EXPECT_EQ(PictureType(kPalHeader + kMainProfile + "00000100 000fffff"), 1);
+  EXPECT_EQ(PictureType("00000100 0017ffff 00000101 22ff"), 2);
+  EXPECT_EQ(PictureType("00000100 ffdfffff 00000100 000fffff"), 3) << "the first picture counts";
+}
+
+TEST(MpegVideo, TellsNoTypeWithoutAPictureHeader) {
+  EXPECT_EQ(PictureType(""), std::nullopt);
+  EXPECT_EQ(PictureType(kPalHeader + "00000101 22ff"), std::nullopt);
+  EXPECT_EQ(PictureType("00000100 00"), std::nullopt);
+  EXPECT_EQ(PictureType("00000100 0007ffff"), std::nullopt) << "forbidden";
+  EXPECT_EQ(PictureType("00000100 0027ffff"), std::nullopt) << "no picture of MPEG-2";
 }
 
 }  // namespace

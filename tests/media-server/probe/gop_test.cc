@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
+
+#include "tests/media-server/container/memory_source.h"
 
 namespace media_server::probe {
 namespace {
@@ -42,6 +46,41 @@ TEST(GopTest, SaysNothingOfTooFewPictures) {
   EXPECT_EQ(GopOf("PPPP"), std::nullopt);
   EXPECT_EQ(GopOf("IPPPPP"), std::nullopt);
   EXPECT_EQ(GopOf("IPPPIPPP"), std::nullopt) << "one whole group proves no rule";
+}
+
+/// A Matroska file's segment with a block of 100 kB for each picture of track 1, and one of sound in front of each.
+std::string MatroskaOf(std::string_view letters) {
+  std::string blocks;
+  const auto add_block = [&](std::uint8_t track, const std::string& frame) {
+    blocks += "\xA3" + Be(1ULL << 56 | (4 + frame.size()), 8) + Be(0x80U | track, 1) + Be(0x80, 3) + frame;
+  };
+  for (const char letter : letters) {
+    const std::uint8_t type = letter == 'I' ? 1 : letter == 'P' ? 2 : letter == 'B' ? 3 : 0;
+    add_block(2, "sound");
+    add_block(1, Be(0x100, 4) + Be(static_cast<std::uint64_t>(type) << 19 | 0xFFFF, 4) + Zeros(100'000));
+  }
+  return Be(0x18538067, 4) + Be(1ULL << 56 | blocks.size(), 8) + blocks;
+}
+
+TEST(GopTest, ReadsTheBeginningsOfMatroskaFrames) {
+  MemorySource source(MatroskaOf("IPBBIBBPBBIBBPBB"));
+  EXPECT_EQ(GopOfFrames(source, 1), "M=3, N=6");
+  EXPECT_LT(source.BytesRead(), 20'000u);
+  EXPECT_EQ(GopOfFrames(source, 2), std::nullopt) << "sound";
+}
+
+TEST(GopTest, AFrameWithoutPictureHeaderEndsWhatIsSeen) {
+  MemorySource source(MatroskaOf("IPPPIPPPI-IPI"));
+  EXPECT_EQ(GopOfFrames(source, 1), "M=1, N=4");
+}
+
+TEST(GopTest, LooksAtFramesOfThreeSecondsAtMost) {
+  std::string letters = "I";
+  for (int i = 0; i < 26; ++i) letters += "PPI";
+  MemorySource regular_at_first(MatroskaOf(letters + "P" + "III"));
+  EXPECT_EQ(GopOfFrames(regular_at_first, 1), "M=1, N=3");
+  MemorySource irregular(MatroskaOf(letters + "II"));
+  EXPECT_EQ(GopOfFrames(irregular, 1), std::nullopt);
 }
 
 }  // namespace

@@ -1,0 +1,71 @@
+#include "media-server/container/matroska_frames.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <limits>
+
+#include "media-server/container/byte_reader.h"
+#include "media-server/container/ebml.h"
+
+namespace media_server {
+namespace {
+
+// Element ids of RFC 9559, 5.1.
+constexpr std::uint32_t kSimpleBlock = 0xA3;
+constexpr std::uint32_t kBlock = 0xA1;
+// Segment, Cluster, BlockGroup: what they hold follows their heads.
+constexpr std::array<std::uint32_t, 3> kHoldBlocks = {0x18538067, 0x1F43B675, 0xA0};
+
+// Sound and other tracks lie between the pictures of some seconds.
+constexpr int kMostElements = 1024;
+
+// Number of the track, time, flags (RFC 9559, 10.1).
+constexpr std::size_t kLongestBlockHead = 8 + 2 + 1;
+constexpr std::uint8_t kLacing = 0x06;
+
+std::uint64_t TakeTrackNumber(ByteReader& reader) {
+  const std::uint8_t first = reader.U8();
+  const int more = std::countl_zero(first);
+  if (more >= 8) return 0;
+  return (std::uint64_t{first} & 0x7FU >> more) << 8 * more | reader.BigEndian(static_cast<std::size_t>(more));
+}
+
+}  // namespace
+
+MatroskaFrames::MatroskaFrames(IByteSource& source, std::uint64_t track_number)
+    : source_(source), track_number_(track_number), elements_left_(kMostElements) {}
+
+std::vector<std::uint8_t> MatroskaFrames::Next() {
+  for (; elements_left_ > 0; --elements_left_) {
+    const auto bytes = ReadBytes(source_, offset_, kLongestEbmlHead + kLongestBlockHead);
+    ByteReader reader(bytes);
+    const auto element = ReadEbmlElement(reader);
+    if (!element) return {};
+    offset_ += reader.Position();
+    if (std::ranges::find(kHoldBlocks, element->id) != kHoldBlocks.end()) continue;
+    if (!element->size || *element->size > std::numeric_limits<std::uint64_t>::max() - offset_) return {};
+    const std::uint64_t block = offset_;
+    offset_ += *element->size;
+    const bool is_block = element->id == kSimpleBlock || element->id == kBlock;
+    if (!is_block || TakeTrackNumber(reader) != track_number_) continue;
+    auto frame = FrameOf(block, *element->size);
+    elements_left_ = frame.empty() ? 0 : elements_left_ - 1;
+    return frame;
+  }
+  return {};
+}
+
+std::vector<std::uint8_t> MatroskaFrames::FrameOf(std::uint64_t block, std::uint64_t block_size) {
+  const std::uint64_t most = std::min<std::uint64_t>(block_size, kLongestBlockHead + kFrameStart);
+  const auto bytes = ReadBytes(source_, block, static_cast<std::size_t>(most));
+  ByteReader reader(bytes);
+  TakeTrackNumber(reader);
+  reader.Skip(2);
+  const bool is_laced = (reader.U8() & kLacing) != 0;
+  if (bytes.size() < most || !reader.Ok() || is_laced) return {};
+  const auto frame = reader.Take(std::min(reader.Remaining(), kFrameStart));
+  return {frame.begin(), frame.end()};
+}
+
+}  // namespace media_server
