@@ -31,6 +31,9 @@ NO_MEMORY = ("out of memory", "asks for too much memory", "an SVG with too many 
              "the SVG service gives no session", "the media UUID service gives no session")
 # That libraries of others break down where their allocations fail is known; the workers contain it.
 MAY_BREAK_DOWN = {"libavformat", "libexpat", "libz", "libcrypto", "unknown"}
+# Functions of libavcodec's transforms that leave what they have made where the rest cannot be made. Of all else also what
+# a library has allocated is given back: where it is not, our code may have kept it from that.
+MAY_LEAVE_BEHIND = {"ff_tx_init_subtx"}
 
 
 class Sweeps(unittest.TestCase):
@@ -117,9 +120,8 @@ class Sweeps(unittest.TestCase):
             elif not run["is_same"]:
                 faults.append(f"{self.where(run)}: another answer: {frames.shown(run['failed_at'])}")
             if run.get("left_more"):
-                owners = {frames.owner_of(place) for place in run.get("left_at", [])}
-                if frames.OURS in owners:
-                    faults.extend(f"{self.where(run)}: left behind: {frames.shown(place)}" for place in run["left_at"])
+                faults.extend(f"{self.where(run)}: left behind: {frames.shown(place)}" for place in run["left_at"]
+                              if not set(map(frames.name_of, place)) & MAY_LEAVE_BEHIND)
         self.assertEqual(faults[:40], [])
 
     def test_no_read_that_fails_goes_unnoticed(self):
