@@ -150,7 +150,7 @@ void WorkerPool::KeepSpare(InputSource& source) {
   if (!request) return;
   auto worker = request->company == Company::kAlone ? StartWorker(*request) : nullptr;
   if (worker) {
-    spare_.emplace(std::move(worker), std::move(*request));
+    spare_ = Spare{std::move(worker), std::move(*request)};
   } else {
     orphans_.push_front(std::move(*request));
   }

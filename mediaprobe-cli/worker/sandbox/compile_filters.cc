@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -78,28 +79,28 @@ class Compiler {
         Check(seccomp_rule_add(filter_, SCMP_ACT_ALLOW, number, 0));
         break;
       case Condition::kReadsOnly:
-        AllowIf(number, SCMP_A2(SCMP_CMP_MASKED_EQ, O_ACCMODE | O_CREAT | O_TRUNC, O_RDONLY));
+        AddIf(SCMP_ACT_ALLOW, number, {2, SCMP_CMP_MASKED_EQ, O_ACCMODE | O_CREAT | O_TRUNC, O_RDONLY});
         break;
       case Condition::kMakesNoCode:
-        AllowIf(number, SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0));
+        AddIf(SCMP_ACT_ALLOW, number, {2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0});
         break;
       case Condition::kStartsThread:
-        AllowIf(number, SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD));
-        Check(
-            seccomp_rule_add(filter_, SCMP_ACT_KILL_PROCESS, number, 1, SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, 0)));
+        AddIf(SCMP_ACT_ALLOW, number, {0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD});
+        AddIf(SCMP_ACT_KILL_PROCESS, number, {0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, 0});
         break;
       case Condition::kOwnProcess:
-        AllowIf(number, SCMP_A0(SCMP_CMP_EQ, mediaprobe::sandbox::kOwnProcessMark));
+        AddIf(SCMP_ACT_ALLOW, number, {0, SCMP_CMP_EQ, mediaprobe::sandbox::kOwnProcessMark, 0});
         break;
       case Condition::kReachesOtherHosts:
-        AllowIf(number, SCMP_A0(SCMP_CMP_EQ, AF_INET));
-        AllowIf(number, SCMP_A0(SCMP_CMP_EQ, AF_INET6));
+        AddIf(SCMP_ACT_ALLOW, number, {0, SCMP_CMP_EQ, AF_INET, 0});
+        AddIf(SCMP_ACT_ALLOW, number, {0, SCMP_CMP_EQ, AF_INET6, 0});
         break;
     }
   }
 
-  void AllowIf(int number, scmp_arg_cmp condition) {
-    Check(seccomp_rule_add(filter_, SCMP_ACT_ALLOW, number, 1, condition));
+  /// The library's macros for conditions are no C++.
+  void AddIf(std::uint32_t action, int number, const scmp_arg_cmp& condition) {
+    Check(seccomp_rule_add_array(filter_, action, number, 1, &condition));
   }
 
   std::vector<Instruction> Instructions() const {
