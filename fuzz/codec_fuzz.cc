@@ -156,6 +156,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     case 2:
       Check(ProfiledCodec::kMpeg2, ReadMpegVideo(bytes), 7);
       CheckSized(ReadMpegVideo(bytes));
+      if (const auto type = ReadMpegPictureType(bytes)) FUZZ_CHECK(*type >= 1 && *type <= 3);
       break;
     case 3:
       Check(ProfiledCodec::kMpeg4Visual, ReadMpeg4Visual(bytes), 15);

@@ -6,11 +6,14 @@
 #include "fuzz/check.h"
 #include "fuzz/fuzzed_source.h"
 #include "media-server/container/asf_properties.h"
+#include "media-server/container/byte_reader.h"
 #include "media-server/container/format_identity.h"
 #include "media-server/container/guess.h"
 #include "media-server/container/id3v1.h"
+#include "media-server/container/matroska_frames.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
+#include "media-server/container/mpeg_audio_header.h"
 #include "media-server/container/riff_scan.h"
 #include "media-server/container/truncation.h"
 #include "media-server/io/byte_source.h"
@@ -65,6 +68,12 @@ void CheckMatroska(FuzzedSource& source) {
   }
   FUZZ_CHECK(sum <= 16 * kMiB);
   FUZZ_CHECK(source.TakeBytesRead() <= 33 * kMiB);
+
+  MatroskaFrames frames(source, scan.tracks.empty() ? 1 : scan.tracks.front().number);
+  for (auto frame = frames.Next(); !frame.empty(); frame = frames.Next()) {
+    FUZZ_CHECK(frame.size() <= MatroskaFrames::kFrameStart);
+  }
+  FUZZ_CHECK(source.TakeBytesRead() <= kMiB);
 }
 
 void CheckRiff(FuzzedSource& source) {
@@ -91,6 +100,11 @@ void CheckSmallReaders(FuzzedSource& source) {
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   if (const auto tag = ReadId3v1(source)) {
     for (const std::string& text : {tag->title, tag->artist, tag->album}) RequireText(text, 30);
+  }
+  if (const auto header = ReadMpegAudioHeader(ReadBytes(source, 0, kMpegAudioHeaderSize))) {
+    FUZZ_CHECK(header->layer >= 1 && header->layer <= 3 && (header->channels == 1 || header->channels == 2));
+    FUZZ_CHECK(header->sample_rate_hz >= 8000 && header->sample_rate_hz <= 48'000);
+    FUZZ_CHECK(header->size_bytes >= kMpegAudioHeaderSize);
   }
   FUZZ_CHECK(source.TakeBytesRead() <= 1024);
 }
