@@ -33,15 +33,16 @@ constexpr std::int64_t kProbeSizes[] = {500'000, 10'000'000};
 struct ByteLimit {
   std::string_view demuxer;
   std::uint64_t bytes;
+  bool goes_back;  // to the start, when libavformat has looked at the end, and reads again what it has analysed
 };
-constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20}, {"mpegts", std::uint64_t{1} << 20}};
+constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20, /*goes_back=*/false},
+                                     {"mpegts", std::uint64_t{1} << 20, /*goes_back=*/true}};
 
 void LimitBytes(std::string_view demuxer, BoundedSource& source) {
   const auto* limit = std::ranges::find(kByteLimits, demuxer, &ByteLimit::demuxer);
   if (limit != std::end(kByteLimits)) {
     source.Limit(limit->bytes);
-    // libavformat goes back to the start when it has looked at the end, and reads what it has analysed again.
-    source.KeepStart(limit->bytes);
+    if (limit->goes_back) source.KeepStart(limit->bytes);
   }
   if (demuxer == "flac") source.Limit(ReadBudget().bytes + FlacMetadataSize(source));
 }
