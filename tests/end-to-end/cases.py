@@ -31,6 +31,12 @@ def hevc(pixels="yuv420p", x265="", *options):
             *options]
 
 
+def groups(rate):
+    """MPEG-2 at a constant rate, in groups of 12 pictures."""
+    return ["-c:v", "mpeg2video", "-g", "12", "-bf", "2", "-sc_threshold", "1000000000", "-b:v", rate, "-minrate", rate,
+            "-maxrate", rate, "-bufsize", "1M"]
+
+
 MPEG4 = ["-c:v", "mpeg4", "-q:v", "20"]
 MPEG2 = ["-c:v", "mpeg2video", "-q:v", "20"]
 VP8 = ["-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8"]
@@ -54,6 +60,9 @@ CONTAINERS = [
          {"format": "mp4", "0.frame_count": 25}),
     Case("mov.mov", pictures() + tone() + [*h264(), "-c:a", "pcm_s16be"],
          {"format": "mov", "fourcc": "MOV ", "0.codec": "h264", "1.codec": "pcm_s16be", "1.bits_per_sample": 16}),
+    Case("mono.mp4", tone() + ["-c:a", "libmp3lame", "-ac", "1"], {"0.codec": "mp3", "0.channels": 1}),
+    Case("groups.ts", pictures("352x288", seconds="4") + groups("4M"), {"0.codec": "mpeg2video"}),
+    Case("groups.mkv", pictures("352x288", seconds="2") + groups("20M"), {"0.codec": "mpeg2video"}),
     Case("m4a.m4a", tone("44100") + [*AAC, "-ac", "2"],
          {"format": "m4a", "0.codec": "aac", "0.sample_rate": 44100, "0.channels": 2}),
     Case("alac.m4a", tone("44100") + ["-c:a", "alac", "-sample_fmt", "s16p"],

@@ -79,6 +79,12 @@ class MediaFacts(unittest.TestCase):
         self.assertEqual([record["input"] for record in records], [str(path) for path in Made.paths.values()])
         self.assertEqual(records, list(Made.ours.values()))
 
+    def test_groups_of_pictures_are_told_of_files_larger_than_what_is_read(self):
+        for name in ("groups.ts", "groups.mkv"):
+            self.assertGreater(Made.paths[name].stat().st_size, 3 << 19)
+            metadata = tool.streams_of(self.our_record(name))[0]["metadata"]
+            self.assertEqual(metadata.get("MediaFile_Metedata_Video_Format_Settings_Gop"), "M=3, N=12", name)
+
     def test_json_is_the_array_of_the_same_records(self):
         some = [Made.paths["mp4.mp4"], Made.paths["programs.ts"]]
         done = tool.run("--json", *some)
