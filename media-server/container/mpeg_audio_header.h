@@ -11,6 +11,7 @@ struct MpegAudioHeader {
   int layer = 0;  ///< 1 to 3
   std::uint32_t sample_rate_hz = 0;
   std::uint32_t channels = 0;    ///< 1 or 2
+  std::uint32_t bit_rate = 0;    ///< of this frame, in bits per second
   std::uint32_t size_bytes = 0;  ///< of the whole frame
 };
 

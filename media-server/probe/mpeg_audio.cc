@@ -17,8 +17,13 @@ constexpr std::array kCodecOfLayer = {AV_CODEC_ID_MP1, AV_CODEC_ID_MP2, AV_CODEC
 void DescribeMpegAudio(const SampleReader& samples, AVStream& stream) {
   AVCodecParameters& codec = *stream.codecpar;
   if (std::ranges::find(kCodecOfLayer, codec.codec_id) == kCodecOfLayer.end()) return;
-  const auto header = ReadMpegAudioHeader(samples.ReadStart(stream, 0, kMpegAudioHeaderSize));
+  const bool has_index = samples.SampleCount(stream) > 0;
+  // Who has seen frames has told their bit rate.
+  if (!has_index && codec.bit_rate > 0) return;
+  const auto header = ReadMpegAudioHeader(has_index ? samples.ReadStart(stream, 0, kMpegAudioHeaderSize)
+                                                    : samples.ReadFirst(stream));
   if (!header) return;
+  if (!has_index) codec.bit_rate = header->bit_rate;
   codec.codec_id = kCodecOfLayer[static_cast<std::size_t>(header->layer - 1)];
   codec.sample_rate = static_cast<int>(header->sample_rate_hz);
   av_channel_layout_uninit(&codec.ch_layout);

@@ -64,9 +64,11 @@ PixelFormat ReadPixelFormat(const AVStream& stream) {
 // Codecs that have one pixel format only.
 PixelFormat PixelFormatOfCodec(const AVCodecParameters& codec) {
   switch (codec.codec_id) {
+    case AV_CODEC_ID_MPEG4:
+      if (codec.profile == AV_PROFILE_MPEG4_SIMPLE_STUDIO) return {};
+      [[fallthrough]];
     case AV_CODEC_ID_VP8:
     case AV_CODEC_ID_MPEG1VIDEO:
-    case AV_CODEC_ID_MPEG4:
     case AV_CODEC_ID_H261:
     case AV_CODEC_ID_H263:
     case AV_CODEC_ID_FLV1:
@@ -183,7 +185,7 @@ void DescribeColor(const AVStream& stream, const PictureParameters& header, Stre
 
   // WebM keeps the alpha picture in a second coded picture of each block and says so in a tag.
   const bool tagged_alpha = StreamTag(stream, "alpha_mode").value_or("0") == "1";
-  if (header.alpha || tagged_alpha || decoded.bit_depth) {
+  if (header.alpha || tagged_alpha || decoded.bit_depth || only.bit_depth) {
     properties.alpha_channel = header.alpha.value_or(false) || tagged_alpha || decoded.alpha ? 1 : 0;
   }
 }

@@ -16,6 +16,16 @@ constexpr int kMostPackets = 160;
 
 bool IsPicture(const AVStream& stream) { return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !IsCover(stream); }
 
+bool IsMpegAudio(const AVStream& stream) {
+  const AVCodecID codec = stream.codecpar->codec_id;
+  return codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 || codec == AV_CODEC_ID_MP3;
+}
+
+// Whether somebody asks for the first packet: pictures, and sound whose frames nobody has seen.
+bool IsWanted(const AVStream& stream) {
+  return IsPicture(stream) || (IsMpegAudio(stream) && stream.codecpar->bit_rate == 0);
+}
+
 }  // namespace
 
 SampleReader::SampleReader(AVFormatContext& context, IByteSource& source)
@@ -49,16 +59,16 @@ std::string_view SampleReader::Demuxer() const { return context_.iformat->name; 
 
 std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
   std::vector<Packet> packets;
-  const auto pictures = static_cast<std::size_t>(
-      std::ranges::count_if(Streams(context_), [](const AVStream* stream) { return IsPicture(*stream); }));
+  const auto wanted = static_cast<std::size_t>(
+      std::ranges::count_if(Streams(context_), [](const AVStream* stream) { return IsWanted(*stream); }));
   PacketWalk walk(context_, {.packets = kMostPackets});
-  while (packets.size() < pictures) {
+  while (packets.size() < wanted) {
     const AVPacket* packet = walk.Next();
     if (packet == nullptr) break;
     const int stream = packet->stream_index;
     const bool is_first = std::ranges::find(packets, stream, &Packet::stream) == packets.end();
     const auto bytes = BytesOf(*packet);
-    if (is_first && IsPicture(*context_.streams[stream]) && !bytes.empty()) {
+    if (is_first && IsWanted(*context_.streams[stream]) && !bytes.empty()) {
       const auto start = bytes.first(std::min(bytes.size(), kSampleStart));
       packets.push_back({stream, {start.begin(), start.end()}});
     }

@@ -16,12 +16,14 @@ TEST(MpegAudioHeaderTest, ReadsWhatAFrameTells) {
   EXPECT_EQ(stereo->layer, 3);
   EXPECT_EQ(stereo->sample_rate_hz, 44'100u);
   EXPECT_EQ(stereo->channels, 2u);
+  EXPECT_EQ(stereo->bit_rate, 128'000u);
   EXPECT_EQ(stereo->size_bytes, 417u);
   const auto mono = ReadMpegAudioHeader(Bytes{0xFF, 0xFD, 0xE4, 0xC4});  // MPEG-1 layer II, 384 kbit/s
   ASSERT_TRUE(mono);
   EXPECT_EQ(mono->layer, 2);
   EXPECT_EQ(mono->sample_rate_hz, 48'000u);
   EXPECT_EQ(mono->channels, 1u);
+  EXPECT_EQ(mono->bit_rate, 384'000u);
   EXPECT_EQ(mono->size_bytes, 1152u);
 }
 
