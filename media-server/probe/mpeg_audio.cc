@@ -1,11 +1,11 @@
 #include "media-server/probe/mpeg_audio.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 
 #include "media-server/container/mpeg_audio_header.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/streams.h"
 
 namespace media_server::probe {
 namespace {
@@ -15,8 +15,8 @@ constexpr std::array kCodecOfLayer = {AV_CODEC_ID_MP1, AV_CODEC_ID_MP2, AV_CODEC
 }  // namespace
 
 void DescribeMpegAudio(const SampleReader& samples, AVStream& stream) {
+  if (!IsMpegAudio(stream)) return;
   AVCodecParameters& codec = *stream.codecpar;
-  if (std::ranges::find(kCodecOfLayer, codec.codec_id) == kCodecOfLayer.end()) return;
   const bool has_index = samples.SampleCount(stream) > 0;
   // Who has seen frames has told their bit rate.
   if (!has_index && codec.bit_rate > 0) return;

@@ -16,11 +16,6 @@ constexpr int kMostPackets = 160;
 
 bool IsPicture(const AVStream& stream) { return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !IsCover(stream); }
 
-bool IsMpegAudio(const AVStream& stream) {
-  const AVCodecID codec = stream.codecpar->codec_id;
-  return codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 || codec == AV_CODEC_ID_MP3;
-}
-
 // Whether somebody asks for the first packet: pictures, and sound whose frames nobody has seen.
 bool IsWanted(const AVStream& stream) {
   return IsPicture(stream) || (IsMpegAudio(stream) && stream.codecpar->bit_rate == 0);
