@@ -24,6 +24,7 @@ std::optional<int> ChromaOf(bool subsampling_x, bool subsampling_y, const ColorD
 /// bitdepth_colorspace_sampling; false where reserved bits are set or profile and format do not go together.
 bool ReadColor(BitReader& bits, std::uint32_t profile, PictureParameters& picture) {
   const bool any_sampling = profile % 2 == 1;
+  picture.alpha = false;
   picture.bit_depth = profile < 2 ? 8 : bits.Flag() ? 12 : 10;
   const std::uint32_t matrix = kMatrixOfColorSpace[bits.Bits(3)];
   picture.color = NamedColor(kUnspecified, kUnspecified, matrix);
@@ -39,6 +40,31 @@ bool ReadColor(BitReader& bits, std::uint32_t profile, PictureParameters& pictur
   const bool subsampling_y = bits.Flag();
   picture.chroma_sampling = ChromaOf(subsampling_x, subsampling_y, picture.color);
   return !bits.Flag() && !(subsampling_x && subsampling_y);  // reserved_zero; 4:2:0 belongs to profiles 0 and 2
+}
+
+// What every frame of profile 0 is that has no such fields of its own.
+void SetImpliedColor(PictureParameters& picture) {
+  constexpr std::uint32_t kBt601 = 5;
+  picture.alpha = false;
+  picture.bit_depth = 8;
+  picture.chroma_sampling = kChroma420;
+  picture.color = NamedColor(kUnspecified, kUnspecified, kBt601);
+  picture.color.full_range = false;
+}
+
+/// From the sync code to the size; false where it is none or does not fit.
+bool ReadIntraFormat(BitReader& bits, bool is_key, std::uint32_t profile, PictureParameters& picture) {
+  constexpr std::uint32_t kSyncCode = 0x498342;
+  if (bits.Bits(24) != kSyncCode) return false;
+  if (!is_key && profile == 0) {
+    SetImpliedColor(picture);
+  } else if (!ReadColor(bits, profile, picture)) {
+    return false;
+  }
+  if (!is_key) bits.Skip(8);  // refresh_frame_flags
+  const std::uint32_t width = bits.Bits(16) + 1;
+  const std::uint32_t height = bits.Bits(16) + 1;
+  return bits.Ok() && SetPictureSize(picture, width, height, 0, 0);
 }
 
 }  // namespace
@@ -70,7 +96,6 @@ std::optional<PictureParameters> ReadVp9Configuration(std::span<const std::uint8
 
 std::optional<PictureParameters> ReadVp9Frame(std::span<const std::uint8_t> sample) {
   constexpr std::uint32_t kFrameMarker = 2;
-  constexpr std::uint32_t kSyncCode = 0x498342;
   BitReader bits(sample);
   if (bits.Bits(2) != kFrameMarker) return std::nullopt;
   const std::uint32_t low = bits.Bits(1);
@@ -81,13 +106,13 @@ std::optional<PictureParameters> ReadVp9Frame(std::span<const std::uint8_t> samp
   const bool show_existing = bits.Flag();
   if (show_existing) return bits.Ok() ? std::optional(picture) : std::nullopt;
   const bool is_key = !bits.Flag();
-  bits.Skip(2);  // show_frame, error_resilient_mode
+  const bool is_shown = bits.Flag();
+  const bool is_error_resilient = bits.Flag();
+  const bool is_intra_only = !is_key && !is_shown && bits.Flag();
   if (!bits.Ok()) return std::nullopt;
-  if (!is_key) return picture;
-  if (bits.Bits(24) != kSyncCode || !ReadColor(bits, profile, picture)) return std::nullopt;
-  const std::uint32_t width = bits.Bits(16) + 1;
-  const std::uint32_t height = bits.Bits(16) + 1;
-  if (!bits.Ok() || !SetPictureSize(picture, width, height, 0, 0)) return std::nullopt;
+  if (!is_key && !is_intra_only) return picture;
+  if (is_intra_only && !is_error_resilient) bits.Skip(2);  // reset_frame_context
+  if (!ReadIntraFormat(bits, is_key, profile, picture)) return std::nullopt;
   return picture;
 }
 

@@ -12,8 +12,8 @@ namespace media_server::codec {
 /// profile, level, bit depth, chroma and colour. Empty when it is shorter or of another version.
 std::optional<PictureParameters> ReadVp9Configuration(std::span<const std::uint8_t> box);
 
-/// Reads the uncompressed header at the start of a sample (VP9 bitstream specification, 6.2): key frames tell
-/// everything but the level, other frames only the profile. Empty when the bytes are no VP9 frame.
+/// Reads the uncompressed header at the start of a sample (VP9 bitstream specification, 6.2): key frames and other
+/// intra frames tell everything but the level, inter frames only the profile. Empty when the bytes are no VP9 frame.
 std::optional<PictureParameters> ReadVp9Frame(std::span<const std::uint8_t> sample);
 
 }  // namespace media_server::codec

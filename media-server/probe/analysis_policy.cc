@@ -26,14 +26,14 @@ bool KnowsMp4Picture(const AVStream& stream) {
   if (IsOneOf(codec.codec_id, {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_AV1, AV_CODEC_ID_MPEG4})) {
     return codec.extradata_size > 0;
   }
-  return IsOneOf(codec.codec_id, {AV_CODEC_ID_VP8, AV_CODEC_ID_PRORES, AV_CODEC_ID_H263});
+  return IsOneOf(codec.codec_id, {AV_CODEC_ID_VP8, AV_CODEC_ID_VP9, AV_CODEC_ID_PRORES, AV_CODEC_ID_H263});
 }
 
 bool KnowsMatroskaPicture(const AVStream& stream) {
   const AVCodecParameters& codec = *stream.codecpar;
   if (IsCover(stream)) return true;
   if (!KnowsSize(codec) || stream.avg_frame_rate.num == 0) return false;
-  if (codec.codec_id == AV_CODEC_ID_VP8) return true;
+  if (IsOneOf(codec.codec_id, {AV_CODEC_ID_VP8, AV_CODEC_ID_VP9})) return true;
   return IsOneOf(codec.codec_id, {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_AV1}) && codec.extradata_size > 0;
 }
 

@@ -243,12 +243,6 @@ PictureHeader ReadExtradata(AVStream& stream, const SampleReader&) {
   return {.parameters = read(Extradata(stream)).value_or(PictureParameters())};
 }
 
-// VP9 has its header in every key frame; where the index places none, analysis has decoded one.
-PictureHeader ReadVp9(AVStream& stream, const SampleReader& samples) {
-  if (samples.SampleCount(stream) == 0) return {};
-  return {.parameters = codec::ReadVp9Frame(samples.ReadStart(stream, 0, kSampleStart)).value_or(PictureParameters())};
-}
-
 struct Reader {
   AVCodecID codec;
   std::optional<ProfiledCodec> profiled_codec;
@@ -259,7 +253,7 @@ constexpr Reader kReaders[] = {
     {AV_CODEC_ID_H264, ProfiledCodec::kH264, &ReadH264},
     {AV_CODEC_ID_HEVC, ProfiledCodec::kHevc, &ReadHevc},
     {AV_CODEC_ID_AV1, ProfiledCodec::kAv1, &ReadExtradata<&codec::ReadAv1Configuration>},
-    {AV_CODEC_ID_VP9, ProfiledCodec::kVp9, &ReadVp9},
+    {AV_CODEC_ID_VP9, ProfiledCodec::kVp9, &ReadFirstSample<&codec::ReadVp9Frame>},
     {AV_CODEC_ID_MPEG1VIDEO, std::nullopt, &ReadExtradata<&codec::ReadMpegVideo>},
     {AV_CODEC_ID_MPEG2VIDEO, ProfiledCodec::kMpeg2, &ReadExtradata<&codec::ReadMpegVideo>},
     {AV_CODEC_ID_MPEG4, ProfiledCodec::kMpeg4Visual, &ReadExtradata<&codec::ReadMpeg4Visual>},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "media-server/codec/vp9.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/packet_walk.h"
@@ -19,6 +20,16 @@ bool IsPicture(const AVStream& stream) { return stream.codecpar->codec_type == A
 // Whether somebody asks for the first packet: pictures, and sound whose frames nobody has seen.
 bool IsWanted(const AVStream& stream) {
   return IsPicture(stream) || (IsMpegAudio(stream) && stream.codecpar->bit_rate == 0);
+}
+
+// Frames of VP9 that lean on others do not tell their format.
+bool IsToldByKeySamples(const AVStream& stream) { return stream.codecpar->codec_id == AV_CODEC_ID_VP9; }
+
+// A key frame that cannot be read is scrambled, and so are those behind it.
+bool MayTellFormat(const AVStream& stream, const AVPacket& packet) {
+  if (!IsToldByKeySamples(stream) || (packet.flags & AV_PKT_FLAG_KEY) != 0) return true;
+  const auto picture = codec::ReadVp9Frame(BytesOf(packet));
+  return picture && picture->bit_depth;
 }
 
 }  // namespace
@@ -44,10 +55,18 @@ std::vector<std::uint8_t> SampleReader::ReadStart(AVStream& stream, int sample, 
 }
 
 std::vector<std::uint8_t> SampleReader::ReadFirst(AVStream& stream) const {
-  if (has_sample_index_) return ReadStart(stream, 0, kSampleStart);
+  if (has_sample_index_) return ReadStart(stream, FirstToTellFormat(stream), kSampleStart);
   if (!first_packets_) first_packets_ = ReadPackets();
   const auto packet = std::ranges::find(*first_packets_, stream.index, &Packet::stream);
   return packet != first_packets_->end() ? packet->start : std::vector<std::uint8_t>();
+}
+
+int SampleReader::FirstToTellFormat(AVStream& stream) const {
+  if (!IsToldByKeySamples(stream)) return 0;
+  const int count = SampleCount(stream);
+  int sample = 0;
+  while (sample < count && !IsKeySample(stream, sample)) ++sample;
+  return sample < count ? sample : 0;
 }
 
 std::string_view SampleReader::Demuxer() const { return context_.iformat->name; }
@@ -60,12 +79,13 @@ std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
   while (packets.size() < wanted) {
     const AVPacket* packet = walk.Next();
     if (packet == nullptr) break;
-    const int stream = packet->stream_index;
-    const bool is_first = std::ranges::find(packets, stream, &Packet::stream) == packets.end();
+    const int index = packet->stream_index;
+    const AVStream& stream = *context_.streams[index];
+    const bool is_first = std::ranges::find(packets, index, &Packet::stream) == packets.end();
     const auto bytes = BytesOf(*packet);
-    if (is_first && IsWanted(*context_.streams[stream]) && !bytes.empty()) {
+    if (is_first && IsWanted(stream) && !bytes.empty() && MayTellFormat(stream, *packet)) {
       const auto start = bytes.first(std::min(bytes.size(), kSampleStart));
-      packets.push_back({stream, {start.begin(), start.end()}});
+      packets.push_back({index, {start.begin(), start.end()}});
     }
   }
   return packets;

@@ -24,8 +24,9 @@ class SampleReader {
   bool IsKeySample(AVStream& stream, int sample) const;
   /// Up to `size` first bytes of a sample; fewer at the end of the sample or file, none from SampleCount on.
   std::vector<std::uint8_t> ReadStart(AVStream& stream, int sample, std::size_t size) const;
-  /// The first bytes of the first sample, at most kSampleStart. Without an index it is taken from the packets that come
-  /// next, which are those that analysis has read. Empty when there is none.
+  /// The first bytes of the first sample that tells the format of its pictures (of VP9, a key frame), at most
+  /// kSampleStart. Without an index it is taken from the packets that come next, which are those that analysis has read
+  /// where there was one. Empty when there is none.
   std::vector<std::uint8_t> ReadFirst(AVStream& stream) const;
   /// True when each sample costs a request to a server.
   bool IsRemote() const { return source_.IsRemote(); }
@@ -41,6 +42,7 @@ class SampleReader {
     std::vector<std::uint8_t> start;
   };
 
+  int FirstToTellFormat(AVStream& stream) const;
   std::vector<Packet> ReadPackets() const;
 
   AVFormatContext& context_;

@@ -19,6 +19,53 @@ TEST(Vp9, ReadsAKeyFrame) {
   EXPECT_EQ(picture->bit_depth, 8);
   EXPECT_EQ(picture->chroma_sampling, 420);
   EXPECT_EQ(picture->color, (ColorDescription{{}, {}, {}, false}));
+  EXPECT_EQ(picture->alpha, false);
+}
+
+// A hidden intra frame that is no key frame and resets no context.
+BitWriter HiddenIntraFrame(std::uint32_t profile) {
+  BitWriter bits;
+  bits.Bits(2, 2).Bits(profile & 1, 1).Bits(profile >> 1, 1);
+  bits.Bits(0, 1).Bits(1, 1).Bits(0, 1).Bits(0, 1);  // not shown again, not key, not shown, not error resilient
+  bits.Bits(1, 1).Bits(0, 2).Bits(0x498342, 24);     // intra only, no reset
+  return bits;
+}
+
+TEST(Vp9, IntraFramesOfProfile0HaveTheFormatOfTheProfile) {
+  const auto picture = ReadVp9Frame(HiddenIntraFrame(0).Bits(0xFF, 8).Bits(319, 16).Bits(239, 16).Bytes());
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->profile, 0);
+  EXPECT_EQ(picture->bit_depth, 8);
+  EXPECT_EQ(picture->chroma_sampling, 420);
+  EXPECT_EQ(picture->color, (ColorDescription{{}, {}, 5, false}));
+  EXPECT_EQ(picture->alpha, false);
+  EXPECT_EQ(picture->width, 320U);
+  EXPECT_EQ(picture->height, 240U);
+}
+
+TEST(Vp9, IntraFramesOfOtherProfilesTellTheirFormat) {
+  const auto picture = ReadVp9Frame(HiddenIntraFrame(2)
+                                        .Bits(0, 1)
+                                        .Bits(2, 3)
+                                        .Bits(1, 1)  // 10 bits of BT.709 in full range
+                                        .Bits(0xFF, 8)
+                                        .Bits(319, 16)
+                                        .Bits(239, 16)
+                                        .Bytes());
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->profile, 2);
+  EXPECT_EQ(picture->bit_depth, 10);
+  EXPECT_EQ(picture->chroma_sampling, 420);
+  EXPECT_EQ(picture->color, (ColorDescription{{}, {}, 1, true}));
+  EXPECT_EQ(picture->width, 320U);
+}
+
+TEST(Vp9, ErrorResilientIntraFramesHaveNoResetBits) {
+  BitWriter bits;
+  bits.Bits(0b10'00'0101, 8).Bits(1, 1).Bits(0x498342, 24).Bits(0xFF, 8).Bits(319, 16).Bits(239, 16);
+  const auto picture = ReadVp9Frame(bits.Bytes());
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->width, 320U);
 }
 
 TEST(Vp9, ReadsFormatsOfTheOtherProfiles) {
@@ -36,11 +83,12 @@ TEST(Vp9, ReadsFormatsOfTheOtherProfiles) {
 }
 
 TEST(Vp9, TellsOnlyTheProfileOfOtherFrames) {
-  for (const char* hex : {"86 00", "88"}) {  // an inter frame, a frame that is shown again
+  for (const char* hex : {"86 00", "84 00", "88"}) {  // an inter frame, a hidden one, a frame that is shown again
     const auto picture = Read(hex);
     ASSERT_TRUE(picture) << hex;
     EXPECT_EQ(picture->profile, 0);
     EXPECT_EQ(picture->width, std::nullopt);
+    EXPECT_EQ(picture->bit_depth, std::nullopt);
   }
 }
 

@@ -169,6 +169,23 @@ TEST_F(PictureHeaderTest, AFrameOfDvTellsItsFormatInAnyContainer) {
   EXPECT_EQ(Read(AV_CODEC_ID_DVVIDEO, frame).parameters.field_order, std::nullopt) << "the container's counts";
 }
 
+TEST_F(PictureHeaderTest, TheFirstKeySampleOfVp9TellsItsFormat) {
+  const Bytes inter_frame = Hex("86 00 00 00");
+  av_add_index_entry(&stream_, /*pos=*/16, /*timestamp=*/-1, static_cast<int>(inter_frame.size()), /*distance=*/0,
+                     /*flags=*/0);
+  const Bytes key_frame = Hex("82 49 83 42 00 13 f0 0e f6 06 00 00 00 00 00 00");
+  const PictureHeader header = Read(AV_CODEC_ID_VP9, key_frame + inter_frame, key_frame.size());
+  EXPECT_EQ(header.parameters.bit_depth, 8);
+  EXPECT_EQ(header.parameters.alpha, false);
+}
+
+TEST_F(PictureHeaderTest, Vp9WithoutKeySamplesTellsItsProfile) {
+  av_add_index_entry(&stream_, /*pos=*/0, /*timestamp=*/-1, /*size=*/4, /*distance=*/0, /*flags=*/0);
+  codec_.codec_id = AV_CODEC_ID_VP9;
+  MemorySource source(Hex("96 00 00 00"));
+  EXPECT_EQ(ReadPictureHeader(stream_, SampleReader(*context_, source)).parameters.profile, 2);
+}
+
 TEST_F(PictureHeaderTest, FramesOfDvWithoutASizeAreLeftToTheirReader) {
   EXPECT_EQ(Read(AV_CODEC_ID_DVVIDEO, Bytes(144'000, 0)).parameters.bit_depth, std::nullopt);
   EXPECT_EQ(bytes_read_, 0U);
