@@ -34,6 +34,15 @@ void CheckSized(const Picture& picture) {
   if (picture) FUZZ_CHECK(picture->width && picture->height);
 }
 
+/// A frame of VP9 tells its size, and then all of its format, or only its profile.
+void CheckVp9Frame(const Picture& picture) {
+  if (!picture) return;
+  const bool sized = picture->width.has_value();
+  FUZZ_CHECK(picture->profile && picture->bit_depth.has_value() == sized && picture->alpha.has_value() == sized);
+  FUZZ_CHECK(picture->chroma_sampling.has_value() == sized && picture->color.full_range.has_value() == sized);
+  if (sized) FUZZ_CHECK((*picture->bit_depth > 8) == (*picture->profile >= 2));
+}
+
 bool IsPieceOf(Bytes piece, Bytes whole) {
   return piece.data() >= whole.data() && piece.data() + piece.size() <= whole.data() + whole.size();
 }
@@ -152,6 +161,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     case 1:
       Check(ProfiledCodec::kVp9, ReadVp9Configuration(bytes), 3);
       Check(ProfiledCodec::kVp9, ReadVp9Frame(bytes), 3);
+      CheckVp9Frame(ReadVp9Frame(bytes));
       break;
     case 2:
       Check(ProfiledCodec::kMpeg2, ReadMpegVideo(bytes), 7);

@@ -83,7 +83,8 @@ TEST(Vp9, ReadsFormatsOfTheOtherProfiles) {
 }
 
 TEST(Vp9, TellsOnlyTheProfileOfOtherFrames) {
-  for (const char* hex : {"86 00", "84 00", "88"}) {  // an inter frame, a hidden one, a frame that is shown again
+  // Inter frames, shown without and with a reset and hidden; a frame that is shown again.
+  for (const char* hex : {"86 00", "86 80", "84 00", "88"}) {
     const auto picture = Read(hex);
     ASSERT_TRUE(picture) << hex;
     EXPECT_EQ(picture->profile, 0);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "media-server/probe/analysis_policy.h"
+#include "media-server/probe/av_handles.h"
 #include "media-server/probe/demuxer.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/media_prober.h"
@@ -123,6 +124,19 @@ TEST(Vp9StreamTest, OnlyAnUnknownRateIsWorthAnAnalysis) {
   const std::string without_rate = Webm({{kKeyFrame, true}, {kInterFrame, false}, {kInterFrame, false}}, "");
   EXPECT_TRUE(IsAnalysed(without_rate));
   EXPECT_EQ(OnlyStream(without_rate).picture.bit_depth, 12);
+}
+
+TEST(Vp9StreamTest, Mp4IsNotAnalysedWhereItTellsTheSize) {
+  const FormatContextHandle context(avformat_alloc_context());
+  context->iformat = av_find_input_format("mov");
+  AVCodecParameters& codec = *avformat_new_stream(context.get(), nullptr)->codecpar;
+  codec.codec_type = AVMEDIA_TYPE_VIDEO;
+  codec.codec_id = AV_CODEC_ID_VP9;
+  EXPECT_TRUE(NeedsAnalysis(*context));
+  codec.width = 320;
+  codec.height = 240;
+  EXPECT_FALSE(NeedsAnalysis(*context));
+  context->iformat = nullptr;  // or the demuxer would close what it never opened
 }
 
 TEST(Vp9StreamTest, ScrambledKeyFramesAreNotSearchedOn) {
