@@ -20,8 +20,8 @@ void DescribeMpegAudio(const SampleReader& samples, AVStream& stream) {
   const bool has_index = samples.SampleCount(stream) > 0;
   // Who has seen frames has told their bit rate.
   if (!has_index && codec.bit_rate > 0) return;
-  const auto header = ReadMpegAudioHeader(has_index ? samples.ReadStart(stream, 0, kMpegAudioHeaderSize)
-                                                    : samples.ReadFirst(stream));
+  const auto header =
+      ReadMpegAudioHeader(has_index ? samples.ReadStart(stream, 0, kMpegAudioHeaderSize) : samples.ReadFirst(stream));
   if (!header) return;
   if (!has_index) codec.bit_rate = header->bit_rate;
   codec.codec_id = kCodecOfLayer[static_cast<std::size_t>(header->layer - 1)];
