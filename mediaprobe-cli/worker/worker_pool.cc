@@ -145,7 +145,8 @@ void WorkerPool::Retire(std::unique_ptr<Worker>& worker) {
 void WorkerPool::KeepSpare(InputSource& source) {
   const bool one_is_alone =
       std::ranges::any_of(workers_, [](const auto& worker) { return worker && worker->company() == Company::kAlone; });
-  if (spare_ || !one_is_alone) return;
+  // What lost its worker gets one that is confined just before it is asked: its file may be one that is replaced often.
+  if (spare_ || !one_is_alone || !orphans_.empty()) return;
   auto request = NextRequest(source);
   if (!request) return;
   auto worker = request->company == Company::kAlone ? StartWorker(*request) : nullptr;

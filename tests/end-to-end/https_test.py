@@ -215,7 +215,7 @@ class Https(unittest.TestCase):
         """What counts is the name of the server behind it."""
         self.environment["http_proxy"] = self.proxy.url("")
         # libavformat keeps some bytes of each answer of a proxy; only the leak sanitizer reads this.
-        self.environment["ASAN_OPTIONS"] = "detect_leaks=0:" + os.environ.get("ASAN_OPTIONS", "")
+        self.environment["ASAN_OPTIONS"] = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
         names = self.server("names", "subjectAltName=DNS:media.invalid,DNS:*.many.invalid,DNS:f*.part.invalid,IP:::1")
         for host in ("media.invalid", "one.many.invalid", "[::1]"):
             self.check_passes(names.url("song.flac", host=host))
