@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -19,6 +18,7 @@
 
 #include "core/log.h"
 #include "output/terminal_text.h"
+#include "usage/usage.h"
 
 namespace mediaprobe {
 namespace {
@@ -110,26 +110,6 @@ const CLI::Validator kSomeName(
 /// What form a key has to have is for the service to say that opens protected files.
 const CLI::Validator kSomeKey(
     [](const std::string& key) { return key.empty() ? std::string("the key is empty") : std::string(); }, "");
-
-/// The decimal number that a text is, and nothing else. (CLI11 reads "010" as eight, and "nan" lies in its ranges.)
-template <typename Number>
-std::optional<Number> ReadNumber(std::string_view text) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
-
-/// `kind` and `range` say in words what the text of a number has to be.
-template <typename Number>
-CLI::Validator InRange(Number least, Number most, const std::string& kind, const std::string& range) {
-  const auto check = [=](const std::string& text) {
-    const auto number = ReadNumber<Number>(text);
-    const bool is_good = number && *number >= least && *number <= most;
-    return is_good ? std::string() : "'" + text + "' is not a " + kind + " from " + range;
-  };
-  return {check, ""};
-}
 
 /// The names of a table. They stand in the help.
 template <typename Table>
@@ -251,15 +231,15 @@ void DeclareOutput(CLI::App& app, Arguments& arguments) {
 void DeclareLimits(CLI::App& app, Arguments& arguments) {
   app.add_option("-j,--jobs", arguments.jobs, "Inputs probed at once (default: processors)")
       ->type_name("N")
-      ->check(InRange(1U, 1024U, "whole number", "1 to 1024"))
+      ->check(usage::InRange(1U, 1024U, "whole number from 1 to 1024"))
       ->group("Limits");
   app.add_option("--timeout", arguments.timeout, "Longest time for one input (default: 10, URLs 30)")
       ->type_name("SECONDS")
-      ->check(InRange(0.001, 1e6, "number", "0.001 to 1000000"))
+      ->check(usage::InRange(0.001, 1e6, "number from 0.001 to 1000000"))
       ->group("Limits");
   app.add_option("--memory", arguments.memory, "Most memory for one input (default: 512)")
       ->type_name("MB")
-      ->check(InRange<std::uint64_t>(16, 1024 * 1024, "whole number", "16 to 1048576"))
+      ->check(usage::InRange<std::uint64_t>(16, 1024 * 1024, "whole number from 16 to 1048576"))
       ->group("Limits");
   app.add_option("--isolation", arguments.isolation, "Where inputs are probed (default: worker)")
       ->type_name("MODE")
@@ -286,10 +266,7 @@ void Declare(CLI::App& app, Arguments& arguments) {
   app.add_flag("--services", arguments.services, "List the services, and leave")->group("About");
   app.set_version_flag("--version", "mediaprobe " MEDIAPROBE_VERSION, "Show the version and leave")->group("About");
   app.set_help_flag("-h,--help", "Show this text and leave")->group("About");
-  // Those that are given twice are refused in words of ours.
-  for (CLI::Option* option : app.get_options()) {
-    if (option->get_expected_max() == 1) option->take_last();
-  }
+  usage::LetLastHold(app);
 }
 
 /// Pairs, or more, of which at most one may be given.
@@ -321,11 +298,12 @@ Listing ListingOf(const Arguments& arguments) {
 }
 
 void TakeLimits(const Arguments& arguments, Options& options) {
-  options.jobs = ReadNumber<unsigned>(arguments.jobs).value_or(std::max(std::thread::hardware_concurrency(), 1U));
-  options.memory_bytes = ReadNumber<std::uint64_t>(arguments.memory).value() * kMegabyte;
+  options.jobs =
+      usage::ReadNumber<unsigned>(arguments.jobs).value_or(std::max(std::thread::hardware_concurrency(), 1U));
+  options.memory_bytes = usage::ReadNumber<std::uint64_t>(arguments.memory).value() * kMegabyte;
   if (!arguments.isolation.empty()) options.isolation = RowOf(kIsolations, arguments.isolation).isolation;
   options.allow_unsandboxed = arguments.allow_unsandboxed;
-  if (const auto seconds = ReadNumber<double>(arguments.timeout)) {
+  if (const auto seconds = usage::ReadNumber<double>(arguments.timeout)) {
     options.timeout = std::chrono::milliseconds(std::llround(*seconds * 1000));
   }
 }
@@ -360,63 +338,11 @@ std::variant<Options, EarlyExit> ToOptions(Arguments&& arguments) {
   return options;
 }
 
-/// CLI11 sets its groups two lines apart.
-std::string HelpOf(const CLI::App& app) {
-  std::string text = app.help();
-  for (auto gap = text.find("\n\n\n"); gap != std::string::npos; gap = text.find("\n\n\n", gap)) text.erase(gap, 1);
-  return text;
-}
-
-bool IsFlag(const CLI::Option& option) { return option.get_expected_max() == 0; }
-
-/// A flag with a value of its own ("--json=no"), which CLI11 would read as a word for yes or no; empty for none.
-std::string FlagWithValue(const CLI::App& app, std::span<char* const> words) {
-  for (const std::string_view word : words) {
-    if (word == "--") break;
-    const std::size_t equals = word.find('=');
-    if (!word.starts_with("--") || equals == word.npos) continue;
-    std::string name(word.substr(0, equals));
-    const CLI::Option* option = app.get_option_no_throw(name);
-    if (option && IsFlag(*option)) return name;
-  }
-  return {};
-}
-
-/// An option for one value that is given more than once; empty for none. Of keys the last one holds.
-std::string RepeatedOption(const CLI::App& app) {
-  for (const CLI::Option* option : app.get_options()) {
-    const bool is_for_one = option->get_expected_max() == 1 && option != app.get_option("--key");
-    if (is_for_one && option->count() > 1) return option->get_name();
-  }
-  return {};
-}
-
 std::string UnknownOption(const CLI::App& app) {
   for (const std::string& word : app.remaining()) {
     if (word != "--") return word;
   }
   return {};
-}
-
-/// Empty when the arguments were read.
-std::optional<EarlyExit> Parse(CLI::App& app, std::vector<std::string>&& arguments) {
-  try {
-    app.parse(std::move(arguments));
-    if (const std::string name = RepeatedOption(app); !name.empty()) return UsageError(name + " is given twice");
-    return std::nullopt;
-  } catch (const CLI::ExtrasError&) {
-    return UsageError("there is no option " + UnknownOption(app));
-  } catch (const CLI::ArgumentMismatch& error) {
-    // What is too much is not refused, and what is too little begins with the option's name.
-    const std::string words = error.what();
-    return UsageError(words.substr(0, words.find(':')) + " needs a value");
-  } catch (const CLI::CallForHelp&) {
-    return EarlyExit{kExitAnswered, HelpOf(app)};
-  } catch (const CLI::CallForVersion& version) {
-    return EarlyExit{kExitAnswered, std::string(version.what()) + "\n"};
-  } catch (const CLI::ParseError& error) {
-    return UsageError(error.what());
-  }
 }
 
 }  // namespace
@@ -431,11 +357,15 @@ std::variant<Options, EarlyExit> ParseCommandLine(int argc, char** argv) {
   }
   CLI::App app(kSummary, "mediaprobe");
   Declare(app, arguments);
-  const std::string flag = FlagWithValue(app, words);
+  const std::string flag = usage::FlagWithValue(app, words);
   if (!flag.empty()) return UsageError(flag + " takes no value");
-  const std::optional<EarlyExit> leave = Parse(app, MarkedArguments(argc, argv));
-  for (const std::string& key : app.get_option("--key")->results()) Overwrite(Unmarked(key), argc, argv);
-  if (leave) return *leave;
+  // Of keys the last one holds.
+  const CLI::Option* const key_option = app.get_option("--key");
+  const auto notice = usage::Parse(
+      app, [&] { app.parse(MarkedArguments(argc, argv)); }, [&] { return "there is no option " + UnknownOption(app); },
+      key_option);
+  for (const std::string& key : key_option->results()) Overwrite(Unmarked(key), argc, argv);
+  if (notice) return notice->is_refusal ? UsageError(notice->text) : EarlyExit{kExitAnswered, notice->text};
   return ToOptions(std::move(arguments));
 }
 
