@@ -41,7 +41,7 @@ inline constexpr SystemCall kAllowed[] = {
     {"mprotect", Condition::kMakesNoCode, "memory of threads' stacks and heaps"},
     {"mremap", Condition::kNone, "memory"},
     {"munmap", Condition::kNone, "memory"},
-    {"madvise", Condition::kNone, "memory of threads that have ended"},
+    {"madvise", Condition::kNone, "memory of threads that have ended, memory to be zero again"},
     {"brk", Condition::kNone, "memory"},
     {"clone", Condition::kStartsThread, "the thread that tells how far a digest is"},
     {"futex", Condition::kNone, "waiting for that thread, locks"},
