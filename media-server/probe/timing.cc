@@ -32,7 +32,8 @@ double Seconds(std::int64_t ticks, AVRational time_base) { return static_cast<do
 
 bool IsTimed(const AVStream& stream) {
   const AVMediaType type = stream.codecpar->codec_type;
-  return (type == AVMEDIA_TYPE_VIDEO && !IsCover(stream)) || type == AVMEDIA_TYPE_AUDIO;
+  return (type == AVMEDIA_TYPE_VIDEO && !IsCover(stream)) || type == AVMEDIA_TYPE_AUDIO ||
+         type == AVMEDIA_TYPE_SUBTITLE;
 }
 
 bool IsMpegVideo(AVCodecID codec) { return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO; }

@@ -15,7 +15,7 @@ namespace media_server::probe {
 std::optional<std::string> StreamTag(const AVStream& stream, const char* key);
 
 /// Duration of the whole file in seconds; 0 unknown. What the container tells as a whole, else from the start of the
-/// earliest to the end of the latest sound or picture stream.
+/// earliest to the end of the latest sound, picture or subtitle stream.
 double FileDuration(const AVFormatContext& context);
 
 /// Duration of a stream in seconds: its own, else the one its statistics tag tells ("01:02:03.004"), else empty.

@@ -52,6 +52,11 @@ CONTAINERS = [
                                            "-metadata:s:a", "language=swe", "-metadata:s:s", "language=jpn"],
          {"format": "mp4", "fourcc": "MP4 ", "0.codec": "h264", "0.fourcc": "avc1", "0.frame_count": 25, **SIZE,
           "1.codec": "aac", "1.language": "swe", "2.codec": "mov_text", "2.language": "jpn"}),
+    # Subtitles that go on after the picture belong to the film, as its header has it. The second one is analysed.
+    Case("late_words.mp4", pictures() + ["-itsoffset", "5", "-i", "words.srt", *h264(), "-c:s", "mov_text"],
+         {"duration": 5.9, "0.duration": 1}),
+    Case("late_words_mpeg2.mp4", pictures() + ["-itsoffset", "5", "-i", "words.srt", *MPEG2, "-c:s", "mov_text"],
+         {"duration": 5.9, "0.duration": 1}),
     Case("faststart.mp4", pictures() + tone() + [*h264(), *AAC, "-movflags", "+faststart"],
          {"format": "mp4", "0.frame_count": 25, "1.sample_rate": 48000}),
     Case("fragmented.mp4", pictures() + tone() + [*h264(), "-g", "5", *AAC, "-movflags", "+frag_keyframe+empty_moov"],

@@ -46,16 +46,20 @@ TEST_F(TimingTest, FileDurationIsTheContainers) {
   EXPECT_EQ(FileDuration(*context_), 3);
 }
 
-TEST_F(TimingTest, FileDurationSpansSoundAndPictureStreams) {
+TEST_F(TimingTest, FileDurationSpansSoundPictureAndSubtitleStreams) {
   video_.start_time = 500;
   video_.duration = 1000;
   AVStream& sound = AddStream(AVMEDIA_TYPE_AUDIO);
   sound.start_time = 1000;
   sound.duration = 2000;
-  AVStream& subtitle = AddStream(AVMEDIA_TYPE_SUBTITLE);
-  subtitle.start_time = 0;
-  subtitle.duration = 90'000;
+  AVStream& data = AddStream(AVMEDIA_TYPE_DATA);
+  data.start_time = 0;
+  data.duration = 90'000;
   EXPECT_EQ(FileDuration(*context_), 2.5);
+  AVStream& subtitle = AddStream(AVMEDIA_TYPE_SUBTITLE);
+  subtitle.start_time = 2000;
+  subtitle.duration = 2000;
+  EXPECT_EQ(FileDuration(*context_), 3.5);
 }
 
 TEST_F(TimingTest, ACoverDoesNotLengthenTheFile) {
