@@ -48,9 +48,10 @@ def reads_of(command):
 
 
 def measure(commands, runs):
-    """Median milliseconds and peak megabytes of each command; the first run of each is thrown away. They take turns, so
-    that what else the machine does falls on all."""
-    results = [[seconds_of(command) for command in commands] for _ in range(runs + 1)][1:]
+    """Median milliseconds and peak megabytes of each command. They take turns, so that what else the machine does falls on
+    all, and each turn is two runs of which the second counts: the first finds the processor's caches full of what other
+    programs left there."""
+    results = [[(seconds_of(command), seconds_of(command))[-1] for command in commands] for _ in range(runs)]
     return [(statistics.median(column) * 1e3, peak_bytes_of(command) / 1e6)
             for column, command in zip(zip(*results), commands)]
 
