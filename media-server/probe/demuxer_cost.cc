@@ -16,9 +16,12 @@ namespace {
 // No real file comes near it.
 constexpr int kMostTags = 512;
 
-// The context of an AAC decoder takes 2 MB, that of a channel half a megabyte.
-constexpr std::size_t kLeastContext = std::size_t{64} << 10;
-constexpr std::size_t kMostContext = std::size_t{16} << 20;
+// What the demuxer of FLV keeps takes 2 MB, a channel of an AAC decoder half a megabyte.
+bool IsContext(std::size_t size) { return size >= std::size_t{64} << 10 && size <= std::size_t{16} << 20; }
+
+// Of libavcodec's counted references, as its refstruct.h has them.
+using FreeReferenced = void (*)(void* opaque, void* block);
+constexpr unsigned kLeaveUnset = 1;
 
 /// Of a block of at least one page.
 void FillWithZeros(char* block, std::size_t size) {
@@ -41,6 +44,7 @@ extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 int __real_av_dict_set(AVDictionary** dictionary, const char* key, const char* value, int flags);
 void* __real_av_mallocz(std::size_t size);
+void* __real_ff_refstruct_alloc_ext_c(std::size_t size, unsigned flags, void* opaque, FreeReferenced free);
 
 /// Tags stand in lists that are searched from the front for every new one, so the time grows with the square of their
 /// number: a FLAC file of 16 MB can hold 1.5 million tags and would take hours, in a loop that no callback interrupts.
@@ -55,12 +59,23 @@ int __wrap_av_dict_set(AVDictionary** dictionary, const char* key, const char* v
   return 0;
 }
 
-/// A decoder uses a few pages of its context, and libav* fills all of it with zeros: 640 pages for AAC, which the kernel
-/// hands out one by one, a third of the time of a cold probe of FLV. Pages that are given back to it are zero when they
-/// are touched next.
+/// Demuxers and decoders use a few pages of their contexts, and libav* fills all of them with zeros: 640 pages for FLV
+/// with AAC, which the kernel hands out one by one, a third of the time of a cold probe. Pages that are given back to it
+/// are zero when they are touched next.
 void* __wrap_av_mallocz(std::size_t size) {
-  if (size < kLeastContext || size > kMostContext) return __real_av_mallocz(size);
+  if (!IsContext(size)) return __real_av_mallocz(size);
   auto* const block = static_cast<char*>(av_malloc(size));
+  if (block != nullptr) FillWithZeros(block, size);
+  return block;
+}
+
+/// The same for what is counted by references: 42 pages for each set of parameters of H.264, for tables that are seldom
+/// there.
+void* __wrap_ff_refstruct_alloc_ext_c(std::size_t size, unsigned flags, void* opaque, FreeReferenced free) {
+  if (!IsContext(size) || (flags & kLeaveUnset) != 0) {
+    return __real_ff_refstruct_alloc_ext_c(size, flags, opaque, free);
+  }
+  auto* const block = static_cast<char*>(__real_ff_refstruct_alloc_ext_c(size, flags | kLeaveUnset, opaque, free));
   if (block != nullptr) FillWithZeros(block, size);
   return block;
 }
