@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -19,10 +20,18 @@ void OccupyStandardDescriptors() {
   }
 }
 
+/// What one input has freed the next one takes. By default it goes back to the system each time, page by page: a fifth
+/// of the time for a transport stream, whose packets are gathered in 200 kB.
+void KeepFreedMemory() {
+  mallopt(M_MMAP_THRESHOLD, 4 << 20);
+  mallopt(M_TRIM_THRESHOLD, 16 << 20);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   OccupyStandardDescriptors();
+  KeepFreedMemory();
   // A file that may grow no further is a write that fails, and told as one.
   std::signal(SIGXFSZ, SIG_IGN);
   const auto parsed = mediaprobe::ParseCommandLine(argc, argv);

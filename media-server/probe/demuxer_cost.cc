@@ -4,9 +4,12 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/tag_reader.h"
@@ -17,24 +20,43 @@ namespace {
 constexpr int kMostTags = 512;
 
 // What the demuxer of FLV keeps takes 2 MB, a channel of an AAC decoder half a megabyte.
-bool IsContext(std::size_t size) { return size >= std::size_t{64} << 10 && size <= std::size_t{16} << 20; }
+constexpr std::size_t kLeastContext = std::size_t{64} << 10;
+constexpr std::size_t kMostContext = std::size_t{16} << 20;
+
+bool IsContext(std::size_t size) { return size >= kLeastContext && size <= kMostContext; }
 
 // Of libavcodec's counted references, as its refstruct.h has them.
 using FreeReferenced = void (*)(void* opaque, void* block);
 constexpr unsigned kLeaveUnset = 1;
 
-/// Of a block of at least one page.
+std::size_t PageSize() {
+  static const auto size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  return size;
+}
+
+/// Whether none of the pages is in memory: they are fresh from the system, or swapped out.
+bool AreAbsent(char* first, std::size_t size) {
+  constexpr std::size_t kLeastPage = 4096;
+  std::array<unsigned char, kMostContext / kLeastPage> is_present;
+  const std::span pages(is_present.data(), size / PageSize());
+  return mincore(first, size, is_present.data()) == 0 &&
+         std::ranges::none_of(pages, [](unsigned char state) { return (state & 1) != 0; });
+}
+
+/// Touches no page that need not be touched for that, of a block of at least one page.
 void FillWithZeros(char* block, std::size_t size) {
-  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   const auto address = reinterpret_cast<std::uintptr_t>(block);
-  const std::size_t head = (page - address % page) % page;
-  const std::size_t tail = (address + size) % page;
-  if (madvise(block + head, size - head - tail, MADV_DONTNEED) != 0) {
+  const std::size_t head = (PageSize() - address % PageSize()) % PageSize();
+  const std::size_t tail = (address + size) % PageSize();
+  char* const first = block + head;
+  const std::size_t pages_size = size - head - tail;
+  // Pages that are given back to the system are zero when they are touched next, also those that were swapped out.
+  if (AreAbsent(first, pages_size) && madvise(first, pages_size, MADV_DONTNEED) == 0) {
+    std::memset(block, 0, head);
+    std::memset(block + size - tail, 0, tail);
+  } else {
     std::memset(block, 0, size);
-    return;
   }
-  std::memset(block, 0, head);
-  std::memset(block + size - tail, 0, tail);
 }
 
 }  // namespace
@@ -60,8 +82,7 @@ int __wrap_av_dict_set(AVDictionary** dictionary, const char* key, const char* v
 }
 
 /// Demuxers and decoders use a few pages of their contexts, and libav* fills all of them with zeros: 640 pages for FLV
-/// with AAC, which the kernel hands out one by one, a third of the time of a cold probe. Pages that are given back to it
-/// are zero when they are touched next.
+/// with AAC, which the kernel hands out one by one, a third of the time of a cold probe.
 void* __wrap_av_mallocz(std::size_t size) {
   if (!IsContext(size)) return __real_av_mallocz(size);
   auto* const block = static_cast<char*>(av_malloc(size));

@@ -125,6 +125,7 @@ int main() {
 
   Compiler files;
   files.Allow(kAllowed);
+  files.Allow(kAllowedWithoutNetwork);
   files.Kill(kDeadly);
   files.Kill(kDeadlyServers);
   files.Kill(kDeadlyWithoutNetwork);

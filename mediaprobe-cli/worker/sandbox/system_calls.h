@@ -73,6 +73,11 @@ inline constexpr SystemCall kAllowed[] = {
 #endif
 };
 
+/// What a worker may ask for in addition whose inputs are files; the others do without.
+inline constexpr SystemCall kAllowedWithoutNetwork[] = {
+    {"mincore", Condition::kNone, "whether memory is fresh, and zero"},
+};
+
 /// What a worker may ask for in addition whose inputs are network URLs.
 inline constexpr SystemCall kAllowedForNetwork[] = {
     {"socket", Condition::kReachesOtherHosts, "the server, name servers"},
