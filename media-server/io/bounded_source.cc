@@ -44,8 +44,9 @@ std::size_t BoundedSource::ReadPiece(std::uint64_t offset, std::span<std::uint8_
   auto held = HeldAt(offset);
   if (held.empty()) {
     const std::uint64_t size = std::min<std::uint64_t>(out.size(), RoomBeforeNextPiece(offset));
-    if (offset >= kept_start_) return Read(offset, out.first(static_cast<std::size_t>(size)));
-    Hold(offset, static_cast<std::size_t>(std::min(size, kept_start_ - offset)));
+    const std::uint64_t kept = KeptFrom(offset);
+    if (kept == 0) return Read(offset, out.first(static_cast<std::size_t>(size)));
+    Hold(offset, static_cast<std::size_t>(std::min(size, kept)));
     held = HeldAt(offset);
     if (held.empty()) return 0;
   }
@@ -93,6 +94,12 @@ std::uint64_t BoundedSource::RoomBeforeNextPiece(std::uint64_t offset) const {
     if (piece.offset > offset) room = std::min(room, piece.offset - offset);
   }
   return room;
+}
+
+std::uint64_t BoundedSource::KeptFrom(std::uint64_t offset) const {
+  if (offset < kept_start_) return kept_start_ - offset;
+  const auto end = source_.Size();
+  return end && offset + kept_end_ >= *end ? *end - offset : 0;
 }
 
 void BoundedSource::Hold(std::uint64_t offset, std::size_t size) {

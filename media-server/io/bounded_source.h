@@ -49,8 +49,9 @@ class BoundedSource final : public IByteSource {
   /// From now on `bytes` may be read in all, those before included and those told of apart. Of 768 KiB or more a part
   /// is kept for the end of the input, which tells how long it is where no header does.
   void Limit(std::uint64_t bytes);
-  /// From now on what is read of the first `bytes` of the input is held, for readers that come back to it.
+  /// From now on what is read of the first and the last `bytes` of the input is held, for readers that come back to it.
   void KeepStart(std::uint64_t bytes) { kept_start_ = bytes; }
+  void KeepEnd(std::uint64_t bytes) { kept_end_ = bytes; }
   /// What was read so far, without what was told of.
   std::uint64_t BytesRead() const { return bytes_read_ - std::min(bytes_read_, told_of_); }
   /// What may still be read before the end of the input.
@@ -74,6 +75,8 @@ class BoundedSource final : public IByteSource {
   std::span<const std::uint8_t> HeldAt(std::uint64_t offset) const;
   /// How far `offset` is from the next held piece behind it.
   std::uint64_t RoomBeforeNextPiece(std::uint64_t offset) const;
+  /// How much of what is read at `offset` is to be held.
+  std::uint64_t KeptFrom(std::uint64_t offset) const;
   /// Reads `size` bytes and keeps them; the budget has to allow them.
   void Hold(std::uint64_t offset, std::size_t size);
   std::size_t Read(std::uint64_t offset, std::span<std::uint8_t> out);
@@ -91,6 +94,7 @@ class BoundedSource final : public IByteSource {
   std::vector<Piece> held_;
   std::uint64_t told_of_ = 0;
   std::uint64_t kept_start_ = 0;
+  std::uint64_t kept_end_ = 0;
 };
 
 }  // namespace media_server

@@ -1,6 +1,7 @@
 #include "media-server/probe/media_prober.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <string_view>
 #include <utility>
@@ -14,7 +15,7 @@
 #include "media-server/probe/demuxer.h"
 #include "media-server/probe/dv_frame.h"
 #include "media-server/probe/ffmpeg.h"
-#include "media-server/probe/pcm_header.h"
+#include "media-server/probe/late_streams.h"
 #include "media-server/probe/program_describer.h"
 #include "media-server/probe/stream_describer.h"
 #include "media-server/probe/streams.h"
@@ -33,16 +34,23 @@ constexpr std::int64_t kProbeSizes[] = {500'000, 10'000'000};
 struct ByteLimit {
   std::string_view demuxer;
   std::uint64_t bytes;
-  bool goes_back;  // to the start, when libavformat has looked at the end, and reads again what it has analysed
+  bool goes_back;  // to the start, when it has looked at the end, and to the end for what the start did not tell
 };
 constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20, /*goes_back=*/false},
-                                     {"mpegts", std::uint64_t{1} << 20, /*goes_back=*/true}};
+                                     {kTransportStreamDemuxer, std::uint64_t{1} << 20, /*goes_back=*/true}};
+
+// What is looked at of the end of a transport stream for what its start did not tell. Of the first libavformat has read
+// the most by then, for the latest time.
+constexpr std::array<std::uint64_t, 3> kEndsOfTransportStream = {250'000, 500'000, 1'000'000};
 
 void LimitBytes(std::string_view demuxer, BoundedSource& source) {
   const auto* limit = std::ranges::find(kByteLimits, demuxer, &ByteLimit::demuxer);
   if (limit != std::end(kByteLimits)) {
     source.Limit(limit->bytes);
-    if (limit->goes_back) source.KeepStart(limit->bytes);
+    if (limit->goes_back) {
+      source.KeepStart(limit->bytes);
+      source.KeepEnd(kEndsOfTransportStream.back());
+    }
   }
   if (demuxer == "flac") source.Limit(ReadBudget().bytes + FlacMetadataSize(source));
 }
@@ -102,23 +110,11 @@ std::string_view RefusalOf(ContentKind kind) {
   }
 }
 
-// A decoder tells it from the first picture.
-bool LacksPixelFormat(const AVCodecParameters& codec) {
-  return codec.format == AV_PIX_FMT_NONE && avcodec_find_decoder(codec.codec_id) != nullptr;
-}
-
-bool LacksFacts(const AVFormatContext& context) {
-  return std::ranges::any_of(Streams(context), [](const AVStream* stream) {
-    const AVCodecParameters& codec = *stream->codecpar;
-    switch (codec.codec_type) {
-      case AVMEDIA_TYPE_VIDEO:
-        return !IsCover(*stream) && !IsUnsizedDv(*stream) &&
-               (codec.width <= 0 || FrameRate(*stream) == 0 || LacksPixelFormat(codec));
-      case AVMEDIA_TYPE_AUDIO:
-        return codec.sample_rate <= 0 && !PcmCarrierOf(codec);
-      default:
-        return false;
-    }
+bool LearnFromEnds(BoundedSource& source, AVFormatContext& context) {
+  return std::ranges::any_of(kEndsOfTransportStream, [&](std::uint64_t bytes) {
+    // As much more as this end has more than the one before, which is held.
+    source.Limit(source.BytesRead() + bytes / 2);
+    return LearnFromEnd(source, bytes, context);
   });
 }
 
@@ -136,6 +132,7 @@ std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions op
     demuxer->Analyse();
     const bool all_read = source.Size().value_or(0) <= static_cast<std::uint64_t>(probe_size);
     if (all_read || !LacksFacts(demuxer->Context())) break;
+    if (options.demuxer == kTransportStreamDemuxer && LearnFromEnds(source, demuxer->Context())) break;
     source.Limit(ReadBudget().bytes);
   }
   return demuxer;

@@ -38,6 +38,17 @@ bool IsTimed(const AVStream& stream) {
 
 bool IsMpegVideo(AVCodecID codec) { return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO; }
 
+// What the codec's headers tell. Where it sees few pictures, libavformat makes a rate of fields of it (r_frame_rate),
+// or takes that of its clock.
+AVRational CodedRate([[maybe_unused]] const AVCodecParameters& codec) {
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 12, 100)  // FFmpeg 6.1
+  return codec.framerate;
+#else
+  return {0, 1};
+#endif
+}
+constexpr AVRational kClockOfTransport{90'000, 1};
+
 // Cover pictures and pictures of an unknown rate count as one.
 std::uint32_t AtLeastOne(double count) {
   return count >= 1 ? static_cast<std::uint32_t>(std::min(std::round(count), kLargestCount)) : 1;
@@ -107,8 +118,8 @@ std::uint64_t StreamBitRate(const AVStream& stream) {
 
 double FrameRate(const AVStream& stream) {
   if (IsCover(stream)) return 0;  // libavformat gives a cover the rate of its clock
-  for (const AVRational rate : {stream.avg_frame_rate, stream.r_frame_rate}) {
-    if (rate.num > 0 && rate.den > 0) return av_q2d(rate);
+  for (const AVRational rate : {stream.avg_frame_rate, CodedRate(*stream.codecpar), stream.r_frame_rate}) {
+    if (rate.num > 0 && rate.den > 0 && av_cmp_q(rate, kClockOfTransport) < 0) return av_q2d(rate);
   }
   return 0;
 }

@@ -57,6 +57,11 @@ CONTAINERS = [
          {"duration": 5.9, "0.duration": 1}),
     Case("late_words_mpeg2.mp4", pictures() + ["-itsoffset", "5", "-i", "words.srt", *MPEG2, "-c:s", "mov_text"],
          {"duration": 5.9, "0.duration": 1}),
+    # Pictures of 8 Mb/s are sent so far ahead that the first sound lies behind what is analysed of the start.
+    Case("late_sound.ts", pictures("640x360", seconds="2") + tone(seconds="2") +
+         ["-vf", "noise=alls=60:allf=t", "-c:v", "libx264", "-preset", "ultrafast", "-x264-params", "threads=1",
+          "-b:v", "8M", "-maxrate", "8M", "-bufsize", "8M", "-c:a", "ac3"],
+         {"0.frame_rate": {"num": 25, "den": 1}, "1.codec": "ac3", "1.sample_rate": 48000, "1.channels": 1}),
     Case("faststart.mp4", pictures() + tone() + [*h264(), *AAC, "-movflags", "+faststart"],
          {"format": "mp4", "0.frame_count": 25, "1.sample_rate": 48000}),
     Case("fragmented.mp4", pictures() + tone() + [*h264(), "-g", "5", *AAC, "-movflags", "+frag_keyframe+empty_moov"],

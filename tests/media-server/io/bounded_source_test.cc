@@ -88,6 +88,17 @@ TEST(BoundedSourceTest, HoldsTheStartThatItIsToKeep) {
   EXPECT_EQ(source.BytesRead(), read + 10);
 }
 
+TEST(BoundedSourceTest, HoldsTheEndThatItIsToKeep) {
+  MemorySource source(Zeros(4 * kHead));
+  BoundedSource bounded(source, {.bytes = kMegabyte, .time = kLongTime});
+  bounded.KeepEnd(kHead);
+  EXPECT_EQ(Read(bounded, 3 * kHead, kHead), kHead);
+  EXPECT_EQ(Read(bounded, 3 * kHead + 10, kHead), kHead - 10);
+  EXPECT_EQ(source.BytesRead(), kHead);
+  EXPECT_EQ(Read(bounded, 3 * kHead - 10, 20), 20u);
+  EXPECT_EQ(source.BytesRead(), kHead + 10);
+}
+
 TEST(BoundedSourceTest, WhatIsKeptCountsOnce) {
   MemorySource source(Zeros(4 * kHead));
   BoundedSource bounded(source, {.bytes = 3000, .time = kLongTime});

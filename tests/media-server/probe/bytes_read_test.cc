@@ -138,6 +138,45 @@ LongSource WithIndexAtTheEnd(std::uint64_t between, const std::string& in_index)
   return source;
 }
 
+/// The sample, with packets that say nothing in place of those of sound.
+std::vector<std::uint8_t> WithoutSound(std::vector<std::uint8_t> file, const MediaDescription& media) {
+  constexpr std::size_t kPacketSize = 188;
+  for (std::size_t at = 0; at < file.size(); at += kPacketSize) {
+    const std::uint32_t id = (file[at + 1] & 0x1FU) << 8 | file[at + 2];
+    const bool is_sound = std::ranges::any_of(media.streams, [&](const StreamDescription& stream) {
+      return stream.kind == StreamKind::kSound && stream.id == id;
+    });
+    if (!is_sound) continue;
+    file[at + 1] = 0x1F;
+    file[at + 2] = 0xFF;
+  }
+  return file;
+}
+
+TEST(BytesReadTest, SoundThatSetsInLateIsKnownFromTheEnd) {
+  const std::vector<std::uint8_t> sample = ReadSample("programs.ts");
+  LongSource whole(sample, sample.size(), kZeros);
+  const auto expected = Probe(whole);
+  ASSERT_NE(expected, nullptr);
+
+  constexpr int kTimes = 1000;
+  LongSource source(WithoutSound(sample, *expected), kTimes * sample.size(), kRepeated);
+  std::vector<std::uint8_t> end;
+  for (int i = 0; i < 3; ++i) end.insert(end.end(), sample.begin(), sample.end());
+  source.Append(std::move(end));
+  const auto media = Probe(source);
+  ASSERT_NE(media, nullptr);
+  EXPECT_LE(source.BytesRead(), kMegabyte);
+  ASSERT_EQ(media->streams.size(), expected->streams.size());
+  for (std::size_t i = 0; i < media->streams.size(); ++i) {
+    const SoundFormat& sound = media->streams[i].sound;
+    EXPECT_EQ(sound.sample_rate, expected->streams[i].sound.sample_rate) << i;
+    EXPECT_EQ(sound.channels, expected->streams[i].sound.channels) << i;
+    EXPECT_EQ(media->streams[i].codec_name, expected->streams[i].codec_name) << i;
+    EXPECT_EQ(media->streams[i].picture.frame_rate, expected->streams[i].picture.frame_rate) << i;
+  }
+}
+
 TEST(BytesReadTest, IndexAtTheEndCostsItsSize) {
   const std::uint64_t index_size = 3 * kKilobyte;
   LongSource source = WithIndexAtTheEnd(kLong, "");

@@ -100,10 +100,14 @@ TEST_F(TimingTest, AVariableMpegRateIsNoRate) {
   EXPECT_EQ(StreamBitRate(video_), 0u);
 }
 
-TEST_F(TimingTest, FrameRateIsTheAverageThenTheBase) {
+TEST_F(TimingTest, FrameRateIsTheAverageThenTheCodecsThenTheBase) {
   EXPECT_EQ(FrameRate(video_), 0);
+  video_.r_frame_rate = {90'000, 1};
+  EXPECT_EQ(FrameRate(video_), 0) << "no rate but the clock's";
   video_.r_frame_rate = {50, 1};
   EXPECT_EQ(FrameRate(video_), 50);
+  video_.codecpar->framerate = {25, 1};
+  EXPECT_EQ(FrameRate(video_), 25) << "the other is of fields";
   video_.avg_frame_rate = {30000, 1001};
   EXPECT_DOUBLE_EQ(FrameRate(video_), 30000.0 / 1001);
   video_.disposition = AV_DISPOSITION_ATTACHED_PIC;

@@ -1,0 +1,105 @@
+#include "media-server/probe/late_streams.h"
+
+#include <algorithm>
+#include <string>
+
+#include "media-server/probe/analysis_policy.h"
+#include "media-server/probe/demuxer.h"
+#include "media-server/probe/dv_frame.h"
+#include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/pcm_header.h"
+#include "media-server/probe/streams.h"
+#include "media-server/probe/timing.h"
+
+namespace media_server::probe {
+namespace {
+
+/// The last bytes of another source, which it borrows.
+class EndOfSource final : public IByteSource {
+ public:
+  /// The input has to tell its size.
+  EndOfSource(IByteSource& source, std::uint64_t bytes)
+      : source_(source), start_(*source.Size() - std::min(bytes, *source.Size())) {}
+
+  std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
+    return source_.ReadAt(start_ + offset, out);
+  }
+  const char* ReadFailure() const override { return source_.ReadFailure(); }
+  std::optional<std::uint64_t> Size() const override { return *source_.Size() - start_; }
+
+ private:
+  IByteSource& source_;
+  std::uint64_t start_;
+};
+
+// A decoder tells it from the first picture.
+bool LacksPixelFormat(const AVCodecParameters& codec) {
+  return codec.format == AV_PIX_FMT_NONE && avcodec_find_decoder(codec.codec_id) != nullptr;
+}
+
+bool LacksFactsOf(const AVStream& stream) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  switch (codec.codec_type) {
+    case AVMEDIA_TYPE_VIDEO:
+      return !IsCover(stream) && !IsUnsizedDv(stream) &&
+             (codec.width <= 0 || FrameRate(stream) == 0 || LacksPixelFormat(codec));
+    case AVMEDIA_TYPE_AUDIO:
+      return codec.sample_rate <= 0 && !PcmCarrierOf(codec);
+    default:
+      return false;
+  }
+}
+
+const AVStream* FindStream(const AVFormatContext& context, const AVStream& wanted) {
+  const auto streams = Streams(context);
+  const auto found = std::ranges::find_if(streams, [&](const AVStream* stream) {
+    return stream->id == wanted.id && stream->codecpar->codec_type == wanted.codecpar->codec_type;
+  });
+  return found == streams.end() ? nullptr : *found;
+}
+
+void TakeFacts(const AVStream& from, AVStream& to) {
+  if (LacksFactsOf(from) || avcodec_parameters_copy(to.codecpar, from.codecpar) < 0) return;
+  to.avg_frame_rate = from.avg_frame_rate;
+  to.r_frame_rate = from.r_frame_rate;
+  to.sample_aspect_ratio = from.sample_aspect_ratio;
+}
+
+// False when it is not known.
+bool TakeEnd(const AVStream& from, AVStream& to, AVFormatContext& context) {
+  if (from.start_time == AV_NOPTS_VALUE || from.duration == AV_NOPTS_VALUE) return false;
+  const std::int64_t end = from.start_time + from.duration;
+  // The clock may have begun anew in between.
+  if (to.start_time != AV_NOPTS_VALUE && end > to.start_time) to.duration = end - to.start_time;
+  if (context.start_time == AV_NOPTS_VALUE) return false;
+  const std::int64_t end_of_file = av_rescale_q(end, from.time_base, {1, AV_TIME_BASE});
+  context.duration = std::max(context.duration, end_of_file - context.start_time);
+  return true;
+}
+
+}  // namespace
+
+bool LacksFacts(const AVFormatContext& context) {
+  return std::ranges::any_of(Streams(context), [](const AVStream* stream) { return LacksFactsOf(*stream); });
+}
+
+bool LearnFromEnd(BoundedSource& source, std::uint64_t bytes, AVFormatContext& context) {
+  if (!source.Size()) return false;
+  EndOfSource end(source, bytes);
+  // What is read of the input counts there.
+  BoundedSource bounded(end, ReadBudget());
+  std::string reason;
+  const auto demuxer = Demuxer::Open(bounded, {.demuxer = kTransportStreamDemuxer}, &reason);
+  if (!demuxer || !demuxer->Analyse()) return false;
+  bool knows_ends = true;
+  for (AVStream* stream : Streams(context)) {
+    const AVMediaType type = stream->codecpar->codec_type;
+    if (type != AVMEDIA_TYPE_VIDEO && type != AVMEDIA_TYPE_AUDIO) continue;
+    const AVStream* at_end = FindStream(demuxer->Context(), *stream);
+    if (at_end != nullptr && LacksFactsOf(*stream)) TakeFacts(*at_end, *stream);
+    knows_ends = at_end != nullptr && TakeEnd(*at_end, *stream, context) && knows_ends;
+  }
+  return knows_ends && !LacksFacts(context);
+}
+
+}  // namespace media_server::probe
