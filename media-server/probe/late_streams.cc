@@ -50,11 +50,15 @@ bool LacksFactsOf(const AVStream& stream) {
   }
 }
 
+// Streams of two codecs may share an id. Which layer MPEG audio is of only its frames tell.
+bool IsSame(const AVStream& one, const AVStream& other) {
+  return one.id == other.id &&
+         (one.codecpar->codec_id == other.codecpar->codec_id || (IsMpegAudio(one) && IsMpegAudio(other)));
+}
+
 const AVStream* FindStream(const AVFormatContext& context, const AVStream& wanted) {
   const auto streams = Streams(context);
-  const auto found = std::ranges::find_if(streams, [&](const AVStream* stream) {
-    return stream->id == wanted.id && stream->codecpar->codec_type == wanted.codecpar->codec_type;
-  });
+  const auto found = std::ranges::find_if(streams, [&](const AVStream* stream) { return IsSame(*stream, wanted); });
   return found == streams.end() ? nullptr : *found;
 }
 
@@ -68,12 +72,12 @@ void TakeFacts(const AVStream& from, AVStream& to) {
 // False when it is not known.
 bool TakeEnd(const AVStream& from, AVStream& to, AVFormatContext& context) {
   if (from.start_time == AV_NOPTS_VALUE || from.duration == AV_NOPTS_VALUE) return false;
-  const std::int64_t end = from.start_time + from.duration;
+  const std::int64_t end = av_sat_add64(from.start_time, from.duration);
   // The clock may have begun anew in between.
-  if (to.start_time != AV_NOPTS_VALUE && end > to.start_time) to.duration = end - to.start_time;
+  if (to.start_time != AV_NOPTS_VALUE && end > to.start_time) to.duration = av_sat_sub64(end, to.start_time);
   if (context.start_time == AV_NOPTS_VALUE) return false;
   const std::int64_t end_of_file = av_rescale_q(end, from.time_base, {1, AV_TIME_BASE});
-  context.duration = std::max(context.duration, end_of_file - context.start_time);
+  context.duration = std::max(context.duration, av_sat_sub64(end_of_file, context.start_time));
   return true;
 }
 
