@@ -162,7 +162,7 @@ std::optional<Digested> DigestedFor(const std::string& url) {
   const bool has_scheme = Contains(url, ":/");
   if (!has_scheme || Contains(url, "file:/")) {
     const std::string path = has_scheme ? url.substr(6) : url;
-    if (IsFile(path)) return Digested{path, false};
+    if (IsFile(path)) return Digested{AsTold(path), false};
   }
   if (Contains(url, "files://")) return Digested{url.substr(8), true};
   return std::nullopt;
