@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <span>
 #include <utility>
@@ -78,6 +79,9 @@ TrackFacts FactsOfAsfStream(std::span<const AsfFrameTime> frame_times, const AVS
   return facts;
 }
 
+// libavformat has them as signed numbers. Without one it counts to a thousand million for each run of samples.
+bool HasNumber(const Mp4Track& track) { return track.id != 0 && track.id <= std::numeric_limits<std::int32_t>::max(); }
+
 ContainerFacts FactsOfMp4(IByteSource& source) {
   ContainerFacts facts;
   facts.movie = ReadMp4Movie(source);
@@ -87,6 +91,9 @@ ContainerFacts FactsOfMp4(IByteSource& source) {
   if (!std::ranges::all_of(movie.tracks, &Mp4Track::plausible)) {
     // Tables that the end of the file cuts off claim too much as well.
     facts.refusal = movie.truncated ? "file ends early" : "damaged: claims more samples than it can hold";
+  }
+  if (movie.has_fragments && !std::ranges::all_of(movie.tracks, &HasNumber)) {
+    facts.refusal = movie.truncated ? "file ends early" : "damaged: a track has no number";
   }
   return facts;
 }
