@@ -4,8 +4,11 @@
 #include <span>
 #include <string_view>
 
+#include "media-server/probe/dv_frame.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/pcm_header.h"
 #include "media-server/probe/streams.h"
+#include "media-server/probe/timing.h"
 
 namespace media_server::probe {
 namespace {
@@ -98,11 +101,33 @@ constexpr Family kFamilies[] = {
     {"asf", &KnowsAsf},
 };
 
+// A decoder tells it from the first picture.
+bool LacksPixelFormat(const AVCodecParameters& codec) {
+  return codec.format == AV_PIX_FMT_NONE && avcodec_find_decoder(codec.codec_id) != nullptr;
+}
+
 }  // namespace
 
 bool NeedsAnalysis(const AVFormatContext& context) {
   const auto* family = std::ranges::find(kFamilies, std::string_view(context.iformat->name), &Family::demuxer);
   return family == std::end(kFamilies) || !family->knows_all(context);
+}
+
+bool LacksFacts(const AVStream& stream) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  switch (codec.codec_type) {
+    case AVMEDIA_TYPE_VIDEO:
+      return !IsCover(stream) && !IsUnsizedDv(stream) &&
+             (codec.width <= 0 || FrameRate(stream) == 0 || LacksPixelFormat(codec));
+    case AVMEDIA_TYPE_AUDIO:
+      return codec.sample_rate <= 0 && !PcmCarrierOf(codec);
+    default:
+      return false;
+  }
+}
+
+bool LacksFacts(const AVFormatContext& context) {
+  return std::ranges::any_of(Streams(context), [](const AVStream* stream) { return LacksFacts(*stream); });
 }
 
 }  // namespace media_server::probe

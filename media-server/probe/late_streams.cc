@@ -5,11 +5,8 @@
 
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/demuxer.h"
-#include "media-server/probe/dv_frame.h"
 #include "media-server/probe/ffmpeg.h"
-#include "media-server/probe/pcm_header.h"
 #include "media-server/probe/streams.h"
-#include "media-server/probe/timing.h"
 
 namespace media_server::probe {
 namespace {
@@ -32,24 +29,6 @@ class EndOfSource final : public IByteSource {
   std::uint64_t start_;
 };
 
-// A decoder tells it from the first picture.
-bool LacksPixelFormat(const AVCodecParameters& codec) {
-  return codec.format == AV_PIX_FMT_NONE && avcodec_find_decoder(codec.codec_id) != nullptr;
-}
-
-bool LacksFactsOf(const AVStream& stream) {
-  const AVCodecParameters& codec = *stream.codecpar;
-  switch (codec.codec_type) {
-    case AVMEDIA_TYPE_VIDEO:
-      return !IsCover(stream) && !IsUnsizedDv(stream) &&
-             (codec.width <= 0 || FrameRate(stream) == 0 || LacksPixelFormat(codec));
-    case AVMEDIA_TYPE_AUDIO:
-      return codec.sample_rate <= 0 && !PcmCarrierOf(codec);
-    default:
-      return false;
-  }
-}
-
 // Streams of two codecs may share an id. Which layer MPEG audio is of only its frames tell.
 bool IsSame(const AVStream& one, const AVStream& other) {
   return one.id == other.id &&
@@ -63,7 +42,7 @@ const AVStream* FindStream(const AVFormatContext& context, const AVStream& wante
 }
 
 void TakeFacts(const AVStream& from, AVStream& to) {
-  if (LacksFactsOf(from) || avcodec_parameters_copy(to.codecpar, from.codecpar) < 0) return;
+  if (LacksFacts(from) || avcodec_parameters_copy(to.codecpar, from.codecpar) < 0) return;
   to.avg_frame_rate = from.avg_frame_rate;
   to.r_frame_rate = from.r_frame_rate;
   to.sample_aspect_ratio = from.sample_aspect_ratio;
@@ -83,10 +62,6 @@ bool TakeEnd(const AVStream& from, AVStream& to, AVFormatContext& context) {
 
 }  // namespace
 
-bool LacksFacts(const AVFormatContext& context) {
-  return std::ranges::any_of(Streams(context), [](const AVStream* stream) { return LacksFactsOf(*stream); });
-}
-
 bool LearnFromEnd(BoundedSource& source, std::uint64_t bytes, AVFormatContext& context) {
   if (!source.Size()) return false;
   EndOfSource end(source, bytes);
@@ -100,7 +75,7 @@ bool LearnFromEnd(BoundedSource& source, std::uint64_t bytes, AVFormatContext& c
     const AVMediaType type = stream->codecpar->codec_type;
     if (type != AVMEDIA_TYPE_VIDEO && type != AVMEDIA_TYPE_AUDIO) continue;
     const AVStream* at_end = FindStream(demuxer->Context(), *stream);
-    if (at_end != nullptr && LacksFactsOf(*stream)) TakeFacts(*at_end, *stream);
+    if (at_end != nullptr && LacksFacts(*stream)) TakeFacts(*at_end, *stream);
     knows_ends = at_end != nullptr && TakeEnd(*at_end, *stream, context) && knows_ends;
   }
   return knows_ends && !LacksFacts(context);

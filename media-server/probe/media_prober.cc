@@ -13,7 +13,6 @@
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/container_facts.h"
 #include "media-server/probe/demuxer.h"
-#include "media-server/probe/dv_frame.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/late_streams.h"
 #include "media-server/probe/program_describer.h"
