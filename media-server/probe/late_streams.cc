@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "media-server/io/tail_source.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/demuxer.h"
 #include "media-server/probe/ffmpeg.h"
@@ -10,24 +11,6 @@
 
 namespace media_server::probe {
 namespace {
-
-/// The last bytes of another source, which it borrows.
-class EndOfSource final : public IByteSource {
- public:
-  /// The input has to tell its size.
-  EndOfSource(IByteSource& source, std::uint64_t bytes)
-      : source_(source), start_(*source.Size() - std::min(bytes, *source.Size())) {}
-
-  std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
-    return source_.ReadAt(start_ + offset, out);
-  }
-  const char* ReadFailure() const override { return source_.ReadFailure(); }
-  std::optional<std::uint64_t> Size() const override { return *source_.Size() - start_; }
-
- private:
-  IByteSource& source_;
-  std::uint64_t start_;
-};
 
 // Streams of two codecs may share an id. Which layer MPEG audio is of only its frames tell.
 bool IsSame(const AVStream& one, const AVStream& other) {
@@ -63,8 +46,9 @@ bool TakeEnd(const AVStream& from, AVStream& to, AVFormatContext& context) {
 }  // namespace
 
 bool LearnFromEnd(BoundedSource& source, std::uint64_t bytes, AVFormatContext& context) {
-  if (!source.Size()) return false;
-  EndOfSource end(source, bytes);
+  const auto size = source.Size();
+  if (!size) return false;
+  TailSource end(source, *size - std::min(bytes, *size));
   // What is read of the input counts there.
   BoundedSource bounded(end, ReadBudget());
   std::string reason;
