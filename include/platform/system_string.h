@@ -5,8 +5,9 @@
 #include <utility>
 
 #if defined(_WIN32)
-#include <oleauto.h>
 #include <windows.h>
+// Behind it, which it builds on.
+#include <oleauto.h>
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
 #else
 
