@@ -3,6 +3,7 @@
 #include <ghc/filesystem.hpp>
 
 #include "platform/library.h"
+#include "platform/text.h"
 
 namespace service::mediainfo {
 namespace {
@@ -15,7 +16,8 @@ void FindOnce(const char* folder, const char* library_name, const char* function
   ghc::filesystem::path path(folder);
   path.make_preferred();
   path /= library_name;
-  const std::u16string wide_path = path.u16string();
+  // The path's own wide form loses bytes that are no text.
+  const std::u16string wide_path = platform::PathToUtf16(path.string());
   HMODULE library = GetModuleHandleW(wide_path.c_str());
   if (library == nullptr) library = LoadLibraryW(wide_path.c_str());
   if (library == nullptr) return;

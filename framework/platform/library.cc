@@ -37,7 +37,7 @@ bool IsBareName(std::string_view path) { return path.find('/') == std::string_vi
 HMODULE LoadLibraryW(const char16_t* path) {
   // To dlopen an empty name means the program itself.
   if (!path || !*path) return nullptr;
-  return dlopen(platform::ToUtf8(path).c_str(), kLoadFlags);
+  return dlopen(platform::PathToUtf8(path).c_str(), kLoadFlags);
 }
 
 HMODULE LoadLibraryA(const char* path) {
@@ -52,7 +52,7 @@ HMODULE LoadLibraryA(const char* path) {
 
 HMODULE GetModuleHandleW(const char16_t* path) {
   if (!path || !*path) return nullptr;
-  HMODULE library = dlopen(platform::ToUtf8(path).c_str(), kLoadFlags | RTLD_NOLOAD);
+  HMODULE library = dlopen(platform::PathToUtf8(path).c_str(), kLoadFlags | RTLD_NOLOAD);
   // dlopen counts a reference even when it only looks; whoever loaded the library keeps it in place.
   if (library) dlclose(library);
   return library;

@@ -10,7 +10,8 @@
 /// named "COMSupport.dll" is an ELF shared object of that name. All functions return null on failure.
 using HMODULE = void*;
 
-/// Loads the library at `path`, or adds a reference when it is loaded already.
+/// Loads the library at `path`, or adds a reference when it is loaded already. Here and below, wide paths are those of
+/// platform::PathToUtf16.
 HMODULE LoadLibraryW(const char16_t* path);
 /// As LoadLibraryW, from UTF-8 text. A bare file name is looked for in the folder of the calling module first, then in
 /// the loader's usual places.

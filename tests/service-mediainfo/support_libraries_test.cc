@@ -43,6 +43,19 @@ TEST_F(SupportLibrariesTest, StayWhenASecondInitNamesAnotherFolder) {
   EXPECT_EQ(ProtectKey(), 1u);
 }
 
+TEST_F(SupportLibrariesTest, AreFoundWhateverTheFolderIsCalled) {
+  const std::filesystem::path text = app().path() / "f\xC3\xBCr \xF0\x9F\x8E\xAC";
+  const std::filesystem::path no_text = app().path() / "f\xFCr";
+  std::filesystem::create_directories(text / "userepace");
+  std::filesystem::create_directories(no_text / "userepace");
+  std::filesystem::copy_file(FAKE_COM_SUPPORT, text / "userepace" / "COMSupport.dll");
+  std::filesystem::copy_file(FAKE_QK_LOG, no_text / "userepace" / "QK_log.dll");
+  Init(text);
+  EXPECT_EQ(fakes::host().loaded_libraries, std::vector<std::string>{"COMSupport.dll"});
+  Init(no_text);
+  EXPECT_EQ(fakes::host().loaded_libraries, (std::vector<std::string>{"COMSupport.dll", "QK_log.dll"}));
+}
+
 TEST_F(SupportLibrariesTest, MayBeMissing) {
   Init(app().path());
   EXPECT_TRUE(fakes::host().loaded_libraries.empty());

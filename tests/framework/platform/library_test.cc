@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "platform/text.h"
@@ -32,6 +34,20 @@ TEST(LibraryTest, LoadsByPath) {
   EXPECT_EQ(narrow, wide);
   dlclose(narrow);
   dlclose(wide);
+}
+
+TEST(LibraryTest, LoadsByAPathThatIsNoText) {
+  std::string folder = (std::filesystem::temp_directory_path() / "mediainfo-test-\xFF-XXXXXX").string();
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  const std::string copy = folder + "/neighbour.dll";
+  std::filesystem::copy_file(NEIGHBOUR_PATH, copy);
+  const std::u16string path = platform::PathToUtf16(copy);
+  EXPECT_EQ(GetModuleHandleW(path.c_str()), nullptr);
+  HMODULE library = LoadLibraryW(path.c_str());
+  EXPECT_EQ(AskForAnswer(library), 42);
+  EXPECT_EQ(GetModuleHandleW(path.c_str()), library);
+  if (library) dlclose(library);
+  std::filesystem::remove_all(folder);
 }
 
 TEST(LibraryTest, MissingFileGivesNullAndAReason) {
