@@ -42,9 +42,12 @@ TEST_F(ModuleEntryTest, LaysDescriptorsOutAsNineWords) {
     std::array<std::uint64_t, 9> words{};
     std::memcpy(words.data(), bytes + 72 * index, 72);
     EXPECT_EQ(words[0], reinterpret_cast<std::uintptr_t>(descriptor(index).name));
+    EXPECT_EQ(words[1], reinterpret_cast<std::uintptr_t>(descriptor(index).description));
     EXPECT_EQ(words[2], reinterpret_cast<std::uintptr_t>(descriptor(index).uuid));
     EXPECT_EQ(words[3], 0u);
+    EXPECT_EQ(words[4], reinterpret_cast<std::uintptr_t>(descriptor(index).init));
     EXPECT_EQ(words[5], reinterpret_cast<std::uintptr_t>(descriptor(index).create));
+    EXPECT_EQ(words[6], reinterpret_cast<std::uintptr_t>(descriptor(index).release));
     EXPECT_EQ(words[7], 0u);
     EXPECT_EQ(words[8], 0u);
   }

@@ -37,6 +37,15 @@ std::pair<std::uint64_t, std::uint32_t> Words(const ValAny& value) {
   return copy;
 }
 
+/// A holder as another module may have made it.
+ValAny WithWords(std::uint64_t payload, std::uint32_t tag) {
+  ValAny value;
+  void* words = &value;
+  std::memcpy(words, &payload, sizeof(payload));
+  std::memcpy(static_cast<char*>(words) + sizeof(payload), &tag, sizeof(tag));
+  return value;
+}
+
 ValAny CopyOf(const ValAny& value) { return value; }
 
 TEST(ValAnyTest, StartsEmpty) { EXPECT_EQ(Tag(ValAny()), 0u); }
@@ -57,6 +66,14 @@ TEST(ValAnyTest, HoldsNumbersInThePayload) {
   EXPECT_EQ(Words(ValAny::FromInt64(-1)), std::pair(0xFFFFFFFFFFFFFFFFul, 4u));
   EXPECT_EQ(Words(ValAny::FromFloat(1.0F)), std::pair(0x3F800000ul, 6u));
   EXPECT_EQ(Words(ValAny::FromDouble(1.0)), std::pair(0x3FF0000000000000ul, 7u));
+}
+
+TEST(ValAnyTest, ReadsTheLowHalfOfThePayloadForTypesOf32Bits) {
+  EXPECT_EQ(WithWords(0x55555555FFFFFFFB, 2).AsInt32(), -5);
+  EXPECT_EQ(WithWords(0x5555555500000005, 3).AsInt32(), 5);
+  EXPECT_EQ(WithWords(0x55555555FFFFFFFB, 2).AsDouble(), -5.0);
+  EXPECT_EQ(WithWords(0x55555555FFFFFFFF, 3).AsDouble(), 4294967295.0);
+  EXPECT_EQ(WithWords(0x555555553F800000, 6).AsDouble(), 1.0);
 }
 
 TEST(ValAnyTest, ReadsIntegersThatFit) {
@@ -177,6 +194,32 @@ TEST(ValAnyTest, TakesABoxedTagWithoutAnObject) {
   const ValAny copy = CopyOf(value);
   EXPECT_EQ(Tag(copy), 272u);
   EXPECT_EQ(copy.AsBoxed<Rational>(), nullptr);
+}
+
+TEST(ValAnyTest, OwnsAnObjectUnderEveryTagFrom255On) {
+  for (const std::uint32_t tag : {255u, 256u, 271u, 272u, 273u, 0x80000000u, 0xFFFFFFFFu}) {
+    int living = 0;
+    {
+      detail::IBoxedObj* object = new detail::BoxedObj<Counted>(Counted(&living));
+      ValAny value = WithWords(reinterpret_cast<std::uintptr_t>(object), tag);
+      const ValAny copy = CopyOf(value);
+      EXPECT_EQ(living, 2) << tag;
+      EXPECT_EQ(Tag(copy), tag);
+      value = ValAny::FromInt32(1);
+      EXPECT_EQ(living, 1) << tag;
+    }
+    EXPECT_EQ(living, 0) << tag;
+  }
+}
+
+TEST(ValAnyTest, CopiesWhatIsNotBoxedBitwise) {
+  for (const std::uint32_t tag : {0u, 1u, 9u, 100u, 254u}) {
+    const ValAny value = WithWords(0x123456789ABCDEF0, tag);
+    EXPECT_EQ(Words(CopyOf(value)), Words(value)) << tag;
+    EXPECT_THROW(value.AsInt32(), AnyBadAccess) << tag;
+    EXPECT_THROW(value.AsDouble(), AnyBadAccess) << tag;
+    EXPECT_THROW(value.AsBuffer(), AnyBadAccess) << tag;
+  }
 }
 
 TEST(ValAnyTest, GivesABoxedValueOnlyAsItsOwnType) {

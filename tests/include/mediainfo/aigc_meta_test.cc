@@ -52,6 +52,14 @@ TEST(AigcMetaTest, CopiesATextShorterThanItsLength) {
   EXPECT_EQ(copy.length, 4u);
 }
 
+TEST(AigcMetaTest, EndsTheCopyOfATextLongerThanItsLength) {
+  AIGC_META record = Record("abcdef");
+  record.length = 3;
+  const AIGC_META copy = record;
+  EXPECT_STREQ(copy.text, "abc");
+  EXPECT_EQ(copy.length, 3u);
+}
+
 TEST(AigcMetaTest, StaysAsItIsWhenAssignedToItself) {
   AIGC_META record = Record("{}");
   record.length = 0;  // a copy would be empty

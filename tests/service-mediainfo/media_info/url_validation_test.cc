@@ -56,7 +56,8 @@ TEST_F(UrlValidationTest, ExaminesTextsThatHoldHttpFurtherOn) {
 }
 
 TEST_F(UrlValidationTest, RefusesOtherProtocols) {
-  for (const std::string url : {"rtmp://host/a", "c:/media/clip.mp4", "HTTP://host/a"}) {
+  for (const std::string url :
+       {"rtmp://host/a", "c:/media/clip.mp4", "HTTP://host/a", "FILE:/a", "files:/a", "://", ":/"}) {
     EXPECT_FALSE(IsValid(url));
     EXPECT_EQ(path_, "untouched");
     EXPECT_EQ(url_, url);
@@ -80,6 +81,19 @@ TEST_F(UrlValidationTest, SkipsSixCharactersWhereverTheProtocolStands) {
   const std::string file = folder_.MakeFile("clip.mp4");
   EXPECT_TRUE(IsValid("xfile:/.." + file));
   EXPECT_EQ(path_, "/.." + file);
+}
+
+// A dot that is skipped begins no extension, and nothing of what is skipped is changed.
+TEST_F(UrlValidationTest, LooksForTheExtensionBehindTheSkippedCharacters) {
+  EXPECT_FALSE(IsValid("a.file:/none"));
+  EXPECT_EQ(url_, "a.file:/none");
+  ExpectStatusLine("a.file:/none", ":/none", 1);
+}
+
+TEST_F(UrlValidationTest, FindsNothingBehindAnEmptyFileUrl) {
+  EXPECT_FALSE(IsValid("file:/"));
+  EXPECT_EQ(path_, "untouched");
+  ExpectStatusLine("file:/", "", 1);
 }
 
 TEST_F(UrlValidationTest, GivesARelativePathForAFileUrlWithOneSlash) {
@@ -151,6 +165,22 @@ TEST_F(UrlValidationTest, RefusesAFolder) {
   EXPECT_FALSE(IsValid(folder));
   ExpectStatusLine(folder, folder, 3);
   EXPECT_STREQ(CoreErrorText(), "is a folder");
+}
+
+// As every path that is no file, one that names a folder is asked about in its other spelling, and the answer to that
+// one is logged.
+TEST_F(UrlValidationTest, TellsOfTheSecondQuery) {
+  std::filesystem::create_directory(folder_.path() / "folder.d");
+  const std::string folder = (folder_.path() / "folder.").string();
+  EXPECT_FALSE(IsValid(folder + "d"));
+  EXPECT_EQ(url_, folder + "D");
+  ExpectStatusLine(folder + "D", folder + "D", 1);
+}
+
+TEST_F(UrlValidationTest, TakesASlashAtTheEndForPartOfThePath) {
+  const std::string file = folder_.MakeFile("clip.mp4");
+  EXPECT_FALSE(IsValid(file + "/"));
+  ExpectStatusLine(folder_.path().string() + "/clip.MP4/", folder_.path().string() + "/clip.MP4/", 1);
 }
 
 TEST_F(UrlValidationTest, RefusesPipesDevicesAndDanglingLinks) {
