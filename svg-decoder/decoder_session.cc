@@ -45,11 +45,17 @@ bool Fail(const char* reason) {
 }  // namespace
 
 void DecoderSession::Reset() {
-  url_.clear();
+  url_.emplace();
   Forget();
 }
 
-void DecoderSession::SetSource(const char* url) { url_ = url ? url : ""; }
+void DecoderSession::SetSource(const char* url) {
+  try {
+    url_ = url ? url : "";
+  } catch (const std::bad_alloc&) {
+    url_.reset();
+  }
+}
 
 std::uint32_t DecoderSession::Load(std::uintptr_t /*first*/, std::uintptr_t /*second*/) {
   CoreSetErrorText(nullptr);
@@ -66,9 +72,10 @@ std::uint32_t DecoderSession::Load(std::uintptr_t /*first*/, std::uintptr_t /*se
 }
 
 bool DecoderSession::Load() {
-  const std::unique_ptr<FileSource> source = FileSource::Open(url_);
+  if (!url_) return Fail("out of memory");
+  const std::unique_ptr<FileSource> source = FileSource::Open(*url_);
   if (!source) return false;
-  loaded_url_ = url_;
+  loaded_url_ = *url_;
   root_ = ReadDocument(*source);
   return root_.has_value();
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "service/isession.h"
 #include "service/isvg_decode_sink.h"
@@ -34,7 +35,8 @@ class DecoderSession final : public service::ISession, public service::ISVGDecod
   bool RenderTo(const char* path, std::size_t width, std::size_t height) const;
   void Forget();
 
-  std::string url_;
+  /// Empty when memory ran out for it.
+  std::optional<std::string> url_{std::in_place};
   /// What was loaded last.
   std::string loaded_url_;
   std::optional<RootElement> root_;

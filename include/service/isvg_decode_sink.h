@@ -22,7 +22,7 @@ class ISVGDecodeSink {
   /// not.
   virtual std::uint32_t Load(std::uintptr_t first, std::uintptr_t second) = 0;
   virtual void Reserved7() = 0;
-  /// `url` (UTF-8): a path, or "file:/" and a path. Copied.
+  /// `url` (UTF-8): a path, or "file:/" and a path. Copied; where memory runs out for that, Load tells.
   virtual void SetSource(const char* url) = 0;
   virtual void Reserved9() = 0;
   /// Size in CSS pixels, at least 1 each. 0 for success; otherwise the outputs are as they were.
