@@ -49,13 +49,18 @@ std::string_view Trim(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-constexpr bool StartsNumber(std::string_view text) {
-  return !text.empty() && ((text[0] >= '0' && text[0] <= '9') || text[0] == '.');
+/// CSS has a digit behind every point.
+bool StartsNumber(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789";
+  const std::size_t whole_digits = std::min(text.find_first_not_of(kDigits), text.size());
+  text.remove_prefix(whole_digits);
+  if (!text.starts_with('.')) return whole_digits > 0;
+  return text.size() > 1 && kDigits.find(text[1]) != std::string_view::npos;
 }
 
 /// Takes a number off the front of `text`.
 std::optional<double> TakeNumber(std::string_view& text) {
-  // The conversion knows no plus sign, but "inf" and "nan", which CSS does not.
+  // The conversion knows no plus sign, but "inf", "nan" and "5.", which CSS does not.
   std::string_view digits = text;
   const bool is_negative = digits.starts_with('-');
   if (is_negative || digits.starts_with('+')) digits.remove_prefix(1);

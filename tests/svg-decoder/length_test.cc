@@ -50,7 +50,7 @@ TEST_P(NoLengthTest, TellsNothing) { EXPECT_EQ(ToPixels(GetParam(), 16), std::nu
 INSTANTIATE_TEST_SUITE_P(All, NoLengthTest,
                          testing::Values("", " ", "100%", "10vw", "10vh", "-5", "-1e-9px", "auto", "abc", "120 px",
                                          "120px 5", "12,5", "calc(10px + 20px)", "inf", "nan", "infpx", "0x10", "+-5",
-                                         "--5", "+", ".", "1e999", "px", "5pxx"));
+                                         "--5", "+", ".", "5.", "5.px", "5.e2", "-.", "1e999", "px", "5pxx"));
 
 struct ViewBoxCase {
   const char* text;
@@ -70,7 +70,7 @@ TEST_P(ViewBoxTest, HasItsLastTwoNumbersAsItsSize) {
 INSTANTIATE_TEST_SUITE_P(All, ViewBoxTest,
                          testing::Values(ViewBoxCase{"0 0 640 480", 640, 480}, ViewBoxCase{"0,0,640,480", 640, 480},
                                          ViewBoxCase{" -5.5\n+7 , 64.5\t48e1 ", 64.5, 480},
-                                         ViewBoxCase{"0 0 .5 1e-3", 0.5, 0.001}));
+                                         ViewBoxCase{"0 0 .5 1e-3", 0.5, 0.001}, ViewBoxCase{"0-1.5.5 20", 0.5, 20}));
 
 class NoViewBoxTest : public testing::TestWithParam<const char*> {};
 
@@ -79,6 +79,7 @@ TEST_P(NoViewBoxTest, IsNone) { EXPECT_FALSE(ParseViewBox(GetParam()).has_value(
 INSTANTIATE_TEST_SUITE_P(All, NoViewBoxTest,
                          testing::Values("", "none", "0 0 640", "0 0 640 480 5", "0 0 640px 480px", "0 0 0 480",
                                          "0 0 640 0", "0 0 -640 480", "0 0 640 -480", "0,,0,640,480", "0 0 640 480,",
-                                         "0 0 nan 480", "0 0 inf 480", "0 0 1e999 480"));
+                                         "0 0 nan 480", "0 0 inf 480", "0 0 1e999 480", "0 0 640. 480",
+                                         "0 0 640 480."));
 
 }  // namespace
