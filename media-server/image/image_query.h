@@ -18,8 +18,8 @@ bool QueryImage(IByteSource& source, imagecore::QkImageInfo& info, std::string* 
 /// Frees the label that `info` held before.
 ///
 /// A duration goes into the field of the picture's format: WebP's, AVIF's also for other HEIF sequences, and GIF's for
-/// all other animations (APNG, JPEG XL), whose readers look it up as the general one; the frame rate goes with the
-/// last alone, as the others have no field for it. Throws std::bad_alloc.
+/// all other animations (APNG, JPEG XL), whose readers look it up as the general one. The frame rate of every format
+/// goes into GIF's fields, as there are no others. Throws std::bad_alloc.
 void FillImageInfo(const PictureHeaders& headers, const PictureTags& tags, imagecore::QkImageInfo& info);
 
 }  // namespace media_server::image
