@@ -158,12 +158,14 @@ class List : public ComObject<media_server::IObjectList<Interface>> {
     *out = nullptr;
     if (index == failing_index || index >= items.size()) return platform::kFail;
     GiveOut(items[index], out);
-    return platform::kOk;
+    return status;
   }
 
   std::vector<ComObject<Interface>*> items;
   std::function<std::int32_t()> on_count;
   std::optional<std::uint32_t> failing_index;
+  /// Told with every item that is given out.
+  std::int32_t status = platform::kOk;
 };
 
 class Program : public ComObject<media_server::IProgram> {
@@ -184,14 +186,15 @@ class Program : public ComObject<media_server::IProgram> {
   List<media_server::IStream>* video = nullptr;
   List<media_server::IStream>* audio = nullptr;
   List<media_server::ISubPicStream>* subpic = nullptr;
-  /// Status of a list that is null.
+  /// Status of a list that is null, and of one that is not.
   std::int32_t missing_list_status = platform::kFail;
+  std::int32_t list_status = platform::kOk;
 
  private:
   template <typename Object, typename Interface>
   std::int32_t GiveList(Object* list, Interface** out) {
     GiveOut(list, out);
-    return list ? platform::kOk : missing_list_status;
+    return list ? list_status : missing_list_status;
   }
 };
 

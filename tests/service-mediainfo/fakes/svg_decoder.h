@@ -18,6 +18,8 @@ struct DecoderScript {
   std::uint32_t load_result = 1;
   std::uint32_t size_result = 0;
   std::uint32_t view_size_result = 0;
+  /// Sizes are written although the result says that there are none.
+  bool writes_sizes_in_vain = false;
   std::pair<std::uint32_t, std::uint32_t> size{640, 480};
   std::pair<std::uint32_t, std::uint32_t> view_size{64, 48};
   std::uint32_t render_result = 5;
@@ -48,13 +50,15 @@ class DecoderSession : public service::ISession, public service::ISVGDecodeSink 
   void Reserved9() override { Note("reserved 9"); }
   std::uint32_t GetSize(std::uint32_t* width_out, std::uint32_t* height_out) override {
     Note("size");
-    if (script_.size_result == 0) std::tie(*width_out, *height_out) = script_.size;
+    if (script_.size_result == 0 || script_.writes_sizes_in_vain) std::tie(*width_out, *height_out) = script_.size;
     return script_.size_result;
   }
   void Reserved11() override { Note("reserved 11"); }
   std::uint32_t GetViewSize(std::uint32_t* width_out, std::uint32_t* height_out) override {
     Note("view size");
-    if (script_.view_size_result == 0) std::tie(*width_out, *height_out) = script_.view_size;
+    if (script_.view_size_result == 0 || script_.writes_sizes_in_vain) {
+      std::tie(*width_out, *height_out) = script_.view_size;
+    }
     return script_.view_size_result;
   }
   void Reserved13() override { Note("reserved 13"); }

@@ -73,8 +73,10 @@ TEST_F(ImageSessionTest, TellsTheSizeTwice) {
 TEST_F(ImageSessionTest, RefusesNullAndChangesNothing) {
   Answer(FillSize);
   EXPECT_TRUE(image_->SetPath("file:////a.png"));
+  image_->SetDuration(77);
   const auto store = image_->GetMetadata();
   EXPECT_FALSE(image_->SetPath(nullptr));
+  EXPECT_EQ(image_->GetDuration(), 77u);
   EXPECT_EQ(image_->GetWidth(), 640);
   EXPECT_EQ(image_->GetHeight(), 480);
   EXPECT_EQ(image_->GetMetadata(), store);

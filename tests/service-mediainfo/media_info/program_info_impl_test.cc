@@ -58,7 +58,10 @@ class FullProgramInfoImplTest : public ProgramInfoImplTest {
   }
 };
 
-TEST_F(ProgramInfoImplTest, RefusesANullProgram) { EXPECT_EQ(info_.Init(&source_, nullptr), 7u); }
+TEST_F(ProgramInfoImplTest, RefusesANullProgram) {
+  EXPECT_EQ(info_.Init(&source_, nullptr), 7u);
+  EXPECT_EQ(info_.Init(nullptr, nullptr), 7u);
+}
 
 TEST_F(ProgramInfoImplTest, IsEmptyBeforeInit) {
   IStreamInfo* stream = nullptr;
@@ -260,6 +263,36 @@ TEST_F(FullProgramInfoImplTest, FailsWhenAStreamCannotBeHad) {
   subpic_list_.failing_index = 0;
   EXPECT_EQ(Init(), 7u);
   ExpectNothingKept();
+}
+
+TEST_F(FullProgramInfoImplTest, TakesListsThatComeWithAFailureForMissing) {
+  program_.list_status = platform::kFail;
+  EXPECT_EQ(Init(), 0u);
+  EXPECT_EQ(info_.GetVideoStreamCount() + info_.GetAudioStreamCount() + info_.GetSubPicStreamCount(), 0u);
+  EXPECT_EQ(video_list_.references(), 0);
+  EXPECT_EQ(subpic_list_.references(), 0);
+}
+
+TEST_F(FullProgramInfoImplTest, FailsOnAStreamThatComesWithAFailure) {
+  video_list_.status = platform::kFail;
+  EXPECT_EQ(Init(), 7u);
+  ExpectNothingKept();
+  video_list_.status = platform::kOk;
+  audio_list_.status = platform::kFail;
+  EXPECT_EQ(Init(), 7u);
+  ExpectNothingKept();
+  audio_list_.status = platform::kOk;
+  subpic_list_.status = platform::kFail;
+  EXPECT_EQ(Init(), 7u);
+  ExpectNothingKept();
+}
+
+TEST_F(FullProgramInfoImplTest, TakesAnyStatusThatIsNotNegativeForSuccess) {
+  program_.list_status = video_list_.status = audio_list_.status = subpic_list_.status = 1;
+  EXPECT_EQ(Init(), 0u);
+  EXPECT_EQ(info_.GetVideoStreamCount(), 2u);
+  EXPECT_EQ(info_.GetAudioStreamCount(), 1u);
+  EXPECT_EQ(info_.GetSubPicStreamCount(), 1u);
 }
 
 TEST_F(FullProgramInfoImplTest, FailsOnANullStream) {

@@ -21,7 +21,10 @@ class StreamInfoImplTest : public fakes::Fixture {
   StreamInfoImpl info_;
 };
 
-TEST_F(StreamInfoImplTest, RefusesANullStream) { EXPECT_EQ(info_.Init(&source_, nullptr), 7u); }
+TEST_F(StreamInfoImplTest, RefusesANullStream) {
+  EXPECT_EQ(info_.Init(&source_, nullptr), 7u);
+  EXPECT_EQ(info_.Init(nullptr, nullptr), 7u);
+}
 
 TEST_F(StreamInfoImplTest, HasAStoreFromTheStart) { EXPECT_NE(info_.GetMetadataInfo(), nullptr); }
 
@@ -33,6 +36,15 @@ TEST_F(StreamInfoImplTest, HoldsOneReferenceToAPictureStreamAndNoneToItsInterfac
   EXPECT_EQ(reader_.references(), 0);
   info_ = StreamInfoImpl();
   EXPECT_EQ(picture_.references(), 0);
+}
+
+TEST_F(StreamInfoImplTest, GivesTheVideoInterfaceBackBeforeItAsksForTheProperties) {
+  std::vector<std::string> calls;
+  picture_.Offer(reader_);
+  picture_.video.TraceIn(calls, "video");
+  reader_.TraceIn(calls, "reader");
+  ASSERT_EQ(info_.Init(&source_, &picture_), 0u);
+  EXPECT_EQ(calls, (std::vector<std::string>{"video +", "video -", "reader +", "reader -"}));
 }
 
 TEST_F(StreamInfoImplTest, DescribesAPicture) {

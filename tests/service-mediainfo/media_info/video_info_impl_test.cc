@@ -46,7 +46,10 @@ class VideoInfoImplTest : public fakes::Fixture {
   VideoInfoImpl info_;
 };
 
-TEST_F(VideoInfoImplTest, RefusesANullRecord) { EXPECT_EQ(info_.Init(&source_, nullptr, 0), 7u); }
+TEST_F(VideoInfoImplTest, RefusesANullRecord) {
+  EXPECT_EQ(info_.Init(&source_, nullptr, 0), 7u);
+  EXPECT_EQ(info_.Init(nullptr, nullptr, 0), 7u);
+}
 
 TEST_F(VideoInfoImplTest, ReportsTheRecordsFields) {
   media_server::PictureFormat record = Record();

@@ -155,6 +155,23 @@ TEST_F(MediaUuidServiceTest, PrefersAFileToASequence) {
   EXPECT_THAT(digested_, ElementsAre(file, file));
 }
 
+TEST_F(MediaUuidServiceTest, HasNoTextForAFileThatFailsThoughItsUrlHasTheSequenceScheme) {
+  std::filesystem::create_directories(app().path() / "files:" / "file:");
+  const std::string file = app().MakeFile("files:/file:/clip.mp4");
+  Answer(nullptr);
+  EXPECT_EQ(GetText("//////" + app().path().string() + "/files://file:/clip.mp4"), nullptr);
+  EXPECT_THAT(digested_, ElementsAre(file));
+}
+
+TEST_F(MediaUuidServiceTest, KeepsAnEmptyTextOfADigestThatSucceeded) {
+  Answer("");
+  const char* text = GetText(file_);
+  ASSERT_NE(text, nullptr);
+  EXPECT_STREQ(text, "");
+  EXPECT_EQ(GetText(file_), text);
+  EXPECT_THAT(digested_, ElementsAre(file_));
+}
+
 TEST_F(MediaUuidServiceTest, DigestsASequenceEachTime) {
   const char* first = GetText("files://f_[1-9].png");
   const char* second = GetText("files://f_[1-9].png");

@@ -64,6 +64,20 @@ TEST_F(SvgSessionTest, RefusesTheSameUrlAgainWithoutAskingTheDecoder) {
   EXPECT_STREQ(CoreErrorText(), "the same path as before");
 }
 
+TEST_F(SvgSessionTest, LooksForTheFileBeforeItComparesTheUrl) {
+  ISvgInfo& session = CreateSession();
+  const std::string in_other_case = app().path().string() + "/drawing.SVG";
+  ASSERT_TRUE(SetPath(session, in_other_case));
+  script_.calls.clear();
+  EXPECT_FALSE(SetPath(session, in_other_case));
+  EXPECT_STREQ(CoreErrorText(), "the same path as before");
+  std::filesystem::remove(file_);
+  EXPECT_FALSE(SetPath(session, file_));
+  EXPECT_EQ(fakes::TakeLog().size(), 1u);
+  EXPECT_STREQ(CoreErrorText(), "no such file");
+  EXPECT_TRUE(script_.calls.empty());
+}
+
 TEST_F(SvgSessionTest, RefusesTheSameUrlAgainAlsoAfterAFailedLoad) {
   ISvgInfo& session = CreateSession();
   script_.load_result = 0;
@@ -155,6 +169,19 @@ TEST_F(SvgSessionTest, LeavesTheOutputsWhenTheDecoderTellsNoSize) {
   EXPECT_EQ(height, 8u);
   EXPECT_EQ(script_.calls, (Calls{"size", "view size"}));
   EXPECT_EQ(session.GetWidth(), 0u);
+}
+
+TEST_F(SvgSessionTest, LeavesTheOutputsThoughTheDecoderWroteBeforeItFailed) {
+  ISvgInfo& session = CreateSession();
+  script_.writes_sizes_in_vain = true;
+  script_.size_result = 1;
+  script_.view_size_result = 1;
+  std::uint32_t width = 7;
+  std::uint32_t height = 8;
+  EXPECT_FALSE(session.GetSize(&width, &height));
+  EXPECT_FALSE(session.GetViewSize(&width, &height));
+  EXPECT_EQ(width, 7u);
+  EXPECT_EQ(height, 8u);
 }
 
 TEST_F(SvgSessionTest, TellsTheViewSizeAndDoesNotKeepIt) {
