@@ -72,6 +72,23 @@ TEST_F(SettingsTest, LoadTheSupportLibrariesBelowTheApplicationPath) {
   EXPECT_EQ(fakes::host().loaded_libraries, (std::vector<std::string>{"COMSupport.dll", "QK_log.dll"}));
 }
 
+TEST_F(SettingsTest, LoadTheSupportLibrariesBeforeTheRestIsAskedFor) {
+  class WatchingConfig : public fakes::Config {
+   public:
+    const char* GetString(const char* key, std::uintptr_t reserved) override {
+      loaded_when_asked.push_back(fakes::host().loaded_libraries.size());
+      return Config::GetString(key, reserved);
+    }
+    std::vector<std::size_t> loaded_when_asked;
+  };
+  WatchingConfig config;
+  config.values = {{"SetAppPath", app().path().string()}};
+  InstallSupportLibrary(FAKE_COM_SUPPORT, "COMSupport.dll");
+  InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  descriptor(0).init(&config);
+  EXPECT_EQ(config.loaded_when_asked, (std::vector<std::size_t>{0, 0, 0, 2, 2}));
+}
+
 // The folder is the path followed by "/userepace": nothing comes between, nothing is trimmed.
 TEST_F(SettingsTest, AppendTheSupportFolderToThePathAsItIs) {
   InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");

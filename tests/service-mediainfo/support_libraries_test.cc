@@ -83,6 +83,9 @@ TEST_F(SupportLibrariesTest, AreTakenWhenSomebodyLoadedThemAlready) {
   Init(app().path());
   EXPECT_EQ(fakes::host().loaded_libraries, std::vector<std::string>{"QK_log.dll"});
   EXPECT_EQ(ProtectKey(), 1u);
+  // The module took no reference of its own.
+  dlclose(library);
+  EXPECT_EQ(dlopen((app().path() / "userepace" / "QK_log.dll").c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
 }  // namespace

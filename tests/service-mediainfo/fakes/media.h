@@ -211,13 +211,13 @@ class Metadata : public ComObject<media_server::IMetadata> {
     const auto found = integers.find(key);
     if (found == integers.end()) return platform::kFail;
     *out = found->second;
-    return platform::kOk;
+    return status;
   }
   std::int32_t GetText(const char16_t* key, BSTR* out) override {
     const auto found = keyed_texts.find(key);
     if (found == keyed_texts.end()) return platform::kFail;
     *out = MakeSystemString(found->second);
-    return platform::kOk;
+    return status;
   }
   std::int32_t GetMaker(BSTR* out) override { return Answer("Maker", out); }
   std::int32_t GetModel(BSTR* out) override { return Answer("Model", out); }
@@ -230,6 +230,8 @@ class Metadata : public ComObject<media_server::IMetadata> {
   std::map<std::u16string, std::int32_t> integers;
   double gps_latitude = 0;
   double gps_longitude = 0;
+  /// Told with every answer.
+  std::int32_t status = platform::kOk;
   int text_questions = 0;
 
  private:
@@ -238,7 +240,7 @@ class Metadata : public ComObject<media_server::IMetadata> {
     EXPECT_EQ(*out, nullptr) << "the out argument of " << name << " was not cleared";
     const auto found = texts.find(name);
     if (found != texts.end()) *out = MakeSystemString(found->second);
-    return platform::kOk;
+    return status;
   }
 };
 
@@ -265,6 +267,7 @@ class MediaInfo : public ComObject<media_server::IMediaInfo> {
   std::int32_t programs_status = platform::kOk;
   std::uint64_t file_size = 0;
   Text date_text;
+  std::int32_t text_status = platform::kOk;
   /// Texts in the order in which they were asked for.
   std::vector<std::string> asked;
 
@@ -272,7 +275,7 @@ class MediaInfo : public ComObject<media_server::IMediaInfo> {
   std::int32_t Answer(const char* name, const Text& text, BSTR* out) {
     asked.emplace_back(name);
     *out = MakeSystemString(text);
-    return platform::kOk;
+    return text_status;
   }
 };
 

@@ -137,6 +137,25 @@ TEST_F(MediaFileInfoSessionTest, FailsWhenTheProgramsCannotBeHad) {
   EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
 }
 
+TEST_F(MediaFileInfoSessionTest, TakesStatusesThatAreNotNegativeAsSuccess) {
+  media_info_.programs_status = 1;
+  programs_.status = 1;
+  EXPECT_EQ(OpenSession().GetProgramCount(), 1u);
+}
+
+TEST_F(MediaFileInfoSessionTest, FailsOnAProgramThatComesWithAFailure) {
+  programs_.status = platform::kFail;
+  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  EXPECT_EQ(program_.references(), 0);
+  EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
+}
+
+TEST_F(MediaFileInfoSessionTest, KeepsTextsWhateverTheStatus) {
+  media_info_.format_name = u"mp4";
+  media_info_.text_status = platform::kFail;
+  EXPECT_STREQ(OpenSession().GetFormatName(), "mp4");
+}
+
 TEST_F(MediaFileInfoSessionTest, OpensAFileWithoutPrograms) {
   programs_.items.clear();
   EXPECT_EQ(OpenSession().GetProgramCount(), 0u);
@@ -313,6 +332,21 @@ TEST_F(CodecComponentTest, OpensTheFileWhenThereIsNoMediaServer) {
   EXPECT_EQ(media_info_.references(), 1);
 }
 
+TEST_F(CodecComponentTest, TakesStatusesThatAreNotNegativeAsSuccess) {
+  LoadSupportLibraries();
+  status = 1;
+  component_.status = 1;
+  EXPECT_EQ(OpenSession().GetProgramCount(), 1u);
+}
+
+TEST_F(CodecComponentTest, IsGivenAPathThatIsNoText) {
+  LoadSupportLibraries();
+  const std::string file = app().MakeFile("\xFF.mp4");
+  EXPECT_EQ(SetURL(CreateSession(), file), 0u);
+  ASSERT_EQ(component_.calls.size(), 1u);
+  EXPECT_EQ(platform::PathToUtf8(component_.calls[0].path), file);
+}
+
 TEST_F(CodecComponentTest, IsNotAskedWhenThereIsAMediaServer) {
   LoadSupportLibraries();
   descriptor(0).release(service_);
@@ -432,6 +466,18 @@ TEST_F(MediaFileInfoSessionTest, ClonesItselfOnTheSameFile) {
   EXPECT_EQ(media_info_.references(), 2);
   EXPECT_EQ(service_->DestroySession(dynamic_cast<ISession*>(clone)), 0u);
   EXPECT_EQ(media_info_.references(), 1);
+}
+
+// The path behind "file:/" would be taken for a URL of another protocol.
+TEST_F(MediaFileInfoSessionTest, ClonesByItsUrl) {
+  std::filesystem::create_directory(app().path() / "c:");
+  const std::string file = app().MakeFile("c:/clip.mp4");
+  IMediaFileInfo& session = CreateSession();
+  ASSERT_EQ(SetURL(session, "file:/" + file), 0u);
+  IMediaFileInfo* clone = nullptr;
+  EXPECT_EQ(session.Clone(&clone), 0u);
+  EXPECT_EQ(server_.paths, (std::vector{Wide(file), Wide(file)}));
+  service_->DestroySession(dynamic_cast<ISession*>(clone));
 }
 
 TEST_F(MediaFileInfoSessionTest, RefusesToCloneIntoNull) { EXPECT_EQ(OpenSession().Clone(nullptr), 4u); }

@@ -23,6 +23,7 @@ TEST(StreamTypeLookupTest, FindsTheTypeOfAStream) {
 
 TEST(StreamTypeLookupTest, FindsTheFieldsInAnyOrderAndPlace) {
   EXPECT_EQ(FindStreamType("x StreamID_Type:1-5;y StreamNums:1z", 1), 5);
+  EXPECT_EQ(FindStreamType("StreamID_Type:1-5 StreamNums:1", 1), 5);
 }
 
 TEST(StreamTypeLookupTest, FindsNothingWithoutAList) {

@@ -1,6 +1,8 @@
 #include "service-mediainfo/media_info/url_validation.h"
 
+#include <sys/eventfd.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -181,6 +183,16 @@ TEST_F(UrlValidationTest, TakesASlashAtTheEndForPartOfThePath) {
   const std::string file = folder_.MakeFile("clip.mp4");
   EXPECT_FALSE(IsValid(file + "/"));
   ExpectStatusLine(folder_.path().string() + "/clip.MP4/", folder_.path().string() + "/clip.MP4/", 1);
+}
+
+// An event counter: a file whose kind the system does not tell.
+TEST_F(UrlValidationTest, PassesAFileOfUnknownKind) {
+  const int counter = eventfd(0, EFD_CLOEXEC);
+  ASSERT_GE(counter, 0);
+  const std::string path = "/proc/self/fd/" + std::to_string(counter);
+  EXPECT_TRUE(IsValid(path));
+  EXPECT_EQ(path_, path);
+  close(counter);
 }
 
 TEST_F(UrlValidationTest, RefusesPipesDevicesAndDanglingLinks) {

@@ -119,6 +119,18 @@ TEST_F(MetaDataInfoImplTest, AnswersTheAlphaMode) {
   EXPECT_EQ(info_.GetAlphaMode(), 2);
 }
 
+// Only the outputs tell whether there is an answer.
+TEST_F(MetaDataInfoImplTest, TakesAnswersWhateverTheStatus) {
+  metadata_.status = platform::kFail;
+  metadata_.texts["Title"] = u"title";
+  metadata_.keyed_texts = {{u"KEY_QK_METADATAINFO_ACTOR", u"actor"}, {u"KEY_QK_METADATAINFO_AIGC", u"{}"}};
+  metadata_.integers[u"KEY_QK_XMP_METADATAINFO_ALPHA_MODE"] = 2;
+  EXPECT_STREQ(info_.GetTitle(), "title");
+  EXPECT_STREQ(info_.GetActor(), "actor");
+  EXPECT_STREQ(info_.GetAigcMeta()->text, "{}");
+  EXPECT_EQ(info_.GetAlphaMode(), 2);
+}
+
 TEST_F(MetaDataInfoImplTest, AnswersTheAigcTextWithItsLength) {
   metadata_.keyed_texts[u"KEY_QK_METADATAINFO_AIGC"] = u"{\"Label\":\"\u00E4\"}";
   const metedata_keys::AIGC_META* record = info_.GetAigcMeta();
