@@ -14,6 +14,7 @@
 #include "media-server/codec/nal.h"
 #include "media-server/codec/profile_names.h"
 #include "media-server/codec/prores.h"
+#include "media-server/codec/sound_configuration.h"
 #include "media-server/codec/vp9.h"
 
 namespace media_server::codec {
@@ -145,6 +146,18 @@ void CheckIntermediate(Bytes bytes) {
   CheckPicture(UtVideoFormat(tag));
 }
 
+/// Zero is never told, and no number is larger than its field.
+void CheckSound(Bytes bytes) {
+  for (const auto& read :
+       {&ReadAacConfiguration, &ReadAlacConfiguration, &ReadFlacConfiguration, &ReadOpusConfiguration}) {
+    const SoundConfiguration sound = read(bytes);
+    FUZZ_CHECK(InRange(sound.profile, 0, 94));
+    FUZZ_CHECK(!sound.channels || (*sound.channels >= 1 && *sound.channels <= 255));
+    FUZZ_CHECK(!sound.bits_per_sample || (*sound.bits_per_sample >= 1 && *sound.bits_per_sample <= 255));
+    FUZZ_CHECK(!sound.sample_rate_hz || *sound.sample_rate_hz >= 1);
+  }
+}
+
 }  // namespace
 }  // namespace media_server::codec
 
@@ -179,6 +192,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       Check(ProfiledCodec::kProRes, ReadProResFrame(bytes), 5);
       CheckSized(ReadProResFrame(bytes));
       CheckIntermediate(bytes);
+      CheckSound(bytes);
       break;
   }
   return 0;

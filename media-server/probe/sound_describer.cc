@@ -1,13 +1,20 @@
 #include "media-server/probe/sound_describer.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <span>
 
+#include "media-server/codec/sound_configuration.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/pcm_header.h"
 #include "mediainfo/iaudio_info.h"
 
 namespace media_server::probe {
 namespace {
+
+using codec::SoundConfiguration;
 
 // Opus is always decoded at this rate; the rate that some containers store beside it is the encoder's input.
 constexpr std::uint32_t kOpusRate = 48'000;
@@ -24,13 +31,22 @@ std::uint32_t BitsPerSample(const AVCodecParameters& codec, bool may_be_lossless
       std::max(0, codec.bits_per_raw_sample > 0 ? codec.bits_per_raw_sample : codec.bits_per_coded_sample));
 }
 
-// The profile of AAC as its decoder specific information tells it: the audio object type less one (ISO/IEC
-// 14496-3, 1.6.2.1).
-std::int32_t AacProfile(const AVCodecParameters& codec) {
-  constexpr unsigned kEscape = 31;  // longer object types follow; none of them is a profile of plain AAC
-  if (codec.codec_id != AV_CODEC_ID_AAC || codec.extradata_size < 2) return kUnknownProfile;
-  const unsigned object_type = codec.extradata[0] >> 3;
-  return object_type == 0 || object_type == kEscape ? kUnknownProfile : static_cast<std::int32_t>(object_type) - 1;
+struct HeaderReader {
+  AVCodecID codec;
+  SoundConfiguration (*read)(std::span<const std::uint8_t> bytes);
+};
+
+constexpr HeaderReader kHeaderReaders[] = {
+    {AV_CODEC_ID_AAC, &codec::ReadAacConfiguration},
+    {AV_CODEC_ID_ALAC, &codec::ReadAlacConfiguration},
+    {AV_CODEC_ID_FLAC, &codec::ReadFlacConfiguration},
+    {AV_CODEC_ID_OPUS, &codec::ReadOpusConfiguration},
+};
+
+SoundConfiguration ReadConfiguration(const AVCodecParameters& codec) {
+  const auto* reader = std::ranges::find(kHeaderReaders, codec.codec_id, &HeaderReader::codec);
+  if (reader == std::end(kHeaderReaders)) return {};
+  return reader->read({codec.extradata, static_cast<std::size_t>(std::max(codec.extradata_size, 0))});
 }
 
 }  // namespace
@@ -43,13 +59,14 @@ void DescribeSound(const AVStream& stream, bool encrypted, StreamDescription& de
   const bool uncompressed = av_get_exact_bits_per_sample(codec.codec_id) > 0 || PcmCarrierOf(codec).has_value();
   const bool variable_bit_rate = (lossless && !uncompressed) || codec.codec_id == AV_CODEC_ID_VORBIS;
 
-  description.profile = codec.profile != kUnknownProfile ? codec.profile : AacProfile(codec);
+  const SoundConfiguration header = ReadConfiguration(codec);
+  description.profile = codec.profile != kUnknownProfile ? codec.profile : header.profile.value_or(kUnknownProfile);
   SoundFormat& sound = description.sound;
-  sound.sample_rate =
-      codec.codec_id == AV_CODEC_ID_OPUS ? kOpusRate : static_cast<std::uint32_t>(std::max(codec.sample_rate, 0));
+  sound.sample_rate = header.sample_rate_hz.value_or(static_cast<std::uint32_t>(std::max(codec.sample_rate, 0)));
+  if (codec.codec_id == AV_CODEC_ID_OPUS) sound.sample_rate = kOpusRate;
   sound.sample_rate_hz = sound.sample_rate;
-  sound.channels = static_cast<std::uint32_t>(std::max(codec.ch_layout.nb_channels, 0));
-  sound.bits_per_sample = BitsPerSample(codec, may_be_lossless);
+  sound.channels = header.channels.value_or(static_cast<std::uint32_t>(std::max(codec.ch_layout.nb_channels, 0)));
+  sound.bits_per_sample = header.bits_per_sample.value_or(BitsPerSample(codec, may_be_lossless));
   sound.bit_rate = description.bit_rate;
   if (variable_bit_rate) sound.flags |= service::mediainfo::kAudioVariableBitRate;
   if (lossless) sound.flags |= service::mediainfo::kAudioLossless;

@@ -1,0 +1,89 @@
+#include "media-server/probe/sound_describer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "media-server/probe/av_handles.h"
+#include "media-server/probe/ffmpeg.h"
+#include "tests/media-server/codec/bit_writer.h"
+
+namespace media_server::probe {
+namespace {
+
+class SoundDescriberTest : public testing::Test {
+ protected:
+  SoundDescriberTest() {
+    codec_.codec_type = AVMEDIA_TYPE_AUDIO;
+    codec_.sample_rate = 44'100;
+    codec_.bits_per_coded_sample = 16;
+    av_channel_layout_default(&codec_.ch_layout, 1);
+  }
+
+  void SetHeader(const char* hexadecimal) {
+    const auto bytes = codec::Hex(hexadecimal);
+    codec_.extradata = static_cast<std::uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    codec_.extradata_size = static_cast<int>(bytes.size());
+    std::ranges::copy(bytes, codec_.extradata);
+  }
+
+  const SoundFormat& Describe(AVCodecID codec) {
+    codec_.codec_id = codec;
+    DescribeSound(stream_, /*encrypted=*/false, description_);
+    return description_.sound;
+  }
+
+  FormatContextHandle context_{avformat_alloc_context()};
+  AVStream& stream_ = *avformat_new_stream(context_.get(), nullptr);
+  AVCodecParameters& codec_ = *stream_.codecpar;
+  StreamDescription description_;
+};
+
+TEST_F(SoundDescriberTest, TakesTheContainersFactsWhereThereIsNoHeader) {
+  const SoundFormat& sound = Describe(AV_CODEC_ID_ALAC);
+  EXPECT_EQ(sound.sample_rate, 44'100u);
+  EXPECT_EQ(sound.channels, 1u);
+  EXPECT_EQ(sound.bits_per_sample, 16u);
+}
+
+TEST_F(SoundDescriberTest, TheHeaderOfAlacWinsOverFieldsThatWritersLeaveAlone) {
+  SetHeader("00000024 616c6163 00000000 00001000 00 18 280a0e 02 00ff 00000000 00000000 00017700");
+  const SoundFormat& sound = Describe(AV_CODEC_ID_ALAC);
+  EXPECT_EQ(sound.sample_rate, 96'000u);
+  EXPECT_EQ(sound.channels, 2u);
+  EXPECT_EQ(sound.bits_per_sample, 24u);
+}
+
+TEST_F(SoundDescriberTest, TheHeaderOfFlacTellsRatesThatTheContainerHasNoRoomFor) {
+  SetHeader("1000 1000 000000 000000 17700371 00000000 00000000000000000000000000000000");
+  const SoundFormat& sound = Describe(AV_CODEC_ID_FLAC);
+  EXPECT_EQ(sound.sample_rate, 96'000u);
+  EXPECT_EQ(sound.channels, 2u);
+  EXPECT_EQ(sound.bits_per_sample, 24u);
+}
+
+TEST_F(SoundDescriberTest, OpusHasTheChannelsOfItsHeaderAndItsOwnRate) {
+  SetHeader("4f70757348656164 01 06 3801 44ac0000 0000 01");
+  const SoundFormat& sound = Describe(AV_CODEC_ID_OPUS);
+  EXPECT_EQ(sound.sample_rate, 48'000u);
+  EXPECT_EQ(sound.channels, 6u);
+}
+
+TEST_F(SoundDescriberTest, ParametricStereoOfOneChannelIsTwo) {
+  SetHeader("eb098800");
+  EXPECT_EQ(Describe(AV_CODEC_ID_AAC).channels, 2u);
+  EXPECT_EQ(description_.profile, 28);
+}
+
+TEST_F(SoundDescriberTest, AnalysisKnowsTheProfileBetter) {
+  SetHeader("1190");
+  EXPECT_EQ(Describe(AV_CODEC_ID_AAC).channels, 1u);
+  EXPECT_EQ(description_.profile, 1);
+  codec_.profile = 4;
+  Describe(AV_CODEC_ID_AAC);
+  EXPECT_EQ(description_.profile, 4);
+}
+
+}  // namespace
+}  // namespace media_server::probe
