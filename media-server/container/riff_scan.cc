@@ -100,7 +100,9 @@ class Scanner {
       chunk.size = input_end_ - chunk.offset;
       if (input_end_ != kNoEnd) scan_.endless_data->size_bytes = chunk.size;
     }
-    if (chunk.size > input_end_ - std::min(chunk.offset, input_end_)) scan_.truncated = true;
+    const std::uint64_t there = input_end_ - std::min(chunk.offset, input_end_);
+    if (chunk.size > there) scan_.truncated = true;
+    if (chunk.size > there && is_data && !scan_.cut_data) scan_.cut_data = RiffDataToEnd{there};
     if (chunk.size > kNoEnd - 1 - chunk.offset) return std::nullopt;
     offset = chunk.offset + chunk.size + (chunk.size & 1);
     return chunk;

@@ -30,8 +30,8 @@ struct RiffPart {
   std::uint64_t size_bytes = 0;
 };
 
-/// A data chunk whose size is one that writers of unknown lengths put there, and that reaches to the end of the input.
-struct RiffEndlessData {
+/// A data chunk that reaches to the end of the input.
+struct RiffDataToEnd {
   std::optional<std::uint64_t> size_bytes;  ///< empty where the input's length is not known
 };
 
@@ -39,12 +39,13 @@ struct RiffScan {
   std::string form_type;        ///< "WAVE", "AVI "; empty when the input is no RIFF, RF64 or BW64 file
   std::vector<RiffText> texts;  ///< in file order, at most 1024
   std::optional<RiffBroadcast> broadcast;
-  std::optional<std::string> aigc;  ///< text of an "AIGC" chunk, unchanged but for invalid UTF-8 and padding
-  std::optional<std::string> xmp;   ///< "_PMX" chunk
-  std::optional<RiffPart> id3;      ///< "id3 " chunk: an ID3v2 tag
-  std::optional<RiffEndlessData> endless_data;
-  bool truncated = false;   ///< a chunk, or the whole form, ends behind the input
-  bool incomplete = false;  ///< a bound was reached: what stands here is right but not all
+  std::optional<std::string> aigc;            ///< text of an "AIGC" chunk, unchanged but for invalid UTF-8 and padding
+  std::optional<std::string> xmp;             ///< "_PMX" chunk
+  std::optional<RiffPart> id3;                ///< "id3 " chunk: an ID3v2 tag
+  std::optional<RiffDataToEnd> endless_data;  ///< its size is one that writers of unknown lengths put there
+  std::optional<RiffDataToEnd> cut_data;      ///< it ends behind the input
+  bool truncated = false;                     ///< a chunk, or the whole form, ends behind the input
+  bool incomplete = false;                    ///< a bound was reached: what stands here is right but not all
 };
 
 /// Reads the chunks of a RIFF file, at most 4096, texts of at most 1 MiB each. The size that a writer leaves that could

@@ -115,7 +115,7 @@ ContainerFacts FactsOfRiff(IByteSource& source) {
   facts.truncated = scan.truncated;
   facts.aigc = std::move(scan.aigc).value_or("");
   facts.xmp = std::move(scan.xmp).value_or("");
-  facts.endless_sound = scan.endless_data;
+  facts.sound_to_end = scan.endless_data ? scan.endless_data : scan.cut_data;
   if (scan.broadcast) facts.date = DateOf(*scan.broadcast);
   return facts;
 }

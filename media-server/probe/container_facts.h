@@ -20,14 +20,14 @@ namespace media_server::probe {
 
 /// What our own container readers tell of a file.
 struct ContainerFacts {
-  std::optional<Mp4Movie> movie;                 ///< of the MP4 family
-  std::optional<MatroskaScan> matroska;          ///< of Matroska and WebM
-  std::optional<Id3v1Tag> id3v1;                 ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
-  std::optional<RiffEndlessData> endless_sound;  ///< of a WAV file whose writer could not go back
-  std::vector<AsfFrameTime> frame_times;         ///< of ASF
-  bool is_flv = false;                           ///< has one stream of a kind, and no ids but their kinds
-  std::optional<bool> truncated;                 ///< the file is shorter than its container says
-  std::optional<std::string> refusal;            ///< why the file must not be opened, in words
+  std::optional<Mp4Movie> movie;              ///< of the MP4 family
+  std::optional<MatroskaScan> matroska;       ///< of Matroska and WebM
+  std::optional<Id3v1Tag> id3v1;              ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
+  std::optional<RiffDataToEnd> sound_to_end;  ///< of a WAV file whose writer could not go back, or that was cut
+  std::vector<AsfFrameTime> frame_times;      ///< of ASF
+  bool is_flv = false;                        ///< has one stream of a kind, and no ids but their kinds
+  std::optional<bool> truncated;              ///< the file is shorter than its container says
+  std::optional<std::string> refusal;         ///< why the file must not be opened, in words
   /// What stands in places that libavformat does not read: the AI-generated-content label, an XMP packet, the creation
   /// time in seconds since 1970 UTC.
   std::string aigc;

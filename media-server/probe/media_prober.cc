@@ -212,7 +212,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
   // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
   if (container.movie && !container.movie->has_fragments) context.duration = AV_NOPTS_VALUE;
-  if (container.endless_sound) SetLengthOfSound(container.endless_sound->size_bytes, context);
+  if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
   media->duration = FileDuration(context);

@@ -146,7 +146,14 @@ TEST(RiffScan, OtherSizesBeyondTheEndAreTruncation) {
         Scan("RIFF" + Le(size + 36, 4) + "WAVE" + Chunk("fmt ", Zeros(16)) + "data" + Le(size, 4) + Zeros(50));
     EXPECT_FALSE(scan.endless_data) << size;
     EXPECT_TRUE(scan.truncated) << size;
+    ASSERT_TRUE(scan.cut_data) << size;
+    EXPECT_EQ(scan.cut_data->size_bytes, 50U) << size;
   }
+}
+
+TEST(RiffScan, DataThatIsAllThereIsNotCut) {
+  EXPECT_FALSE(Scan(Wave(Chunk("data", Zeros(100)))).cut_data);
+  EXPECT_FALSE(Scan(Wave(Chunk("LIST", "INFO") + Chunk("data", Zeros(100)) + "junk" + Le(50, 4))).cut_data);
 }
 
 TEST(RiffScan, DataThatIsReallyEmptyStaysSo) {

@@ -148,6 +148,15 @@ TEST(MediaProberTest, TimesSoundOfUnknownLengthByTheFile) {
   }
 }
 
+TEST(MediaProberTest, TimesSoundThatWasCutByWhatIsThere) {
+  const std::string wave = PipedWave(500'036, 500'000);
+  std::string reason;
+  const auto media = Probe({wave.begin(), wave.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_DOUBLE_EQ(media->duration, 1);
+  EXPECT_DOUBLE_EQ(media->streams.at(0).duration, 1);
+}
+
 TEST(MediaProberTest, ClaimsNoLengthWhereTheFilesIsUnknown) {
   MemorySource source(PipedWave(0x80000024, 0x80000000));
   source.ForgetSize();
