@@ -83,7 +83,25 @@ PixelFormat PixelFormatOfCodec(const AVCodecParameters& codec) {
     case AV_CODEC_ID_RV20:
     case AV_CODEC_ID_RV30:
     case AV_CODEC_ID_RV40:
+    case AV_CODEC_ID_ASV1:
+    case AV_CODEC_ID_ASV2:
+    case AV_CODEC_ID_SVQ3:
+    case AV_CODEC_ID_YUV4:
       return {codec::kChroma420, 8, false};
+    case AV_CODEC_ID_SVQ1:
+    case AV_CODEC_ID_INDEO2:
+    case AV_CODEC_ID_INDEO3:
+      return {codec::kChroma410, 8, false};
+    case AV_CODEC_ID_Y41P:
+    case AV_CODEC_ID_CLJR:
+      return {codec::kChroma411, 8, false};
+    case AV_CODEC_ID_V408:
+      return {codec::kChroma444, 8, true};
+    case AV_CODEC_ID_AVRP:
+      return {codec::kChromaRgb, 10, false};
+    case AV_CODEC_ID_FLASHSV:
+    case AV_CODEC_ID_FLASHSV2:
+      return {codec::kChromaRgb, 8, false};
     case AV_CODEC_ID_V210:
       return {codec::kChroma422, 10, false};
     case AV_CODEC_ID_V308:
@@ -186,7 +204,8 @@ void DescribeColor(const AVStream& stream, const PictureParameters& header, Stre
   // WebM keeps the alpha picture in a second coded picture of each block and says so in a tag.
   const bool tagged_alpha = StreamTag(stream, "alpha_mode").value_or("0") == "1";
   if (header.alpha || tagged_alpha || decoded.bit_depth || only.bit_depth) {
-    properties.alpha_channel = header.alpha.value_or(false) || tagged_alpha || decoded.alpha ? 1 : 0;
+    const bool has_alpha = header.alpha.value_or(false) || tagged_alpha || decoded.alpha || only.alpha;
+    properties.alpha_channel = has_alpha ? 1 : 0;
   }
 }
 
