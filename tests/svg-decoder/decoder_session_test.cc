@@ -81,6 +81,15 @@ TEST_F(DecoderSessionTest, ForgetsTheLastSvgWhenTheNextDoesNotLoad) {
   ExpectNoSizes(*session);
 }
 
+TEST_F(DecoderSessionTest, ForgetsTheLastSvgWhenTheNextIsNotThere) {
+  const auto session = Load(kDrawing);
+  session->SetSource((folder_.path() / "absent.svg").c_str());
+  EXPECT_NE(session->Load(0, 0), 1u);
+  ExpectNoSizes(*session);
+  EXPECT_NE(RenderTo(*session, PicturePath(), 10, 10), 0u);
+  EXPECT_STREQ(CoreErrorText(), "no SVG is loaded");
+}
+
 TEST_F(DecoderSessionTest, ForgetsAllWhenReset) {
   const auto session = Load(kDrawing);
   session->Reset();

@@ -212,6 +212,13 @@ INSTANTIATE_TEST_SUITE_P(Zeros, ProgramInfoImplInvalidPictureTest,
                          testing::Values(PictureSize{0, 480, 100, "100|0|480"}, PictureSize{640, 0, 100, "100|640|0"},
                                          PictureSize{640, 480, 0, "0|640|480"}));
 
+TEST_F(FullProgramInfoImplTest, KeepsPicturesOfAnyOtherSizeAndCount) {
+  *first_.picture = {.width = 0x10000, .height = 0x10000, .frame_count = 0x10000};
+  *second_.picture = {.width = 0xFFFFFFFF, .height = 1, .frame_count = 0x80000000};
+  ASSERT_EQ(Init(), 0u);
+  EXPECT_EQ(info_.GetVideoStreamCount(), 2u);
+}
+
 TEST_F(FullProgramInfoImplTest, LeavesOutAPictureWithoutFormatRecord) {
   first_.picture.reset();
   ASSERT_EQ(Init(), 0u);

@@ -17,6 +17,8 @@ TEST(TicksTest, AddsATenthOfAUnitBeforeTruncating) {
   EXPECT_EQ(SecondsToTicks(2.9999999999), 30'000'000u);
   EXPECT_EQ(SecondsToTicks(2.9999999), 29'999'999u);
   EXPECT_EQ(SecondsToTicks(2.99999998), 29'999'999u);
+  EXPECT_EQ(SecondsToTicks(8.95e-8), 0u);
+  EXPECT_EQ(SecondsToTicks(9.05e-8), 1u);
 }
 
 TEST(TicksTest, GivesNothingForNegativeAndForNotANumber) {
