@@ -102,20 +102,19 @@ class MovieReader {
 
   void ReadMovie(const Mp4Box& moov) {
     movie_.has_moov = true;
-    std::uint32_t timescale = 0;
     Mp4BoxRange range = boxes_.Children(moov);
     while (const auto box = boxes_.Next(range)) {
       if (box->Is("mvhd")) {
         const auto header = ReadMp4MediaHeader(boxes_, *box);
         if (!header) continue;
-        timescale = header->timescale;
+        movie_.timescale = header->timescale;
         movie_.times = header->times;
         movie_.duration = header->duration;
       } else if (box->Is("trak")) {
         ReadTrack(*box);
       } else if (box->Is("mvex")) {
         movie_.has_fragments = true;
-        fragments_.ReadMovieExtends(*box, timescale);
+        fragments_.ReadMovieExtends(*box, movie_.timescale);
       } else if (box->Is("meta")) {
         metadata_.ReadMeta(*box, Mp4MetaScope::kMovieMeta);
       } else if (box->Is("udta")) {
@@ -155,6 +154,12 @@ class MovieReader {
 };
 
 }  // namespace
+
+double Mp4Movie::EditedSeconds() const {
+  std::uint64_t longest = 0;
+  for (const Mp4Track& track : tracks) longest = std::max(longest, track.edited_movie_ticks.value_or(0));
+  return timescale != 0 ? static_cast<double>(longest) / timescale : 0;
+}
 
 Mp4Movie ReadMp4Movie(IByteSource& source, const Mp4BoxLimits& limits) { return MovieReader(source, limits).Read(); }
 

@@ -58,10 +58,13 @@ struct Mp4Track {
   Mp4HeaderTimes media_times;
   std::uint32_t timescale = 0;          ///< mdhd, in 1/s; 0 when not told
   std::optional<Mp4Duration> duration;  ///< mdhd; empty when 0 or unknown
-  std::string language;                 ///< elng, else the three letters of mdhd; empty when not told
-  std::string handler;                  ///< "vide", "soun", "text", ...
-  std::string sample_entry;             ///< first sample entry, as it stands ("avc1", "encv")
-  std::uint32_t width = 0;              ///< of the first picture sample entry, in pixels
+  /// Length of the track in the movie where its edits (`elst`) begin late, stand still, change the speed or show
+  /// several parts; empty where they choose one part at most, as that part's length is known without them.
+  std::optional<std::uint64_t> edited_movie_ticks;
+  std::string language;      ///< elng, else the three letters of mdhd; empty when not told
+  std::string handler;       ///< "vide", "soun", "text", ...
+  std::string sample_entry;  ///< first sample entry, as it stands ("avc1", "encv")
+  std::uint32_t width = 0;   ///< of the first picture sample entry, in pixels
   std::uint32_t height = 0;
   std::uint32_t channels = 0;  ///< of the first sound sample entry
   std::uint32_t sample_rate_hz = 0;
@@ -120,10 +123,14 @@ struct Mp4Movie {
   /// A budget ran out: what stands here is right but not all.
   bool incomplete = false;
   Mp4HeaderTimes times;
+  std::uint32_t timescale = 0;                   ///< mvhd, ticks a second; 0 when not told
   std::optional<Mp4Duration> duration;           ///< mvhd; empty when 0 or unknown
   std::optional<Mp4Duration> fragment_duration;  ///< mehd, else sidx, else the end of the last fragment
   std::vector<Mp4Track> tracks;
   std::vector<Mp4MetaEntry> metadata;  ///< in file order
+
+  /// Seconds of the longest track with edits of the kinds that `Mp4Track::edited_movie_ticks` names; 0 without one.
+  double EditedSeconds() const;
 
   /// Media data without a movie box: the writer was stopped before it wrote the box that comes last. What lies behind
   /// the end of a budget may be that box.

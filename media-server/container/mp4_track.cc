@@ -63,7 +63,7 @@ class TrackReader {
     std::string_view type;
     BoxHandler handle;
   };
-  static const std::array<Row, 18> kRows;
+  static const std::array<Row, 20> kRows;
 
   // The names are unique within a track, so one table serves all levels.
   void ReadChildren(const Mp4Box& box) {
@@ -81,6 +81,27 @@ class TrackReader {
     track_.flags = reader.Be24();
     track_.track_times = TakeTimes(reader, version == 0 ? 4 : 8);
     track_.id = reader.Be32();
+  }
+
+  void ReadEdits(const Mp4Box& box) {
+    constexpr std::size_t kMostEntries = 1024;
+    constexpr std::uint32_t kNormalSpeed = 0x10000;
+    constexpr std::uint64_t kLongest = std::uint64_t{1} << 48;  // years at any timescale, and no sum overflows
+    const auto head = boxes_.Payload(box, 1);
+    const std::size_t width = ByteReader(head).U8() == 0 ? 4 : 8;
+    const std::size_t entry_size = 2 * width + 4;
+    const auto bytes = boxes_.Payload(box, kMostEntries * entry_size, kTableHead);
+    ByteReader reader(bytes);
+    const std::size_t entries = bytes.size() / entry_size;
+    const std::uint64_t nowhere = width == 4 ? UINT32_MAX : UINT64_MAX;
+    bool chooses_one_part = entries <= 1;
+    std::uint64_t ticks = 0;
+    for (std::size_t i = 0; i < entries; ++i) {
+      ticks += std::min(reader.BigEndian(width), kLongest);
+      if (reader.BigEndian(width) == nowhere) chooses_one_part = false;
+      if (reader.Be32() != kNormalSpeed) chooses_one_part = false;
+    }
+    if (!chooses_one_part) track_.edited_movie_ticks = ticks;
   }
 
   void ReadMediaHeader(const Mp4Box& box) {
@@ -298,7 +319,9 @@ class TrackReader {
   bool more_samples_than_bytes_ = false;  // of one size
 };
 
-constexpr std::array<TrackReader::Row, 18> TrackReader::kRows = {{
+constexpr std::array<TrackReader::Row, 20> TrackReader::kRows = {{
+    {"edts", &TrackReader::ReadChildren},
+    {"elst", &TrackReader::ReadEdits},
     {"mdia", &TrackReader::ReadChildren},
     {"minf", &TrackReader::ReadChildren},
     {"stbl", &TrackReader::ReadChildren},

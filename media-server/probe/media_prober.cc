@@ -98,6 +98,14 @@ void SetLengthOfSound(std::optional<std::uint64_t> bytes, AVFormatContext& conte
   }
 }
 
+// libavformat counts from the first sample on and each sample once. Edits are rounded to the movie's ticks: what is
+// less than one longer is no longer.
+void LengthenByEdits(const Mp4Movie& movie, double& duration) {
+  if (movie.has_fragments || movie.timescale == 0) return;
+  const double edited = movie.EditedSeconds();
+  if (edited > duration + 1.0 / movie.timescale) duration = edited;
+}
+
 std::string_view RefusalOf(ContentKind kind) {
   switch (kind) {
     case ContentKind::kStillImage:
@@ -216,6 +224,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
   media->duration = FileDuration(context);
+  if (container.movie) LengthenByEdits(*container.movie, media->duration);
   media->bit_rate = FileBitRate(context, size, media->duration);
   DescribeFormat(context, identity, container, *media);
   media->tags = ReadTags(context, container);

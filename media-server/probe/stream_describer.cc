@@ -56,11 +56,18 @@ StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVSt
   return description;
 }
 
+// libavformat passes over the extended language tag, which stands in for the packed one (ISO/IEC 14496-12, 8.4.6).
+void SetLanguage(const Mp4Track& track, StreamDescription& description) {
+  if (!track.language.empty() && track.language != "und") description.language = track.language;
+}
+
 }  // namespace
 
 void DescribeStreams(AVFormatContext& context, IByteSource& source, const ContainerFacts& container,
                      MediaDescription& media) {
   const SampleReader samples(context, source);
+  // Edits that show a part again put it into the index again: there the sample tables count.
+  const bool index_counts = !container.movie || container.movie->has_fragments;
   DescribePackedPcm(context);
   bool packets_are_read = false;  // reading them for one stream passes those of the others
   // Streams that first appear in packets read here are described by nothing, and their coming moves the others' list.
@@ -72,12 +79,13 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
     if (!track.encrypted) DescribeMpegAudio(samples, *stream);
     StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
     if (track.id) description.id = *track.id;
+    if (const Mp4Track* mp4_track = container.TrackOf(*stream)) SetLanguage(*mp4_track, description);
     if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
       PictureFacts facts{.header = ReadPictureHeader(*stream, samples),
                          .track = track,
                          .file_is_truncated = container.truncated,
                          .aspect_is_of_display = samples.Demuxer() == "mxf",
-                         .sample_count = static_cast<std::uint32_t>(samples.SampleCount(*stream))};
+                         .sample_count = index_counts ? static_cast<std::uint32_t>(samples.SampleCount(*stream)) : 0};
       if (IsUnsizedDv(*stream) && !packets_are_read) {
         facts.header.parameters = ReadNextDvFrame(context, *stream);
         description.bit_rate = Saturated(StreamBitRate(*stream));

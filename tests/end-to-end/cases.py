@@ -2,7 +2,7 @@
 import dataclasses
 
 from maker import pictures, tone
-from mp4_boxes import set_matrix
+from mp4_boxes import add_to_media, full_box, set_edits, set_matrix
 
 
 @dataclasses.dataclass(frozen=True)
@@ -57,6 +57,15 @@ CONTAINERS = [
          {"duration": 5.9, "0.duration": 1}),
     Case("late_words_mpeg2.mp4", pictures() + ["-itsoffset", "5", "-i", "words.srt", *MPEG2, "-c:s", "mov_text"],
          {"duration": 5.9, "0.duration": 1}),
+    # What a film shows is longer than its samples where it begins with nothing, shows a part twice or slowly.
+    Case("begins_late.mp4", pictures() + h264(), {"duration": 1.5, "0.duration": 1, "0.frame_count": 25},
+         lambda data: set_edits(data, (500, -1, 1), (1000, 0, 1))),
+    Case("shown_twice.mp4", pictures() + h264(), {"duration": 2, "0.frame_count": 25},
+         lambda data: set_edits(data, (1000, 0, 1), (1000, 0, 1))),
+    Case("slow_motion.mp4", pictures() + h264(), {"duration": 2, "0.frame_count": 25},
+         lambda data: set_edits(data, (2000, 0, 0.5))),
+    Case("brazilian.mp4", tone() + [*AAC, "-metadata:s:a", "language=por"], {"0.language": "pt-BR"},
+         lambda data: add_to_media(data, full_box(b"elng", b"pt-BR\0"))),
     # Pictures of 8 Mb/s are sent so far ahead that the first sound lies behind what is analysed of the start.
     Case("late_sound.ts", pictures("640x360", seconds="2") + tone(seconds="2") +
          ["-vf", "noise=alls=60:allf=t", "-c:v", "libx264", "-preset", "ultrafast", "-x264-params", "threads=1",

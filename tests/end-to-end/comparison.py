@@ -77,6 +77,7 @@ class Better:
 # By file, then by key as in Case.facts.
 KNOWN_BETTER = {
     "default_base.mp4": {"0.frame_count": Better(25, "ffprobe counts the first fragment only")},
+    "brazilian.mp4": {"0.language": Better("pt-BR", "ffprobe passes over the extended language tag")},
     "pal.dv": {"0.bit_rate": Better(28800000, "ffprobe prints the nominal rate, whatever a frame takes")},
     "ntsc.dv": {"0.bit_rate": Better(28771229, "ffprobe prints the nominal rate, whatever a frame takes")},
     "uneven.wmv": {"0.frame_rate": Better(2.5, "ffprobe guesses a rate that the packets do not have")},

@@ -55,3 +55,40 @@ def set_matrix(data, a, b, c, d):
     rows = (a * unity, b * unity, 0, c * unity, d * unity, 0, 0, 0, 0x40000000)
     matrix = b"".join((value & 0xFFFFFFFF).to_bytes(4, "big") for value in rows)
     return data[:at] + matrix + data[at + len(matrix):]
+
+
+def add_to_media(data, addition):
+    """Puts a box into the media box of the first track. The movie box has to be the last one of the file."""
+    movie, _, end = find(data, b"moov")
+    track, _, _ = find(data, b"moov", b"trak")
+    media, payload, _ = find(data, b"moov", b"trak", b"mdia")
+    if end != len(data):
+        raise ValueError("the movie box is not the last one")
+    data = bytearray(data[:payload] + addition + data[payload:])
+    for start in (movie, track, media):
+        size = int.from_bytes(data[start:start + 4], "big") + len(addition)
+        data[start:start + 4] = size.to_bytes(4, "big")
+    return bytes(data)
+
+
+def set_edits(data, *edits):
+    """Gives the first track these edits, each of a duration in ticks of the movie, a start in those of the media (-1 for
+    none) and a speed. The movie box has to be the last one of the file."""
+    entries = b"".join(ticks.to_bytes(4, "big") + (start & 0xFFFFFFFF).to_bytes(4, "big") +
+                       int(speed * 65536).to_bytes(4, "big") for ticks, start, speed in edits)
+    movie, _, end = find(data, b"moov")
+    track, _, _ = find(data, b"moov", b"trak")
+    old, _, old_end = find(data, b"moov", b"trak", b"edts")
+    if end != len(data):
+        raise ValueError("the movie box is not the last one")
+    new = box(b"edts", full_box(b"elst", len(edits).to_bytes(4, "big"), entries))
+    data = bytearray(data[:old] + new + data[old_end:])
+    for start in (movie, track):
+        size = int.from_bytes(data[start:start + 4], "big") + len(new) - (old_end - old)
+        data[start:start + 4] = size.to_bytes(4, "big")
+    duration = sum(ticks for ticks, _, _ in edits).to_bytes(4, "big")
+    _, header, _ = find(data, b"moov", b"mvhd")
+    data[header + 16:header + 20] = duration
+    _, header, _ = find(data, b"moov", b"trak", b"tkhd")
+    data[header + 20:header + 24] = duration
+    return bytes(data)

@@ -156,6 +156,41 @@ TEST(Mp4Movie, LanguageTagOfAnExtendedBoxWins) {
   EXPECT_EQ(language_of(MediaHeader(1, 0x7FFF)), "");  // not specified
 }
 
+std::string Edit(std::uint32_t ticks, std::uint32_t start, std::uint32_t speed = 0x10000) {
+  return Be(ticks, 4) + Be(start, 4) + Be(speed, 4);
+}
+
+/// What the track's edits come to at 1000 ticks a second.
+double EditedSeconds(std::uint32_t count, const std::string& entries, std::uint8_t version = 0) {
+  const std::string edits = Box("edts", FullBox("elst", Be(count, 4) + entries, version));
+  return ReadMoov(MovieHeader(0, 0, 1000, 9000) + Box("trak", TrackHeader(1) + edits)).EditedSeconds();
+}
+
+TEST(Mp4Movie, EditsThatChooseOnePartTellNoLength) {
+  EXPECT_EQ(EditedSeconds(1, Edit(2000, 0)), 0);
+  EXPECT_EQ(EditedSeconds(1, Edit(2000, 512)), 0);
+  EXPECT_EQ(EditedSeconds(0, ""), 0);
+}
+
+TEST(Mp4Movie, EditsThatDoMoreTellTheLengthOfAll) {
+  constexpr std::uint32_t kNowhere = 0xFFFFFFFF;
+  EXPECT_EQ(EditedSeconds(2, Edit(500, kNowhere) + Edit(2000, 0)), 2.5) << "begins late";
+  EXPECT_EQ(EditedSeconds(3, Edit(1000, 0) + Edit(250, kNowhere) + Edit(1000, 0)), 2.25) << "shows a part twice";
+  EXPECT_EQ(EditedSeconds(1, Edit(5000, 0, 0)), 5) << "stands still";
+  EXPECT_EQ(EditedSeconds(1, Edit(4000, 0, 0x8000)), 4) << "goes at half the speed";
+  const std::string wide = Be(1000, 8) + Be(0, 8) + Be(0x10000, 4);
+  EXPECT_EQ(EditedSeconds(2, wide + wide, 1), 2);
+  EXPECT_EQ(EditedSeconds(2, Edit(1000, 0) + "cut"), 0);
+}
+
+TEST(Mp4Movie, TheLongestEditedTrackCounts) {
+  const auto track = [](std::uint32_t ticks) {
+    return Box("trak", TrackHeader(1) + Box("edts", FullBox("elst", Be(1, 4) + Edit(ticks, 0, 0))));
+  };
+  EXPECT_EQ(ReadMoov(MovieHeader(0, 0, 100, 9000) + track(300) + track(500) + track(400)).EditedSeconds(), 5);
+  EXPECT_EQ(ReadMoov(track(300)).EditedSeconds(), 0) << "nothing tells how long a tick is";
+}
+
 TEST(Mp4Movie, SoundEntriesOfAllVersions) {
   for (const std::uint16_t version : std::initializer_list<std::uint16_t>{0, 1, 2}) {
     const std::string sinf = Box("sinf", Box("frma", "mp4a"));
