@@ -411,9 +411,13 @@ TEST_F(CodecComponentTest, ReleasesAMediaInfoThatComesWithAFailure) {
 TEST_F(CodecComponentTest, MayGiveAMediaInfoThatFails) {
   LoadSupportLibraries();
   media_info_.programs_status = platform::kFail;
-  EXPECT_EQ(SetURL(CreateSession(), file_), 1u);
+  IMediaFileInfo& session = CreateSession();
+  EXPECT_EQ(SetURL(session, file_), 1u);
   EXPECT_EQ(fakes::TakeLog(), std::vector{OpenFailedLine()});
   EXPECT_EQ(component_.references(), 0);
+  media_info_.programs_status = platform::kOk;
+  EXPECT_EQ(SetURL(session, file_), 0u);
+  EXPECT_EQ(session.GetProgramCount(), 1u);
 }
 
 TEST_F(MediaFileInfoSessionTest, ForwardsTheFilesValues) {
@@ -441,6 +445,12 @@ TEST_F(MediaFileInfoSessionTest, LendsProgramsByIndex) {
   EXPECT_EQ(session.GetProgram(&program, 1), 6u);
   EXPECT_EQ(session.GetProgram(&program, 0xFFFFFFFF), 6u);
   EXPECT_EQ(program, untouched);
+}
+
+TEST_F(MediaFileInfoSessionTest, LooksAtTheIndexBeforeTheOutput) {
+  IMediaFileInfo& session = OpenSession();
+  EXPECT_EQ(session.GetProgram(nullptr, 1), 6u);
+  EXPECT_EQ(session.GetProgram(nullptr, 0), 4u);
 }
 
 TEST_F(MediaFileInfoSessionTest, HasNoProgramsBeforeItIsOpened) {
