@@ -75,6 +75,7 @@ class MediaServer final : public ComObject<IMediaServer> {
 
   std::int64_t QueryImage(const char16_t* path, imagecore::QkImageInfo* info) override {
     if (path == nullptr || info == nullptr) return 0;
+    info->flags = 0;
     bool answered = false;
     std::string reason;
     try {

@@ -151,6 +151,15 @@ TEST_F(MediaServerTest, TellsWhyAPictureIsNotAnswered) {
   EXPECT_EQ(info.flags, 0u);
 }
 
+TEST_F(MediaServerTest, LeavesNothingOfThePictureBeforeInARecord) {
+  imagecore::QkImageInfo info;
+  for (const char* next : {"pictures/missing.jpg", "song.mp3"}) {
+    EXPECT_NE(Query("pictures/upright.jpg", info), 0);
+    EXPECT_EQ(Query(next, info), 0);
+    EXPECT_EQ(info.flags, 0u) << next;
+  }
+}
+
 TEST_F(MediaServerTest, TakesNoPathAndNoRecordForFailures) {
   imagecore::QkImageInfo info;
   EXPECT_EQ(server_->QueryImage(nullptr, &info), 0);
