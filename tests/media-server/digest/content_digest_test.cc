@@ -151,9 +151,9 @@ TEST_F(ContentDigestTest, WorksOnManyThreads) {
 }
 
 TEST_F(ContentDigestTest, CrossesTheLibraryBorderInACallersBuffer) {
-  char buffer[64] = {};
-  EXPECT_TRUE(GetMD5Uuid(Write("abc", "abc").c_str(), buffer));
-  EXPECT_STREQ(buffer, kOfAbc);
+  std::string buffer(64, 'x');
+  EXPECT_TRUE(GetMD5Uuid(Write("abc", "abc").c_str(), buffer.data()));
+  EXPECT_EQ(buffer, kOfAbc + std::string(1, '\0') + std::string(31, 'x'));
   EXPECT_STREQ(CoreErrorText(), "");
   char untouched[64] = "as it was";
   EXPECT_FALSE(GetMD5Uuid(Path("missing").c_str(), untouched));

@@ -58,6 +58,8 @@ TEST(FillImageInfoTest, TellsTheAlphaMode) {
   QkImageInfo info;
   FillImageInfo(headers, {}, info);
   EXPECT_EQ(info.alpha_mode, kAlphaPremultiplied);
+  FillImageInfo(StillHeaders(), {}, info);
+  EXPECT_EQ(info.alpha_mode, kAlphaNone) << "also where it is not told";
 }
 
 TEST(FillImageInfoTest, TellsATurnThatTheTagsTell) {
