@@ -5,6 +5,7 @@
 
 #include "fuzz/check.h"
 #include "fuzz/fuzzed_source.h"
+#include "media-server/container/amr.h"
 #include "media-server/container/asf_properties.h"
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/format_identity.h"
@@ -97,6 +98,8 @@ void CheckSmallReaders(FuzzedSource& source) {
   for (const AsfFrameTime& time : frame_times) {
     FUZZ_CHECK(time.FramesPerSecond() >= 1.0 / 60 && time.FramesPerSecond() <= 1000);
   }
+  FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
+  if (const auto seconds = ReadAmrSeconds(source)) FUZZ_CHECK(*seconds > 0);
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   if (const auto tag = ReadId3v1(source)) {
     for (const std::string& text : {tag->title, tag->artist, tag->album}) RequireText(text, 30);

@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "media-server/container/amr.h"
 #include "media-server/container/truncation.h"
 #include "media-server/probe/ffmpeg.h"
 
@@ -134,14 +135,20 @@ ContainerFacts FactsOfMpegAudio(IByteSource& source) {
   return facts;
 }
 
+ContainerFacts FactsOfAmr(IByteSource& source) {
+  ContainerFacts facts;
+  facts.sound_seconds = ReadAmrSeconds(source);
+  return facts;
+}
+
 struct Reader {
   std::string_view demuxer;
   ContainerFacts (*read)(IByteSource& source);
 };
 
 constexpr Reader kReaders[] = {
-    {"mov", &FactsOfMp4},  {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff},
-    {"avi", &FactsOfRiff}, {"asf", &FactsOfAsf},           {"mp3", &FactsOfMpegAudio},
+    {"mov", &FactsOfMp4}, {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff}, {"avi", &FactsOfRiff},
+    {"asf", &FactsOfAsf}, {"mp3", &FactsOfMpegAudio},     {"amr", &FactsOfAmr},
 };
 
 }  // namespace

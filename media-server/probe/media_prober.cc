@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cmath>
 #include <string_view>
 #include <utility>
 
@@ -96,6 +97,11 @@ void SetLengthOfSound(std::optional<std::uint64_t> bytes, AVFormatContext& conte
     stream->duration = av_rescale_q(bits, seconds_per_bit, stream->time_base);
     context.duration = av_rescale_q(bits, seconds_per_bit, {1, AV_TIME_BASE});
   }
+}
+
+void SetSecondsOfSound(double seconds, AVFormatContext& context) {
+  context.duration = std::llround(seconds * AV_TIME_BASE);
+  for (AVStream* stream : Streams(context)) stream->duration = std::llround(seconds / av_q2d(stream->time_base));
 }
 
 // libavformat counts from the first sample on and each sample once. Edits are rounded to the movie's ticks: what is
@@ -221,6 +227,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
   if (container.movie && !container.movie->has_fragments) context.duration = AV_NOPTS_VALUE;
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
+  if (container.sound_seconds) SetSecondsOfSound(*container.sound_seconds, context);
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
   media->duration = FileDuration(context);

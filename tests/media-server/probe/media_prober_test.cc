@@ -157,6 +157,17 @@ TEST(MediaProberTest, TimesSoundThatWasCutByWhatIsThere) {
   EXPECT_DOUBLE_EQ(media->streams.at(0).duration, 1);
 }
 
+TEST(MediaProberTest, TimesAmrByItsFrames) {
+  std::string amr = "#!AMR\n";
+  for (int i = 0; i < 100; ++i) amr += '\x3C' + Zeros(31);
+  std::string reason;
+  const auto media = Probe({amr.begin(), amr.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_DOUBLE_EQ(media->duration, 2);
+  EXPECT_DOUBLE_EQ(media->streams.at(0).duration, 2);
+  EXPECT_EQ(media->bit_rate, 12'824u);
+}
+
 TEST(MediaProberTest, ClaimsNoLengthWhereTheFilesIsUnknown) {
   MemorySource source(PipedWave(0x80000024, 0x80000000));
   source.ForgetSize();

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <optional>
+
+#include "media-server/io/byte_source.h"
+
+namespace media_server {
+
+/// Seconds of a file of AMR or AMR-WB frames (RFC 4867, section 5), each of which lasts 20 ms and tells its size.
+/// Frames are counted in the first 64 KiB; what lies behind is taken to have as many in as many bytes. Empty for other
+/// files, also those of several channels, and where the length of the input is not known.
+std::optional<double> ReadAmrSeconds(IByteSource& source);
+
+}  // namespace media_server
