@@ -31,7 +31,7 @@ constexpr std::string_view kTitleKeys[] = {"title", "com.apple.quicktime.title",
 constexpr std::string_view kArtistKeys[] = {"artist", "com.apple.quicktime.artist", "\u00A9ART", "perf",
                                             "author", "com.apple.quicktime.author", "auth"};
 constexpr std::string_view kAlbumKeys[] = {"album", "com.apple.quicktime.album", "\u00A9alb", "albm", "product"};
-constexpr std::string_view kTrackKeys[] = {"track", "trkn", "tracknumber"};
+constexpr std::string_view kTrackKeys[] = {"track", "trkn", "tracknumber", "track number"};
 constexpr std::string_view kGenreKeys[] = {"genre", "com.apple.quicktime.genre", "\u00A9gen", "gnre"};
 constexpr std::string_view kPublisherKeys[] = {"publisher", "com.apple.quicktime.publisher", "\u00A9pub",
                                                "organization", "label"};
@@ -44,7 +44,7 @@ constexpr std::string_view kAigcKeys[] = {"AIGC"};
 constexpr std::string_view kLocationKeys[] = {"location", "com.apple.quicktime.location.ISO6709", "\u00A9xyz", "loci"};
 constexpr std::string_view kCreationKeys[] = {"creation_time", "com.apple.quicktime.creationdate"};
 // When it was recorded, where nothing tells when the file was written.
-constexpr std::string_view kDateKeys[] = {"DATE_RECORDED"};
+constexpr std::string_view kDateKeys[] = {"DATE_RECORDED", "recorded date"};
 constexpr std::string_view kUserDataDates[] = {"\u00A9day", "date"};
 constexpr std::string_view kModificationKeys[] = {"modification_time", "modification_date"};
 

@@ -69,6 +69,13 @@ TEST_F(TagReaderTest, TakesTheDateOfRecordingOfMatroska) {
   EXPECT_EQ(Created(), kRecorded);
 }
 
+TEST_F(TagReaderTest, TakesTheWordsOfCoreAudioFiles) {
+  AddTag("track number", "3");
+  AddTag("recorded date", "2019-01-02 03:04:05Z");
+  EXPECT_EQ(ReadTags(*context_, container_).track_number, "3");
+  EXPECT_EQ(Created(), kRecorded);
+}
+
 /// A packet with these properties as attributes.
 std::string Xmp(const std::string& properties) {
   return "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
