@@ -61,6 +61,12 @@ std::optional<core::Rational> FrameRate(IVideoInfo& video, std::uint64_t duratio
   return is_told ? std::optional(rate) : std::nullopt;
 }
 
+/// One is also the answer where nothing tells how many there are: it counts only where it is known how long it lasts.
+std::optional<std::uint32_t> FrameCount(IVideoInfo& video, std::optional<std::uint64_t> duration_100ns) {
+  const std::uint32_t count = video.GetFrameCount();
+  return count == 1 && !duration_100ns ? std::nullopt : Known(count);
+}
+
 std::optional<std::variant<std::int64_t, std::string>> ColorPrimaries(std::int32_t primaries) {
   if (primaries <= 0 || primaries == kUnspecifiedPrimaries) return std::nullopt;
   if (const auto name = ColorPrimariesName(primaries)) return std::string(*name);
@@ -97,7 +103,7 @@ void DescribePicture(IVideoInfo& video, VideoRecord& record) {
   record.display_width = KnownAmount(video.GetFormatField20());
   record.display_height = KnownAmount(video.GetFormatField24());
   record.frame_rate = FrameRate(video, record.duration_100ns.value_or(0));
-  record.frame_count = Known(video.GetFrameCount());
+  record.frame_count = FrameCount(video, record.duration_100ns);
   record.rotation_degrees = video.GetRotation() * kDegreesPerQuarterTurn;
   record.flip = FlipName(video.GetFlip());
   record.field_order = FieldOrderName(video.GetFormatField32());

@@ -188,6 +188,18 @@ TEST(MediaProber, RateOfOneCountsOnlyWhereTheFramesSayTheSame) {
   EXPECT_EQ(ProbeVideo(stream).frame_rate, std::nullopt);
 }
 
+TEST(MediaProber, OneFrameCountsOnlyWhereItLasts) {
+  const auto stream = VideoStream();
+  stream->duration = 0;
+  stream->video->frame_count = 1;
+  EXPECT_EQ(ProbeVideo(stream).frame_count, std::nullopt);
+  stream->video->frame_count = 2;
+  EXPECT_EQ(ProbeVideo(stream).frame_count, 2u);
+  stream->video->frame_count = 1;
+  stream->duration = 400'000;
+  EXPECT_EQ(ProbeVideo(stream).frame_count, 1u);
+}
+
 TEST(MediaProber, ProfileIsTheNumberWhereThereIsNoName) {
   const auto video = VideoStream();
   video->profile = 578;
