@@ -52,9 +52,14 @@ class MediaServer final : public ComObject<IMediaServer> {
       return platform::kInvalidArgument;
     }
     const char* key = value->AsBuffer();
-    const std::scoped_lock lock(mutex_);
-    decryption_key_ = key != nullptr ? key : "";
-    return platform::kOk;
+    try {
+      const std::scoped_lock lock(mutex_);
+      decryption_key_ = key != nullptr ? key : "";
+      return platform::kOk;
+    } catch (const std::bad_alloc&) {
+      CoreSetErrorText("out of memory");
+      return platform::kOutOfMemory;
+    }
   }
 
   void Reserved4() override {}

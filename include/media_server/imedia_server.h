@@ -22,7 +22,8 @@ inline constexpr char kEncryptKeyOption[] = "EncryptKey";
 /// Opens media files. One server serves any number of threads at once.
 class IMediaServer : public platform::IComObject {
  public:
-  /// Options hold for every file opened afterwards. kInvalidArgument for an unknown name or a value of another type.
+  /// Options hold for every file opened afterwards. kInvalidArgument for an unknown name or a value of another type;
+  /// kOutOfMemory, and the option as it was, when memory runs out.
   virtual std::int32_t SetOption(const char* name, const core::ValAny* value) = 0;
   virtual void Reserved4() = 0;
   /// Opens `path` (UTF-16: a file path or an http(s) URL) and describes it in `*out`, with one reference. Non-zero on
