@@ -112,6 +112,20 @@ TEST_F(UrlValidationTest, PassesAnExistingFileWithItsWholePath) {
   EXPECT_EQ(url_, file);
 }
 
+// Slashes in a row are one, but for two at the start, which name a host on some systems. The line about a path that is
+// no file has the text as it came.
+TEST_F(UrlValidationTest, GivesThePathAsItIsWritten) {
+  const std::string file = folder_.MakeFile("clip.mp4");
+  EXPECT_TRUE(IsValid(folder_.path().string() + "//clip.mp4"));
+  EXPECT_EQ(path_, file);
+  EXPECT_TRUE(IsValid("//" + file));
+  EXPECT_EQ(path_, file);
+  EXPECT_TRUE(IsValid("/" + file));
+  EXPECT_EQ(path_, "/" + file);
+  EXPECT_FALSE(IsValid(folder_.path().string() + "//none"));
+  ExpectStatusLine(url_, folder_.path().string() + "//none", 1);
+}
+
 TEST_F(UrlValidationTest, PassesAFileThroughASymbolicLink) {
   const std::string link = (folder_.path() / "link.mp4").string();
   std::filesystem::create_symlink(folder_.MakeFile("clip.mp4"), link);
