@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -16,6 +17,7 @@
 #include "media-server/container/mp4_movie.h"
 #include "media-server/container/mpeg_audio_header.h"
 #include "media-server/container/riff_scan.h"
+#include "media-server/container/transport_scrambling.h"
 #include "media-server/container/truncation.h"
 #include "media-server/io/byte_source.h"
 
@@ -100,6 +102,8 @@ void CheckSmallReaders(FuzzedSource& source) {
   }
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   if (const auto seconds = ReadAmrSeconds(source)) FUZZ_CHECK(*seconds > 0);
+  FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
+  FUZZ_CHECK(std::ranges::is_sorted(ReadScrambledPids(source)));
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   if (const auto tag = ReadId3v1(source)) {
     for (const std::string& text : {tag->title, tag->artist, tag->album}) RequireText(text, 30);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "media-server/container/amr.h"
+#include "media-server/container/transport_scrambling.h"
 #include "media-server/container/truncation.h"
 #include "media-server/probe/ffmpeg.h"
 
@@ -80,6 +81,12 @@ TrackFacts FactsOfAsfStream(std::span<const AsfFrameTime> frame_times, const AVS
   return facts;
 }
 
+TrackFacts FactsOfScrambledStream(std::span<const std::uint16_t> pids, const AVStream& stream) {
+  TrackFacts facts;
+  facts.encrypted = std::ranges::find(pids, stream.id) != pids.end();
+  return facts;
+}
+
 // libavformat has them as signed numbers. Without one it counts to a thousand million for each run of samples.
 bool HasNumber(const Mp4Track& track) { return track.id != 0 && track.id <= std::numeric_limits<std::int32_t>::max(); }
 
@@ -141,6 +148,12 @@ ContainerFacts FactsOfAmr(IByteSource& source) {
   return facts;
 }
 
+ContainerFacts FactsOfTransportStream(IByteSource& source) {
+  ContainerFacts facts;
+  facts.scrambled_pids = ReadScrambledPids(source);
+  return facts;
+}
+
 struct Reader {
   std::string_view demuxer;
   ContainerFacts (*read)(IByteSource& source);
@@ -148,7 +161,7 @@ struct Reader {
 
 constexpr Reader kReaders[] = {
     {"mov", &FactsOfMp4}, {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff}, {"avi", &FactsOfRiff},
-    {"asf", &FactsOfAsf}, {"mp3", &FactsOfMpegAudio},     {"amr", &FactsOfAmr},
+    {"asf", &FactsOfAsf}, {"mp3", &FactsOfMpegAudio},     {"amr", &FactsOfAmr},  {"mpegts", &FactsOfTransportStream},
 };
 
 }  // namespace
@@ -167,6 +180,7 @@ TrackFacts ContainerFacts::FactsOf(const AVStream& stream) const {
   if (matroska) return FactsOfTrack(*matroska, stream);
   if (is_flv) return FactsOfFlvStream(stream);
   if (!frame_times.empty()) return FactsOfAsfStream(frame_times, stream);
+  if (!scrambled_pids.empty()) return FactsOfScrambledStream(scrambled_pids, stream);
   const Mp4Track* track = TrackOf(stream);
   return track != nullptr ? FactsOfTrack(*track) : TrackFacts();
 }

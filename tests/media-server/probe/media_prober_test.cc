@@ -17,6 +17,7 @@
 namespace media_server::probe {
 namespace {
 
+using service::mediainfo::kAudioEncrypted;
 using service::mediainfo::kAudioLossless;
 using service::mediainfo::kVideoHighDynamicRange;
 using service::mediainfo::kVideoInterlaced;
@@ -177,6 +178,27 @@ TEST(MediaProberTest, ClaimsNoLengthWhereTheFilesIsUnknown) {
   ASSERT_NE(media, nullptr) << reason;
   EXPECT_EQ(media->duration, 0);
   EXPECT_EQ(media->streams.at(0).duration, 0);
+}
+
+TEST(MediaProberTest, TellsScrambledSoundOfATransportStream) {
+  constexpr std::size_t kPacket = 188;
+  constexpr std::uint8_t kEvenKey = 0x80;
+  std::vector<std::uint8_t> stream = ReadSample("programs.ts");
+  const MediaDescription clear = ProbeSample("programs.ts");
+  const auto sound = std::ranges::find(clear.streams, StreamKind::kSound, &StreamDescription::kind);
+  ASSERT_NE(sound, clear.streams.end());
+  EXPECT_EQ(sound->sound.flags & kAudioEncrypted, 0u);
+  for (std::size_t at = 0; at + kPacket <= stream.size(); at += kPacket) {
+    const std::uint32_t pid = (stream[at + 1] & 0x1Fu) << 8 | stream[at + 2];
+    if (pid == sound->id) stream[at + 3] |= kEvenKey;
+  }
+  std::string reason;
+  const auto media = Probe(stream, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  for (const StreamDescription& told : media->streams) {
+    if (told.kind != StreamKind::kSound) continue;
+    EXPECT_EQ((told.sound.flags & kAudioEncrypted) != 0, told.id == sound->id) << told.id;
+  }
 }
 
 TEST(MediaProberTest, KeepsThePogramsOfATransportStream) {
