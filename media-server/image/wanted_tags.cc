@@ -1,5 +1,7 @@
 #include "media-server/image/wanted_tags.h"
 
+#include <algorithm>
+
 namespace media_server::image {
 namespace {
 
@@ -72,7 +74,8 @@ std::vector<XmpName> WantedXmpNames(std::string_view packet, const PictureTags& 
 bool HasWantedIptc(std::span<const std::uint8_t> data_sets, const PictureTags& tags) {
   if (tags.created) return false;
   const std::string_view bytes(reinterpret_cast<const char*>(data_sets.data()), data_sets.size());
-  return bytes.find("\x1C\x02\x37") != bytes.npos || bytes.find("\x1C\x02\x3C") != bytes.npos;
+  constexpr std::string_view kTimes[] = {"\x1C\x02\x37", "\x1C\x02\x3C", "\x1C\x02\x3E", "\x1C\x02\x3F"};
+  return std::ranges::any_of(kTimes, [&](std::string_view head) { return bytes.find(head) != bytes.npos; });
 }
 
 }  // namespace media_server::image

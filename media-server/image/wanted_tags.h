@@ -37,8 +37,8 @@ bool IsLacking(XmpFact fact, const PictureTags& tags);
 /// are none: Exif told it all.
 std::vector<XmpName> WantedXmpNames(std::string_view packet, const PictureTags& tags);
 
-/// Whether a data set of the time of creation, 2:55 or 2:60 of IPTC-IIM 4.2, begins somewhere in `data_sets` and `tags`
-/// lacks that time.
+/// Whether a data set of the time of creation or of digitizing, 2:55, 2:60, 2:62 or 2:63 of IPTC-IIM 4.2, begins
+/// somewhere in `data_sets` and `tags` lacks the time of creation.
 bool HasWantedIptc(std::span<const std::uint8_t> data_sets, const PictureTags& tags);
 
 }  // namespace media_server::image

@@ -1,10 +1,26 @@
 #include "media-server/picture_tags/iptc_tags.h"
 
+#include <cstdint>
 #include <exiv2/iptc.hpp>
+#include <string>
 
 #include "media-server/metadata/timestamp.h"
 
 namespace media_server::picture_tags {
+namespace {
+
+struct Moment {
+  std::uint16_t date;
+  std::uint16_t time;
+};
+
+// As with Exif, the time of digitizing stands in where that of taking is missing.
+constexpr Moment kMoments[] = {
+    {Exiv2::IptcDataSets::DateCreated, Exiv2::IptcDataSets::TimeCreated},
+    {Exiv2::IptcDataSets::DigitizationDate, Exiv2::IptcDataSets::DigitizationTime},
+};
+
+}  // namespace
 
 void ReadIptcTags(std::span<const std::uint8_t> data_sets, image::PictureTags& tags) {
   if (tags.created || data_sets.empty()) return;
@@ -15,9 +31,10 @@ void ReadIptcTags(std::span<const std::uint8_t> data_sets, image::PictureTags& t
     return found != data.end() ? found->toString() : std::string();
   };
   // "2011-07-30" and "15:41:25+02:00", as Exiv2 writes them out of "20110730" and "154125+0200".
-  const std::string date = text_of(Exiv2::IptcDataSets::DateCreated);
-  const std::string time = text_of(Exiv2::IptcDataSets::TimeCreated);
-  tags.created = ParseLocalTimestamp(date + " " + time);
+  for (const Moment& moment : kMoments) {
+    tags.created = ParseLocalTimestamp(text_of(moment.date) + " " + text_of(moment.time));
+    if (tags.created) return;
+  }
 }
 
 }  // namespace media_server::picture_tags

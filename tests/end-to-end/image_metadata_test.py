@@ -215,6 +215,11 @@ class OtherSources(unittest.TestCase):
             with self.subTest(name=path.name):
                 self.assertEqual(seconds_of(tool.record_of(path)["created"]), seconds_of("2024-07-14T20:15:30+02:00"))
 
+    def test_iptc_time_of_digitizing(self):
+        path, = copies("digitized", ["photo.jpg"])
+        tag(["-IPTC:DigitalCreationDate=2024:07:14", "-IPTC:DigitalCreationTime=20:15:30+02:00"], [path])
+        self.assertEqual(seconds_of(tool.record_of(path)["created"]), seconds_of("2024-07-14T20:15:30+02:00"))
+
     def test_exif_comes_before_xmp_and_xmp_before_iptc(self):
         path, = copies("order", ["photo.jpg"])
         tag(["-IFD0:Make=Exif", "-XMP-tiff:Make=XMP", "-XMP-tiff:Model=XMP",

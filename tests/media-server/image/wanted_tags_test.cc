@@ -78,6 +78,9 @@ bool IsWanted(std::string_view data_sets, const PictureTags& tags = {}) {
 TEST(WantedTagsTest, WantsTheTimeOfCreationOfIptc) {
   EXPECT_TRUE(IsWanted("\x1C\x02\x05....\x1C\x02\x37...."));
   EXPECT_TRUE(IsWanted("\x1C\x02\x3C...."));
+  EXPECT_TRUE(IsWanted("\x1C\x02\x3E...."));
+  EXPECT_TRUE(IsWanted("\x1C\x02\x3F...."));
+  EXPECT_FALSE(IsWanted("\x1C\x02\x3D...."));
   EXPECT_FALSE(IsWanted("\x1C\x02\x05....\x1C\x01\x37...."));
   EXPECT_FALSE(IsWanted(""));
   EXPECT_FALSE(IsWanted("\x1C\x02\x37....", {.created = 7}));

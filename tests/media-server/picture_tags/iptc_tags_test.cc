@@ -28,6 +28,13 @@ TEST(IptcTagsTest, ReadsTheTimeOfCreation) {
   EXPECT_EQ(CreatedIn(DataSet(55, "20120709") + DataSet(60, "140000+0200")), 1341835200);
 }
 
+TEST(IptcTagsTest, ReadsTheTimeOfDigitizingWhereThatOfCreationIsMissing) {
+  const std::string digitized = DataSet(62, "20120709") + DataSet(63, "140000+0200");
+  EXPECT_EQ(CreatedIn(digitized), 1341835200);
+  EXPECT_EQ(CreatedIn(DataSet(55, "20100101") + digitized), 1341835200) << "a date alone is no time";
+  EXPECT_EQ(CreatedIn(digitized + DataSet(55, "20120709") + DataSet(60, "140001+0200")), 1341835201);
+}
+
 TEST(IptcTagsTest, TakesADateAloneForNoTime) {
   EXPECT_EQ(CreatedIn(DataSet(55, "20120709")), std::nullopt);
   EXPECT_EQ(CreatedIn(DataSet(60, "140000+0200")), std::nullopt);
