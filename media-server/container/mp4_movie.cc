@@ -158,6 +158,8 @@ class MovieReader {
 double Mp4Movie::EditedSeconds() const {
   std::uint64_t longest = 0;
   for (const Mp4Track& track : tracks) longest = std::max(longest, track.edited_movie_ticks.value_or(0));
+  // The header tells the longest track as well: edits that come to more are damaged.
+  if (duration) longest = std::min(longest, duration->value);
   return timescale != 0 ? static_cast<double>(longest) / timescale : 0;
 }
 

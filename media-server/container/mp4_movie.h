@@ -129,7 +129,8 @@ struct Mp4Movie {
   std::vector<Mp4Track> tracks;
   std::vector<Mp4MetaEntry> metadata;  ///< in file order
 
-  /// Seconds of the longest track with edits of the kinds that `Mp4Track::edited_movie_ticks` names; 0 without one.
+  /// Seconds of the longest track with edits of the kinds that `Mp4Track::edited_movie_ticks` names, no more than the
+  /// movie's header tells; 0 without one.
   double EditedSeconds() const;
 
   /// Media data without a movie box: the writer was stopped before it wrote the box that comes last. What lies behind

@@ -181,6 +181,7 @@ TEST(Mp4Movie, EditsThatDoMoreTellTheLengthOfAll) {
   const std::string wide = Be(1000, 8) + Be(0, 8) + Be(0x10000, 4);
   EXPECT_EQ(EditedSeconds(2, wide + wide, 1), 2);
   EXPECT_EQ(EditedSeconds(2, Edit(1000, 0) + "cut"), 0);
+  EXPECT_EQ(EditedSeconds(1, Edit(10000, 0, 0)), 9) << "longer than the movie";
 }
 
 TEST(Mp4Movie, TheLongestEditedTrackCounts) {
