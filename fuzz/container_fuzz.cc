@@ -70,6 +70,9 @@ void CheckMatroska(FuzzedSource& source) {
     RequireText(tag.language, 1024);
   }
   FUZZ_CHECK(sum <= 16 * kMiB);
+  for (const MatroskaTrack& track : scan.tracks) {
+    for (const std::string& text : {track.language, track.language_tag}) RequireText(text, 3 * 64);
+  }
   FUZZ_CHECK(source.TakeBytesRead() <= 33 * kMiB);
 
   MatroskaFrames frames(source, scan.tracks.empty() ? 1 : scan.tracks.front().number);

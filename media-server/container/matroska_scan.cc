@@ -33,6 +33,8 @@ enum Id : std::uint32_t {
   kTrackNumber = 0xD7,
   kTrackUid = 0x73C5,
   kTrackType = 0x83,
+  kTrackLanguage = 0x22B59C,
+  kTrackLanguageTag = 0x22B59D,
   kDefaultDuration = 0x23E383,
   kContentEncodings = 0x6D80,
   kContentEncoding = 0x6240,
@@ -100,6 +102,11 @@ std::uint64_t SaturatingAdd(std::uint64_t a, std::uint64_t b) {
   return a > kLargest - b ? kLargest : a + b;
 }
 
+std::string LanguageText(Bytes bytes) {
+  constexpr std::size_t kLongest = 64;
+  return TextFromUtf8(bytes.first(std::min(bytes.size(), kLongest)));
+}
+
 MatroskaTrack ReadTrack(Bytes entry) {
   MatroskaTrack track;
   const auto read_video = [&](std::uint32_t id, Bytes content) {
@@ -118,6 +125,8 @@ MatroskaTrack ReadTrack(Bytes entry) {
     if (id == kTrackNumber) track.number = Unsigned(content);
     if (id == kTrackUid) track.uid = Unsigned(content);
     if (id == kTrackType) track.type = Unsigned(content);
+    if (id == kTrackLanguage) track.language = LanguageText(content);
+    if (id == kTrackLanguageTag) track.language_tag = LanguageText(content);
     if (id == kDefaultDuration) track.default_duration_ns = Unsigned(content);
     if (id == kContentEncodings) ForEachElement(content, read_encodings);
     if (id == kVideo) ForEachElement(content, read_video);

@@ -24,6 +24,8 @@ struct MatroskaTrack {
   std::uint64_t number = 0;
   std::uint64_t uid = 0;
   std::uint64_t type = 0;                        ///< 1 picture, 2 sound, 17 subtitle
+  std::string language;                          ///< Language, of ISO 639-2; empty when not told
+  std::string language_tag;                      ///< LanguageBCP47
   bool encrypted = false;                        ///< has a ContentEncryption
   std::optional<std::uint64_t> flag_interlaced;  ///< 0 undetermined, 1 interlaced, 2 progressive
   std::optional<std::uint64_t>

@@ -34,8 +34,12 @@ std::optional<TrackFacts::CleanAperture> InWholePixels(const Mp4CleanAperture& a
   return TrackFacts::CleanAperture{*width, *height, *x_offset, *y_offset};
 }
 
+bool TellsLanguage(std::string_view language) { return !language.empty() && language != "und"; }
+
 TrackFacts FactsOfTrack(const Mp4Track& track) {
   TrackFacts facts;
+  // libavformat passes over the extended language tag, which stands in for the packed one (ISO/IEC 14496-12, 8.4.6).
+  if (TellsLanguage(track.language)) facts.language = track.language;
   facts.encrypted = IsProtected(track);
   if (track.clean_aperture) facts.clean_aperture = InWholePixels(*track.clean_aperture);
   const auto& times = track.decoding_times;
@@ -46,6 +50,13 @@ TrackFacts FactsOfTrack(const Mp4Track& track) {
   return facts;
 }
 
+// libavformat passes over it, and takes a track for English of which nothing else is told. Most writers tell both; the
+// other one is what they had before.
+std::optional<std::string> LanguageBesideIso639(const MatroskaTrack& track) {
+  const bool told_otherwise = TellsLanguage(track.language);
+  return TellsLanguage(track.language_tag) && !told_otherwise ? std::optional(track.language_tag) : std::nullopt;
+}
+
 // libavformat's streams of a Matroska file are its tracks, in their order.
 TrackFacts FactsOfTrack(const MatroskaScan& scan, const AVStream& stream) {
   TrackFacts facts;
@@ -53,6 +64,7 @@ TrackFacts FactsOfTrack(const MatroskaScan& scan, const AVStream& stream) {
   if (index >= scan.tracks.size()) return facts;
   facts.encrypted = scan.tracks[index].encrypted;
   facts.id = static_cast<std::uint32_t>(scan.tracks[index].number);
+  facts.language = LanguageBesideIso639(scan.tracks[index]);
   return facts;
 }
 

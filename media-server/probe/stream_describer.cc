@@ -56,11 +56,6 @@ StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVSt
   return description;
 }
 
-// libavformat passes over the extended language tag, which stands in for the packed one (ISO/IEC 14496-12, 8.4.6).
-void SetLanguage(const Mp4Track& track, StreamDescription& description) {
-  if (!track.language.empty() && track.language != "und") description.language = track.language;
-}
-
 }  // namespace
 
 void DescribeStreams(AVFormatContext& context, IByteSource& source, const ContainerFacts& container,
@@ -79,7 +74,7 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
     if (!track.encrypted) DescribeMpegAudio(samples, *stream);
     StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
     if (track.id) description.id = *track.id;
-    if (const Mp4Track* mp4_track = container.TrackOf(*stream)) SetLanguage(*mp4_track, description);
+    if (track.language) description.language = *track.language;
     if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
       PictureFacts facts{.header = ReadPictureHeader(*stream, samples),
                          .track = track,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace media_server::probe {
 
@@ -9,6 +10,7 @@ namespace media_server::probe {
 struct TrackFacts {
   bool encrypted = false;
   std::optional<std::uint32_t> id;          ///< the container's own id of the track
+  std::optional<std::string> language;      ///< in place of what libavformat tells
   std::optional<double> frame_rate;         ///< that the track's header tells
   std::optional<double> max_frame_rate;     ///< from the shortest sample
   std::optional<bool> constant_frame_rate;  ///< whether all samples but the last take the same time

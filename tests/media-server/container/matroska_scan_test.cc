@@ -100,6 +100,17 @@ TEST(MatroskaScan, TrackFieldsAreRead) {
   EXPECT_EQ(scan.tracks[0].default_duration_ns, 40'000'000U);
 }
 
+TEST(MatroskaScan, LanguagesOfBothKindsAreRead) {
+  const MatroskaScan scan =
+      Scan(Header() + Segment(Tracks(TrackEntry(Element(0x22B59C, "chi") + Element(0x22B59D, "zh-Hant")) +
+                                     TrackEntry(Element(0x83, Be(1, 1))))));
+  ASSERT_EQ(scan.tracks.size(), 2U);
+  EXPECT_EQ(scan.tracks[0].language, "chi");
+  EXPECT_EQ(scan.tracks[0].language_tag, "zh-Hant");
+  EXPECT_EQ(scan.tracks[1].language, "");
+  EXPECT_EQ(scan.tracks[1].language_tag, "");
+}
+
 TEST(MatroskaScan, CompressionIsNoEncryption) {
   EXPECT_FALSE(Scan(Header() + Segment(Tracks(TrackEntry(Element(0x6D80, Element(0x6240, Element(0x5034, "")))))))
                    .tracks[0]

@@ -122,6 +122,27 @@ TEST(MediaProberTest, DescribesSubpicturesAndLanguages) {
   EXPECT_EQ(media.streams[4].disposition, 64u) << "forced";
 }
 
+// The first language of three letters in languages.mkv, with its element's id and size in front.
+std::vector<std::uint8_t> WithFirstLanguage(std::string_view element) {
+  std::vector<std::uint8_t> file = ReadSample("languages.mkv");
+  constexpr std::uint8_t kLanguage[] = {0x22, 0xB5, 0x9C, 0x83};
+  const auto first = std::ranges::search(file, kLanguage).begin();
+  EXPECT_NE(first, file.end());
+  std::ranges::copy(element, first);
+  return file;
+}
+
+TEST(MediaProberTest, ALanguageTagIsToldWhereThereIsNoOtherLanguage) {
+  const auto streams_of = [](std::string_view element, std::string_view language) {
+    std::string reason;
+    const auto media = Probe(WithFirstLanguage(element), &reason);
+    return media ? std::ranges::count(media->streams, language, &StreamDescription::language) : -1;
+  };
+  EXPECT_EQ(streams_of("\x22\xB5\x9C\x83yue", "yue"), 1);
+  EXPECT_EQ(streams_of("\x22\xB5\x9D\x83yue", "yue"), 1) << "libavformat has English here";
+  EXPECT_EQ(streams_of("\x22\xB5\x9D\x83und", "und"), 0);
+}
+
 TEST(MediaProberTest, GivesTheContainersOwnIds) {
   const MediaDescription matroska = ProbeSample("languages.mkv");
   ASSERT_EQ(matroska.streams.size(), 5u);
