@@ -183,6 +183,8 @@ bool ContainerFacts::HasStackedAlpha() const {
                    std::ranges::find(movie->compatible_brands, kStackedAlphaBrand) != movie->compatible_brands.end());
 }
 
+// Scrambled packets of a transport stream do not count: with their heads scrambled, too, none of them reaches a
+// decoder.
 bool ContainerFacts::AnyEncrypted() const {
   return (movie && std::ranges::any_of(movie->tracks, &IsProtected)) ||
          (matroska && std::ranges::any_of(matroska->tracks, &MatroskaTrack::encrypted));

@@ -104,6 +104,18 @@ void SetSecondsOfSound(double seconds, AVFormatContext& context) {
   for (AVStream* stream : Streams(context)) stream->duration = std::llround(seconds / av_q2d(stream->time_base));
 }
 
+// Puts right what libavformat tells of lengths where our readers or the budget of the source know better.
+void CorrectTimes(const ContainerFacts& container, const BoundedSource& source, AVFormatContext& context) {
+  if (container.movie && container.movie->fragment_duration && source.Spent()) {
+    SetEndOfFragments(*container.movie->fragment_duration, context);
+  }
+  if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
+  // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
+  if (container.movie && !container.movie->has_fragments) context.duration = AV_NOPTS_VALUE;
+  if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
+  if (container.sound_seconds) SetSecondsOfSound(*container.sound_seconds, context);
+}
+
 // libavformat counts from the first sample on and each sample once. Edits are rounded to the movie's ticks: what is
 // less than one longer is no longer.
 void LengthenByEdits(const Mp4Movie& movie, double& duration) {
@@ -220,14 +232,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   }
 
   AVFormatContext& context = demuxer->Context();
-  if (container.movie && container.movie->fragment_duration && source.Spent()) {
-    SetEndOfFragments(*container.movie->fragment_duration, context);
-  }
-  if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
-  // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
-  if (container.movie && !container.movie->has_fragments) context.duration = AV_NOPTS_VALUE;
-  if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
-  if (container.sound_seconds) SetSecondsOfSound(*container.sound_seconds, context);
+  CorrectTimes(container, source, context);
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
   media->duration = FileDuration(context);
