@@ -87,8 +87,10 @@ TEST(SoundConfiguration, AlacTellsRateChannelsAndDepth) {
 }
 
 TEST(SoundConfiguration, FlacTellsRateChannelsAndDepth) {
-  const BitWriter info =
-      BitWriter().Bits(4096, 16).Bits(4096, 16).Bits(0, 48).Bits(96000, 20).Bits(5, 3).Bits(23, 5).Bits(0, 36 + 128);
+  BitWriter info;
+  info.Bits(4096, 16).Bits(4096, 16).Bits(0, 48);
+  info.Bits(96000, 20).Bits(5, 3).Bits(23, 5).Bits(0, 36);
+  info.Bits(0, 64).Bits(0, 64);  // digest
   ASSERT_EQ(info.Bytes().size(), 34u);
   auto marked = Hex("664c6143 80000022");
   marked.insert(marked.end(), info.Bytes().begin(), info.Bytes().end());
