@@ -115,26 +115,27 @@ constexpr std::size_t kTransportPacketsWanted = 10;
 constexpr std::size_t kTransportPacketsLeast = 3;
 constexpr std::array<std::size_t, 3> kTransportPitches = {188, 192, 204};
 
-bool TransportPacketsFollow(Bytes window, std::size_t start, std::size_t pitch) {
+bool TransportPacketsFollow(Bytes window, TransportPackets where, std::size_t wanted, std::size_t least) {
   std::size_t packets = 0;
-  for (std::size_t at = start; at + 4 <= window.size() && packets < kTransportPacketsWanted; at += pitch, ++packets) {
+  for (std::size_t at = where.start; at + 4 <= window.size() && packets < wanted; at += where.pitch, ++packets) {
     const bool reserved_adaptation = (window[at + 3] & 0x30) == 0;
     if (window[at] != 0x47 || reserved_adaptation) return false;
   }
   const bool whole_input_seen = window.size() < kTransportWindow;
-  return packets == kTransportPacketsWanted || (whole_input_seen && packets >= kTransportPacketsLeast);
-}
-
-bool IsTransportStream(Bytes window) {
-  for (const std::size_t pitch : kTransportPitches) {
-    for (std::size_t start = 0; start < pitch; ++start) {
-      if (TransportPacketsFollow(window, start, pitch)) return true;
-    }
-  }
-  return false;
+  return packets == wanted || (whole_input_seen && packets >= least);
 }
 
 }  // namespace
+
+std::optional<TransportPackets> FindTransportPackets(Bytes window, std::size_t wanted, std::size_t least) {
+  for (const std::size_t pitch : kTransportPitches) {
+    for (std::size_t start = 0; start < pitch; ++start) {
+      const TransportPackets packets{start, pitch};
+      if (TransportPacketsFollow(window, packets, wanted, least)) return packets;
+    }
+  }
+  return std::nullopt;
+}
 
 std::optional<FrameStream> ProveFrameStream(IByteSource& source, std::uint64_t offset) {
   const auto window = ReadBytes(source, offset, kTransportWindow);
@@ -143,7 +144,7 @@ std::optional<FrameStream> ProveFrameStream(IByteSource& source, std::uint64_t o
     const auto first = parse(header);
     if (first && FramesFollow(source, offset, parse, *first)) return first->stream;
   }
-  if (IsTransportStream(window)) return FrameStream::kMpegTransport;
+  if (FindTransportPackets(window, kTransportPacketsWanted, kTransportPacketsLeast)) return FrameStream::kMpegTransport;
   return std::nullopt;
 }
 

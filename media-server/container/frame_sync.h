@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "media-server/io/byte_source.h"
 
@@ -26,5 +28,17 @@ enum class FrameStream {
 /// the first of them within one pitch of `offset`, or all packets of a shorter input, at least three. Reads at most
 /// about 4 KiB.
 std::optional<FrameStream> ProveFrameStream(IByteSource& source, std::uint64_t offset);
+
+/// Where the packets of a transport stream lie.
+struct TransportPackets {
+  std::size_t start = 0;
+  std::size_t pitch = 0;  ///< 188, 192 or 204 bytes
+};
+
+/// Finds the packets of a transport stream, the first within one pitch of the window's start: `wanted` of them that
+/// follow one another, or at least `least` where they fill a window of less than 4 KiB, which is taken for a whole
+/// input.
+std::optional<TransportPackets> FindTransportPackets(std::span<const std::uint8_t> window, std::size_t wanted,
+                                                     std::size_t least);
 
 }  // namespace media_server

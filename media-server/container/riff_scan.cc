@@ -100,13 +100,17 @@ class Scanner {
       chunk.size = input_end_ - chunk.offset;
       if (input_end_ != kNoEnd) scan_.endless_data->size_bytes = chunk.size;
     }
-    const std::uint64_t there = input_end_ - std::min(chunk.offset, input_end_);
-    if (chunk.size > there) scan_.truncated = true;
-    if (chunk.size > there && is_data && !scan_.cut_data) scan_.cut_data = RiffDataToEnd{there};
+    if (chunk.size > Room(chunk)) {
+      scan_.truncated = true;
+      if (is_data && !scan_.cut_data) scan_.cut_data = RiffDataToEnd{Room(chunk)};
+    }
     if (chunk.size > kNoEnd - 1 - chunk.offset) return std::nullopt;
     offset = chunk.offset + chunk.size + (chunk.size & 1);
     return chunk;
   }
+
+  /// Bytes from where the chunk's content begins to the end of the input.
+  std::uint64_t Room(const Chunk& chunk) const { return input_end_ - std::min(chunk.offset, input_end_); }
 
   /// Whether the size of a data chunk only says that its writer did not know it. Sizes near 2 and 4 GiB have been left
   /// by writers whose limit they were; where so much is there they are true. Behind a chunk that is really empty
@@ -114,7 +118,7 @@ class Scanner {
   bool IsEndless(const Chunk& chunk) {
     constexpr std::uint64_t kNear = 4096;
     constexpr std::uint64_t kHalf = std::uint64_t{1} << 31;
-    const std::uint64_t room = input_end_ - std::min(chunk.offset, input_end_);
+    const std::uint64_t room = Room(chunk);
     if (chunk.size == 0) return room > 0 && !ChunkFollows(chunk.offset);
     if (input_end_ != kNoEnd && chunk.size <= room) return false;
     return (chunk.size >= kHalf - kNear && chunk.size <= kHalf) || chunk.size > kUnknownSize - kNear;
@@ -194,8 +198,7 @@ class Scanner {
   }
 
   std::vector<std::uint8_t> ReadText(const Chunk& chunk) {
-    const std::uint64_t there = input_end_ - std::min(chunk.offset, input_end_);
-    if (chunk.size > there) return {};  // half a text would pass for a whole one
+    if (chunk.size > Room(chunk)) return {};  // half a text would pass for a whole one
     if (chunk.size > kLargestText || chunk.size > kLargestTextSum - text_bytes_) {
       scan_.incomplete = true;
       return {};

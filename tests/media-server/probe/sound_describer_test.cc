@@ -12,6 +12,12 @@
 namespace media_server::probe {
 namespace {
 
+void ExpectSound(const SoundFormat& sound, std::uint32_t sample_rate, std::uint32_t channels, std::uint32_t bits) {
+  EXPECT_EQ(sound.sample_rate, sample_rate);
+  EXPECT_EQ(sound.channels, channels);
+  EXPECT_EQ(sound.bits_per_sample, bits);
+}
+
 class SoundDescriberTest : public testing::Test {
  protected:
   SoundDescriberTest() {
@@ -41,26 +47,17 @@ class SoundDescriberTest : public testing::Test {
 };
 
 TEST_F(SoundDescriberTest, TakesTheContainersFactsWhereThereIsNoHeader) {
-  const SoundFormat& sound = Describe(AV_CODEC_ID_ALAC);
-  EXPECT_EQ(sound.sample_rate, 44'100u);
-  EXPECT_EQ(sound.channels, 1u);
-  EXPECT_EQ(sound.bits_per_sample, 16u);
+  ExpectSound(Describe(AV_CODEC_ID_ALAC), 44'100u, 1u, 16u);
 }
 
 TEST_F(SoundDescriberTest, TheHeaderOfAlacWinsOverFieldsThatWritersLeaveAlone) {
   SetHeader("00000024 616c6163 00000000 00001000 00 18 280a0e 02 00ff 00000000 00000000 00017700");
-  const SoundFormat& sound = Describe(AV_CODEC_ID_ALAC);
-  EXPECT_EQ(sound.sample_rate, 96'000u);
-  EXPECT_EQ(sound.channels, 2u);
-  EXPECT_EQ(sound.bits_per_sample, 24u);
+  ExpectSound(Describe(AV_CODEC_ID_ALAC), 96'000u, 2u, 24u);
 }
 
 TEST_F(SoundDescriberTest, TheHeaderOfFlacTellsRatesThatTheContainerHasNoRoomFor) {
   SetHeader("1000 1000 000000 000000 17700371 00000000 00000000000000000000000000000000");
-  const SoundFormat& sound = Describe(AV_CODEC_ID_FLAC);
-  EXPECT_EQ(sound.sample_rate, 96'000u);
-  EXPECT_EQ(sound.channels, 2u);
-  EXPECT_EQ(sound.bits_per_sample, 24u);
+  ExpectSound(Describe(AV_CODEC_ID_FLAC), 96'000u, 2u, 24u);
 }
 
 TEST_F(SoundDescriberTest, OpusHasTheChannelsOfItsHeaderAndItsOwnRate) {
