@@ -16,6 +16,11 @@ inline std::string_view AsText(std::span<const std::uint8_t> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+/// The text as bytes, borrowed from it.
+inline std::span<const std::uint8_t> AsBytes(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
 /// Up to `size` bytes of `source` from `offset`; fewer at its end.
 inline std::vector<std::uint8_t> ReadBytes(IByteSource& source, std::uint64_t offset, std::size_t size) {
   std::vector<std::uint8_t> bytes(size);

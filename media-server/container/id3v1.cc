@@ -21,7 +21,9 @@ std::optional<Id3v1Tag> ReadId3v1(IByteSource& source) {
   ByteReader reader(bytes);
   if (AsText(reader.Take(3)) != "TAG") return std::nullopt;
   Id3v1Tag tag;
-  for (std::string* text : {&tag.title, &tag.artist, &tag.album}) *text = TextFromUtf8OrLatin1(reader.Take(kTextSize));
+  for (std::string* text : {&tag.title, &tag.artist, &tag.album}) {
+    *text = TextFromUtf8OrWindows1252(reader.Take(kTextSize));
+  }
   if (!reader.Ok()) return std::nullopt;
   return tag;
 }

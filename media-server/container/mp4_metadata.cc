@@ -170,7 +170,7 @@ void Mp4MetadataReader::ReadItem(const Mp4Box& item, const std::vector<std::stri
   constexpr std::uint64_t kTypeAndLocale = 8;
   Mp4MetaEntry entry;
   entry.scope = scope;
-  const std::uint64_t index = ByteReader({reinterpret_cast<const std::uint8_t*>(item.type.data()), 4}).Be32();
+  const std::uint64_t index = ByteReader(AsBytes({item.type.data(), item.type.size()})).Be32();
   const bool is_named = index >= 1 && index <= keys.size();
   const bool is_number = index < 0x01000000;  // no four characters: an index that no table explains
   if (!is_named && is_number) return;

@@ -17,7 +17,6 @@ using namespace std::string_view_literals;
 using Bytes = std::span<const std::uint8_t>;
 
 constexpr int kMostChunks = 4096;
-constexpr std::size_t kMostTexts = 1024;
 constexpr std::size_t kLargestText = std::size_t{1} << 20;
 constexpr std::size_t kLargestTextSum = std::size_t{16} << 20;
 constexpr std::uint64_t kChunkHead = 8;
@@ -56,10 +55,9 @@ class Scanner {
     ByteReader reader(head);
     const std::string_view id = AsText(reader.Take(4));
     const std::uint32_t size = reader.Le32();
-    const std::string_view type = AsText(reader.Take(4));
+    reader.Skip(4);  // type
     const bool is_form = id == "RIFF" || id == "RF64" || id == "BW64";
     if (!reader.Ok() || !is_form || !CountChunk()) return std::nullopt;
-    if (scan_.form_type.empty()) scan_.form_type = KeyFromFourCharacters(type);
 
     const bool is_unknown = size == kUnknownSize || size <= kSmallestWave;
     std::uint64_t end = is_unknown ? input_end_ : offset + kChunkHead + size;
@@ -73,13 +71,7 @@ class Scanner {
   }
 
   void ReadChunks(std::uint64_t offset, std::uint64_t end) {
-    while (const auto chunk = NextChunk(offset, end)) {
-      if (chunk->Id() == "LIST") {
-        ReadList(*chunk, std::min(end, chunk->offset + chunk->size));
-      } else {
-        ReadChunk(*chunk);
-      }
-    }
+    while (const auto chunk = NextChunk(offset, end)) ReadChunk(*chunk);
   }
 
   /// The chunk at `offset`, which moves to the next one.
@@ -132,31 +124,13 @@ class Scanner {
     return reader.Ok() && IsPrintable(id) && size <= input_end_ - offset - kChunkHead;
   }
 
-  bool CountChunk() {
-    if (++chunks_ <= kMostChunks) return true;
-    scan_.incomplete = true;
-    return false;
-  }
-
-  void ReadList(const Chunk& list, std::uint64_t end) {
-    const auto type = ReadBytes(source_, list.offset, 4);
-    std::uint64_t offset = list.offset + 4;
-    if (AsText(type) == "INFO") {
-      while (const auto chunk = NextChunk(offset, end)) AddText(*chunk);
-    } else if (AsText(type) == "hdrl") {
-      while (const auto chunk = NextChunk(offset, end)) {
-        if (chunk->Id() == "IDIT") AddText(*chunk);
-      }
-    }
-  }
+  bool CountChunk() { return ++chunks_ <= kMostChunks; }
 
   void ReadChunk(const Chunk& chunk) {
     if (chunk.Id() == "ds64") large_data_size_ = ReadLargeDataSize(chunk);
-    if (chunk.Id() == "IDIT") AddText(chunk);
     if (chunk.Id() == "bext" && !scan_.broadcast) scan_.broadcast = ReadBroadcast(chunk);
     if (chunk.Id() == "AIGC") KeepFirst(chunk, scan_.aigc);
     if (chunk.Id() == "_PMX") KeepFirst(chunk, scan_.xmp);
-    if ((chunk.Id() == "id3 " || chunk.Id() == "ID3 ") && !scan_.id3) scan_.id3 = RiffPart{chunk.offset, chunk.size};
   }
 
   /// EBU Tech 3306: the 64-bit sizes of the form and of its data chunk.
@@ -169,16 +143,16 @@ class Scanner {
   }
 
   RiffBroadcast ReadBroadcast(const Chunk& chunk) {
-    constexpr std::size_t kTextsSize = 256 + 32 + 32 + 10 + 8;
-    const auto bytes =
-        ReadBytes(source_, chunk.offset, static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size, kTextsSize)));
+    // Behind the description, the originator and its reference.
+    constexpr std::uint64_t kDate = 256 + 32 + 32;
+    constexpr std::size_t kDateSize = 10;
+    constexpr std::size_t kTimeSize = 8;
+    if (chunk.size < kDate + kDateSize + kTimeSize) return {};
+    const auto bytes = ReadBytes(source_, chunk.offset + kDate, kDateSize + kTimeSize);
     ByteReader reader(bytes);
     RiffBroadcast broadcast;
-    broadcast.description = TextFromUtf8OrLatin1(reader.Take(256));
-    broadcast.originator = TextFromUtf8OrLatin1(reader.Take(32));
-    reader.Skip(32);  // reference
-    broadcast.origination_date = TextFromUtf8OrLatin1(reader.Take(10));
-    broadcast.origination_time = TextFromUtf8OrLatin1(reader.Take(8));
+    broadcast.origination_date = TextFromUtf8(reader.Take(kDateSize));
+    broadcast.origination_time = TextFromUtf8(reader.Take(kTimeSize));
     return broadcast;
   }
 
@@ -188,21 +162,9 @@ class Scanner {
     if (!text.empty()) kept = std::move(text);
   }
 
-  void AddText(const Chunk& chunk) {
-    if (scan_.texts.size() >= kMostTexts) {
-      scan_.incomplete = true;
-      return;
-    }
-    std::string value = TextFromUtf8OrLatin1(ReadText(chunk));
-    if (!value.empty()) scan_.texts.push_back({KeyFromFourCharacters(chunk.Id()), std::move(value)});
-  }
-
   std::vector<std::uint8_t> ReadText(const Chunk& chunk) {
     if (chunk.size > Room(chunk)) return {};  // half a text would pass for a whole one
-    if (chunk.size > kLargestText || chunk.size > kLargestTextSum - text_bytes_) {
-      scan_.incomplete = true;
-      return {};
-    }
+    if (chunk.size > kLargestText || chunk.size > kLargestTextSum - text_bytes_) return {};
     text_bytes_ += static_cast<std::size_t>(chunk.size);
     return ReadBytes(source_, chunk.offset, static_cast<std::size_t>(chunk.size));
   }

@@ -30,6 +30,13 @@ constexpr std::array<char16_t, 128> kMacRoman = {
     0x0131, 0x02C6, 0x02DC, 0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7,
 };
 
+// 80 to 9F of Windows-1252, by the table Microsoft published ("CP1252.TXT", 1998), which leaves five of them open.
+constexpr std::array<char16_t, 32> kWindows1252 = {
+    0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD, 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178,
+};
+
 Bytes UpToNul(Bytes bytes) {
   return bytes.first(static_cast<std::size_t>(std::ranges::find(bytes, 0) - bytes.begin()));
 }
@@ -50,7 +57,20 @@ std::string FromSingleBytes(Bytes bytes, ToCodePoint to_code_point) {
 }
 
 char32_t FromMacRoman(std::uint8_t byte) { return byte < 0x80 ? byte : kMacRoman[byte - 0x80U]; }
-char32_t FromLatin1(std::uint8_t byte) { return byte; }
+char32_t FromWindows1252(std::uint8_t byte) {
+  return byte >= 0x80 && byte < 0xA0 ? kWindows1252[byte - 0x80U] : char32_t{byte};
+}
+
+/// Whether all that is wrong with the bytes is that their last character is cut: a single letter of another character
+/// set at the end looks alike, unless whole characters of UTF-8 stand before it.
+bool IsCutUtf8(Bytes bytes, std::size_t valid_size) {
+  const Bytes last = bytes.subspan(valid_size);
+  const std::size_t whole_size = last[0] >= 0xF0 ? 4 : last[0] >= 0xE0 ? 3 : 2;
+  const bool begins_one = last[0] >= 0xC2 && last[0] <= 0xF4 && last.size() < whole_size;
+  const auto continues = [](std::uint8_t byte) { return (byte & 0xC0U) == 0x80; };
+  return begins_one && std::ranges::all_of(last.subspan(1), continues) &&
+         std::ranges::any_of(bytes.first(valid_size), continues);
+}
 
 }  // namespace
 
@@ -106,9 +126,12 @@ std::string TextFromUtf8OrMacRoman(Bytes bytes) {
   return FromSingleBytes(bytes, FromMacRoman);
 }
 
-std::string TextFromUtf8OrLatin1(Bytes bytes) {
-  if (IsValidUtf8(UpToNul(bytes))) return TextFromUtf8(bytes);
-  return FromSingleBytes(bytes, FromLatin1);
+std::string TextFromUtf8OrWindows1252(Bytes bytes) {
+  const Bytes content = UpToNul(bytes);
+  const auto valid_size =
+      static_cast<std::size_t>(utf8::find_invalid(content.begin(), content.end()) - content.begin());
+  if (valid_size == content.size() || IsCutUtf8(content, valid_size)) return TextFromUtf8(content.first(valid_size));
+  return FromSingleBytes(content, FromWindows1252);
 }
 
 bool IsPlainUtf8(Bytes bytes) {

@@ -146,7 +146,7 @@ void TakePngText(const PngText& text, EmbeddedMetadata& metadata) {
   if (text.keyword == "XML:com.adobe.xmp") metadata.AddXmp(text.text);
   if (text.keyword != "AIGC" || !metadata.aigc.empty()) return;
   // ISO 8859-1 by the standard (PNG 11.3.3.2), UTF-8 by most writers.
-  metadata.aigc = TextFromUtf8OrLatin1({reinterpret_cast<const std::uint8_t*>(text.text.data()), text.text.size()});
+  metadata.aigc = TextFromUtf8OrWindows1252(AsBytes(text.text));
 }
 
 Bytes WithoutExifName(Bytes exif) {

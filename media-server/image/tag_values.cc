@@ -2,12 +2,13 @@
 
 #include <cmath>
 
+#include "media-server/container/byte_reader.h"
 #include "media-server/container/text.h"
 
 namespace media_server::image {
 
 std::optional<std::string> TextOf(std::string_view text) {
-  std::string valid = TextFromUtf8({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  std::string valid = TextFromUtf8(AsBytes(text));
   if (valid.find_first_not_of(" \t\r\n") == valid.npos) return std::nullopt;
   return valid;
 }

@@ -5,6 +5,8 @@
 #include <span>
 #include <string_view>
 
+#include "media-server/container/byte_reader.h"
+#include "media-server/container/text.h"
 #include "media-server/metadata/iso6709.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/metadata/xmp_label.h"
@@ -55,6 +57,9 @@ constexpr Field kFields[] = {
     {&MediaTags::aigc, kAigcKeys},
 };
 
+/// Demuxers of formats that never said what character set their texts are in.
+constexpr std::string_view kWithoutCharacterSet[] = {"avi", "rm", "wav"};
+
 std::string Clean(std::string_view text) { return platform::ToValidUtf8(platform::CutUtf8(text, kLongestText)); }
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
@@ -67,6 +72,13 @@ class TagSources {
  public:
   TagSources(const AVFormatContext& context, const ContainerFacts& container)
       : context_(context), container_(container) {}
+
+  /// What `Find` finds, as valid UTF-8.
+  std::string FindText(std::span<const std::string_view> keys) const {
+    const std::string_view found = platform::CutUtf8(Find(keys), kLongestText);
+    const bool says_its_set = std::ranges::find(kWithoutCharacterSet, Demuxer()) == std::end(kWithoutCharacterSet);
+    return says_its_set ? platform::ToValidUtf8(found) : TextFromUtf8OrWindows1252(AsBytes(found));
+  }
 
   /// The value under the best key of the first place that has one; borrowed; empty when there is none.
   std::string_view Find(std::span<const std::string_view> keys) const {
@@ -81,7 +93,8 @@ class TagSources {
   }
 
  private:
-  bool TagsAreOnStreams() const { return std::string_view(context_.iformat->name) == "ogg"; }
+  std::string_view Demuxer() const { return context_.iformat->name; }
+  bool TagsAreOnStreams() const { return Demuxer() == "ogg"; }
 
   // libavformat mixes several tables of named keys up and lets a track's title replace the movie's; our own reader does
   // not.
@@ -137,7 +150,7 @@ std::optional<std::int64_t> RecordingTime(const TagSources& sources, const Conta
 MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& container) {
   const TagSources sources(context, container);
   MediaTags tags;
-  for (const Field& field : kFields) tags.*field.text = Clean(sources.Find(field.keys));
+  for (const Field& field : kFields) tags.*field.text = sources.FindText(field.keys);
   if (container.id3v1) {
     if (tags.title.empty()) tags.title = container.id3v1->title;
     if (tags.artist.empty()) tags.artist = container.id3v1->artist;

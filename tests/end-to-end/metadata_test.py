@@ -487,6 +487,10 @@ class HostileTags(unittest.TestCase):
                 record = self.bounded_record(Made.write(f"bad_byte.{name}", self.titled(name, b"be\xfffore")))
                 self.assertEqual(record["metadata"][KEY + "Title"], "be\ufffdfore")
 
+    def test_riff_without_a_character_set(self):
+        record = self.bounded_record(Made.write("windows.wav", self.titled("wav", "Für “Élise” €".encode("cp1252"))))
+        self.assertEqual(record["metadata"][KEY + "Title"], "Für “Élise” €")
+
     def test_embedded_nul_ends_or_leaves_the_text(self):
         for name in ("mp3", "flac", "mp4", "wav"):
             with self.subTest(name=name):

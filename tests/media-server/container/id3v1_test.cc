@@ -31,7 +31,7 @@ TEST(Id3v1Test, ReadsTheTextsAtTheEndOfTheFile) {
   EXPECT_EQ(tag->album, "Album");
 }
 
-TEST(Id3v1Test, DropsPaddingAndReadsLatin1) {
+TEST(Id3v1Test, DropsPaddingAndReadsWindows1252) {
   const auto tag = Read(Tag("Caf\xE9   ", "", "A title of exactly thirty char"));
   ASSERT_TRUE(tag.has_value());
   EXPECT_EQ(tag->title, "Caf\xC3\xA9");

@@ -51,9 +51,25 @@ TEST(ContainerText, SurrogatesArePairedOrReplaced) {
 TEST(ContainerText, OldCharacterSetsServeWhereUtf8DoesNot) {
   EXPECT_EQ(TextFromUtf8OrMacRoman(Bytes("caf\x8E"sv)), "café");
   EXPECT_EQ(TextFromUtf8OrMacRoman(Bytes("\xA9 1999"sv)), "© 1999");
-  EXPECT_EQ(TextFromUtf8OrLatin1(Bytes("caf\xE9"sv)), "café");
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("caf\xE9"sv)), "café");
   EXPECT_EQ(TextFromUtf8OrMacRoman(Bytes("café")), "café");
-  EXPECT_EQ(TextFromUtf8OrLatin1(Bytes("café")), "café");
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("café")), "café");
+}
+
+TEST(ContainerText, Windows1252HasPrintableCharactersWhereLatin1HasNone) {
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("\x93Gr\xF6\xDF"
+                                            "e\x94 \x80"sv)),
+            "“Größe” €");
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("\x9F\xA0\xFF"sv)), "\u0178\u00A0\u00FF");
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("\x81"sv)), "\uFFFD") << "means nothing";
+}
+
+TEST(ContainerText, Utf8MayBeCutByTheEndOfItsField) {
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("für caf\xC3"sv)), "für caf");
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("für \xF0\x9F\x98"sv)), "für");
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("caf\xE9"sv)), "café") << "nothing else says that it is UTF-8";
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("für caf\xE9 "sv)), "fÃ¼r café") << "not at the end";
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("für \xC0"sv)), "fÃ¼r À") << "begins no character";
 }
 
 TEST(ContainerText, PlainUtf8HasNoControlCharacters) {

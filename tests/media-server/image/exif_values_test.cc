@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "media-server/container/byte_reader.h"
 #include "tests/media-server/container/memory_source.h"
 #include "tests/media-server/image/tiff_builder.h"
 
@@ -23,10 +24,6 @@ constexpr std::uint16_t kGpsPointer = 0x8825;
 ExifValues Read(const std::string& structure, std::uint64_t base = 0) {
   MemorySource source(structure);
   return ReadExifValues(source, base);
-}
-
-std::span<const std::uint8_t> AsBytes(const std::string& text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 /// Values by directory, as the builder writes them.

@@ -214,7 +214,7 @@ TEST(Png, LeavesOutProfilesAndTextsThatAreDamaged) {
   }
 }
 
-TEST(Png, TakesALabelThatIsNoUtf8AsLatin1) {
+TEST(Png, TakesALabelThatIsNoUtf8AsWindows1252) {
   EXPECT_EQ(ReadPicture(Still(TextChunk("AIGC", "{\"L\":\"\xE9\xFF\"}")))->metadata.aigc, "{\"L\":\"\u00E9\u00FF\"}");
   EXPECT_EQ(ReadPicture(Still(TextChunk("AIGC", "{\"L\":\"\u00E9\"}")))->metadata.aigc, "{\"L\":\"\u00E9\"}");
 }

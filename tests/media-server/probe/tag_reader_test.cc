@@ -16,6 +16,11 @@ constexpr std::int64_t kRecorded = 1'546'398'245;
 
 class TagReaderTest : public testing::Test {
  protected:
+  TagReaderTest() { UseDemuxer("mp4"); }
+  // Nothing was opened that a demuxer could close.
+  ~TagReaderTest() override { UseDemuxer(nullptr); }
+
+  void UseDemuxer(const char* name) { context_->iformat = name ? av_find_input_format(name) : nullptr; }
   void AddMovieTag(Mp4MetaNamespace name_space, const std::string& key, const std::string& value) {
     if (!container_.movie) container_.movie.emplace();
     Mp4MetaEntry entry;
@@ -74,6 +79,20 @@ TEST_F(TagReaderTest, TakesTheWordsOfCoreAudioFiles) {
   AddTag("recorded date", "2019-01-02 03:04:05Z");
   EXPECT_EQ(ReadTags(*context_, container_).track_number, "3");
   EXPECT_EQ(Created(), kRecorded);
+}
+
+TEST_F(TagReaderTest, TextsWithoutACharacterSetAreWindows1252) {
+  AddTag("title",
+         "F\xFCr \x93"
+         "Elise\x94");
+  EXPECT_EQ(ReadTags(*context_, container_).title, "F\uFFFDr \uFFFDElise\uFFFD") << "MP4 says that it is UTF-8";
+  for (const char* demuxer : {"wav", "avi", "rm"}) {
+    UseDemuxer(demuxer);
+    EXPECT_EQ(ReadTags(*context_, container_).title, "Für “Elise”") << demuxer;
+  }
+  av_dict_free(&context_->metadata);
+  AddTag("title", "Für “Elise”");
+  EXPECT_EQ(ReadTags(*context_, container_).title, "Für “Elise”");
 }
 
 /// A packet with these properties as attributes.
