@@ -34,12 +34,9 @@ inline bool IsReducedRatio(const std::optional<core::Rational>& ratio) {
 inline void CheckSize(const PictureParameters& picture) {
   const bool sized = picture.width.has_value();
   FUZZ_CHECK(picture.height.has_value() == sized);
-  FUZZ_CHECK(picture.coded_width.has_value() == sized);
-  FUZZ_CHECK(picture.coded_height.has_value() == sized);
   if (!sized) return;
-  FUZZ_CHECK(*picture.width >= 1 && *picture.width <= *picture.coded_width);
-  FUZZ_CHECK(*picture.height >= 1 && *picture.height <= *picture.coded_height);
-  FUZZ_CHECK(*picture.coded_width <= 65535 && *picture.coded_height <= 65535);
+  FUZZ_CHECK(*picture.width >= 1 && *picture.width <= 65535);
+  FUZZ_CHECK(*picture.height >= 1 && *picture.height <= 65535);
 }
 
 inline void CheckColor(const ColorDescription& color) {
@@ -62,7 +59,6 @@ inline void CheckPicture(const PictureParameters& picture) {
   FUZZ_CHECK(InRange(picture.level, 0, 255));
   FUZZ_CHECK(InRange(picture.bit_depth, 1, 16));
   FUZZ_CHECK(InRange(picture.reference_frames, 0, 16));
-  FUZZ_CHECK(InRange(picture.reorder_frames, 0, 16));
   FUZZ_CHECK(InRange(picture.views, 2, 1024));
   FUZZ_CHECK(IsReducedRatio(picture.sample_aspect_ratio));
   FUZZ_CHECK(IsReducedRatio(picture.frame_rate));

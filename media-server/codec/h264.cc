@@ -82,6 +82,13 @@ void SkipHrd(BitReader& bits) {
   bits.Skip(20);  // lengths of delays and of the time offset
 }
 
+/// The fields behind bitstream_restriction_flag.
+void SkipRestrictions(BitReader& bits) {
+  bits.Skip(1);  // motion_vectors_over_pic_boundaries_flag
+  for (int i = 0; i < 6; ++i) bits.UnsignedGolomb();
+}
+
+/// Leaves `bits` behind it: more may follow in a subset sequence parameter set.
 void ReadUsability(BitReader& bits, PictureParameters& picture) {
   ReadCommonUsability(bits, picture);
   if (bits.Flag()) {  // timing_info_present_flag
@@ -96,11 +103,7 @@ void ReadUsability(BitReader& bits, PictureParameters& picture) {
   if (vcl_hrd) SkipHrd(bits);
   if (nal_hrd || vcl_hrd) bits.Skip(1);  // low_delay_hrd_flag
   bits.Skip(1);                          // pic_struct_present_flag
-  if (!bits.Flag()) return;              // bitstream_restriction_flag
-  bits.Skip(1);                          // motion_vectors_over_pic_boundaries_flag
-  for (int i = 0; i < 4; ++i) bits.UnsignedGolomb();
-  const std::uint32_t reorder_frames = bits.UnsignedGolomb();
-  if (bits.Ok() && reorder_frames <= kMaxFrames) picture.reorder_frames = static_cast<int>(reorder_frames);
+  if (bits.Flag()) SkipRestrictions(bits);
 }
 
 struct SequenceParameterSet {
@@ -131,8 +134,7 @@ std::optional<ChromaFormat> ReadHighFields(BitReader& bits, PictureParameters& p
   return chroma;
 }
 
-/// True when decoding order is output order (picture order count type 2).
-bool ReadPictureOrder(BitReader& bits) {
+void SkipPictureOrder(BitReader& bits) {
   const std::uint32_t type = bits.UnsignedGolomb();
   if (type == 0) bits.UnsignedGolomb();  // log2_max_pic_order_cnt_lsb_minus4
   if (type == 1) {
@@ -142,7 +144,6 @@ bool ReadPictureOrder(BitReader& bits) {
     const std::uint32_t cycle = bits.UnsignedGolomb();
     for (std::uint32_t i = 0; i < cycle && bits.Ok(); ++i) bits.SignedGolomb();
   }
-  return type == 2;
 }
 
 bool ReadSize(BitReader& bits, const ChromaFormat& chroma, PictureParameters& picture) {
@@ -185,7 +186,7 @@ std::optional<SequenceParameterSet> ReadSequenceParameterSet(BitReader& bits) {
   if (!chroma) return std::nullopt;
 
   bits.UnsignedGolomb();  // log2_max_frame_num_minus4
-  if (ReadPictureOrder(bits)) picture.reorder_frames = 0;
+  SkipPictureOrder(bits);
   const std::uint32_t reference_frames = bits.UnsignedGolomb();
   if (reference_frames <= kMaxFrames) picture.reference_frames = static_cast<int>(reference_frames);
   bits.Skip(1);  // gaps_in_frame_num_value_allowed_flag

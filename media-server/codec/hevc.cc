@@ -19,8 +19,6 @@ enum NalType : unsigned {
   kVideoParameterSet = 32,
   kSequenceParameterSet = 33,
   kPrefixSei = 39,
-  kDolbyVisionMetadata = 62,
-  kDolbyVisionEnhancement = 63,
 };
 
 constexpr std::size_t kNalHeaderSize = 2;
@@ -129,14 +127,6 @@ std::optional<NalConfiguration> ReadHevcConfiguration(std::span<const std::uint8
   return configuration;
 }
 
-std::optional<PictureParameters> ReadHevcParameterSets(std::span<const std::uint8_t> sample, int nal_length_size) {
-  const ParameterSets sets = CollectSets(sample, nal_length_size);
-  if (!sets.HasSequence()) return std::nullopt;
-  PictureParameters picture;
-  sets.Complete(picture);
-  return picture;
-}
-
 SeiFacts ReadHevcSei(std::span<const std::uint8_t> sample, int nal_length_size) {
   return CollectSets(sample, nal_length_size).Sei();
 }
@@ -151,14 +141,6 @@ std::optional<HevcPictureKind> KindOfHevcPicture(std::span<const std::uint8_t> s
     return type == kCra ? HevcPictureKind::kCra : HevcPictureKind::kOther;
   }
   return std::nullopt;
-}
-
-bool HasDolbyVisionUnits(std::span<const std::uint8_t> sample, int nal_length_size) {
-  NalReader nals(sample, nal_length_size);
-  for (auto nal = nals.Next(); !nal.empty(); nal = nals.Next()) {
-    if (TypeOf(nal) == kDolbyVisionMetadata || TypeOf(nal) == kDolbyVisionEnhancement) return true;
-  }
-  return false;
 }
 
 }  // namespace media_server::codec

@@ -13,11 +13,7 @@ namespace media_server::codec {
 /// the base layer that can be read; where a record holds none, its own fields remain. Empty when the bytes are neither.
 std::optional<NalConfiguration> ReadHevcConfiguration(std::span<const std::uint8_t> extradata);
 
-/// Reads the parameter sets before the first slice of a sample (ITU-T H.265, 7.3.2); `nal_length_size` as `NalReader`
-/// takes it. Empty when it has no sequence parameter set that can be read.
-std::optional<PictureParameters> ReadHevcParameterSets(std::span<const std::uint8_t> sample, int nal_length_size);
-
-/// What the prefix SEI messages before the first slice of a sample tell.
+/// What the prefix SEI messages before the first slice of a sample tell; `nal_length_size` as `NalReader` takes it.
 SeiFacts ReadHevcSei(std::span<const std::uint8_t> sample, int nal_length_size);
 
 /// Kinds of pictures by the random access that they allow (table 7-1).
@@ -31,9 +27,5 @@ enum class HevcPictureKind {
 /// The kind of the first coded picture of the base layer in a sample; empty when no slice is found. The first bytes of
 /// a sample are enough as long as they reach the slice's header.
 std::optional<HevcPictureKind> KindOfHevcPicture(std::span<const std::uint8_t> sample, int nal_length_size);
-
-/// True when the sample carries a Dolby Vision reference processing unit or enhancement layer (NAL types 62 and 63).
-/// They follow the slices, so this wants the whole sample.
-bool HasDolbyVisionUnits(std::span<const std::uint8_t> sample, int nal_length_size);
 
 }  // namespace media_server::codec

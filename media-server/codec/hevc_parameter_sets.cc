@@ -25,21 +25,16 @@ void SkipSubLayers(BitReader& bits, std::uint32_t max_sub_layers_minus1) {
   bits.Skip(sub_layer_bits);
 }
 
-struct SubLayerOrdering {
-  std::uint32_t max_dec_pic_buffering_minus1 = 0;
-  std::uint32_t max_num_reorder = 0;
-};
-
-/// The ordering information of the highest sub-layer.
-SubLayerOrdering ReadSubLayerOrdering(BitReader& bits, std::uint32_t max_sub_layers_minus1) {
+/// The ordering information: max_dec_pic_buffering_minus1 of the highest sub-layer.
+std::uint32_t ReadBuffering(BitReader& bits, std::uint32_t max_sub_layers_minus1) {
   const bool for_each = bits.Flag();  // sub_layer_ordering_info_present_flag
-  SubLayerOrdering ordering;
+  std::uint32_t buffering_minus1 = 0;
   for (std::uint32_t i = for_each ? 0 : max_sub_layers_minus1; i <= max_sub_layers_minus1; ++i) {
-    ordering.max_dec_pic_buffering_minus1 = bits.UnsignedGolomb();
-    ordering.max_num_reorder = bits.UnsignedGolomb();
+    buffering_minus1 = bits.UnsignedGolomb();
+    bits.UnsignedGolomb();  // max_num_reorder_pics
     bits.UnsignedGolomb();  // max_latency_increase_plus1
   }
-  return ordering;
+  return buffering_minus1;
 }
 
 std::optional<core::Rational> ReadTiming(BitReader& bits) {
@@ -242,13 +237,6 @@ bool SetSize(const CodedSize& size, std::uint32_t chroma_format_idc, PicturePara
                         (std::uint64_t{size.crop[2]} + size.crop[3]) * unit_y);
 }
 
-void SetOrdering(const SubLayerOrdering& ordering, PictureParameters& picture) {
-  if (ordering.max_dec_pic_buffering_minus1 < kMaxFrames) {
-    picture.reference_frames = static_cast<int>(ordering.max_dec_pic_buffering_minus1) + 1;
-  }
-  if (ordering.max_num_reorder < kMaxFrames) picture.reorder_frames = static_cast<int>(ordering.max_num_reorder);
-}
-
 }  // namespace
 
 void ReadHevcProfileTierLevel(BitReader& bits, PictureParameters& picture) {
@@ -284,7 +272,7 @@ HevcVideoParameterSet ReadHevcVideoParameterSet(std::span<const std::uint8_t> pa
   if (max_sub_layers_minus1 > kMaxSubLayersMinus1) return set;
   bits.Skip(1 + 16 + kProfileBits + 8);  // temporal id nesting, reserved bits, general profile, tier and level
   SkipSubLayers(bits, max_sub_layers_minus1);
-  ReadSubLayerOrdering(bits, max_sub_layers_minus1);
+  ReadBuffering(bits, max_sub_layers_minus1);
   const std::uint32_t max_layer_id = bits.Bits(6);
   const std::uint32_t layer_sets_minus1 = bits.UnsignedGolomb();
   if (layer_sets_minus1 > kMaxLayerSetsMinus1) return set;
@@ -318,10 +306,10 @@ std::optional<PictureParameters> ReadHevcSequenceParameterSet(std::span<const st
   const std::uint32_t chroma_above_8 = bits.UnsignedGolomb();
   const std::uint32_t log2_max_order_count = bits.UnsignedGolomb() + 4;
   if (luma_above_8 > 8 || chroma_above_8 > 8 || log2_max_order_count > 16) return std::nullopt;
-  const SubLayerOrdering ordering = ReadSubLayerOrdering(bits, max_sub_layers_minus1);
+  const std::uint32_t buffering_minus1 = ReadBuffering(bits, max_sub_layers_minus1);
   if (!bits.Ok() || !SetSize(size, chroma_format_idc, picture)) return std::nullopt;
   picture.bit_depth = static_cast<int>(8 + luma_above_8);
-  SetOrdering(ordering, picture);
+  if (buffering_minus1 < kMaxFrames) picture.reference_frames = static_cast<int>(buffering_minus1) + 1;
   if (SkipCodingTools(bits, log2_max_order_count) && bits.Flag()) ReadUsability(bits, picture);
   picture.chroma_sampling = ChromaSampling(chroma_format_idc, picture.color);
   return picture;

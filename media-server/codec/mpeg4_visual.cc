@@ -69,8 +69,7 @@ bool ReadLayer(BitReader& bits, PictureParameters& picture) {
   picture.sample_aspect_ratio = ReadAspectRatio(bits);
   if (bits.Flag()) {  // vol_control_parameters
     bits.Skip(2);     // chroma_format: always 4:2:0
-    const bool low_delay = bits.Flag();
-    if (low_delay) picture.reorder_frames = 0;
+    bits.Skip(1);     // low_delay
     if (bits.Flag()) bits.Skip(kBufferParameterBits);
   }
   if (bits.Bits(2) != kRectangular) return false;

@@ -40,10 +40,8 @@ struct PictureParameters {
   std::optional<int> level;
   std::optional<bool> high_tier;  ///< HEVC, VVC, AV1: true for the high tier, false for the main tier
 
-  std::optional<std::uint32_t> coded_width;   ///< in pixels, before cropping
-  std::optional<std::uint32_t> coded_height;  ///< in pixels, before cropping
-  std::optional<std::uint32_t> width;         ///< in pixels, after cropping
-  std::optional<std::uint32_t> height;        ///< in pixels, after cropping
+  std::optional<std::uint32_t> width;   ///< in pixels, after cropping
+  std::optional<std::uint32_t> height;  ///< in pixels, after cropping
   std::optional<core::Rational> sample_aspect_ratio;
 
   std::optional<int> bit_depth;        ///< bits per luma sample, 1 to 16
@@ -52,7 +50,6 @@ struct PictureParameters {
   std::optional<bool> alpha;
 
   std::optional<int> reference_frames;  ///< frames kept for reference, 0 and up
-  std::optional<int> reorder_frames;    ///< frames by which output may lag behind decoding, 0 and up
   std::optional<bool> cabac;
   /// True when no picture of the stream can be interlaced, false when interlaced pictures may occur.
   std::optional<bool> progressive_only;

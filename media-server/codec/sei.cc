@@ -12,13 +12,6 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-void ReadRegisteredUserData(Bytes message, SeiFacts& facts) {
-  // Country code (United States), provider code 0x003C, provider oriented code 1, application identifier 4.
-  constexpr std::array<std::uint8_t, 6> kSt2094App4 = {0xB5, 0x00, 0x3C, 0x00, 0x01, 0x04};
-  if (message.size() < kSt2094App4.size()) return;
-  facts.dynamic_hdr = facts.dynamic_hdr || std::ranges::equal(message.first(kSt2094App4.size()), kSt2094App4);
-}
-
 void ReadFramePacking(Bytes message, SeiFacts& facts) {
   BitReader bits(message);
   bits.UnsignedGolomb();    // frame_packing_arrangement_id
@@ -31,10 +24,6 @@ void ReadFramePacking(Bytes message, SeiFacts& facts) {
 void ReadMasteringDisplay(Bytes message, SeiFacts& facts) {
   // Three primaries and the white point as two 16-bit numbers each, two luminances of 32 bits.
   if (message.size() >= 24) facts.mastering_display = true;
-}
-
-void ReadContentLightLevel(Bytes message, SeiFacts& facts) {
-  if (message.size() >= 4) facts.content_light_level = true;
 }
 
 void ReadAlternativeTransfer(Bytes message, SeiFacts& facts) {
@@ -54,11 +43,9 @@ struct MessageReader {
   void (*read)(Bytes message, SeiFacts& facts);
 };
 
-constexpr std::array<MessageReader, 6> kReaders = {{
-    {4, ReadRegisteredUserData},
+constexpr std::array<MessageReader, 4> kReaders = {{
     {45, ReadFramePacking},
     {137, ReadMasteringDisplay},
-    {144, ReadContentLightLevel},
     {147, ReadAlternativeTransfer},
     {165, ReadAlphaChannel},
 }};

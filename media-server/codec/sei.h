@@ -19,8 +19,6 @@ enum class FramePacking {
 /// What supplemental enhancement information tells about a whole stream.
 struct SeiFacts {
   bool mastering_display = false;         ///< a mastering display colour volume (payload 137) is there
-  bool content_light_level = false;       ///< content light levels (payload 144) are there
-  bool dynamic_hdr = false;               ///< SMPTE ST 2094-40 metadata (payload 4) is there
   bool alpha_channel = false;             ///< an alpha channel is described (payload 165)
   std::optional<int> preferred_transfer;  ///< H.273 number of the alternative transfer characteristics (payload 147)
   std::optional<FramePacking> frame_packing;  ///< frame packing arrangement (payload 45)

@@ -98,8 +98,6 @@ bool SetPictureSize(PictureParameters& picture, std::uint64_t coded_width, std::
   if (coded_width == 0 || coded_height == 0) return false;
   if (coded_width > kMaxPictureSide || coded_height > kMaxPictureSide) return false;
   const bool croppable = crop_width < coded_width && crop_height < coded_height;
-  picture.coded_width = static_cast<std::uint32_t>(coded_width);
-  picture.coded_height = static_cast<std::uint32_t>(coded_height);
   picture.width = static_cast<std::uint32_t>(coded_width - (croppable ? crop_width : 0));
   picture.height = static_cast<std::uint32_t>(coded_height - (croppable ? crop_height : 0));
   return true;

@@ -69,31 +69,6 @@ bool ReadIntraFormat(BitReader& bits, bool is_key, std::uint32_t profile, Pictur
 
 }  // namespace
 
-std::optional<PictureParameters> ReadVp9Configuration(std::span<const std::uint8_t> box) {
-  constexpr std::array<int, 4> kSampling = {kChroma420, kChroma420, kChroma422, kChroma444};  // 0: vertical siting
-  BitReader bits(box);
-  if (bits.Bits(8) != 1) return std::nullopt;
-  bits.Skip(24);  // flags
-  const std::uint32_t profile = bits.Bits(8);
-  const std::uint32_t level = bits.Bits(8);
-  const std::uint32_t bit_depth = bits.Bits(4);
-  const std::uint32_t chroma = bits.Bits(3);
-  const bool full_range = bits.Flag();
-  const std::uint32_t primaries = bits.Bits(8);
-  const std::uint32_t transfer = bits.Bits(8);
-  const std::uint32_t matrix = bits.Bits(8);
-  if (!bits.Ok() || profile > kMaxProfile) return std::nullopt;
-  PictureParameters picture;
-  picture.profile = static_cast<int>(profile);
-  if (level != 0) picture.level = static_cast<int>(level);
-  if (bit_depth == 8 || bit_depth == 10 || bit_depth == 12) picture.bit_depth = static_cast<int>(bit_depth);
-  picture.color = NamedColor(primaries, transfer, matrix);
-  picture.color.full_range = full_range;
-  if (chroma < kSampling.size()) picture.chroma_sampling = kSampling[chroma];
-  if (chroma == 3) picture.chroma_sampling = ChromaSampling(3, picture.color);
-  return picture;
-}
-
 std::optional<PictureParameters> ReadVp9Frame(std::span<const std::uint8_t> sample) {
   constexpr std::uint32_t kFrameMarker = 2;
   BitReader bits(sample);

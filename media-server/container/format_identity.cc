@@ -43,7 +43,7 @@ constexpr FormatIdentity kFlashMovie = Media("swf", "swf", "Flash movie");
 constexpr FormatIdentity kHeif = Still("heif", "HEIF");
 constexpr FormatIdentity kAvif = Still("avif", "AVIF");
 constexpr FormatIdentity kCanonRaw = Still("cr3", "Canon raw image");
-constexpr FormatIdentity kSvg = {ContentKind::kSvg, {}, {"svg", "Scalable Vector Graphics"}, 0};
+constexpr FormatIdentity kSvg = {ContentKind::kSvg, {}, {"svg", "Scalable Vector Graphics"}};
 constexpr FormatIdentity kXml = Other("xml", "XML document");
 
 std::optional<FormatIdentity> IdentifyByMagic(Bytes head) {
@@ -394,9 +394,7 @@ std::optional<FormatIdentity> IdentifyFormat(IByteSource& source) {
     offset = SkipPadding(source, offset);
     if (const auto stream = ProveFrameStream(source, offset)) identity = IdentityOf(*stream);
   }
-  if (!identity) return IdentifyTarga(source);
-  identity->content_offset = offset;
-  return identity;
+  return identity ? identity : IdentifyTarga(source);
 }
 
 std::optional<FormatNames> NamesOfDemuxer(std::string_view demuxer) {
@@ -410,13 +408,6 @@ std::optional<FormatNames> NamesOfDemuxer(std::string_view demuxer) {
   }
   return std::nullopt;
 }
-
-FormatNames NamesOfMp4Brand(std::string_view brand) {
-  const FormatIdentity* const row = FindBrand(brand);
-  return row ? row->names : kMp4.names;
-}
-
-FormatNames NamesOfDocType(std::string_view doc_type) { return doc_type == "webm" ? kWebM.names : kMatroska.names; }
 
 std::vector<FormatIdentity> KnownFormats() {
   std::vector<FormatIdentity> formats(kDemuxerDefaults.begin(), kDemuxerDefaults.end());

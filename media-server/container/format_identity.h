@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -28,7 +27,6 @@ struct FormatIdentity {
   ContentKind kind = ContentKind::kOther;
   std::string_view demuxer;  ///< libavformat's demuxer, as `av_find_input_format` takes it; empty unless kind is kMedia
   FormatNames names;
-  std::uint64_t content_offset = 0;  ///< bytes of leading ID3v2 tags in front of the content that was recognised
 };
 
 /// Recognises the format of `source` from its first 4 KiB and, where ID3v2 tags stand in front (up to 16 in a row),
@@ -41,12 +39,6 @@ std::optional<FormatIdentity> IdentifyFormat(IByteSource& source);
 /// Names of the format that libavformat's demuxer `demuxer` reads, where it is one of those `IdentifyFormat` knows.
 /// `demuxer` may be a list as libavformat prints it ("mov,mp4,m4a,3gp,3g2,mj2"). Empty for others.
 std::optional<FormatNames> NamesOfDemuxer(std::string_view demuxer);
-
-/// Names by the major brand of a `ftyp` box, all four characters ("isom", "qt  ", "M4A "). An unknown brand is MP4.
-FormatNames NamesOfMp4Brand(std::string_view brand);
-
-/// Names by the document type of an EBML header ("webm", "matroska"). An unknown type is Matroska.
-FormatNames NamesOfDocType(std::string_view doc_type);
 
 /// Every format that IdentifyFormat can name, each pair of names once, in no order that means anything.
 std::vector<FormatIdentity> KnownFormats();

@@ -12,13 +12,13 @@ namespace media_server {
 
 /// Rows of the format tables, one maker for each kind of content.
 constexpr FormatIdentity Media(std::string_view demuxer, std::string_view short_name, std::string_view long_name) {
-  return {ContentKind::kMedia, demuxer, {short_name, long_name}, 0};
+  return {ContentKind::kMedia, demuxer, {short_name, long_name}};
 }
 constexpr FormatIdentity Still(std::string_view short_name, std::string_view long_name) {
-  return {ContentKind::kStillImage, {}, {short_name, long_name}, 0};
+  return {ContentKind::kStillImage, {}, {short_name, long_name}};
 }
 constexpr FormatIdentity Other(std::string_view short_name, std::string_view long_name) {
-  return {ContentKind::kOther, {}, {short_name, long_name}, 0};
+  return {ContentKind::kOther, {}, {short_name, long_name}};
 }
 
 inline constexpr FormatIdentity kJpeg2000 = Still("jp2", "JPEG 2000");

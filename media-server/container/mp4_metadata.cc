@@ -133,7 +133,7 @@ constexpr std::array kTextAtoms = {"titl"sv, "auth"sv, "perf"sv, "gnre"sv, "dscp
 Mp4MetadataReader::Mp4MetadataReader(Mp4BoxReader& boxes, std::vector<Mp4MetaEntry>& entries)
     : boxes_(boxes), entries_(entries) {}
 
-void Mp4MetadataReader::ReadMeta(const Mp4Box& meta, Mp4MetaScope scope) {
+void Mp4MetadataReader::ReadMeta(const Mp4Box& meta) {
   // QuickTime's meta is a plain box, ISO's has a version in front of its children.
   const auto start = boxes_.Payload(meta, 8);
   const bool is_plain = start.size() == 8 && AsText(start).substr(4) == "hdlr";
@@ -148,7 +148,7 @@ void Mp4MetadataReader::ReadMeta(const Mp4Box& meta, Mp4MetaScope scope) {
   while (const auto box = boxes_.Next(range)) {
     if (!box->Is("ilst")) continue;
     Mp4BoxRange items = boxes_.Children(*box);
-    while (const auto item = boxes_.Next(items)) ReadItem(*item, keys, scope);
+    while (const auto item = boxes_.Next(items)) ReadItem(*item, keys);
   }
 }
 
@@ -165,11 +165,10 @@ std::vector<std::string> Mp4MetadataReader::ReadKeys(const Mp4Box& box) {
   return keys;
 }
 
-void Mp4MetadataReader::ReadItem(const Mp4Box& item, const std::vector<std::string>& keys, Mp4MetaScope scope) {
+void Mp4MetadataReader::ReadItem(const Mp4Box& item, const std::vector<std::string>& keys) {
   constexpr std::uint64_t kVersion = 4;
   constexpr std::uint64_t kTypeAndLocale = 8;
   Mp4MetaEntry entry;
-  entry.scope = scope;
   const std::uint64_t index = ByteReader(AsBytes({item.type.data(), item.type.size()})).Be32();
   const bool is_named = index >= 1 && index <= keys.size();
   const bool is_number = index < 0x01000000;  // no four characters: an index that no table explains
@@ -183,7 +182,6 @@ void Mp4MetadataReader::ReadItem(const Mp4Box& item, const std::vector<std::stri
 
   Mp4BoxRange range = boxes_.Children(item);
   while (const auto box = boxes_.Next(range)) {
-    if (box->Is("mean")) entry.mean = TextFromUtf8(boxes_.Payload(*box, 4096, kVersion));
     if (box->Is("name") && item.Is("----")) entry.key = TextFromUtf8(boxes_.Payload(*box, 4096, kVersion));
     if (!box->Is("data")) continue;
     const auto head = boxes_.Payload(*box, 4);
@@ -197,33 +195,31 @@ void Mp4MetadataReader::ReadItem(const Mp4Box& item, const std::vector<std::stri
   }
 }
 
-void Mp4MetadataReader::ReadUserData(const Mp4Box& user_data, Mp4MetaScope scope) {
+void Mp4MetadataReader::ReadUserData(const Mp4Box& user_data) {
   Mp4BoxRange range = boxes_.Children(user_data);
   while (const auto box = boxes_.Next(range)) {
     if (box->Is("meta")) {
-      ReadMeta(*box, scope);
+      ReadMeta(*box);
     } else if (box->Is("XMP_")) {
-      ReadXmp(*box, 0, scope);
+      ReadXmp(*box);
     } else if (box->type[0] == '\xA9') {
-      ReadInternationalTexts(*box, scope);
+      ReadInternationalTexts(*box);
     } else {
-      ReadTextAtom(*box, scope);
+      ReadTextAtom(*box);
     }
   }
 }
 
-void Mp4MetadataReader::ReadXmp(const Mp4Box& box, std::uint64_t skip, Mp4MetaScope scope) {
+void Mp4MetadataReader::ReadXmp(const Mp4Box& box) {
   Mp4MetaEntry entry;
-  entry.scope = scope;
   entry.name_space = Mp4MetaNamespace::kXmp;
   entry.key = kXmpKey;
-  entry.value = TextFromUtf8(ReadValue(box, skip));
+  entry.value = TextFromUtf8(ReadValue(box));
   Add(std::move(entry));
 }
 
-void Mp4MetadataReader::ReadTextAtom(const Mp4Box& atom, Mp4MetaScope scope) {
+void Mp4MetadataReader::ReadTextAtom(const Mp4Box& atom) {
   Mp4MetaEntry entry;
-  entry.scope = scope;
   entry.name_space = Mp4MetaNamespace::kUserData;
   entry.key = KeyFromFourCharacters(atom.Type());
   if (atom.Is("loci")) {
@@ -239,16 +235,15 @@ void Mp4MetadataReader::ReadTextAtom(const Mp4Box& atom, Mp4MetaScope scope) {
 
 /// QuickTime user data text: any number of (length, language, text). Codes from 0x400 are packed ISO 639 letters and
 /// mean UTF-8, lower ones are Macintosh languages with their character sets.
-void Mp4MetadataReader::ReadInternationalTexts(const Mp4Box& atom, Mp4MetaScope scope) {
+void Mp4MetadataReader::ReadInternationalTexts(const Mp4Box& atom) {
   const auto bytes = ReadValue(atom);
   Mp4MetaEntry entry;
-  entry.scope = scope;
   entry.name_space = Mp4MetaNamespace::kUserData;
   entry.key = KeyFromFourCharacters(atom.Type());
   const bool is_item = bytes.size() >= 8 && AsText(bytes).substr(4, 4) == "data";
   if (is_item) {
     Mp4Box item = atom;
-    ReadItem(item, {}, scope);
+    ReadItem(item, {});
     return;
   }
 
@@ -289,7 +284,7 @@ std::vector<std::uint8_t> Mp4MetadataReader::ReadValue(const Mp4Box& box, std::u
 
 void Mp4MetadataReader::Add(Mp4MetaEntry entry) {
   if (entry.value.empty()) return;
-  const std::size_t size = entry.key.size() + entry.mean.size() + entry.value.size();
+  const std::size_t size = entry.key.size() + entry.value.size();
   if (entries_.size() >= kMp4MostMetadataEntries || size > kMp4LargestMetadataBytes - text_bytes_) {
     bound_reached_ = true;
     return;

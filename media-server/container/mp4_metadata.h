@@ -17,17 +17,17 @@ class Mp4MetadataReader {
   /// Both are borrowed for the reader's life.
   Mp4MetadataReader(Mp4BoxReader& boxes, std::vector<Mp4MetaEntry>& entries);
 
-  void ReadMeta(const Mp4Box& meta, Mp4MetaScope scope);
-  void ReadUserData(const Mp4Box& user_data, Mp4MetaScope scope);
-  void ReadXmp(const Mp4Box& box, std::uint64_t skip, Mp4MetaScope scope);
+  void ReadMeta(const Mp4Box& meta);
+  void ReadUserData(const Mp4Box& user_data);
+  void ReadXmp(const Mp4Box& box);
 
   /// Whether something was left out because of a bound.
   bool BoundReached() const { return bound_reached_; }
 
  private:
-  void ReadItem(const Mp4Box& item, const std::vector<std::string>& keys, Mp4MetaScope scope);
-  void ReadTextAtom(const Mp4Box& atom, Mp4MetaScope scope);
-  void ReadInternationalTexts(const Mp4Box& atom, Mp4MetaScope scope);
+  void ReadItem(const Mp4Box& item, const std::vector<std::string>& keys);
+  void ReadTextAtom(const Mp4Box& atom);
+  void ReadInternationalTexts(const Mp4Box& atom);
   std::vector<std::string> ReadKeys(const Mp4Box& keys);
   std::vector<std::uint8_t> ReadValue(const Mp4Box& box, std::uint64_t skip = 0);
   void Add(Mp4MetaEntry entry);

@@ -61,8 +61,8 @@ class MovieReader {
     TellOf(box);
     if (box.Is("ftyp") && movie_.major_brand.empty()) ReadBrands(box);
     if (box.Is("moov") && !movie_.has_moov) ReadMovie(box);
-    if (box.Is("meta")) metadata_.ReadMeta(box, Mp4MetaScope::kFile);
-    if (IsXmp(box)) metadata_.ReadXmp(box, 0, Mp4MetaScope::kFile);
+    if (box.Is("meta")) metadata_.ReadMeta(box);
+    if (IsXmp(box)) metadata_.ReadXmp(box);
     if (box.Is("mdat")) movie_.has_mdat = true;
     if (box.Is("sidx")) fragments_.ReadSegmentIndex(box);
     if (box.Is("moof")) return ReadFirstFragments(box);
@@ -116,11 +116,11 @@ class MovieReader {
         movie_.has_fragments = true;
         fragments_.ReadMovieExtends(*box, movie_.timescale);
       } else if (box->Is("meta")) {
-        metadata_.ReadMeta(*box, Mp4MetaScope::kMovieMeta);
+        metadata_.ReadMeta(*box);
       } else if (box->Is("udta")) {
-        metadata_.ReadUserData(*box, Mp4MetaScope::kMovieUserData);
+        metadata_.ReadUserData(*box);
       } else if (IsXmp(*box)) {
-        metadata_.ReadXmp(*box, 0, Mp4MetaScope::kMovieUserData);
+        metadata_.ReadXmp(*box);
       }
     }
   }
@@ -128,11 +128,7 @@ class MovieReader {
   void ReadTrack(const Mp4Box& box) {
     constexpr std::size_t kMostTracks = 1000;
     if (movie_.tracks.size() >= kMostTracks) return;
-    const std::size_t entries_before = movie_.metadata.size();
-    movie_.tracks.push_back(ReadMp4Track(boxes_, box, input_size_, metadata_));
-    for (std::size_t i = entries_before; i < movie_.metadata.size(); ++i) {
-      movie_.metadata[i].track_id = movie_.tracks.back().id;
-    }
+    movie_.tracks.push_back(ReadMp4Track(boxes_, box, input_size_));
   }
 
   bool DataEndsEarly() const {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -34,14 +33,6 @@ struct Mp4CleanAperture {
   std::uint32_t vertical_offset_d = 0;
 };
 
-/// The protection scheme of an encrypted sample entry (ISO/IEC 14496-12 8.12, ISO/IEC 23001-7 8.2).
-struct Mp4Encryption {
-  std::string original_format;  ///< sample entry behind the encryption ("avc1"); empty when not told
-  std::string scheme;           ///< "cenc", "cbcs", ...; empty when not told
-  bool is_protected = true;     ///< default_isProtected of `tenc`
-  std::optional<std::array<std::uint8_t, 16>> default_key_id;
-};
-
 /// What the decoding times say (`stts`). The last sample has no successor, so its delta counts only when it is the only
 /// one.
 struct Mp4DecodingTimes {
@@ -53,9 +44,7 @@ struct Mp4DecodingTimes {
 
 struct Mp4Track {
   std::uint32_t id = 0;
-  std::uint32_t flags = 0;  ///< tkhd: 1 enabled, 2 in movie, 4 in preview
-  Mp4HeaderTimes track_times;
-  Mp4HeaderTimes media_times;
+  Mp4HeaderTimes times;                 ///< mdhd, else tkhd
   std::uint32_t timescale = 0;          ///< mdhd, in 1/s; 0 when not told
   std::optional<Mp4Duration> duration;  ///< mdhd; empty when 0 or unknown
   /// Length of the track in the movie where its edits (`elst`) begin late, stand still, change the speed or show
@@ -66,15 +55,13 @@ struct Mp4Track {
   std::string sample_entry;  ///< first sample entry, as it stands ("avc1", "encv")
   std::uint32_t width = 0;   ///< of the first picture sample entry, in pixels
   std::uint32_t height = 0;
-  std::uint32_t channels = 0;  ///< of the first sound sample entry
-  std::uint32_t sample_rate_hz = 0;
   std::string auxiliary_type;  ///< of auxiliary pictures, a URN (`auxi`, ISO/IEC 23008-12 7.5.3); empty when not told
-  std::optional<Mp4Encryption> encryption;  ///< set when the first sample entry is encv, enca, ...
+  /// The first sample entry is encv, enca, ... (ISO/IEC 14496-12 8.12), and `tenc` does not say otherwise.
+  bool is_protected = false;
   std::optional<Mp4CleanAperture> clean_aperture;
   std::optional<std::uint32_t> sample_count;  ///< stsz or stz2
   std::optional<Mp4DecodingTimes> decoding_times;
-  std::optional<std::uint32_t> sync_sample_count;  ///< stss; empty: no table, every sample is a sync sample
-  bool has_composition_offsets = false;            ///< ctts
+  bool has_composition_offsets = false;  ///< ctts
   /// Of the first samples, at most 512, in units of the track's timescale.
   std::vector<std::int32_t> first_composition_offsets;
   std::optional<std::uint64_t> last_chunk_offset;  ///< file offset of the last chunk
@@ -83,29 +70,17 @@ struct Mp4Track {
   bool plausible = true;
 };
 
-/// Where a piece of metadata stands.
-enum class Mp4MetaScope {
-  kFile,           ///< beside moov: top-level `meta`, XMP `uuid`
-  kMovieMeta,      ///< moov.meta
-  kMovieUserData,  ///< moov.udta and moov.udta.meta
-  kTrackMeta,      ///< trak.meta
-  kTrackUserData,  ///< trak.udta and trak.udta.meta
-};
-
 /// Which naming system a metadata key belongs to.
 enum class Mp4MetaNamespace {
   kNamedKey,  ///< `keys` table: "com.apple.quicktime.make", "AIGC"
   kItunes,    ///< `ilst` item by four characters: "©nam", "trkn" (as "3/12" or "3")
-  kFreeform,  ///< iTunes `----` item: key is its name, `mean` its mean
+  kFreeform,  ///< iTunes `----` item: key is its name
   kUserData,  ///< atom directly in udta: "©xyz", "titl", "loci" (as an ISO 6709 text)
   kXmp,       ///< an XMP packet; key is "XMP"
 };
 
 struct Mp4MetaEntry {
-  Mp4MetaScope scope = Mp4MetaScope::kFile;
-  std::uint32_t track_id = 0;  ///< 0 unless the scope is a track
   Mp4MetaNamespace name_space = Mp4MetaNamespace::kNamedKey;
-  std::string mean;   ///< kFreeform only: "com.apple.iTunes"
   std::string key;    ///< UTF-8; four-character keys with their © as U+00A9
   std::string value;  ///< UTF-8; invalid sequences are U+FFFD, cut at a NUL
 };
@@ -127,7 +102,7 @@ struct Mp4Movie {
   std::optional<Mp4Duration> duration;           ///< mvhd; empty when 0 or unknown
   std::optional<Mp4Duration> fragment_duration;  ///< mehd, else sidx, else the end of the last fragment
   std::vector<Mp4Track> tracks;
-  std::vector<Mp4MetaEntry> metadata;  ///< in file order
+  std::vector<Mp4MetaEntry> metadata;  ///< of the file and the movie, not of tracks, in file order
 
   /// Seconds of the longest track with edits of the kinds that `Mp4Track::edited_movie_ticks` names, no more than the
   /// movie's header tells; 0 without one.

@@ -48,8 +48,7 @@ std::string LanguageText(std::uint16_t packed) {
 /// Reads one track box by box into `track_`.
 class TrackReader {
  public:
-  TrackReader(Mp4BoxReader& boxes, std::optional<std::uint64_t> input_size, Mp4MetadataReader& metadata)
-      : boxes_(boxes), input_size_(input_size), metadata_(metadata) {}
+  TrackReader(Mp4BoxReader& boxes, std::optional<std::uint64_t> input_size) : boxes_(boxes), input_size_(input_size) {}
 
   Mp4Track Read(const Mp4Box& trak) {
     ReadChildren(trak);
@@ -63,7 +62,7 @@ class TrackReader {
     std::string_view type;
     BoxHandler handle;
   };
-  static const std::array<Row, 20> kRows;
+  static const std::array<Row, 18> kRows;
 
   // The names are unique within a track, so one table serves all levels.
   void ReadChildren(const Mp4Box& box) {
@@ -78,8 +77,8 @@ class TrackReader {
     const auto bytes = boxes_.Payload(box, 64);
     ByteReader reader(bytes);
     const std::uint8_t version = reader.U8();
-    track_.flags = reader.Be24();
-    track_.track_times = TakeTimes(reader, version == 0 ? 4 : 8);
+    reader.Skip(3);  // flags
+    track_.times = TakeTimes(reader, version == 0 ? 4 : 8);
     track_.id = reader.Be32();
   }
 
@@ -107,7 +106,8 @@ class TrackReader {
   void ReadMediaHeader(const Mp4Box& box) {
     const auto header = ReadMp4MediaHeader(boxes_, box);
     if (!header) return;
-    track_.media_times = header->times;
+    if (header->times.creation_unix_s) track_.times.creation_unix_s = header->times.creation_unix_s;
+    if (header->times.modification_unix_s) track_.times.modification_unix_s = header->times.modification_unix_s;
     track_.timescale = header->timescale;
     track_.duration = header->duration;
     if (track_.language.empty()) track_.language = LanguageText(header->packed_language);
@@ -127,20 +127,17 @@ class TrackReader {
     if (track_.handler.empty()) track_.handler = TakeCode(reader);
   }
 
-  void ReadMeta(const Mp4Box& box) { metadata_.ReadMeta(box, Mp4MetaScope::kTrackMeta); }
-  void ReadUserData(const Mp4Box& box) { metadata_.ReadUserData(box, Mp4MetaScope::kTrackUserData); }
-
   void ReadSampleDescriptions(const Mp4Box& box) {
     constexpr std::uint64_t kVersionAndCount = 8;
     Mp4BoxRange range = boxes_.Children(box, kVersionAndCount);
     const auto entry = boxes_.Next(range);
     if (!entry || !track_.sample_entry.empty()) return;
     track_.sample_entry = KeyFromFourCharacters(entry->Type());
-    if (std::ranges::find(kEncryptedEntries, entry->Type()) != kEncryptedEntries.end()) track_.encryption.emplace();
+    track_.is_protected = std::ranges::find(kEncryptedEntries, entry->Type()) != kEncryptedEntries.end();
 
     const auto bytes = boxes_.Payload(*entry, 64);
     if (track_.handler == "soun") {
-      ReadChildrenBehind(*entry, ReadSoundEntry(bytes));
+      ReadChildrenBehind(*entry, SoundEntrySize(bytes));
     } else if (std::ranges::find(kPictureHandlers, track_.handler) != kPictureHandlers.end()) {
       constexpr std::uint64_t kPictureEntrySize = 78;
       ByteReader reader(bytes);
@@ -148,24 +145,20 @@ class TrackReader {
       track_.width = reader.Be16();
       track_.height = reader.Be16();
       ReadChildrenBehind(*entry, kPictureEntrySize);
-    } else if (track_.encryption) {
+    } else if (track_.is_protected) {
       constexpr std::uint64_t kPlainEntrySize = 8;
       ReadChildrenBehind(*entry, kPlainEntrySize);
     }
   }
 
-  /// Returns where the boxes of the sound sample entry begin: QuickTime's versions 1 and 2 are longer.
-  std::uint64_t ReadSoundEntry(std::span<const std::uint8_t> bytes) {
+  /// Where the boxes of the sound sample entry begin: QuickTime's versions 1 and 2 are longer.
+  static std::uint64_t SoundEntrySize(std::span<const std::uint8_t> bytes) {
     constexpr std::uint64_t kVersion0Size = 28;
     constexpr std::uint64_t kVersion1Size = kVersion0Size + 16;
     constexpr std::uint64_t kVersion2Size = kVersion0Size + 36;
     ByteReader reader(bytes);
     reader.Skip(8);
     const std::uint16_t version = reader.Be16();
-    reader.Skip(6);
-    track_.channels = reader.Be16();
-    reader.Skip(6);
-    track_.sample_rate_hz = reader.Be32() >> 16;
     return version == 2 ? kVersion2Size : version == 1 ? kVersion1Size : kVersion0Size;
   }
 
@@ -174,7 +167,7 @@ class TrackReader {
     while (const auto child = boxes_.Next(range)) {
       if (child->Is("clap")) ReadCleanAperture(*child);
       if (child->Is("auxi")) ReadAuxiliaryType(*child);
-      if (child->Is("sinf") && track_.encryption) ReadProtection(*child);
+      if (child->Is("sinf") && track_.is_protected) ReadProtection(*child);
     }
   }
 
@@ -203,26 +196,16 @@ class TrackReader {
   void ReadProtection(const Mp4Box& box) {
     Mp4BoxRange range = boxes_.Children(box);
     while (const auto child = boxes_.Next(range)) {
-      const auto bytes = boxes_.Payload(*child, 32);
-      ByteReader reader(bytes);
-      if (child->Is("frma")) track_.encryption->original_format = TakeCode(reader);
-      if (child->Is("schm")) {
-        reader.Skip(4);
-        track_.encryption->scheme = TakeCode(reader);
-      }
       if (child->Is("schi")) ReadProtection(*child);
-      if (child->Is("tenc")) ReadTrackEncryption(reader);
+      if (child->Is("tenc")) ReadTrackEncryption(*child);
     }
   }
 
-  void ReadTrackEncryption(ByteReader& reader) {
-    reader.Skip(6);  // version, flags, reserved, pattern
-    const std::uint8_t is_protected = reader.U8();
-    reader.Skip(1);  // initialisation vector size
-    const auto key_id = reader.Take(16);
-    if (!reader.Ok()) return;
-    track_.encryption->is_protected = is_protected != 0;
-    std::ranges::copy(key_id, track_.encryption->default_key_id.emplace().begin());
+  /// ISO/IEC 23001-7 8.2.
+  void ReadTrackEncryption(const Mp4Box& box) {
+    constexpr std::uint64_t kIsProtected = 6;  // behind version, flags, a reserved byte and the pattern
+    const auto is_protected = boxes_.Payload(box, 1, kIsProtected);
+    if (!is_protected.empty()) track_.is_protected = is_protected.front() != 0;
   }
 
   /// The entry count behind version and flags, checked against what the box can hold.
@@ -284,7 +267,7 @@ class TrackReader {
     if (times.sample_count > 0) track_.decoding_times = times;
   }
 
-  void ReadSyncSamples(const Mp4Box& box) { track_.sync_sample_count = ReadCount(box, kTableHead, 32); }
+  void ReadSyncSamples(const Mp4Box& box) { ReadCount(box, kTableHead, 32); }
   void ReadCompositionOffsets(const Mp4Box& box) {
     constexpr std::size_t kMostSamples = 512;
     const std::uint32_t count = ReadCount(box, kTableHead, 64);
@@ -314,12 +297,11 @@ class TrackReader {
 
   Mp4BoxReader& boxes_;
   std::optional<std::uint64_t> input_size_;
-  Mp4MetadataReader& metadata_;
   Mp4Track track_;
   bool more_samples_than_bytes_ = false;  // of one size
 };
 
-constexpr std::array<TrackReader::Row, 20> TrackReader::kRows = {{
+constexpr std::array<TrackReader::Row, 18> TrackReader::kRows = {{
     {"edts", &TrackReader::ReadChildren},
     {"elst", &TrackReader::ReadEdits},
     {"mdia", &TrackReader::ReadChildren},
@@ -329,8 +311,6 @@ constexpr std::array<TrackReader::Row, 20> TrackReader::kRows = {{
     {"mdhd", &TrackReader::ReadMediaHeader},
     {"elng", &TrackReader::ReadExtendedLanguage},
     {"hdlr", &TrackReader::ReadHandler},
-    {"meta", &TrackReader::ReadMeta},
-    {"udta", &TrackReader::ReadUserData},
     {"stsd", &TrackReader::ReadSampleDescriptions},
     {"stsz", &TrackReader::ReadSampleSizes},
     {"stz2", &TrackReader::ReadCompactSampleSizes},
@@ -363,9 +343,8 @@ std::optional<Mp4MediaHeader> ReadMp4MediaHeader(Mp4BoxReader& boxes, const Mp4B
   return header;
 }
 
-Mp4Track ReadMp4Track(Mp4BoxReader& boxes, const Mp4Box& trak, std::optional<std::uint64_t> input_size,
-                      Mp4MetadataReader& metadata) {
-  return TrackReader(boxes, input_size, metadata).Read(trak);
+Mp4Track ReadMp4Track(Mp4BoxReader& boxes, const Mp4Box& trak, std::optional<std::uint64_t> input_size) {
+  return TrackReader(boxes, input_size).Read(trak);
 }
 
 }  // namespace media_server

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "media-server/container/mp4_boxes.h"
-#include "media-server/container/mp4_metadata.h"
 #include "media-server/container/mp4_movie.h"
 
 namespace media_server {
@@ -15,9 +14,7 @@ struct Mp4MediaHeader {
 };
 std::optional<Mp4MediaHeader> ReadMp4MediaHeader(Mp4BoxReader& boxes, const Mp4Box& box);
 
-/// Reads one `trak`; its metadata goes to `metadata`. `input_size` bounds what the sample tables can mean, where it is
-/// known.
-Mp4Track ReadMp4Track(Mp4BoxReader& boxes, const Mp4Box& trak, std::optional<std::uint64_t> input_size,
-                      Mp4MetadataReader& metadata);
+/// Reads one `trak`, without its metadata. `input_size` bounds what the sample tables can mean, where it is known.
+Mp4Track ReadMp4Track(Mp4BoxReader& boxes, const Mp4Box& trak, std::optional<std::uint64_t> input_size);
 
 }  // namespace media_server

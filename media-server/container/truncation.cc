@@ -6,9 +6,6 @@
 
 #include "media-server/container/asf_properties.h"
 #include "media-server/container/byte_reader.h"
-#include "media-server/container/matroska_scan.h"
-#include "media-server/container/mp4_movie.h"
-#include "media-server/container/riff_scan.h"
 
 namespace media_server {
 namespace {
@@ -35,10 +32,6 @@ bool FlvEndsEarly(IByteSource& source, std::uint64_t input_size) {
   constexpr std::array kTagTypes = {8, 9, 18};
   return std::ranges::find(kTagTypes, type) == kTagTypes.end() || data_size + kTagHead != tag_size;
 }
-
-bool MovieEndsEarly(IByteSource& source, std::uint64_t) { return ReadMp4Movie(source).truncated; }
-bool MatroskaEndsEarly(IByteSource& source, std::uint64_t) { return ScanMatroska(source).truncated; }
-bool RiffEndsEarly(IByteSource& source, std::uint64_t) { return ScanRiff(source).truncated; }
 
 /// A size at a fixed place of the file's head.
 struct StatedSize {
@@ -74,18 +67,17 @@ struct Row {
   bool (*ends_early)(IByteSource& source, std::uint64_t input_size);
 };
 constexpr std::array kRows = {
-    Row{"mov", MovieEndsEarly}, Row{"matroska", MatroskaEndsEarly}, Row{"wav", RiffEndsEarly},
-    Row{"avi", RiffEndsEarly},  Row{"xwma", RiffEndsEarly},         Row{"qcp", RiffEndsEarly},
-    Row{"asf", AsfEndsEarly},   Row{"flv", FlvEndsEarly},           Row{"aiff", AiffEndsEarly},
-    Row{"iff", IffEndsEarly},   Row{"dsf", DsfEndsEarly},           Row{"w64", Wave64EndsEarly},
+    Row{"asf", AsfEndsEarly}, Row{"flv", FlvEndsEarly}, Row{"aiff", AiffEndsEarly},
+    Row{"iff", IffEndsEarly}, Row{"dsf", DsfEndsEarly}, Row{"w64", Wave64EndsEarly},
 };
 
 }  // namespace
 
-bool EndsEarly(IByteSource& source, std::string_view demuxer) {
+std::optional<bool> EndsEarly(IByteSource& source, std::string_view demuxer) {
   const auto input_size = source.Size();
-  const auto row = std::ranges::find(kRows, demuxer.substr(0, demuxer.find(',')), &Row::demuxer);
-  return input_size && row != kRows.end() && row->ends_early(source, *input_size);
+  const auto row = std::ranges::find(kRows, demuxer, &Row::demuxer);
+  if (!input_size || row == kRows.end()) return std::nullopt;
+  return row->ends_early(source, *input_size);
 }
 
 }  // namespace media_server

@@ -17,8 +17,6 @@ namespace {
 
 constexpr std::string_view kStackedAlphaBrand = "AMP4";
 
-bool IsProtected(const Mp4Track& track) { return track.encryption && track.encryption->is_protected; }
-
 std::optional<std::int32_t> WholePixels(double numerator, double denominator) {
   const double value = std::round(numerator / denominator);
   if (!(std::abs(value) <= std::numeric_limits<std::int32_t>::max())) return std::nullopt;  // also when a part is 0
@@ -40,7 +38,7 @@ TrackFacts FactsOfTrack(const Mp4Track& track) {
   TrackFacts facts;
   // libavformat passes over the extended language tag, which stands in for the packed one (ISO/IEC 14496-12, 8.4.6).
   if (TellsLanguage(track.language)) facts.language = track.language;
-  facts.encrypted = IsProtected(track);
+  facts.encrypted = track.is_protected;
   if (track.clean_aperture) facts.clean_aperture = InWholePixels(*track.clean_aperture);
   const auto& times = track.decoding_times;
   if (times && times->complete && times->smallest_delta > 0 && track.duration) {
@@ -186,7 +184,7 @@ bool ContainerFacts::HasStackedAlpha() const {
 // Scrambled packets of a transport stream do not count: with their heads scrambled, too, none of them reaches a
 // decoder.
 bool ContainerFacts::AnyEncrypted() const {
-  return (movie && std::ranges::any_of(movie->tracks, &IsProtected)) ||
+  return (movie && std::ranges::any_of(movie->tracks, &Mp4Track::is_protected)) ||
          (matroska && std::ranges::any_of(matroska->tracks, &MatroskaTrack::encrypted));
 }
 
@@ -210,10 +208,7 @@ ContainerFacts ReadContainerFacts(IByteSource& source, std::string_view demuxer)
   if (reader != std::end(kReaders)) return reader->read(source);
   ContainerFacts facts;
   facts.is_flv = demuxer == "flv";
-  constexpr std::string_view kStateTheirSize[] = {"w64", "aiff", "dsf", "flv"};
-  if (std::ranges::find(kStateTheirSize, demuxer) != std::end(kStateTheirSize)) {
-    facts.truncated = EndsEarly(source, demuxer);
-  }
+  facts.truncated = EndsEarly(source, demuxer);
   return facts;
 }
 

@@ -102,8 +102,8 @@ class TagSources {
     if (!container_.movie) return {};
     for (const std::string_view key : keys) {
       for (const Mp4MetaEntry& entry : container_.movie->metadata) {
-        const bool of_file = entry.track_id == 0 && entry.name_space != Mp4MetaNamespace::kXmp;
-        if (of_file && !entry.value.empty() && EqualIgnoringCase(entry.key, key)) return entry.value;
+        const bool is_tag = entry.name_space != Mp4MetaNamespace::kXmp;
+        if (is_tag && !entry.value.empty() && EqualIgnoringCase(entry.key, key)) return entry.value;
       }
     }
     return {};
@@ -131,14 +131,23 @@ std::string_view XmpOf(const ContainerFacts& container) {
 // The first second of 1970 is what a writer without a clock tells.
 std::optional<std::int64_t> SetClock(std::optional<std::int64_t> time) { return time == 0 ? std::nullopt : time; }
 
+std::optional<std::int64_t> TimeOfTracks(const ContainerFacts& container,
+                                         std::optional<std::int64_t> Mp4HeaderTimes::*time) {
+  if (!container.movie) return std::nullopt;
+  for (const Mp4Track& track : container.movie->tracks) {
+    if (const auto set = SetClock(track.times.*time)) return set;
+  }
+  return std::nullopt;
+}
+
 // A day or a year without a time of day is the date of a work more often than that of a file. So is what an iTunes list
 // has under the name of QuickTime's user data: the day when the song came out.
 std::optional<std::int64_t> RecordingTime(const TagSources& sources, const ContainerFacts& container) {
   if (const auto date = ParseLocalTimestamp(container.date)) return date;
   if (container.movie) {
     for (const Mp4MetaEntry& entry : container.movie->metadata) {
-      const bool of_file = entry.track_id == 0 && entry.name_space == Mp4MetaNamespace::kUserData;
-      if (!of_file || std::ranges::find(kUserDataDates, entry.key) == std::end(kUserDataDates)) continue;
+      if (entry.name_space != Mp4MetaNamespace::kUserData) continue;
+      if (std::ranges::find(kUserDataDates, entry.key) == std::end(kUserDataDates)) continue;
       if (const auto date = ParseLocalTimestamp(entry.value)) return date;
     }
   }
@@ -165,7 +174,9 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
   }
   if (!tags.created) tags.created = container.created;
   if (!tags.created) tags.created = SetClock(ParseTimestamp(sources.Find(kCreationKeys)));
+  if (!tags.created) tags.created = TimeOfTracks(container, &Mp4HeaderTimes::creation_unix_s);
   if (!tags.modified) tags.modified = SetClock(ParseTimestamp(sources.Find(kModificationKeys)));
+  if (!tags.modified) tags.modified = TimeOfTracks(container, &Mp4HeaderTimes::modification_unix_s);
   if (!tags.created) tags.created = RecordingTime(sources, container);
   CompleteFromXmp(XmpOf(container), tags);
   return tags;

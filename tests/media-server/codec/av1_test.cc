@@ -18,7 +18,6 @@ TEST(Av1, ReadsTheSequenceHeaderOfARecord) {
   EXPECT_EQ(picture->profile, 0);
   EXPECT_EQ(picture->level, 0);
   EXPECT_EQ(picture->high_tier, std::nullopt) << "level 2.0 has no tiers";
-  EXPECT_EQ(picture->coded_width, 320U);
   EXPECT_EQ(picture->width, 320U);
   EXPECT_EQ(picture->height, 240U);
   EXPECT_EQ(picture->bit_depth, 10);

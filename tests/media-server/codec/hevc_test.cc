@@ -50,7 +50,6 @@ struct Sps {
   unsigned crop_bottom = 4;
   unsigned depth_above_8 = 0;
   unsigned buffering = 5;
-  unsigned reorder = 2;
 };
 
 /// Everything up to the ordering information, with two sub-layers of which the lower tells profile and level.
@@ -63,14 +62,39 @@ BitWriter Compose(const Sps& sps) {
   if (sps.chroma == 3) bits.Bits(0, 1);
   bits.Ue(sps.width).Ue(sps.height).Bits(1, 1).Ue(0).Ue(sps.crop_right).Ue(0).Ue(sps.crop_bottom);
   bits.Ue(sps.depth_above_8).Ue(sps.depth_above_8).Ue(4);
-  bits.Bits(1, 1);                                          // sub_layer_ordering_info_present_flag
-  bits.Ue(0).Ue(0).Ue(0);                                   // lower sub-layer
-  return bits.Ue(sps.buffering - 1).Ue(sps.reorder).Ue(0);  // higher sub-layer
+  bits.Bits(1, 1);                                // sub_layer_ordering_info_present_flag
+  bits.Ue(0).Ue(0).Ue(0);                         // lower sub-layer
+  return bits.Ue(sps.buffering - 1).Ue(2).Ue(0);  // higher sub-layer
 }
 
-std::optional<PictureParameters> Read(const Sps& sps) {
-  return ReadHevcParameterSets(Sample(33, Compose(sps).Bytes()), 2);
+/// What the units of a sample tell where they stand behind start codes.
+std::optional<PictureParameters> ReadSets(std::span<const std::uint8_t> sample) {
+  std::vector<std::uint8_t> extradata;
+  NalReader nals(sample, 2);
+  for (auto nal = nals.Next(); !nal.empty(); nal = nals.Next()) {
+    extradata.insert(extradata.end(), {0, 0, 1});
+    extradata.insert(extradata.end(), nal.begin(), nal.end());
+  }
+  const auto configuration = ReadHevcConfiguration(extradata);
+  return configuration ? std::optional(configuration->picture) : std::nullopt;
 }
+
+/// With the bytes in between that keep a payload from holding a start code.
+std::vector<std::uint8_t> Escaped(const std::vector<std::uint8_t>& payload) {
+  std::vector<std::uint8_t> escaped;
+  int zeros = 0;
+  for (const std::uint8_t byte : payload) {
+    if (zeros >= 2 && byte <= 3) {
+      escaped.push_back(3);
+      zeros = 0;
+    }
+    escaped.push_back(byte);
+    zeros = byte == 0 ? zeros + 1 : 0;
+  }
+  return escaped;
+}
+
+std::optional<PictureParameters> Read(const Sps& sps) { return ReadSets(Sample(33, Escaped(Compose(sps).Bytes()))); }
 
 TEST(Hevc, ReadsAnHevcConfigurationRecord) {
   const auto configuration = ReadHevcConfiguration(kHvcc);
@@ -80,7 +104,6 @@ TEST(Hevc, ReadsAnHevcConfigurationRecord) {
   EXPECT_EQ(picture.profile, 2);
   EXPECT_EQ(picture.level, 60);
   EXPECT_EQ(picture.high_tier, false);
-  EXPECT_EQ(picture.coded_width, 432U);
   EXPECT_EQ(picture.width, 426U);
   EXPECT_EQ(picture.height, 240U);
   EXPECT_EQ(picture.sample_aspect_ratio, (Rational{16, 11}));
@@ -88,7 +111,6 @@ TEST(Hevc, ReadsAnHevcConfigurationRecord) {
   EXPECT_EQ(picture.chroma_sampling, 420);
   EXPECT_EQ(picture.color, (ColorDescription{9, 16, 9, true}));
   EXPECT_EQ(picture.reference_frames, 5);
-  EXPECT_EQ(picture.reorder_frames, 2);
   EXPECT_EQ(picture.progressive_only, true);
   EXPECT_EQ(picture.frame_rate, (Rational{30000, 1001}));
   EXPECT_EQ(picture.views, std::nullopt);
@@ -100,8 +122,6 @@ TEST(Hevc, FindsHdrMetadataInTheRecord) {
   const auto configuration = ReadHevcConfiguration(kHvcc);
   ASSERT_TRUE(configuration);
   EXPECT_TRUE(configuration->sei.mastering_display);
-  EXPECT_TRUE(configuration->sei.content_light_level);
-  EXPECT_FALSE(configuration->sei.dynamic_hdr);
   EXPECT_EQ(configuration->sei.preferred_transfer, std::nullopt);
 }
 
@@ -132,8 +152,8 @@ TEST(Hevc, ReadsThroughScalingListsAndReferenceSets) {
 }
 
 TEST(Hevc, CallsFieldSequencesNotProgressive) {
-  const auto picture = ReadHevcParameterSets(
-      Hex("002b 420101216000000300400000030000030099a005a200905965654a4c2f016868000003000800000300c840"), 2);
+  const auto picture =
+      ReadSets(Hex("002b 420101216000000300400000030000030099a005a200905965654a4c2f016868000003000800000300c840"));
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->high_tier, true);
   EXPECT_EQ(picture->level, 153);
@@ -190,13 +210,11 @@ TEST(Hevc, RefusesFieldsOutOfRange) {
 TEST(Hevc, LeavesOutBufferSizesBeyondTheStandard) {
   EXPECT_EQ(Read({.buffering = 16})->reference_frames, 16);
   EXPECT_EQ(Read({.buffering = 17})->reference_frames, std::nullopt);
-  EXPECT_EQ(Read({.reorder = 15})->reorder_frames, 15);
-  EXPECT_EQ(Read({.reorder = 16})->reorder_frames, std::nullopt);
 }
 
 TEST(Hevc, SkipsTheSetsOfHigherLayers) {
-  EXPECT_FALSE(ReadHevcParameterSets(Sample(33, Compose({}).Bytes(), /*layer=*/1), 2));
-  EXPECT_FALSE(ReadHevcParameterSets(Sample(33, Compose({}).Bytes(), /*layer=*/32), 2));
+  EXPECT_FALSE(ReadSets(Sample(33, Compose({}).Bytes(), /*layer=*/1)));
+  EXPECT_FALSE(ReadSets(Sample(33, Compose({}).Bytes(), /*layer=*/32)));
 }
 
 /// A sample of a sequence parameter set and a video parameter set of two layers, whose extension has the dimensions of
@@ -223,7 +241,7 @@ std::vector<std::uint8_t> LayeredSample(unsigned scalability_mask, unsigned dime
 }
 
 TEST(Hevc, CountsTheViewsOfTheLayers) {
-  const auto picture = ReadHevcParameterSets(LayeredSample(0x4000, 1), 2);
+  const auto picture = ReadSets(LayeredSample(0x4000, 1));
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->views, 2);
   EXPECT_EQ(picture->alpha, std::nullopt);
@@ -231,7 +249,7 @@ TEST(Hevc, CountsTheViewsOfTheLayers) {
 }
 
 TEST(Hevc, FindsAnAlphaLayer) {
-  const auto picture = ReadHevcParameterSets(LayeredSample(0x1000, 1), 2);
+  const auto picture = ReadSets(LayeredSample(0x1000, 1));
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->views, std::nullopt);
   EXPECT_EQ(picture->alpha, true);
@@ -241,7 +259,7 @@ TEST(Hevc, TakesAnAlphaChannelMessageForAlpha) {
   auto sample = Sample(39, Hex("a5 02 00 00 80"));
   const auto sequence = Sample(33, Compose({}).Bytes());
   sample.insert(sample.end(), sequence.begin(), sequence.end());
-  EXPECT_EQ(ReadHevcParameterSets(sample, 2)->alpha, true);
+  EXPECT_EQ(ReadSets(sample)->alpha, true);
 }
 
 TEST(Hevc, TellsTheKindOfAKeyPicture) {
@@ -260,12 +278,6 @@ TEST(Hevc, TellsTheKindOfAKeyPicture) {
 TEST(Hevc, DoesNotJudgeAUnitCutInsideItsHeader) {
   EXPECT_EQ(KindOfHevcPicture(Hex("0010 26"), 2), std::nullopt);
   EXPECT_EQ(KindOfHevcPicture(Hex("0010 2601"), 2), HevcPictureKind::kIdr);
-}
-
-TEST(Hevc, FindsDolbyVisionUnits) {
-  EXPECT_FALSE(HasDolbyVisionUnits(Sample(19, {0x80}), 2));
-  EXPECT_TRUE(HasDolbyVisionUnits(Sample(62, {0x19}), 2));
-  EXPECT_TRUE(HasDolbyVisionUnits(Sample(63, {0x00}), 2));
 }
 
 }  // namespace

@@ -14,8 +14,8 @@ SeiFacts Read(const std::vector<std::uint8_t>& payload) {
 }
 
 TEST(Sei, ReadsSeveralMessagesOfOneUnit) {
-  const SeiFacts facts = Read(Hex("90 04 03e80190  93 01 12  80"));
-  EXPECT_TRUE(facts.content_light_level);
+  const SeiFacts facts = Read(Hex("90 04 03e80190  93 01 12  a5 02 0000  80"));
+  EXPECT_TRUE(facts.alpha_channel);
   EXPECT_EQ(facts.preferred_transfer, 18);
   EXPECT_FALSE(facts.mastering_display);
 }
@@ -23,26 +23,19 @@ TEST(Sei, ReadsSeveralMessagesOfOneUnit) {
 TEST(Sei, AddsUpLongTypesAndSizes) {
   std::vector<std::uint8_t> payload = Hex("05 ff 01");  // 256 bytes of unregistered user data
   payload.resize(payload.size() + 256);
-  const auto next = Hex("90 04 03e80190 80");
+  const auto next = Hex("93 01 12 80");
   payload.insert(payload.end(), next.begin(), next.end());
-  EXPECT_TRUE(Read(payload).content_light_level);
+  EXPECT_EQ(Read(payload).preferred_transfer, 18);
 }
 
 TEST(Sei, LeavesOutMessagesCutShort) {
-  EXPECT_FALSE(Read(Hex("90 04 03e801")).content_light_level);
-  EXPECT_FALSE(Read(Hex("90 03 03e801 80")).content_light_level);
+  EXPECT_EQ(Read(Hex("93 02 12")).preferred_transfer, std::nullopt);
   EXPECT_FALSE(Read(Hex("89 08 0000000000000000 80")).mastering_display);
 }
 
 TEST(Sei, LeavesOutReservedTransfers) {
   EXPECT_EQ(Read(Hex("93 01 02 80")).preferred_transfer, std::nullopt);
   EXPECT_EQ(Read(Hex("93 01 13 80")).preferred_transfer, std::nullopt);
-}
-
-TEST(Sei, RecognisesDynamicHdrByItsIdentifiers) {
-  EXPECT_TRUE(Read(Hex("04 07 b5003c000104 01 80")).dynamic_hdr);
-  EXPECT_FALSE(Read(Hex("04 07 b50031000104 01 80")).dynamic_hdr);
-  EXPECT_FALSE(Read(Hex("04 03 b5003c 80")).dynamic_hdr);
 }
 
 TEST(Sei, ReadsFramePackingUnlessCancelled) {

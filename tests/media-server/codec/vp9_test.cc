@@ -102,22 +102,5 @@ TEST(Vp9, RefusesWhatIsNoFrame) {
   EXPECT_FALSE(Read("82 49 83 42 e0 13 f0 0e f6 06")) << "RGB does not go with profile 0";
 }
 
-TEST(Vp9, ReadsAConfigurationBox) {
-  // version, flags; profile 2, level 3.1; 10 bits, chroma 1, full range; BT.2020, PQ, BT.2020; no codec data
-  const auto picture = ReadVp9Configuration(Hex("01 000000 02 1f a3 09 10 09 0000"));
-  ASSERT_TRUE(picture);
-  EXPECT_EQ(picture->profile, 2);
-  EXPECT_EQ(picture->level, 31);
-  EXPECT_EQ(picture->bit_depth, 10);
-  EXPECT_EQ(picture->chroma_sampling, 420);
-  EXPECT_EQ(picture->color, (ColorDescription{9, 16, 9, true}));
-}
-
-TEST(Vp9, RefusesConfigurationBoxesOfOtherVersions) {
-  EXPECT_FALSE(ReadVp9Configuration(Hex("00 000000 02 1f a3 09 10 09 0000")));
-  EXPECT_FALSE(ReadVp9Configuration(Hex("01 000000 04 1f a3 09 10 09 0000"))) << "profile 4";
-  EXPECT_FALSE(ReadVp9Configuration(Hex("01 000000 02 1f a3 09 10")));
-}
-
 }  // namespace
 }  // namespace media_server::codec

@@ -67,7 +67,6 @@ TEST(FormatIdentity, NamesTheDemuxerOfAMediaFile) {
   EXPECT_EQ(wave->demuxer, "wav");
   EXPECT_EQ(wave->names.short_name, "wav");
   EXPECT_EQ(wave->names.long_name, "WAVE");
-  EXPECT_EQ(wave->content_offset, 0U);
 }
 
 TEST(FormatIdentity, FixedBytesProveAFormat) {
@@ -262,22 +261,16 @@ TEST(FormatIdentity, TransportStreamAtEachPitch) {
 }
 
 TEST(FormatIdentity, ContentIsFoundBehindSeveralId3Tags) {
-  const auto flac = Identify(Id3(20) + Id3(5000) + "fLaC");
-  ASSERT_TRUE(flac);
-  EXPECT_EQ(flac->names.short_name, "flac");
-  EXPECT_EQ(flac->content_offset, 30U + 5010U);
+  EXPECT_EQ(ShortName(Id3(20) + Id3(5000) + "fLaC"), "flac");
   EXPECT_EQ(ShortName(Id3(300) + Repeat(Mp3Frame(), 4)), "mp3");
 }
 
 TEST(FormatIdentity, Id3FooterIsPartOfTheTag) {
-  EXPECT_EQ(Identify(Id3(4, '\x10') + "3DI\4\0\x10\0\0\0\4"s + "fLaC")->content_offset, 24U);
+  EXPECT_EQ(ShortName(Id3(4, '\x10') + "3DI\4\0\x10\0\0\0\4"s + "fLaC"), "flac");
 }
 
 TEST(FormatIdentity, PaddingOutsideOfTheTagIsSkippedBeforeFrames) {
-  const auto mp3 = Identify(Id3(10) + Zeros(9000) + Repeat(Mp3Frame(), 4));
-  ASSERT_TRUE(mp3);
-  EXPECT_EQ(mp3->names.short_name, "mp3");
-  EXPECT_EQ(mp3->content_offset, 9020U);
+  EXPECT_EQ(ShortName(Id3(10) + Zeros(9000) + Repeat(Mp3Frame(), 4)), "mp3");
   EXPECT_FALSE(Identify(Zeros(9000) + Repeat(Mp3Frame(), 4)));
   EXPECT_FALSE(Identify(Id3(10) + Zeros(70000) + Repeat(Mp3Frame(), 4)));
 }
@@ -444,14 +437,6 @@ TEST(FormatNames, DemuxerListsAreSearchedForAKnownName) {
   EXPECT_EQ(NamesOfDemuxer("swf")->short_name, "swf");
   EXPECT_FALSE(NamesOfDemuxer("h264"));
   EXPECT_FALSE(NamesOfDemuxer(""));
-}
-
-TEST(FormatNames, BrandAndDocumentType) {
-  EXPECT_EQ(NamesOfMp4Brand("M4A ").short_name, "m4a");
-  EXPECT_EQ(NamesOfMp4Brand("isom").short_name, "mp4");
-  EXPECT_EQ(NamesOfMp4Brand("").short_name, "mp4");
-  EXPECT_EQ(NamesOfDocType("webm").short_name, "webm");
-  EXPECT_EQ(NamesOfDocType("matroska").short_name, "mkv");
 }
 
 }  // namespace

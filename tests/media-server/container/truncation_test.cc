@@ -2,42 +2,38 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include "tests/media-server/container/mp4_builder.h"
+#include "tests/media-server/container/memory_source.h"
 
 namespace media_server {
 namespace {
 
 using namespace std::string_literals;
 
-bool Ends(std::string_view demuxer, const std::string& bytes) {
+std::optional<bool> Judge(std::string_view demuxer, const std::string& bytes) {
   MemorySource source(bytes);
   return EndsEarly(source, demuxer);
 }
 
-TEST(Truncation, FormatsWithoutAStatedSizeNeverEndEarly) {
-  EXPECT_FALSE(Ends("flac", "fLaC"));
-  EXPECT_FALSE(Ends("mp3", ""));
-  EXPECT_FALSE(Ends("", ""));
+bool Ends(std::string_view demuxer, const std::string& bytes) {
+  const auto ends = Judge(demuxer, bytes);
+  EXPECT_TRUE(ends) << demuxer;
+  return ends.value_or(false);
 }
 
-TEST(Truncation, FirstNameOfADemuxerListCounts) {
-  EXPECT_TRUE(Ends("mov,mp4,m4a,3gp,3g2,mj2", Be(100, 4) + "mdat"));
-  EXPECT_TRUE(Ends("matroska,webm", "\x1a\x45\xdf\xa3\x80\x18\x53\x80\x67\x88xyz"s));
-  EXPECT_FALSE(Ends("matroska,webm", "\x1a\x45\xdf\xa3\x80\x18\x53\x80\x67\x83xyz"s));
+TEST(Truncation, FormatsWithoutAStatedSizeAreNotJudged) {
+  EXPECT_EQ(Judge("flac", "fLaC"), std::nullopt);
+  EXPECT_EQ(Judge("mp3", ""), std::nullopt);
+  EXPECT_EQ(Judge("", ""), std::nullopt);
 }
 
 TEST(Truncation, InputOfUnknownSizeIsNotJudged) {
-  MemorySource source(Be(100, 4) + "mdat");
+  MemorySource source("FORM" + Be(9, 4) + "AIFFabcd");
   source.ForgetSize();
-  EXPECT_FALSE(EndsEarly(source, "mov"));
-}
-
-TEST(Truncation, WaveByItsChunks) {
-  EXPECT_TRUE(Ends("wav", "RIFF" + Le(1000, 4) + "WAVEdata" + Le(988, 4) + "abcd"));
-  EXPECT_FALSE(Ends("wav", "RIFF" + Le(16, 4) + "WAVEdata" + Le(4, 4) + "abcd"));
+  EXPECT_EQ(EndsEarly(source, "aiff"), std::nullopt);
 }
 
 /// ASF header object with one file properties object behind an empty one.

@@ -53,6 +53,20 @@ TEST_F(TagReaderTest, TakesTheTimeOfRecordingForWantOfAnother) {
   EXPECT_EQ(Created(), 1'577'836'800);
 }
 
+TEST_F(TagReaderTest, TakesTheTimesOfATrackWhereTheMovieHasNone) {
+  container_.movie.emplace();
+  container_.movie->tracks.resize(3);
+  container_.movie->tracks[1].times = {kRecorded, kRecorded + 1};
+  container_.movie->tracks[2].times = {kRecorded + 2, kRecorded + 3};
+  EXPECT_EQ(Created(), kRecorded);
+  EXPECT_EQ(ReadTags(*context_, container_).modified, kRecorded + 1);
+  AddTag("com.apple.quicktime.creationdate", "2020-01-01T00:00:00Z");
+  EXPECT_EQ(Created(), 1'577'836'800);
+  container_.movie->times = {5, 6};
+  EXPECT_EQ(Created(), 5);
+  EXPECT_EQ(ReadTags(*context_, container_).modified, 6);
+}
+
 TEST_F(TagReaderTest, TakesTheDateOfUserData) {
   AddMovieTag(Mp4MetaNamespace::kUserData, "\u00A9day", "2019-01-02T03:04:05+0000");
   EXPECT_EQ(Created(), kRecorded);
