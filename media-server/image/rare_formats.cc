@@ -49,11 +49,10 @@ bool ReadDpx(IByteSource& source, PictureHeaders& headers) {
   headers.fourcc = FourCC("DPX ");
   headers.size = PictureSize{width, height};
   if (orientation <= kLastOrientation) {
-    // By lines, then by columns; in each, the bits say from which sides.
-    const bool columns_first = orientation >= 4;
-    headers.orientation = OrientationOf({.columns_first = columns_first,
-                                         .from_right = (orientation & (columns_first ? 2 : 1)) != 0,
-                                         .from_bottom = (orientation & (columns_first ? 1 : 2)) != 0});
+    // By lines, then by columns; the bits below say from which sides, the same in both.
+    headers.orientation = OrientationOf({.columns_first = orientation >= 4,
+                                         .from_right = (orientation & 1) != 0,
+                                         .from_bottom = (orientation & 2) != 0});
   }
   return true;
 }

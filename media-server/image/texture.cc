@@ -26,9 +26,12 @@ constexpr std::array kFormatsWithAlpha = {
     FormatRange{65, 65},    // A8
     FormatRange{73, 78},    // BC2, BC3
     FormatRange{86, 87},    // B5G5R5A1, B8G8R8A8
-    FormatRange{90, 91},    // B8G8R8A8, typeless and sRGB
+    FormatRange{89, 91},    // R10G10B10_XR_BIAS_A2; B8G8R8A8, typeless and sRGB
     FormatRange{97, 99},    // BC7
-    FormatRange{115, 115},  // B4G4R4A4
+    FormatRange{100, 102},  // AYUV, Y410, Y416
+    FormatRange{111, 112},  // AI44, IA44
+    FormatRange{114, 115},  // A8P8, B4G4R4A4
+    FormatRange{191, 191},  // A4B4G4R4
 };
 
 /// DDS_HEADER_DXT10: the format's number at 0, the alpha mode in the low three bits of miscFlags2 at 16.
@@ -42,14 +45,15 @@ std::optional<AlphaMode> AlphaOfDxgi(IByteSource& source) {
   if (!reader.Ok()) return std::nullopt;
   if (mode == 1) return imagecore::kAlphaStraight;
   if (mode == 2) return imagecore::kAlphaPremultiplied;
-  if (mode == 3) return imagecore::kAlphaNone;
+  if (mode == 3 || mode == 4) return imagecore::kAlphaNone;  // opaque; a fourth channel that is no transparency
   const bool has_alpha = std::ranges::any_of(
       kFormatsWithAlpha, [&](const FormatRange& range) { return range.first <= format && format <= range.last; });
   return has_alpha ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
 }
 
+/// By the code in the pixel format: four characters, or the number of a Direct3D 9 format.
 struct SurfaceAlpha {
-  std::uint32_t fourcc;
+  std::uint32_t code;
   AlphaMode alpha;
 };
 constexpr std::array kSurfaces = {
@@ -57,6 +61,9 @@ constexpr std::array kSurfaces = {
     SurfaceAlpha{FourCC("DXT3"), imagecore::kAlphaStraight},
     SurfaceAlpha{FourCC("DXT4"), imagecore::kAlphaPremultiplied},
     SurfaceAlpha{FourCC("DXT5"), imagecore::kAlphaStraight},
+    SurfaceAlpha{36, imagecore::kAlphaStraight},   // A16B16G16R16
+    SurfaceAlpha{113, imagecore::kAlphaStraight},  // A16B16G16R16F
+    SurfaceAlpha{116, imagecore::kAlphaStraight},  // A32B32G32R32F
 };
 
 }  // namespace
@@ -73,16 +80,17 @@ bool ReadDds(IByteSource& source, PictureHeaders& headers) {
   const std::uint32_t width = reader.Le32();
   reader.Skip(4 + 4 + 4 + 11 * 4 + 4);  // pitch, depth, mip maps, reserved, size of the pixel format
   const std::uint32_t flags = reader.Le32();
-  const std::uint32_t code = reader.Le32();
+  const std::uint32_t told_code = reader.Le32();
+  const std::uint32_t code = (flags & kFourCc) != 0 ? told_code : 0;
   if (bytes.size() < kHeaderSize) return false;
 
   headers.size = PictureSize{width, height};
-  // Small codes are numbers of Direct3D formats.
-  headers.fourcc = (flags & kFourCc) != 0 && code > 0xFFFF ? code : FourCC("DDS ");
-  const auto surface = std::ranges::find(kSurfaces, headers.fourcc, &SurfaceAlpha::fourcc);
+  // Small codes are numbers.
+  headers.fourcc = code > 0xFFFF ? code : FourCC("DDS ");
+  const auto surface = std::ranges::find(kSurfaces, code, &SurfaceAlpha::code);
   if (surface != kSurfaces.end()) {
     headers.alpha = surface->alpha;
-  } else if (headers.fourcc == FourCC("DX10")) {
+  } else if (code == FourCC("DX10")) {
     headers.alpha = AlphaOfDxgi(source);
   } else {
     headers.alpha = (flags & (kAlphaPixels | kAlphaOnly)) != 0 ? imagecore::kAlphaStraight : imagecore::kAlphaNone;

@@ -42,8 +42,8 @@ TEST(Dpx, ImageHeaderHasTheFilesByteOrder) {
 
 TEST(Dpx, OrientationIsTheOrderOfPixels) {
   const Orientation expected[] = {{kFlipNone, 0},   {kFlipHorizontal, 0},   {kFlipVertical, 0},
-                                  {kFlipNone, 180}, {kFlipHorizontal, 270}, {kFlipNone, 270},
-                                  {kFlipNone, 90},  {kFlipHorizontal, 90}};
+                                  {kFlipNone, 180}, {kFlipHorizontal, 270}, {kFlipNone, 90},
+                                  {kFlipNone, 270}, {kFlipHorizontal, 90}};
   for (std::uint16_t code = 0; code < 8; ++code) {
     const auto headers = Read(ReadDpx, "SDPX" + Zeros(764) + Be(code, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4));
     EXPECT_EQ(headers->orientation, expected[code]) << code;

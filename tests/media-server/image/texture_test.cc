@@ -58,12 +58,27 @@ TEST(Dds, AlphaIsToldByFlagsAndCodes) {
   EXPECT_EQ(Read(ReadDds, Dds(4, "DXT5"))->alpha, kAlphaStraight);
 }
 
+TEST(Dds, NumbersOfDirect3dTellAlpha) {
+  EXPECT_EQ(Read(ReadDds, Dds(4, Le(36, 4)))->alpha, kAlphaStraight);   // D3DFMT_A16B16G16R16
+  EXPECT_EQ(Read(ReadDds, Dds(4, Le(113, 4)))->alpha, kAlphaStraight);  // D3DFMT_A16B16G16R16F
+  EXPECT_EQ(Read(ReadDds, Dds(4, Le(116, 4)))->alpha, kAlphaStraight);  // D3DFMT_A32B32G32R32F
+  EXPECT_EQ(Read(ReadDds, Dds(4, Le(115, 4)))->alpha, kAlphaNone);      // D3DFMT_G32R32F
+  EXPECT_EQ(Read(ReadDds, Dds(0x40, Le(113, 4)))->alpha, kAlphaNone);
+}
+
 TEST(Dds, ExtendedHeaderTellsAlphaByModeThenByFormat) {
   EXPECT_EQ(Read(ReadDds, Dx10(98, 1))->alpha, kAlphaStraight);
   EXPECT_EQ(Read(ReadDds, Dx10(98, 2))->alpha, kAlphaPremultiplied);
   EXPECT_EQ(Read(ReadDds, Dx10(98, 3))->alpha, kAlphaNone);
+  EXPECT_EQ(Read(ReadDds, Dx10(98, 4))->alpha, kAlphaNone);      // no transparency, whatever it is
   EXPECT_EQ(Read(ReadDds, Dx10(98, 0))->alpha, kAlphaStraight);  // BC7
   EXPECT_EQ(Read(ReadDds, Dx10(71, 0))->alpha, kAlphaNone);      // BC1
+  for (const std::uint32_t format : {1U, 14U, 65U, 89U, 102U, 111U, 112U, 114U, 115U, 191U}) {
+    EXPECT_EQ(Read(ReadDds, Dx10(format, 0))->alpha, kAlphaStraight) << format;
+  }
+  for (const std::uint32_t format : {5U, 26U, 66U, 88U, 92U, 96U, 103U, 110U, 113U, 116U}) {
+    EXPECT_EQ(Read(ReadDds, Dx10(format, 0))->alpha, kAlphaNone) << format;
+  }
   EXPECT_FALSE(Read(ReadDds, Dds(4, "DX10"))->alpha);
 }
 
