@@ -1,6 +1,7 @@
 #include "media-server/image/rare_formats.h"
 
 #include <algorithm>
+#include <array>
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/format_magic.h"
@@ -26,6 +27,20 @@ bool ReadBigEndianSize(IByteSource& source, std::uint64_t offset, PictureHeaders
   return reader.Ok();
 }
 
+constexpr std::size_t kMostDpxElements = 8;
+constexpr std::size_t kDpxElementSize = 72;
+
+/// Whether an image element is alpha or has it: its descriptor stands behind the sign and the ranges of its data.
+bool HasDpxAlpha(ByteReader& reader, std::uint16_t elements) {
+  constexpr std::array<std::uint8_t, 5> kWithAlpha = {4, 51, 52, 101, 103};  // A; RGBA, ABGR; CbYACrYA, CbYCrA
+  for (std::size_t i = 0; i < std::min<std::size_t>(elements, kMostDpxElements); ++i) {
+    ByteReader element(reader.Take(kDpxElementSize));
+    element.Skip(5 * 4);
+    if (std::ranges::find(kWithAlpha, element.U8()) != kWithAlpha.end()) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 bool ReadFarbfeld(IByteSource& source, PictureHeaders& headers) {
@@ -36,18 +51,20 @@ bool ReadFarbfeld(IByteSource& source, PictureHeaders& headers) {
 
 bool ReadDpx(IByteSource& source, PictureHeaders& headers) {
   constexpr std::size_t kImageHeader = 768;
+  constexpr std::size_t kElements = kImageHeader + 12;
   constexpr std::uint16_t kLastOrientation = 7;
-  const auto bytes = ReadBytes(source, 0, kImageHeader + 12);
+  const auto bytes = ReadBytes(source, 0, kElements + kMostDpxElements * kDpxElementSize);
   const bool is_big_endian = Holds(bytes, 0, "SDPX"sv);
   ByteReader reader(bytes);
   reader.Skip(kImageHeader);
   const std::uint16_t orientation = is_big_endian ? reader.Be16() : reader.Le16();
-  reader.Skip(2);  // number of elements
+  const std::uint16_t elements = is_big_endian ? reader.Be16() : reader.Le16();
   const std::uint32_t width = is_big_endian ? reader.Be32() : reader.Le32();
   const std::uint32_t height = is_big_endian ? reader.Be32() : reader.Le32();
   if (!reader.Ok()) return false;
   headers.fourcc = FourCC("DPX ");
   headers.size = PictureSize{width, height};
+  headers.alpha = StraightIf(HasDpxAlpha(reader, elements));
   if (orientation <= kLastOrientation) {
     // By lines, then by columns; the bits below say from which sides, the same in both.
     headers.orientation = OrientationOf({.columns_first = orientation >= 4,

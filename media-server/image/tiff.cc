@@ -115,7 +115,9 @@ std::uint32_t FourCCOf(std::uint64_t compression) {
       Row{7, FourCC("JPEG")},      // lossless in camera raw files
       Row{34892, FourCC("JPEG")},  // lossy in DNG
       Row{34712, FourCC("MJP2")},  // JPEG 2000
-      Row{50001, FourCC("WEBP")},
+      Row{50001, FourCC("WEBP")},  // libtiff's own number
+      Row{50002, FourCC("jxl ")},  // likewise
+      Row{52546, FourCC("jxl ")},  // in DNG 1.7
   };
   const auto row = std::ranges::find(kRows, compression, &Row::compression);
   return row == kRows.end() ? FourCC("TIFF") : row->fourcc;

@@ -51,6 +51,23 @@ TEST(Dpx, OrientationIsTheOrderOfPixels) {
   EXPECT_FALSE(Read(ReadDpx, "SDPX" + Zeros(764) + Be(0xFFFF, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4))->orientation);
 }
 
+TEST(Dpx, AnElementIsAlphaOrHasIt) {
+  const auto alpha_of = [](const std::string& descriptors, std::size_t count) {
+    std::string elements;
+    for (const char descriptor : descriptors) elements += Zeros(20) + descriptor + Zeros(51);
+    return Read(ReadDpx, "SDPX" + Zeros(764) + Be(0, 2) + Be(count, 2) + Be(37, 4) + Be(23, 4) + elements)->alpha;
+  };
+  EXPECT_EQ(alpha_of("\x32", 1), kAlphaNone);  // RGB
+  EXPECT_EQ(alpha_of("\x33", 1), kAlphaStraight);
+  EXPECT_EQ(alpha_of("\x34", 1), kAlphaStraight);
+  EXPECT_EQ(alpha_of("\x64", 1), kAlphaNone);  // CbYCrY
+  EXPECT_EQ(alpha_of("\x65", 1), kAlphaStraight);
+  EXPECT_EQ(alpha_of("\x67", 1), kAlphaStraight);
+  EXPECT_EQ(alpha_of("\x01\x02\x03\x04", 4), kAlphaStraight);
+  EXPECT_EQ(alpha_of("\x01\x02\x03\x04", 3), kAlphaNone);
+  EXPECT_EQ(alpha_of("\x33", 0), kAlphaNone);
+}
+
 TEST(Xcf, CanvasStandsBehindTheVersion) { ExpectSize(ReadXcf, "XCF ", "gimp xcf v011\0"s + Be(37, 4) + Be(23, 4)); }
 
 TEST(Ilbm, BitmapHeaderIsFoundBehindOtherChunks) {

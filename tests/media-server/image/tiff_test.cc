@@ -154,6 +154,8 @@ TEST(Tiff, CompressionNamesTheCodedPicture) {
   EXPECT_EQ(FourCCOfCompression(34712), "MJP2");
   EXPECT_EQ(FourCCOfCompression(34892), "JPEG");
   EXPECT_EQ(FourCCOfCompression(50001), "WEBP");
+  EXPECT_EQ(FourCCOfCompression(50002), "jxl ");
+  EXPECT_EQ(FourCCOfCompression(52546), "jxl ");
 }
 
 TEST(Tiff, MetadataOfTheFirstDirectory) {
