@@ -32,6 +32,7 @@ constexpr std::uint8_t kNumberOfLines = 0xDC;
 constexpr std::uint8_t kHierarchicalProgression = 0xDE;
 constexpr std::uint8_t kApp1 = 0xE1;
 constexpr std::uint8_t kApp13 = 0xED;
+constexpr std::uint8_t kApp14 = 0xEE;
 constexpr std::uint8_t kJpegLsFrame = 0xF7;  // ITU-T T.87, C.2.1
 
 // Depth maps and colour profiles may take some hundred segments of 64 KiB.
@@ -53,6 +54,8 @@ bool IsFrame(std::uint8_t marker) {
   return is_numbered || marker == kHierarchicalProgression || marker == kJpegLsFrame;
 }
 
+/// Of three components, in the order of the file.
+using ComponentIds = std::array<std::uint8_t, 3>;
 /// Horizontal factor above, vertical below, of each of three components.
 using SamplingFactors = std::array<std::uint8_t, 3>;
 
@@ -63,11 +66,12 @@ std::optional<int> ChromaOfFactors(const SamplingFactors& factors) {
     unsigned vertical;
     int chroma_sampling;
   };
-  constexpr std::array<Sampling, 5> kSamplings = {{{1, 1, codec::kChroma444},
+  constexpr std::array<Sampling, 6> kSamplings = {{{1, 1, codec::kChroma444},
                                                    {2, 1, codec::kChroma422},
                                                    {2, 2, codec::kChroma420},
                                                    {1, 2, codec::kChroma440},
-                                                   {4, 1, codec::kChroma411}}};
+                                                   {4, 1, codec::kChroma411},
+                                                   {4, 2, codec::kChroma410}}};
   if (factors[1] != factors[2]) return std::nullopt;
   const unsigned horizontal = factors[1] >> 4;
   const unsigned vertical = factors[1] & 15;
@@ -126,6 +130,7 @@ class JpegWalk {
     if (IsFrame(marker) && !headers_.size) TakeFrame(offset, size);
     if (marker == kApp1) TakeApp1(offset, size);
     if (marker == kApp13) TakeApp13(offset, size);
+    if (marker == kApp14) TakeApp14(offset, size);
   }
 
   /// A frame header behind its length (T.81, B.2.2).
@@ -142,14 +147,22 @@ class JpegWalk {
     headers_.alpha = imagecore::kAlphaNone;
     if (components == 1) headers_.chroma_sampling = codec::kChroma400;
     if (components == 3) {
+      ComponentIds ids{};
       SamplingFactors factors{};
-      for (auto& factor : factors) {
-        frame.Skip(1);  // component identifier
-        factor = frame.U8();
+      for (std::size_t i = 0; i < factors.size(); ++i) {
+        ids[i] = frame.U8();
+        factors[i] = frame.U8();
         frame.Skip(1);  // quantisation table
       }
-      headers_.chroma_sampling = ChromaOfFactors(factors);
+      headers_.chroma_sampling = IsRgb(ids) ? codec::kChromaRgb : ChromaOfFactors(factors);
     }
+  }
+
+  /// Adobe's segment tells whether colours were transformed (ITU-T T.872, 6.5.3). Without one, writers of RGB name the
+  /// components so.
+  bool IsRgb(const ComponentIds& ids) const {
+    constexpr ComponentIds kRgb = {'R', 'G', 'B'};
+    return adobe_transform_ ? *adobe_transform_ == 0 : ids == kRgb;
   }
 
   /// Lines of a frame that told none, out of the segment behind the first scan (T.81, B.2.5); 0 when it is too far off.
@@ -188,8 +201,16 @@ class JpegWalk {
     photoshop_.insert(photoshop_.end(), blocks.begin(), blocks.end());
   }
 
+  void TakeApp14(std::uint64_t offset, std::size_t size) {
+    constexpr std::string_view kAdobe = "Adobe";
+    constexpr std::size_t kTransform = 11;  // behind the name, the version and two words of flags
+    const Bytes segment = window_.View(offset, std::min(size, kTransform + 1));
+    if (AsText(segment).starts_with(kAdobe) && segment.size() > kTransform) adobe_transform_ = segment[kTransform];
+  }
+
   HeaderWindow window_;
   PictureHeaders& headers_;
+  std::optional<std::uint8_t> adobe_transform_;
   std::uint64_t at_ = 2;  // behind the start of the image
   std::vector<std::uint8_t> photoshop_;
 };

@@ -190,6 +190,8 @@ PictureHeader ReadPictureFile(Bytes file) {
   if (headers->alpha) header.parameters.alpha = *headers->alpha != imagecore::kAlphaNone;
   if (headers->type == imagecore::kPictureJpeg || headers->type == imagecore::kPicturePng) {
     header.parameters.color.full_range = true;
+    // libavformat takes every JPEG for YCbCr.
+    if (headers->chroma_sampling == codec::kChromaRgb) header.parameters.color.matrix = 0;
   }
   return header;
 }

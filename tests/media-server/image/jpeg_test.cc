@@ -69,9 +69,27 @@ TEST(Jpeg, TakesChromaFromTheRatioOfTheFactors) {
   EXPECT_EQ(chroma("03 012200 021200 031200"), codec::kChroma422);
   EXPECT_EQ(chroma("03 011200 021100 031100"), codec::kChroma440);
   EXPECT_EQ(chroma("03 014100 021100 031100"), codec::kChroma411);
+  EXPECT_EQ(chroma("03 014200 021100 031100"), codec::kChroma410);
   EXPECT_EQ(chroma("03 012200 021100 032200"), std::nullopt);
   EXPECT_EQ(chroma("03 012200 020000 030000"), std::nullopt);
   EXPECT_EQ(chroma("04 011100 021100 031100 041100"), std::nullopt);
+}
+
+TEST(Jpeg, ColoursThatWereNotTransformedAreRgb) {
+  const std::string ycbcr_ids = Segment(0xC0, FromHex("08 004c 007a 03 011100 021100 031100"));
+  const std::string rgb_ids = Segment(0xC0, FromHex("08 004c 007a 03 521100 471100 421100"));
+  const auto adobe = [](const std::string& transform) {
+    return Segment(0xEE, "Adobe"s + FromHex("0064 0000 0000 " + transform));
+  };
+  const auto chroma = [](const std::string& segments) {
+    return ReadPicture(kStart + segments + kScan)->chroma_sampling;
+  };
+  EXPECT_EQ(chroma(adobe("00") + ycbcr_ids), codec::kChromaRgb);
+  EXPECT_EQ(chroma(adobe("01") + ycbcr_ids), codec::kChroma444);
+  EXPECT_EQ(chroma(rgb_ids), codec::kChromaRgb);
+  EXPECT_EQ(chroma(adobe("01") + rgb_ids), codec::kChroma444);
+  EXPECT_EQ(chroma(adobe("") + ycbcr_ids), codec::kChroma444) << "cut short";
+  EXPECT_EQ(chroma(Segment(0xEE, "Adept"s + Zeros(7)) + ycbcr_ids), codec::kChroma444);
 }
 
 TEST(Jpeg, SkipsFillBytesTablesAndMarkersThatStandAlone) {

@@ -209,9 +209,21 @@ TEST_F(PictureHeaderTest, CoversOfJpegAndPngHaveTheFullRange) {
   const PictureHeader header = Read(AV_CODEC_ID_MJPEG, {});
   EXPECT_EQ(header.parameters.color.full_range, true);
   EXPECT_EQ(header.parameters.chroma_sampling, 420);
+  EXPECT_EQ(header.parameters.color.matrix, std::nullopt);
   stream_.attached_pic.data = gif.data();
   stream_.attached_pic.size = static_cast<int>(gif.size());
   EXPECT_EQ(Read(AV_CODEC_ID_MJPEG, {}).parameters.color.full_range, std::nullopt);
+  stream_.attached_pic = AVPacket();
+}
+
+TEST_F(PictureHeaderTest, CoversOfJpegMayBeRgb) {
+  stream_.disposition = AV_DISPOSITION_ATTACHED_PIC;
+  Bytes jpeg = Hex("ffd8 ffc0 0011 08 0004 0004 03 521100 471100 421100 ffd9");
+  stream_.attached_pic.data = jpeg.data();
+  stream_.attached_pic.size = static_cast<int>(jpeg.size());
+  const PictureHeader header = Read(AV_CODEC_ID_MJPEG, {});
+  EXPECT_EQ(header.parameters.chroma_sampling, codec::kChromaRgb);
+  EXPECT_EQ(header.parameters.color.matrix, 0);
   stream_.attached_pic = AVPacket();
 }
 
