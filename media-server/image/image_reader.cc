@@ -18,6 +18,7 @@
 #include "media-server/image/jpeg.h"
 #include "media-server/image/jpeg_2000.h"
 #include "media-server/image/jpeg_xl.h"
+#include "media-server/image/jpeg_xr.h"
 #include "media-server/image/minolta_raw.h"
 #include "media-server/image/mng.h"
 #include "media-server/image/netpbm.h"

@@ -172,32 +172,4 @@ bool ReadBpg(IByteSource& source, PictureHeaders& headers) {
   return reader.Ok();
 }
 
-bool ReadJpegXr(IByteSource& source, PictureHeaders& headers) {
-  constexpr std::uint16_t kImageWidth = 0xBC80;
-  constexpr std::uint16_t kImageHeight = 0xBC81;
-  constexpr std::uint16_t kMostEntries = 1000;
-  constexpr std::size_t kEntrySize = 12;
-  const auto start = ReadBytes(source, 4, 4);
-  const std::uint64_t offset = ByteReader(start).Le32();
-  const auto count_bytes = ReadBytes(source, offset, 2);
-  const std::uint16_t count = ByteReader(count_bytes).Le16();
-  const auto directory = ReadBytes(source, offset + 2, kEntrySize * std::min(count, kMostEntries));
-  PictureSize size;
-  ByteReader reader(directory);
-  while (reader.Remaining() >= kEntrySize) {
-    const std::uint16_t tag = reader.Le16();
-    const std::uint16_t type = reader.Le16();
-    reader.Skip(4);  // count, which is one
-    const std::uint32_t value = reader.Le32();
-    constexpr std::uint16_t kByte = 1;
-    constexpr std::uint16_t kShort = 3;
-    const std::uint32_t number = type == kByte ? value & 0xFF : type == kShort ? value & 0xFFFF : value;
-    if (tag == kImageWidth) size.width = number;
-    if (tag == kImageHeight) size.height = number;
-  }
-  headers.fourcc = FourCC("JXR ");
-  headers.size = size;
-  return size.width > 0 && size.height > 0;
-}
-
 }  // namespace media_server::image

@@ -35,7 +35,4 @@ bool ReadJng(IByteSource& source, PictureHeaders& headers);
 /// Better Portable Graphics: heic_file's first fields (BPG specification section 3).
 bool ReadBpg(IByteSource& source, PictureHeaders& headers);
 
-/// JPEG XR: the first image file directory (ITU-T T.832 annex A).
-bool ReadJpegXr(IByteSource& source, PictureHeaders& headers);
-
 }  // namespace media_server::image

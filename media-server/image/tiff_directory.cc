@@ -23,8 +23,8 @@ bool IsWholeNumber(std::uint16_t type) {
 }
 
 bool IsKnownMagic(std::uint16_t magic) {
-  constexpr std::array kMagics = {TiffWalker::kMagicTiff, TiffWalker::kMagicBigTiff, TiffWalker::kMagicPanasonic,
-                                  TiffWalker::kMagicOlympus, TiffWalker::kMagicOlympusSlim};
+  constexpr std::array kMagics = {TiffWalker::kMagicTiff,    TiffWalker::kMagicBigTiff,     TiffWalker::kMagicPanasonic,
+                                  TiffWalker::kMagicOlympus, TiffWalker::kMagicOlympusSlim, TiffWalker::kMagicJpegXr};
   return std::ranges::find(kMagics, magic) != kMagics.end();
 }
 

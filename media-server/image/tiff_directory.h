@@ -42,9 +42,9 @@ struct TiffDirectory {
   const TiffEntry* Find(std::uint16_t tag) const;
 };
 
-/// Reads the directories of a TIFF structure (TIFF 6.0, BigTIFF, and the camera raw formats that differ from TIFF in
-/// their magic number only) one at a time, each at most once, so that a structure that leads in circles ends. Offsets
-/// are those of the structure: they count from its byte order mark.
+/// Reads the directories of a TIFF structure (TIFF 6.0, BigTIFF, and the camera raw formats and JPEG XR, which differ
+/// from TIFF in their magic number only) one at a time, each at most once, so that a structure that leads in circles
+/// ends. Offsets are those of the structure: they count from its byte order mark.
 class TiffWalker {
  public:
   static constexpr std::uint16_t kMagicTiff = 42;
@@ -52,6 +52,7 @@ class TiffWalker {
   static constexpr std::uint16_t kMagicPanasonic = 0x55;
   static constexpr std::uint16_t kMagicOlympus = 0x4F52;
   static constexpr std::uint16_t kMagicOlympusSlim = 0x5352;
+  static constexpr std::uint16_t kMagicJpegXr = 0x01BC;
 
   static constexpr std::size_t kMostDirectories = 64;  ///< further ones are not read
   static constexpr std::size_t kMostEntries = 512;     ///< of one directory; the rest is left out

@@ -129,16 +129,5 @@ TEST(Bpg, NumbersHaveSevenBitsAByte) {
   EXPECT_EQ(Read(ReadBpg, magic + "\x30\4"s + size)->alpha, kAlphaPremultiplied);
 }
 
-TEST(JpegXr, DirectoryTellsTheSize) {
-  const std::string file = "II\xbc\x01"s + Le(10, 4) + Zeros(2) + Le(3, 2);  // the directory is at 10
-  const std::string first = Le(0xBC01, 2) + Le(1, 2) + Le(16, 4) + Le(100, 4);
-  EXPECT_EQ(Read(ReadJpegXr, file + first + Le(0xBC80, 2) + Le(4, 2) + Le(1, 4) + Le(37, 4)        // a long
-                                 + Le(0xBC81, 2) + Le(3, 2) + Le(1, 4) + Le(23, 2) + "\xff\xff"s)  // a short
-                ->size,
-            (PictureSize{37, 23}));
-  EXPECT_FALSE(Read(ReadJpegXr, file + first));
-  EXPECT_FALSE(Read(ReadJpegXr, file.substr(0, 9)));
-}
-
 }  // namespace
 }  // namespace media_server::image
