@@ -66,6 +66,39 @@ constexpr std::array kSurfaces = {
     SurfaceAlpha{116, imagecore::kAlphaStraight},  // A32B32G32R32F
 };
 
+/// By OpenGL's base internal format.
+AlphaMode AlphaOfBaseFormat(std::uint32_t format) {
+  constexpr std::array<std::uint32_t, 3> kWithAlpha = {0x1906, 0x1908, 0x190A};  // alpha, RGBA, luminance with alpha
+  return std::ranges::find(kWithAlpha, format) != kWithAlpha.end() ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
+}
+
+/// By the channels of the basic block of the data format descriptor (Khronos Data Format Specification, chapter 5).
+std::optional<AlphaMode> AlphaOfDescriptor(IByteSource& source, std::uint32_t offset) {
+  constexpr std::uint8_t kBc1 = 128;
+  constexpr std::uint8_t kUastc = 166;
+  constexpr std::size_t kBlockHeaderSize = 24;
+  constexpr std::size_t kSampleSize = 16;
+  constexpr std::size_t kMostSamples = 16;
+  const auto bytes = ReadBytes(source, offset, 4 + kBlockHeaderSize + kMostSamples * kSampleSize);
+  ByteReader reader(bytes);
+  reader.Skip(4 + 4 + 2);  // size of all, vendor and type, version
+  const std::size_t block_size = reader.Le16();
+  const std::uint8_t model = reader.U8();
+  reader.Skip(2);  // primaries, transfer
+  const bool is_premultiplied = (reader.U8() & 1) != 0;
+  reader.Skip(12);  // block of texels, bytes of planes
+  if (!reader.Ok()) return std::nullopt;
+  const int alpha_channel = model == kBc1 ? 1 : model == kUastc ? 3 : 15;
+  for (std::size_t end = kBlockHeaderSize + kSampleSize; end <= block_size; end += kSampleSize) {
+    ByteReader sample(reader.Take(kSampleSize));
+    sample.Skip(3);  // bits
+    const int channel = sample.U8() & 0x0F;
+    if (!sample.Ok()) break;
+    if (channel == alpha_channel) return is_premultiplied ? imagecore::kAlphaPremultiplied : imagecore::kAlphaStraight;
+  }
+  return imagecore::kAlphaNone;
+}
+
 }  // namespace
 
 bool ReadDds(IByteSource& source, PictureHeaders& headers) {
@@ -99,19 +132,25 @@ bool ReadDds(IByteSource& source, PictureHeaders& headers) {
 }
 
 bool ReadKtx(IByteSource& source, PictureHeaders& headers) {
-  constexpr std::size_t kHeaderSize = 44;
+  constexpr std::size_t kHeaderSize = 52;
   const auto bytes = ReadBytes(source, 0, kHeaderSize);
   ByteReader reader(bytes);
   const bool is_first_version = Holds(bytes, 5, "11"sv);
   reader.Skip(12);  // identifier
   const bool is_big_endian = is_first_version && reader.Be32() == 0x04030201;
-  // Version 1: type, its size, format, internal and base format; version 2: format, size of the type.
-  reader.Skip(is_first_version ? 5 * 4 : 2 * 4);
-  const std::uint32_t width = is_big_endian ? reader.Be32() : reader.Le32();
-  const std::uint32_t height = is_big_endian ? reader.Be32() : reader.Le32();
+  const auto take_number = [&] { return is_big_endian ? reader.Be32() : reader.Le32(); };
+  // Version 1: type, its size, format, internal format, base format; version 2: format, size of the type.
+  reader.Skip(is_first_version ? 4 * 4 : 2 * 4);
+  if (is_first_version) headers.alpha = AlphaOfBaseFormat(take_number());
+  const std::uint32_t width = take_number();
+  const std::uint32_t height = take_number();
   if (!reader.Ok()) return false;
   headers.fourcc = FourCC("KTX ");
   headers.size = PictureSize{width, std::max(height, 1U)};
+  if (is_first_version) return true;
+  reader.Skip(5 * 4);  // depth, layers, faces, levels, compression on top
+  const std::uint32_t descriptor = reader.Le32();
+  if (reader.Ok() && descriptor != 0) headers.alpha = AlphaOfDescriptor(source, descriptor);
   return true;
 }
 

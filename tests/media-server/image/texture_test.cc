@@ -105,5 +105,39 @@ TEST(Ktx, SecondVersionIsLittleEndian) {
   EXPECT_FALSE(Read(ReadKtx, header + Le(37, 4)));
 }
 
+TEST(Ktx, BaseFormatOfTheFirstVersionTellsAlpha) {
+  const auto alpha_of = [](std::uint32_t base_format) {
+    const std::string header = "\xabKTX 11\xbb\r\n\x1a\n"s + Be(0x04030201, 4) + Zeros(4 * 4);
+    return Read(ReadKtx, header + Be(base_format, 4) + Be(37, 4) + Be(23, 4))->alpha;
+  };
+  EXPECT_EQ(alpha_of(0x1907), kAlphaNone);      // GL_RGB
+  EXPECT_EQ(alpha_of(0x1908), kAlphaStraight);  // GL_RGBA
+  EXPECT_EQ(alpha_of(0x190A), kAlphaStraight);  // GL_LUMINANCE_ALPHA
+  EXPECT_EQ(alpha_of(0x1906), kAlphaStraight);  // GL_ALPHA
+}
+
+TEST(Ktx, DescriptorOfTheSecondVersionTellsAlpha) {
+  const auto alpha_of = [](std::uint8_t model, std::uint8_t flags, const std::string& channels) {
+    std::string samples;
+    for (const char channel : channels) samples += Zeros(3) + channel + Zeros(12);
+    return Read(ReadKtx, "\xabKTX 20\xbb\r\n\x1a\n"s + Le(37, 4) + Le(1, 4) + Le(37, 4) + Le(23, 4) + Zeros(5 * 4)  //
+                             + Le(56, 4) + Le(28 + samples.size(), 4)  // descriptor
+                             + Le(28 + samples.size(), 4) + Zeros(4)   // size, vendor
+                             + Le(2, 2) + Le(24 + samples.size(), 2)   // version, size
+                             + Le(model, 1) + Zeros(2) + Le(flags, 1) + Zeros(12) + samples + "\0\0\0\x0f"s + Zeros(12))
+        ->alpha;
+  };
+  EXPECT_EQ(alpha_of(1, 0, "\0\1\2"s), kAlphaNone);  // RGB; what lies behind is no channel
+  EXPECT_EQ(alpha_of(1, 0, "\0\1\2\x0f"s), kAlphaStraight);
+  EXPECT_EQ(alpha_of(1, 1, "\0\1\2\x0f"s), kAlphaPremultiplied);
+  EXPECT_EQ(alpha_of(1, 0, "\0\1\2\x1f"s), kAlphaStraight);  // linear, with a transfer function for colours
+  EXPECT_EQ(alpha_of(128, 0, "\0"s), kAlphaNone);            // BC1
+  EXPECT_EQ(alpha_of(128, 0, "\1"s), kAlphaStraight);
+  EXPECT_EQ(alpha_of(166, 0, "\0"s), kAlphaNone);  // UASTC
+  EXPECT_EQ(alpha_of(166, 0, "\3"s), kAlphaStraight);
+  const std::string cut = "\xabKTX 20\xbb\r\n\x1a\n"s + Zeros(8) + Le(37, 4) + Le(23, 4) + Zeros(5 * 4) + Le(56, 4);
+  EXPECT_FALSE(Read(ReadKtx, cut)->alpha);
+}
+
 }  // namespace
 }  // namespace media_server::image
