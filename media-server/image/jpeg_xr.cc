@@ -18,7 +18,7 @@
 namespace media_server::image {
 namespace {
 
-/// The pixel format is a GUID; those of the standard differ in their last byte only (T.832, table A.6).
+/// The pixel format is a GUID; those of the standard differ in their last byte only (T.832, annex A).
 imagecore::AlphaMode AlphaOf(const TiffWalker& walker, const TiffDirectory& directory) {
   using namespace std::string_view_literals;
   constexpr std::uint16_t kPixelFormat = 0xBC01;
@@ -39,11 +39,12 @@ imagecore::AlphaMode AlphaOf(const TiffWalker& walker, const TiffDirectory& dire
   return is_straight ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
 }
 
-/// SPATIAL_XFRM_PRIMARY: what to do with the decoded picture, a turn before the flips.
+/// SPATIAL_XFRM_PRIMARY: what to do with the decoded picture, a turn before the flips. 0 is what an absent one stands
+/// for, and leaves it to Exif.
 std::optional<Orientation> OrientationIn(const TiffWalker& walker, const TiffDirectory& directory) {
   constexpr std::uint16_t kTransformation = 0xBC02;
   const auto transformation = walker.Number(directory, kTransformation);
-  if (!transformation || *transformation > 7) return std::nullopt;
+  if (!transformation || *transformation == 0 || *transformation > 7) return std::nullopt;
   OrientationSteps steps;
   if ((*transformation & 4) != 0) steps.RotateClockwise(90);
   if ((*transformation & 2) != 0) steps.FlipHorizontally();

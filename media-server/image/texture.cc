@@ -72,7 +72,7 @@ AlphaMode AlphaOfBaseFormat(std::uint32_t format) {
   return std::ranges::find(kWithAlpha, format) != kWithAlpha.end() ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
 }
 
-/// By the channels of the basic block of the data format descriptor (Khronos Data Format Specification, chapter 5).
+/// By the channels of the basic block of the data format descriptor (Khronos Data Format Specification).
 std::optional<AlphaMode> AlphaOfDescriptor(IByteSource& source, std::uint32_t offset) {
   constexpr std::uint8_t kBc1 = 128;
   constexpr std::uint8_t kUastc = 166;
