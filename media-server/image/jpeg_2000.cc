@@ -178,7 +178,8 @@ class Jpeg2000Boxes {
   void ReadUuid(const Mp4Box& box) {
     auto& metadata = headers_.metadata;
     if (box.uuid == kXmpBox) metadata.AddXmp(AsText(boxes_.WholePayload(box, kMostPayloadBytes)));
-    if (box.uuid == kIptcBox && metadata.iptc.empty()) metadata.iptc = boxes_.WholePayload(box, kMostPayloadBytes);
+    const bool is_iptc = box.uuid == kIptcBox || box.uuid == kEditorIptcBox;
+    if (is_iptc && metadata.iptc.empty()) metadata.iptc = boxes_.WholePayload(box, kMostPayloadBytes);
     const bool is_exif = box.uuid == kJpeg2000ExifBox || box.uuid == kEditorExifBox;
     if (is_exif && metadata.exif.empty())
       metadata.exif = TiffOfExifBlock(boxes_.WholePayload(box, kMostPayloadBytes), ExifPrefix::kNone);

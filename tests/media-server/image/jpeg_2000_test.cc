@@ -161,12 +161,14 @@ TEST(Jpeg2000, ABoxByItsIdentifierHoldsMetadata) {
   const std::string xmp_id = "\xbe\x7a\xcf\xcb\x97\xa9\x42\xe8\x9c\x71\x99\x94\x91\xe3\xaf\xac";
   const std::string iptc_id = "\x33\xc7\xa4\xd2\xb8\x1d\x47\x23\xa0\xba\xf1\xa3\xe0\x97\xad\x38";
   const std::string editor_id = "\x05\x37\xcd\xab\x9d\x0c\x44\x31\xa7\x2a\xfa\x56\x1f\x2a\x11\x3e";
+  const std::string editor_iptc_id = "\x09\xa1\x4e\x97\xc0\xb4\x42\xe0\xbe\xbf\x36\xdf\x6f\x0c\xe3\x6f";
   const std::string other_id(16, 'o');
   const auto metadata_of = [](const std::string& boxes) {
     return Read(Jp2(ImageHeader(1, 1, 1), Box("jp2c", Zeros(50'000)) + boxes)).metadata;
   };
   EXPECT_EQ(metadata_of(Box("uuid", xmp_id + "<x/>")).xmp, "<x/>");
   EXPECT_EQ(TextOf(metadata_of(Box("uuid", iptc_id + "\x1c\x02")).iptc), "\x1c\x02");
+  EXPECT_EQ(TextOf(metadata_of(Box("uuid", editor_iptc_id + "\x1c\x02")).iptc), "\x1c\x02");
   EXPECT_EQ(TextOf(metadata_of(Box("uuid", "JpgTiffExif->JP2II*\0x"s)).exif), "II*\0x"s);
   EXPECT_EQ(TextOf(metadata_of(Box("uuid", "JpgTiffExif->JP2Exif\0\0II*\0x"s)).exif), "II*\0x"s);
   EXPECT_EQ(TextOf(metadata_of(Box("uuid", editor_id + "MM\0*x"s)).exif), "MM\0*x"s);
