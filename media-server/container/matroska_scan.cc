@@ -27,11 +27,14 @@ enum Id : std::uint32_t {
   kTracks = 0x1654AE6B,
   kTrackEntry = 0xAE,
   kTrackNumber = 0xD7,
+  kTrackType = 0x83,
+  kCodecId = 0x86,
   kTrackLanguage = 0x22B59C,
   kTrackLanguageTag = 0x22B59D,
   kContentEncodings = 0x6D80,
   kContentEncoding = 0x6240,
   kContentEncryption = 0x5035,
+  kEncryptionAlgorithm = 0x47E1,
   kCluster = 0x1F43B675,
   kAttachments = 0x1941A469,
   kTags = 0x1254C367,
@@ -72,23 +75,29 @@ std::uint64_t SaturatingAdd(std::uint64_t a, std::uint64_t b) {
   return a > kLargest - b ? kLargest : a + b;
 }
 
-std::string LanguageText(Bytes bytes) {
+std::string ShortText(Bytes bytes) {
   constexpr std::size_t kLongest = 64;
   return TextFromUtf8(bytes.first(std::min(bytes.size(), kLongest)));
 }
 
 MatroskaTrack ReadTrack(Bytes entry) {
   MatroskaTrack track;
-  const auto read_encoding = [&](std::uint32_t id, Bytes) {
-    if (id == kContentEncryption) track.encrypted = true;
+  // Frames that are signed only have a ContentEncryption without an algorithm.
+  const auto read_encryption = [&](std::uint32_t id, Bytes content) {
+    if (id == kEncryptionAlgorithm && Unsigned(content) != 0) track.encrypted = true;
+  };
+  const auto read_encoding = [&](std::uint32_t id, Bytes content) {
+    if (id == kContentEncryption) ForEachElement(content, read_encryption);
   };
   const auto read_encodings = [&](std::uint32_t id, Bytes content) {
     if (id == kContentEncoding) ForEachElement(content, read_encoding);
   };
   ForEachElement(entry, [&](std::uint32_t id, Bytes content) {
     if (id == kTrackNumber) track.number = Unsigned(content);
-    if (id == kTrackLanguage) track.language = LanguageText(content);
-    if (id == kTrackLanguageTag) track.language_tag = LanguageText(content);
+    if (id == kTrackType) track.type = Unsigned(content);
+    if (id == kCodecId) track.codec_id = ShortText(content);
+    if (id == kTrackLanguage) track.language = ShortText(content);
+    if (id == kTrackLanguageTag) track.language_tag = ShortText(content);
     if (id == kContentEncodings) ForEachElement(content, read_encodings);
   });
   return track;

@@ -11,9 +11,11 @@ namespace media_server {
 /// What libavformat does not tell about a track.
 struct MatroskaTrack {
   std::uint64_t number = 0;
+  std::uint64_t type = 0;    ///< TrackType; 0 when not told
+  std::string codec_id;      ///< CodecID, valid UTF-8; empty when not told
   std::string language;      ///< Language, of ISO 639-2, valid UTF-8 like the next; empty when not told
   std::string language_tag;  ///< LanguageBCP47
-  bool encrypted = false;    ///< has a ContentEncryption
+  bool encrypted = false;    ///< has a ContentEncryption with an algorithm
 };
 
 struct MatroskaScan {

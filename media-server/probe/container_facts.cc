@@ -55,14 +55,34 @@ std::optional<std::string> LanguageBesideIso639(const MatroskaTrack& track) {
   return TellsLanguage(track.language_tag) && !told_otherwise ? std::optional(track.language_tag) : std::nullopt;
 }
 
+// libavformat passes over tracks of other types, such as buttons, and over those whose codec is none of their type.
+bool HasStream(const MatroskaTrack& track) {
+  struct Row {
+    std::uint64_t type;  // RFC 9559, 5.1.4.1.3
+    std::string_view first_letters;
+  };
+  constexpr Row kRows[] = {{1, "V"}, {2, "A"}, {0x11, "SD"}, {0x21, "SD"}};
+  const auto* row = std::ranges::find(kRows, track.type, &Row::type);
+  return row != std::end(kRows) && !track.codec_id.empty() &&
+         row->first_letters.find(track.codec_id.front()) != std::string_view::npos;
+}
+
 // libavformat's streams of a Matroska file are its tracks, in their order.
+const MatroskaTrack* TrackBehind(const MatroskaScan& scan, const AVStream& stream) {
+  int index = 0;
+  for (const MatroskaTrack& track : scan.tracks) {
+    if (HasStream(track) && index++ == stream.index) return &track;
+  }
+  return nullptr;
+}
+
 TrackFacts FactsOfTrack(const MatroskaScan& scan, const AVStream& stream) {
   TrackFacts facts;
-  const auto index = static_cast<std::size_t>(stream.index);
-  if (index >= scan.tracks.size()) return facts;
-  facts.encrypted = scan.tracks[index].encrypted;
-  facts.id = static_cast<std::uint32_t>(scan.tracks[index].number);
-  facts.language = LanguageBesideIso639(scan.tracks[index]);
+  const MatroskaTrack* track = TrackBehind(scan, stream);
+  if (track == nullptr) return facts;
+  facts.encrypted = track->encrypted;
+  facts.id = static_cast<std::uint32_t>(track->number);
+  facts.language = LanguageBesideIso639(*track);
   return facts;
 }
 

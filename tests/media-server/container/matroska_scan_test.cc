@@ -44,7 +44,7 @@ TEST(MatroskaScan, OtherBytesGiveNothing) {
 }
 
 TEST(MatroskaScan, TracksStandInFileOrder) {
-  const std::string encryption = Element(0x6D80, Element(0x6240, Element(0x5035, "")));
+  const std::string encryption = Element(0x6D80, Element(0x6240, Element(0x5035, Element(0x47E1, Be(5, 1)))));
   const MatroskaScan scan =
       Scan(Header() +
            Segment(Tracks(TrackEntry(Element(0xD7, Be(3, 1)) + encryption) + TrackEntry(Element(0xD7, Be(300, 2))))));
@@ -64,6 +64,25 @@ TEST(MatroskaScan, LanguagesOfBothKindsAreRead) {
   EXPECT_EQ(scan.tracks[0].language_tag, "zh-Hant");
   EXPECT_EQ(scan.tracks[1].language, "");
   EXPECT_EQ(scan.tracks[1].language_tag, "");
+}
+
+TEST(MatroskaScan, TypesAndCodecsAreRead) {
+  const MatroskaScan scan =
+      Scan(Header() + Segment(Tracks(TrackEntry(Element(0x83, Be(0x12, 1)) + Element(0x86, "B_X")) +
+                                     TrackEntry(Element(0xD7, Be(1, 1))))));
+  ASSERT_EQ(scan.tracks.size(), 2U);
+  EXPECT_EQ(scan.tracks[0].type, 0x12U);
+  EXPECT_EQ(scan.tracks[0].codec_id, "B_X");
+  EXPECT_EQ(scan.tracks[1].type, 0U);
+  EXPECT_EQ(scan.tracks[1].codec_id, "");
+}
+
+TEST(MatroskaScan, SignatureIsNoEncryption) {
+  const std::string signature = Element(0x47E3, "signed");
+  for (const std::string& content : {signature, Element(0x47E1, Be(0, 1)) + signature}) {
+    const std::string encodings = Element(0x6D80, Element(0x6240, Element(0x5035, content)));
+    EXPECT_FALSE(Scan(Header() + Segment(Tracks(TrackEntry(encodings)))).tracks.at(0).encrypted);
+  }
 }
 
 TEST(MatroskaScan, CompressionIsNoEncryption) {

@@ -152,6 +152,21 @@ TEST(MediaProberTest, GivesTheContainersOwnIds) {
   }
 }
 
+TEST(MediaProberTest, TracksThatAreNoStreamsMoveTheOthers) {
+  std::vector<std::uint8_t> file = ReadSample("languages.mkv");
+  constexpr std::uint8_t kPictures[] = {0x83, 0x81, 1};
+  const auto type = std::ranges::search(file, kPictures).begin();
+  ASSERT_NE(type, file.end());
+  for (const std::uint8_t other : {std::uint8_t{0x12}, std::uint8_t{2}}) {  // buttons; sound, which its codec is not
+    type[2] = other;
+    std::string reason;
+    const auto media = Probe(file, &reason);
+    ASSERT_NE(media, nullptr) << reason;
+    ASSERT_EQ(media->streams.size(), 4u);
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(media->streams[i].id, i + 2);
+  }
+}
+
 // A second of silence in front of which a recorder could not go back.
 std::string PipedWave(std::uint32_t form_size, std::uint32_t data_size) {
   const std::string format = Le(1, 2) + Le(1, 2) + Le(8000, 4) + Le(16'000, 4) + Le(2, 2) + Le(16, 2);
