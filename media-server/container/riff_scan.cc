@@ -37,6 +37,12 @@ bool IsPrintable(std::string_view id) {
   return std::ranges::all_of(id, [](char character) { return character >= 0x20 && character < 0x7F; });
 }
 
+/// A text of numbers with `separator` at these places; shorter texts as they are.
+std::string WithSeparators(std::string text, char separator, std::size_t first, std::size_t second) {
+  if (second < text.size()) text[first] = text[second] = separator;
+  return text;
+}
+
 class Scanner {
  public:
   explicit Scanner(IByteSource& source) : source_(source), input_end_(source.Size().value_or(kNoEnd)) {}
@@ -151,8 +157,8 @@ class Scanner {
     const auto bytes = ReadBytes(source_, chunk.offset + kDate, kDateSize + kTimeSize);
     ByteReader reader(bytes);
     RiffBroadcast broadcast;
-    broadcast.origination_date = TextFromUtf8(reader.Take(kDateSize));
-    broadcast.origination_time = TextFromUtf8(reader.Take(kTimeSize));
+    broadcast.origination_date = WithSeparators(TextFromUtf8(reader.Take(kDateSize)), '-', 4, 7);
+    broadcast.origination_time = WithSeparators(TextFromUtf8(reader.Take(kTimeSize)), ':', 2, 5);
     return broadcast;
   }
 

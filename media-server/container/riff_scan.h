@@ -9,7 +9,7 @@
 namespace media_server {
 
 /// When a broadcast extension chunk (EBU Tech 3285) says that the sound was made: date as "yyyy-mm-dd", time as
-/// "hh:mm:ss" if the writer kept to it.
+/// "hh:mm:ss" if the writer kept to it. What stands between the numbers in the file is free.
 struct RiffBroadcast {
   std::string origination_date;
   std::string origination_time;
@@ -30,8 +30,8 @@ struct RiffScan {
   bool truncated = false;                     ///< a chunk, or the whole form, ends behind the input
 };
 
-/// Reads the chunks of a RIFF file, at most 4096, and texts of at most 1 MiB each. The size that a writer leaves that could
-/// not seek (0, 2 GiB and what is near it, all ones) reaches to the end of the input and is no truncation.
+/// Reads the chunks of a RIFF file, at most 4096, and texts of at most 1 MiB each. The size that a writer leaves that
+/// could not seek (0, 2 GiB and what is near it, all ones) reaches to the end of the input and is no truncation.
 RiffScan ScanRiff(IByteSource& source);
 
 }  // namespace media_server

@@ -48,6 +48,18 @@ TEST(RiffScan, BroadcastExtensionTellsWhen) {
   EXPECT_EQ(scan.broadcast->origination_time, "12:34:56");
 }
 
+TEST(RiffScan, BroadcastTimesHaveAnySeparators) {
+  for (const std::string& written : {"2024_02_2912-34-56"s, "2024:02:2912_34_56"s, "2024.02.2912.34.56"s,
+                                     "2024 02 2912 34 56"s, "2024/02/2912:34:56"s}) {
+    const RiffScan scan = Scan(Wave(Chunk("bext", Zeros(320) + written)));
+    ASSERT_TRUE(scan.broadcast);
+    EXPECT_EQ(scan.broadcast->origination_date, "2024-02-29");
+    EXPECT_EQ(scan.broadcast->origination_time, "12:34:56");
+  }
+  EXPECT_EQ(Scan(Wave(Chunk("bext", Zeros(320) + "2024" + Zeros(6) + "12" + Zeros(6)))).broadcast->origination_date,
+            "2024");
+}
+
 TEST(RiffScan, BroadcastExtensionCutShortIsEmptyWhereItEnds) {
   const RiffScan scan = Scan(Wave(Chunk("bext", Zeros(320) + "2024-02-2")));
   ASSERT_TRUE(scan.broadcast);
