@@ -28,6 +28,7 @@ std::optional<double> ParseDouble(std::string_view digits) {
 }
 
 /// Degrees of one signed number. `degree_digits` (2 or 3) is how many of its digits are degrees when minutes follow.
+/// A number of another width, as of a latitude with three digits of degrees, means a place that cannot be told.
 std::optional<double> ParseAngle(std::string_view number, std::size_t degree_digits) {
   const bool negative = number.starts_with('-');
   number.remove_prefix(std::min<std::size_t>(number.size(), 1));
@@ -38,8 +39,8 @@ std::optional<double> ParseAngle(std::string_view number, std::size_t degree_dig
   if (whole_digits <= degree_digits) {
     degrees = ParseDouble(number);
   } else {
-    const bool has_seconds = whole_digits > degree_digits + 2;
-    if (whole_digits > degree_digits + 4) return std::nullopt;
+    const bool has_seconds = whole_digits == degree_digits + 4;
+    if (!has_seconds && whole_digits != degree_digits + 2) return std::nullopt;
     const auto whole = ParseDouble(number.substr(0, degree_digits));
     const auto minutes = ParseDouble(has_seconds ? number.substr(degree_digits, 2) : number.substr(degree_digits));
     const auto seconds = has_seconds ? ParseDouble(number.substr(degree_digits + 2)) : std::optional(0.0);

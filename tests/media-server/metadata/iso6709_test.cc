@@ -40,6 +40,7 @@ TEST_P(NoIso6709Test, IsNoPlace) { EXPECT_EQ(ParseIso6709(GetParam()), std::null
 INSTANTIATE_TEST_SUITE_P(Garbage, NoIso6709Test,
                          testing::Values("", "+", "+-", "48.8577+002.295/", "+48.8577", "+48.8577/", "+91+000",
                                          "+00+181", "+4860.00+00217.70", "+4.8.5+2", "+nan+nan", "+12345678+002",
+                                         "+037.5090+127.0243/", "+48515+0021742", "+48.8577+0217.70", "+48.8577+002174",
                                          "+48.8577 +002.295", "+.+."));
 
 TEST(Iso6709LimitsTest, TakesAnyLength) {
