@@ -92,6 +92,12 @@ class TagSources {
     return {};
   }
 
+  // The clocks of cameras that wrote the date of AVI files (IDIT) tell no zone.
+  std::optional<std::int64_t> CreationTime() const {
+    const std::string_view text = Find(kCreationKeys);
+    return Demuxer() == "avi" ? ParseLocalTimestamp(text) : ParseTimestamp(text);
+  }
+
  private:
   std::string_view Demuxer() const { return context_.iformat->name; }
   bool TagsAreOnStreams() const { return Demuxer() == "ogg"; }
@@ -173,7 +179,7 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
     tags.modified = SetClock(container.movie->times.modification_unix_s);
   }
   if (!tags.created) tags.created = container.created;
-  if (!tags.created) tags.created = SetClock(ParseTimestamp(sources.Find(kCreationKeys)));
+  if (!tags.created) tags.created = SetClock(sources.CreationTime());
   if (!tags.created) tags.created = TimeOfTracks(container, &Mp4HeaderTimes::creation_unix_s);
   if (!tags.modified) tags.modified = SetClock(ParseTimestamp(sources.Find(kModificationKeys)));
   if (!tags.modified) tags.modified = TimeOfTracks(container, &Mp4HeaderTimes::modification_unix_s);

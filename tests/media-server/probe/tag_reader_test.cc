@@ -7,6 +7,7 @@
 #include "media-server/probe/av_handles.h"
 #include "media-server/probe/container_facts.h"
 #include "media-server/probe/ffmpeg.h"
+#include "tests/media-server/zone.h"
 
 namespace media_server::probe {
 namespace {
@@ -85,6 +86,14 @@ TEST_F(TagReaderTest, TheDayWhenASongCameOutIsNoTimeOfTheFile) {
 
 TEST_F(TagReaderTest, TakesTheDateOfRecordingOfMatroska) {
   AddTag("DATE_RECORDED", "2019-01-02 03:04:05Z");
+  EXPECT_EQ(Created(), kRecorded);
+}
+
+TEST_F(TagReaderTest, TheDateOfAviFilesIsLocal) {
+  const Zone zone("<+02>-2");
+  AddTag("creation_time", "2019-01-02 05:04:05");
+  EXPECT_EQ(Created(), kRecorded + 7200);
+  UseDemuxer("avi");
   EXPECT_EQ(Created(), kRecorded);
 }
 
