@@ -158,19 +158,16 @@ std::optional<FormatIdentity> IdentifyBoxes(IByteSource& source, Bytes head, std
   std::uint64_t size = reader.Be32();
   const std::string_view type = AsText(reader.Take(4));
   if (!IsTopLevelBox(type)) return std::nullopt;
+  if (size == 1) size = reader.Be64();
+  const std::uint64_t header_size = reader.Position();
   if (type == "ftyp" || type == "styp") {
-    constexpr std::uint64_t kSmallest = 12;  // header and major brand
-    if (size < kSmallest) return std::nullopt;
-    const auto payload_size = std::min<std::uint64_t>(size - 8, reader.Remaining());
+    constexpr std::uint64_t kBrandSize = 4;
+    if (size < header_size + kBrandSize) return std::nullopt;
+    const auto payload_size = std::min<std::uint64_t>(size - header_size, reader.Remaining());
     return IdentifyByBrands(reader.Take(static_cast<std::size_t>(payload_size)));
   }
   // Without a brand it is QuickTime from before ISO/IEC 14496-12; four letters alone prove little, so the next box must
   // fit.
-  std::uint64_t header_size = 8;
-  if (size == 1) {
-    size = reader.Be64();
-    header_size = 16;
-  }
   if (type == "mdat" && size == 0) return kMov;
   if (size < header_size || size > UINT64_MAX - offset) return std::nullopt;
   const auto next = ReadBytes(source, offset + size, 8);

@@ -153,7 +153,15 @@ TEST(FormatIdentity, ImageBrandsAreStillImages) {
   }
 }
 
-TEST(FormatIdentity, FtypTooShortForABrandProvesNothing) { EXPECT_EQ(ShortName(Be(11, 4) + "ftypisom"), "none"); }
+TEST(FormatIdentity, FtypTooShortForABrandProvesNothing) {
+  EXPECT_EQ(ShortName(Be(11, 4) + "ftypisom"), "none");
+  EXPECT_EQ(ShortName(Be(1, 4) + "ftyp" + Be(19, 8) + "isom"), "none");
+}
+
+TEST(FormatIdentity, FtypMayHaveALargeSize) {
+  EXPECT_EQ(ShortName(Be(1, 4) + "ftyp" + Be(24, 8) + "M4A " + Be(0, 4)), "m4a");
+  EXPECT_EQ(ShortName(Be(1, 4) + "ftyp" + Be(28, 8) + "mif1" + Be(0, 4) + "avif"), "avif");
+}
 
 TEST(FormatIdentity, MovieWithoutBrandIsQuickTimeWhenTheNextBoxFits) {
   EXPECT_EQ(ShortName(Be(12, 4) + "mdat" + Zeros(4) + Be(8, 4) + "moov"), "mov");
