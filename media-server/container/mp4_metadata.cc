@@ -106,11 +106,13 @@ std::optional<std::string> LocationText(Bytes bytes) {
   return std::string(text.data(), static_cast<std::size_t>(size));
 }
 
+/// Length and language in front of a text of QuickTime.
+constexpr std::size_t kInternationalHead = 4;
+
 /// A text directly in udta. Three forms are in use: 3GPP's (zero version and flags, language, text), QuickTime's
 /// (length, language, text) and the bare text.
 std::string AtomText(Bytes bytes) {
   constexpr std::size_t kFullBoxHead = 6;
-  constexpr std::size_t kInternationalHead = 4;
   ByteReader reader(bytes);
   if (bytes.size() >= kFullBoxHead && reader.Be32() == 0) {
     const Bytes text = bytes.subspan(kFullBoxHead);
@@ -251,10 +253,13 @@ void Mp4MetadataReader::ReadInternationalTexts(const Mp4Box& atom) {
   constexpr std::uint16_t kUnspecifiedLanguage = 0x7FFF;
   ByteReader reader(bytes);
   bool any = false;
-  while (reader.Remaining() > 4) {
-    const std::uint16_t size = reader.Be16();
+  while (reader.Remaining() > kInternationalHead) {
+    std::size_t size = reader.Be16();
     const std::uint16_t language = reader.Be16();
-    if (size == 0 || size > reader.Remaining()) break;
+    if (size == 0) continue;
+    // By the format's own word the length counts this head as well, which hardly a writer does.
+    if (size > reader.Remaining() && size >= kInternationalHead) size -= kInternationalHead;
+    if (size > reader.Remaining()) break;
     const Bytes text = reader.Take(size);
     const bool is_utf8 = language >= kFirstPackedLanguage && language != kUnspecifiedLanguage;
     if (StartsWithByteOrderMark(text)) {

@@ -56,7 +56,8 @@ struct Mp4Track {
   std::uint32_t width = 0;   ///< of the first picture sample entry, in pixels
   std::uint32_t height = 0;
   std::string auxiliary_type;  ///< of auxiliary pictures, a URN (`auxi`, ISO/IEC 23008-12 7.5.3); empty when not told
-  /// The first sample entry is encv, enca, ... (ISO/IEC 14496-12 8.12), and `tenc` does not say otherwise.
+  /// The first sample entry is encv, enca, ... (ISO/IEC 14496-12 8.12) or drms, drmi, and `tenc` does not say
+  /// otherwise.
   bool is_protected = false;
   std::optional<Mp4CleanAperture> clean_aperture;
   std::optional<std::uint32_t> sample_count;  ///< stsz or stz2

@@ -86,12 +86,16 @@ class TrackReader {
     constexpr std::size_t kMostEntries = 1024;
     constexpr std::uint32_t kNormalSpeed = 0x10000;
     constexpr std::uint64_t kLongest = std::uint64_t{1} << 48;  // years at any timescale, and no sum overflows
-    const auto head = boxes_.Payload(box, 1);
-    const std::size_t width = ByteReader(head).U8() == 0 ? 4 : 8;
+    const auto head = boxes_.Payload(box, kTableHead);
+    ByteReader head_reader(head);
+    const std::size_t width = head_reader.U8() == 0 ? 4 : 8;
+    head_reader.Skip(3);
+    const std::uint32_t count = head_reader.Be32();
     const std::size_t entry_size = 2 * width + 4;
     const auto bytes = boxes_.Payload(box, kMostEntries * entry_size, kTableHead);
     ByteReader reader(bytes);
-    const std::size_t entries = bytes.size() / entry_size;
+    const std::size_t entries =
+        std::min<std::size_t>(bytes.size() / entry_size, count);  // room may be left behind them
     const std::uint64_t nowhere = width == 4 ? UINT32_MAX : UINT64_MAX;
     bool chooses_one_part = entries <= 1;
     std::uint64_t ticks = 0;
@@ -293,7 +297,9 @@ class TrackReader {
   }
 
   static constexpr std::array kPictureHandlers = {"vide"sv, "auxv"sv, "pict"sv};
-  static constexpr std::array kEncryptedEntries = {"encv"sv, "enca"sv, "enct"sv, "encs"sv, "encm"sv};
+  // The last two are those of the iTunes store, from before there was a common scheme.
+  static constexpr std::array kEncryptedEntries = {"encv"sv, "enca"sv, "enct"sv, "encs"sv,
+                                                   "encm"sv, "drms"sv, "drmi"sv};
 
   Mp4BoxReader& boxes_;
   std::optional<std::uint64_t> input_size_;

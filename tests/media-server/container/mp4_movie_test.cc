@@ -180,6 +180,7 @@ TEST(Mp4Movie, EditsThatChooseOnePartTellNoLength) {
   EXPECT_EQ(EditedSeconds(1, Edit(2000, 0)), 0);
   EXPECT_EQ(EditedSeconds(1, Edit(2000, 512)), 0);
   EXPECT_EQ(EditedSeconds(0, ""), 0);
+  EXPECT_EQ(EditedSeconds(1, Edit(2000, 0) + Edit(0, 0, 0)), 0) << "room behind the edits";
 }
 
 TEST(Mp4Movie, EditsThatDoMoreTellTheLengthOfAll) {
@@ -238,7 +239,9 @@ TEST(Mp4Movie, EncryptedEntryIsProtected) {
 }
 
 TEST(Mp4Movie, EncryptedEntryWithoutProtectionBoxIsStillEncrypted) {
-  EXPECT_TRUE(ReadTrack(Descriptions(PictureEntry("encv"))).is_protected);
+  for (const char* name : {"encv", "drmi"}) {
+    EXPECT_TRUE(ReadTrack(Descriptions(PictureEntry(name))).is_protected) << name;
+  }
 }
 
 TEST(Mp4Movie, UnprotectedByDefault) {
@@ -452,6 +455,9 @@ TEST(Mp4Metadata, InternationalTexts) {
   EXPECT_EQ(UserDataValue(Box("\xA9mak", Be(4, 2) + Be(0, 2) + "caf\x8E")), "café");
   EXPECT_EQ(UserDataValue(Box("\xA9mak", Be(4, 2) + Be(0x55C4, 2) + "caf\x8E")), "caf\uFFFD");
   EXPECT_EQ(UserDataValue(Box("\xA9mod", "Model without head")), "Model without head");
+  EXPECT_EQ(UserDataValue(Box("\xA9mod", Be(10, 2) + Be(0, 2) + "Camera")), "Camera") << "counts its head";
+  EXPECT_EQ(UserDataValue(Box("\xA9mod", Be(0, 2) + Be(0, 2) + Be(6, 2) + Be(0x15C7, 2) + "Camera")), "Camera")
+      << "empty in the first language";
   EXPECT_EQ(UserDataValue(Box("\xA9mod", Data(1, "As an item"))), "As an item");
   EXPECT_EQ(UserDataValue(Box("\xA9mod")), "none");
 }
