@@ -24,7 +24,14 @@ std::optional<Id3v1Tag> ReadId3v1(IByteSource& source) {
   for (std::string* text : {&tag.title, &tag.artist, &tag.album}) {
     *text = TextFromUtf8OrWindows1252(reader.Take(kTextSize));
   }
+  constexpr std::size_t kYear = 4;
+  constexpr std::size_t kCommentBesideTrack = 28;
+  reader.Skip(kYear + kCommentBesideTrack);
+  // Version 1.1: behind a comment that ends early.
+  const bool has_track = reader.U8() == 0;
+  const std::uint8_t track = reader.U8();
   if (!reader.Ok()) return std::nullopt;
+  if (has_track && track != 0) tag.track_number = std::to_string(track);
   return tag;
 }
 

@@ -57,8 +57,17 @@ constexpr Field kFields[] = {
     {&MediaTags::aigc, kAigcKeys},
 };
 
-/// Demuxers of formats that never said what character set their texts are in.
-constexpr std::string_view kWithoutCharacterSet[] = {"avi", "rm", "wav"};
+/// Texts that libavformat hands on as they stand, of a character set that was never said: those of some formats, and
+/// those of ID3v1 tags.
+struct CharacterSet {
+  std::string_view demuxer;
+  std::string (*read)(std::span<const std::uint8_t> bytes);
+};
+constexpr CharacterSet kCharacterSets[] = {
+    {"aac", &TextFromUtf8OrWindows1252}, {"aiff", &TextFromUtf8OrMacRoman},  {"avi", &TextFromUtf8OrWindows1252},
+    {"mp3", &TextFromUtf8OrWindows1252}, {"rm", &TextFromUtf8OrWindows1252}, {"tta", &TextFromUtf8OrWindows1252},
+    {"wav", &TextFromUtf8OrWindows1252}, {"wv", &TextFromUtf8OrWindows1252},
+};
 
 std::string Clean(std::string_view text) { return platform::ToValidUtf8(platform::CutUtf8(text, kLongestText)); }
 
@@ -76,8 +85,8 @@ class TagSources {
   /// What `Find` finds, as valid UTF-8.
   std::string FindText(std::span<const std::string_view> keys) const {
     const std::string_view found = platform::CutUtf8(Find(keys), kLongestText);
-    const bool says_its_set = std::ranges::find(kWithoutCharacterSet, Demuxer()) == std::end(kWithoutCharacterSet);
-    return says_its_set ? platform::ToValidUtf8(found) : TextFromUtf8OrWindows1252(AsBytes(found));
+    const auto* set = std::ranges::find(kCharacterSets, Demuxer(), &CharacterSet::demuxer);
+    return set == std::end(kCharacterSets) ? platform::ToValidUtf8(found) : set->read(AsBytes(found));
   }
 
   /// The value under the best key of the first place that has one; borrowed; empty when there is none.
@@ -170,6 +179,7 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
     if (tags.title.empty()) tags.title = container.id3v1->title;
     if (tags.artist.empty()) tags.artist = container.id3v1->artist;
     if (tags.album.empty()) tags.album = container.id3v1->album;
+    if (tags.track_number.empty()) tags.track_number = container.id3v1->track_number;
   }
   if (tags.aigc.empty()) tags.aigc = Clean(container.aigc);
   if (tags.aigc.empty()) tags.aigc = Clean(ReadXmpAigcLabel(XmpOf(container)).value_or(""));

@@ -9,6 +9,8 @@
 namespace media_server {
 namespace {
 
+using namespace std::string_literals;
+
 std::string Field(std::string text) {
   text.resize(30, '\0');
   return text;
@@ -29,6 +31,17 @@ TEST(Id3v1Test, ReadsTheTextsAtTheEndOfTheFile) {
   EXPECT_EQ(tag->title, "Title");
   EXPECT_EQ(tag->artist, "Artist");
   EXPECT_EQ(tag->album, "Album");
+}
+
+TEST(Id3v1Test, TheTrackStandsBehindTheComment) {
+  const auto track_of = [](const std::string& ending) {
+    std::string tag = Tag("Title", "Artist", "Album");
+    tag.replace(tag.size() - 3, 2, ending);
+    return Read(tag)->track_number;
+  };
+  EXPECT_EQ(track_of("\0\7"s), "7");
+  EXPECT_EQ(track_of("\0\0"s), "");
+  EXPECT_EQ(track_of("t."), "") << "a long comment";
 }
 
 TEST(Id3v1Test, DropsPaddingAndReadsWindows1252) {

@@ -109,13 +109,29 @@ TEST_F(TagReaderTest, TextsWithoutACharacterSetAreWindows1252) {
          "F\xFCr \x93"
          "Elise\x94");
   EXPECT_EQ(ReadTags(*context_, container_).title, "F\uFFFDr \uFFFDElise\uFFFD") << "MP4 says that it is UTF-8";
-  for (const char* demuxer : {"wav", "avi", "rm"}) {
+  for (const char* demuxer : {"wav", "avi", "rm", "mp3", "aac", "tta", "wv"}) {
     UseDemuxer(demuxer);
     EXPECT_EQ(ReadTags(*context_, container_).title, "Für “Elise”") << demuxer;
   }
   av_dict_free(&context_->metadata);
   AddTag("title", "Für “Elise”");
   EXPECT_EQ(ReadTags(*context_, container_).title, "Für “Elise”");
+}
+
+TEST_F(TagReaderTest, TakesFromId3v1WhatNoOtherTagTells) {
+  container_.id3v1 = Id3v1Tag{.title = "Old title", .artist = "Cut", .album = "Old album", .track_number = "7"};
+  AddTag("artist", "Cut no more");
+  const MediaTags tags = ReadTags(*context_, container_);
+  EXPECT_EQ(tags.title, "Old title");
+  EXPECT_EQ(tags.artist, "Cut no more");
+  EXPECT_EQ(tags.album, "Old album");
+  EXPECT_EQ(tags.track_number, "7");
+}
+
+TEST_F(TagReaderTest, TextsOfAiffAreMacintoshRoman) {
+  AddTag("title", "F\x9Fr Elise");
+  UseDemuxer("aiff");
+  EXPECT_EQ(ReadTags(*context_, container_).title, "Für Elise");
 }
 
 /// A packet with these properties as attributes.
