@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "media-server/codec/av1.h"
+#include "media-server/codec/h261.h"
 #include "media-server/codec/h264.h"
 #include "media-server/codec/hevc.h"
 #include "media-server/codec/intermediate.h"
@@ -15,12 +16,14 @@
 #include "media-server/codec/mpeg4_visual.h"
 #include "media-server/codec/nal.h"
 #include "media-server/codec/prores.h"
+#include "media-server/codec/screen_video.h"
 #include "media-server/codec/video_usability.h"
 #include "media-server/codec/vp9.h"
 #include "media-server/image/image_reader.h"
 #include "media-server/io/span_source.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/av_handles.h"
+#include "media-server/probe/dirac_sequence.h"
 #include "media-server/probe/dv_frame.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
@@ -262,6 +265,10 @@ constexpr Reader kReaders[] = {
     {AV_CODEC_ID_PRORES, ProfiledCodec::kProRes, &ReadProRes},
     {AV_CODEC_ID_JPEG2000, std::nullopt, &ReadJpeg2000},
     {AV_CODEC_ID_DVVIDEO, std::nullopt, &ReadDv},
+    {AV_CODEC_ID_H261, std::nullopt, &ReadFirstSample<&codec::ReadH261Picture>},
+    {AV_CODEC_ID_DIRAC, std::nullopt, &ReadFirstSample<&ReadDiracSequence>},
+    {AV_CODEC_ID_FLASHSV, std::nullopt, &ReadFirstSample<&codec::ReadScreenVideoFrame>},
+    {AV_CODEC_ID_FLASHSV2, std::nullopt, &ReadFirstSample<&codec::ReadScreenVideoFrame>},
     {AV_CODEC_ID_MAGICYUV, std::nullopt, &ReadFirstSample<&codec::ReadMagicYuvFrame>},
     {AV_CODEC_ID_UTVIDEO, std::nullopt, &ReadUtVideo},
     {AV_CODEC_ID_HUFFYUV, std::nullopt, &ReadHuffYuv},
