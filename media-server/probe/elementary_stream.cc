@@ -20,11 +20,19 @@ struct Count {
   bool to_the_end = false;
 };
 
-Count CountPictures(AVFormatContext& context) {
+// The end of a Dirac sequence comes as a packet of its own, a parse info without pictures.
+bool IsPicture(const AVFormatContext& context, const AVPacket& packet) {
+  constexpr std::size_t kParseInfo = 13;
+  return context.streams[0]->codecpar->codec_id != AV_CODEC_ID_DIRAC || BytesOf(packet).size() > kParseInfo;
+}
+
+Count CountPictures(AVFormatContext& context, const PacketSum& taken) {
   PacketWalk walk(context, {.bytes = kMostBytesCounted});
-  std::uint64_t pictures = 0;
-  while (walk.Next() != nullptr) ++pictures;
-  return {pictures, walk.BytesSeen(), /*to_the_end=*/walk.ReachedEnd() != PacketWalk::End::kBound};
+  std::uint64_t pictures = taken.packets;
+  while (const AVPacket* packet = walk.Next()) {
+    if (IsPicture(context, *packet)) ++pictures;
+  }
+  return {pictures, taken.bytes + walk.Seen().bytes, /*to_the_end=*/walk.ReachedEnd() != PacketWalk::End::kBound};
 }
 
 }  // namespace
@@ -35,10 +43,11 @@ bool IsElementaryPictureStream(const AVFormatContext& context) {
          context.streams[0]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
 }
 
-std::optional<PictureTiming> TimeElementaryStream(AVFormatContext& context, double header_rate, std::uint64_t size) {
+std::optional<PictureTiming> TimeElementaryStream(AVFormatContext& context, const PacketSum& taken, double header_rate,
+                                                  std::uint64_t size) {
   // libavformat assumes 25 frames per second where nothing tells.
   const double rate = header_rate > 0 ? header_rate : FrameRate(*context.streams[0]);
-  const Count count = CountPictures(context);
+  const Count count = CountPictures(context, taken);
   if (rate <= 0 || count.bytes == 0) return std::nullopt;
   const double part = count.to_the_end ? 1 : static_cast<double>(size) / static_cast<double>(count.bytes);
   const double pictures = std::clamp<double>(std::round(static_cast<double>(count.pictures) * std::max(part, 1.0)), 1,

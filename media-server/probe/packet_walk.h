@@ -16,6 +16,12 @@ struct PacketBounds {
   std::uint64_t bytes = std::numeric_limits<std::uint64_t>::max();  ///< in the packets
 };
 
+/// How many packets, and how large they are together.
+struct PacketSum {
+  std::uint64_t packets = 0;
+  std::uint64_t bytes = 0;
+};
+
 /// Reads the packets of a file from where reading stands, a bounded number. Borrows the context. What it passes is lost
 /// to later readers of packets.
 class PacketWalk {
@@ -29,8 +35,8 @@ class PacketWalk {
   const AVPacket* Next();
   /// `kNone` as long as `Next` may give more.
   End ReachedEnd() const { return end_; }
-  /// In the packets given so far.
-  std::uint64_t BytesSeen() const { return bytes_seen_; }
+  /// Of the packets given so far.
+  PacketSum Seen() const { return {static_cast<std::uint64_t>(packets_seen_), bytes_seen_}; }
 
  private:
   AVFormatContext& context_;

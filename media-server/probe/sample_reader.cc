@@ -88,6 +88,7 @@ std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
       packets.push_back({index, {start.begin(), start.end()}});
     }
   }
+  taken_packets_ = walk.Seen();
   return packets;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "media-server/io/byte_source.h"
+#include "media-server/probe/packet_walk.h"
 
 struct AVFormatContext;
 struct AVStream;
@@ -28,6 +29,8 @@ class SampleReader {
   /// kSampleStart. Without an index it is taken from the packets that come next, which are those that analysis has read
   /// where there was one. Empty when there is none.
   std::vector<std::uint8_t> ReadFirst(AVStream& stream) const;
+  /// The packets that `ReadFirst` took from those that come next, and that nobody else gets.
+  PacketSum TakenPackets() const { return taken_packets_; }
   /// True when each sample costs a request to a server.
   bool IsRemote() const { return source_.IsRemote(); }
   /// libavformat's name of the container.
@@ -49,6 +52,7 @@ class SampleReader {
   bool has_sample_index_;
   IByteSource& source_;
   mutable std::optional<std::vector<Packet>> first_packets_;  // can be read only once
+  mutable PacketSum taken_packets_;
 };
 
 }  // namespace media_server::probe

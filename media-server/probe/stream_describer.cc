@@ -91,7 +91,8 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
         facts.gop = GopOfTrack(*stream, *mp4_track, samples);
       } else if (IsElementaryPictureStream(context)) {
         facts.timing =
-            TimeElementaryStream(context, NumberOf(facts.header.parameters.frame_rate, /*unknown=*/0), media.file_size);
+            TimeElementaryStream(context, samples.TakenPackets(),
+                                 NumberOf(facts.header.parameters.frame_rate, /*unknown=*/0), media.file_size);
       } else if (TellsGopInPackets(*stream) && container.matroska && track.id && !source.IsRemote()) {
         facts.gop = GopOfFrames(source, *track.id);  // at a server each frame would cost a request
       } else if (TellsGopInPackets(*stream) && !packets_are_read) {

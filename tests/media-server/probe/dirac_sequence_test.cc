@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "media-server/container/byte_reader.h"
+#include "media-server/probe/media_prober.h"
 #include "tests/media-server/container/memory_source.h"
 
 namespace media_server::probe {
@@ -13,8 +16,12 @@ namespace {
 using namespace std::string_literals;
 using codec::FieldOrder;
 
+constexpr std::size_t kParseInfo = 13;
+
 /// A unit whose code is `code`: parse info, content.
-std::string Unit(char code, const std::string& content) { return "BBCD"s + code + Be(0, 4) + Be(0, 4) + content; }
+std::string Unit(char code, const std::string& content, std::size_t size_of_last = 0) {
+  return "BBCD"s + code + Be(kParseInfo + content.size(), 4) + Be(size_of_last, 4) + content;
+}
 
 /// Bits of interleaved Exp-Golomb codes as bytes, ones behind them.
 std::string Bits(std::string_view digits) {
@@ -58,6 +65,28 @@ TEST(DiracSequence, ReadsProgressivePictures) {
   EXPECT_EQ(picture->progressive_only, true);
   EXPECT_EQ(picture->chroma_sampling, codec::kChroma420);
   EXPECT_EQ(picture->bit_depth, 8);
+}
+
+TEST(DiracSequence, AFileOfPicturesIsCounted) {
+  std::string file = Sequence("0 0 0 1 1");
+  std::size_t last = file.size();
+  for (std::uint32_t number = 0; number < 5; ++number) {
+    const std::string picture = Unit('\xE8', Be(number, 4) + Zeros(500), last);
+    last = picture.size();
+    file += picture;
+  }
+  file += Unit('\x10', "", last);  // the end of the sequence
+  MemorySource source(std::vector<std::uint8_t>(file.begin(), file.end()));
+  BoundedSource bounded(source, ReadBudget());
+  std::string reason;
+  const auto media = ProbeMedia(bounded, "", &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  ASSERT_EQ(media->streams.size(), 1u);
+  const StreamDescription& picture = media->streams[0];
+  EXPECT_EQ(picture.picture.width, 352u);
+  EXPECT_EQ(picture.picture.height, 288u);
+  EXPECT_EQ(picture.picture.frame_count, 5u);
+  EXPECT_DOUBLE_EQ(picture.duration, 0.4);
 }
 
 TEST(DiracSequence, OtherBytesAreNone) {

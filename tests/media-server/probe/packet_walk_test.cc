@@ -73,7 +73,7 @@ TEST(PacketWalkTest, GivesAllPacketsOfAShortFile) {
   PacketWalk walk(file.Context(), {});
   EXPECT_EQ(SizesOf(walk), (std::vector{300, 100, 200}));
   EXPECT_EQ(walk.ReachedEnd(), End::kFile);
-  EXPECT_EQ(walk.BytesSeen(), 600u);
+  EXPECT_EQ(walk.Seen().bytes, 600u);
 }
 
 TEST(PacketWalkTest, HasReachedNoEndWhereItsUserHasSeenEnough) {
@@ -84,7 +84,7 @@ TEST(PacketWalkTest, HasReachedNoEndWhereItsUserHasSeenEnough) {
   EXPECT_EQ(walk.ReachedEnd(), End::kNone);
   ASSERT_NE(walk.Next(), nullptr);
   EXPECT_EQ(walk.ReachedEnd(), End::kNone);
-  EXPECT_EQ(walk.BytesSeen(), 400u);
+  EXPECT_EQ(walk.Seen().bytes, 400u);
 }
 
 TEST(PacketWalkTest, EndsBehindSoManyPackets) {
@@ -108,7 +108,7 @@ TEST(PacketWalkTest, GivesTheWholePacketThatLeadsPastTheBytes) {
   const OpenFile file(source);
   PacketWalk walk(file.Context(), {.bytes = 301});
   EXPECT_EQ(SizesOf(walk), (std::vector{300, 100}));
-  EXPECT_EQ(walk.BytesSeen(), 400u);
+  EXPECT_EQ(walk.Seen().bytes, 400u);
 }
 
 TEST(PacketWalkTest, LeavesWhatLiesBehindABoundToTheNext) {
