@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdio>
+#include <charconv>
+#include <cmath>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -38,6 +39,13 @@ constexpr std::array kValueTypes = {
     ValueType{78, ValueForm::kUnsigned},
 };
 
+/// A number with a decimal point, whatever the process's locale has in its place.
+std::string FixedText(double value, int decimals) {
+  std::array<char, 512> text;  // the largest number has 309 digits
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals).ptr;
+  return std::string(text.data(), end);
+}
+
 std::optional<std::string> NumberText(Bytes bytes, ValueForm form) {
   if (bytes.empty() || bytes.size() > 8) return std::nullopt;
   const std::uint64_t value = ByteReader(bytes).BigEndian(bytes.size());
@@ -46,8 +54,9 @@ std::optional<std::string> NumberText(Bytes bytes, ValueForm form) {
     const auto unused_bits = static_cast<int>(64 - 8 * bytes.size());
     return std::to_string(static_cast<std::int64_t>(value << unused_bits) >> unused_bits);
   }
-  if (bytes.size() == 4) return std::to_string(std::bit_cast<float>(static_cast<std::uint32_t>(value)));
-  if (bytes.size() == 8) return std::to_string(std::bit_cast<double>(value));
+  constexpr int kDecimals = 6;
+  if (bytes.size() == 4) return FixedText(double{std::bit_cast<float>(static_cast<std::uint32_t>(value))}, kDecimals);
+  if (bytes.size() == 8) return FixedText(std::bit_cast<double>(value), kDecimals);
   return std::nullopt;
 }
 
@@ -90,6 +99,14 @@ void SkipText(ByteReader& reader) {
   }
 }
 
+/// A number of ISO 6709: sign, so many digits at least, a fraction.
+std::string SignedText(double value, std::size_t digits, int decimals) {
+  std::string text = FixedText(std::abs(value), decimals);
+  const std::size_t whole = text.find('.');
+  text.insert(0, digits - std::min(whole, digits), '0');
+  return (value < 0 ? "-" : "+") + text;
+}
+
 /// 3GPP TS 26.244 8.5 `loci`: name, role, then longitude, latitude and altitude as 16.16 fixed point.
 std::optional<std::string> LocationText(Bytes bytes) {
   ByteReader reader(bytes);
@@ -101,9 +118,7 @@ std::optional<std::string> LocationText(Bytes bytes) {
   const double latitude = next_fixed();
   const double altitude = next_fixed();
   if (!reader.Ok()) return std::nullopt;
-  std::array<char, 64> text;
-  const int size = std::snprintf(text.data(), text.size(), "%+09.5f%+010.5f%+.3f/", latitude, longitude, altitude);
-  return std::string(text.data(), static_cast<std::size_t>(size));
+  return SignedText(latitude, 2, 5) + SignedText(longitude, 3, 5) + SignedText(altitude, 1, 3) + "/";
 }
 
 /// Length and language in front of a text of QuickTime.

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <span>
+#include <string_view>
 
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
@@ -26,6 +26,29 @@ std::optional<std::uint64_t> NumberTag(const AVStream& stream, const char* key) 
   std::uint64_t value = 0;
   if (!text || std::from_chars(text->data(), text->data() + text->size(), value).ec != std::errc()) return std::nullopt;
   return value;
+}
+
+template <typename Number>
+bool TakeNumber(std::string_view& text, Number& number) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return error == std::errc();
+}
+
+bool TakeColon(std::string_view& text) {
+  if (!text.starts_with(':')) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+// Seconds of "hours:minutes:seconds" with a fraction behind a point, whatever the process's locale has in its place.
+std::optional<double> SecondsOfClock(std::string_view text) {
+  unsigned hours = 0;
+  unsigned minutes = 0;
+  double seconds = 0;
+  const bool is_clock = TakeNumber(text, hours) && TakeColon(text) && TakeNumber(text, minutes) && TakeColon(text) &&
+                        TakeNumber(text, seconds);
+  return is_clock ? std::optional(hours * 3600.0 + minutes * 60.0 + seconds) : std::nullopt;
 }
 
 double Seconds(std::int64_t ticks, AVRational time_base) { return static_cast<double>(ticks) * av_q2d(time_base); }
@@ -68,13 +91,8 @@ std::optional<std::string> StreamTag(const AVStream& stream, const char* key) {
 
 std::optional<double> StreamDuration(const AVStream& stream) {
   if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0) return Seconds(stream.duration, stream.time_base);
-  const auto text = StreamTag(stream, "DURATION");
-  unsigned hours = 0;
-  unsigned minutes = 0;
-  double seconds = 0;
-  if (!text || std::sscanf(text->c_str(), "%u:%u:%lf", &hours, &minutes, &seconds) != 3) return std::nullopt;
-  const double duration = hours * 3600.0 + minutes * 60.0 + seconds;
-  if (!std::isfinite(duration) || duration <= 0) return std::nullopt;
+  const auto duration = SecondsOfClock(StreamTag(stream, "DURATION").value_or(""));
+  if (!duration || !std::isfinite(*duration) || *duration <= 0) return std::nullopt;
   return duration;
 }
 

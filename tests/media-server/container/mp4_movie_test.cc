@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "tests/media-server/comma_locale.h"
 #include "tests/media-server/container/mp4_builder.h"
 
 namespace media_server {
@@ -487,6 +488,16 @@ TEST(Mp4Metadata, LocationBoxBecomesAnIso6709Text) {
   EXPECT_EQ(UserDataValue(FullBox("loci", Be(0x15C7, 2) + place)), "-33.50000+151.50000+10.000/");
   EXPECT_EQ(UserDataValue(FullBox("loci", Be(0x15C7, 2) + "\0"s + place.substr(5))), "-33.50000+151.50000+10.000/");
   EXPECT_EQ(UserDataValue(FullBox("loci", Be(0x15C7, 2) + place.substr(0, 17))), "none");
+}
+
+TEST(Mp4Metadata, NumbersHaveAPointInEveryLocale) {
+  const CommaLocale locale;
+  ASSERT_TRUE(CommaLocale::IsInForce());
+  const std::string place = Zeros(2) + Be(2ULL << 16 | 0x8000, 4) + Be(0xFFFF8000, 4) + Be(0xFFFF0000, 4);
+  EXPECT_EQ(UserDataValue(FullBox("loci", Be(0x15C7, 2) + place)), "-00.50000+002.50000-1.000/");
+  const Mp4Movie movie = ReadMoov(NamedMeta({{"rate", Data(24, "\x40\x3E\0\0\0\0\0\0"s)}}));
+  ASSERT_EQ(movie.metadata.size(), 1U);
+  EXPECT_EQ(movie.metadata[0].value, "30.000000");
 }
 
 TEST(Mp4Metadata, XmpPackets) {

@@ -4,6 +4,7 @@
 
 #include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "tests/media-server/comma_locale.h"
 
 namespace media_server::probe {
 namespace {
@@ -30,6 +31,14 @@ TEST_F(TimingTest, TakesTheStreamsOwnDuration) {
 TEST_F(TimingTest, TakesTheStatisticsTagForWantOfADuration) {
   video_.duration = AV_NOPTS_VALUE;
   av_dict_set(&video_.metadata, "DURATION-eng", "01:02:03.500000000", 0);
+  EXPECT_EQ(StreamDuration(video_), 3723.5);
+}
+
+TEST_F(TimingTest, TheStatisticsTagHasAPointInEveryLocale) {
+  const CommaLocale locale;
+  ASSERT_TRUE(CommaLocale::IsInForce());
+  video_.duration = AV_NOPTS_VALUE;
+  av_dict_set(&video_.metadata, "DURATION", "01:02:03.500000000", 0);
   EXPECT_EQ(StreamDuration(video_), 3723.5);
 }
 
