@@ -31,6 +31,7 @@ struct Mp4CleanAperture {
   std::uint32_t horizontal_offset_d = 0;
   std::int32_t vertical_offset_n = 0;
   std::uint32_t vertical_offset_d = 0;
+  std::uint64_t box_offset = 0;  ///< of the box in the file
 };
 
 /// What the decoding times say (`stts`). The last sample has no successor, so its delta counts only when it is the only

@@ -194,6 +194,7 @@ class TrackReader {
     aperture.horizontal_offset_d = reader.Be32();
     aperture.vertical_offset_n = static_cast<std::int32_t>(reader.Be32());
     aperture.vertical_offset_d = reader.Be32();
+    aperture.box_offset = box.offset;
     if (reader.Ok()) track_.clean_aperture = aperture;
   }
 

@@ -38,6 +38,18 @@ std::size_t BoundedSource::ReadSome(std::uint64_t offset, std::span<std::uint8_t
 }
 
 std::size_t BoundedSource::ReadPiece(std::uint64_t offset, std::span<std::uint8_t> out) {
+  const std::size_t got = ReadPieceOfInput(offset, out);
+  for (const auto& [start, bytes] : replaced_) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      const std::uint64_t at = start + i;
+      if (at >= offset && at - offset < got)
+        out[static_cast<std::size_t>(at - offset)] = static_cast<std::uint8_t>(bytes[i]);
+    }
+  }
+  return got;
+}
+
+std::size_t BoundedSource::ReadPieceOfInput(std::uint64_t offset, std::span<std::uint8_t> out) {
   const auto end = source_.Size();
   if (end && offset >= *end) return 0;
   if (held_.empty() && offset == 0 && out.size() < kHeadSize && AllowedAt(0) >= kHeadSize) Hold(0, kHeadSize);

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "media-server/io/byte_source.h"
@@ -46,6 +48,9 @@ class BoundedSource final : public IByteSource {
   /// up to 512 MiB in all (the sample tables of a day of video take 100), and held, up to 8 MiB in all.
   void WillRead(std::uint64_t offset, std::uint64_t size) override;
 
+  /// From now on the input reads as if `bytes` stood at `offset`.
+  void Replace(std::uint64_t offset, std::string_view bytes) { replaced_.push_back({offset, std::string(bytes)}); }
+
   /// From now on `bytes` may be read in all, those before included and those told of apart. Of 768 KiB or more a part
   /// is kept for the end of the input, which tells how long it is where no header does.
   void Limit(std::uint64_t bytes);
@@ -70,8 +75,15 @@ class BoundedSource final : public IByteSource {
     std::unique_ptr<std::uint8_t[]> bytes;
   };
 
+  /// Bytes that stand in for those of the input.
+  struct Replacement {
+    std::uint64_t offset = 0;
+    std::string bytes;
+  };
+
   /// Reads up to where what is held begins or ends.
   std::size_t ReadPiece(std::uint64_t offset, std::span<std::uint8_t> out);
+  std::size_t ReadPieceOfInput(std::uint64_t offset, std::span<std::uint8_t> out);
   std::span<const std::uint8_t> HeldAt(std::uint64_t offset) const;
   /// How far `offset` is from the next held piece behind it.
   std::uint64_t RoomBeforeNextPiece(std::uint64_t offset) const;
@@ -95,6 +107,7 @@ class BoundedSource final : public IByteSource {
   std::uint64_t told_of_ = 0;
   std::uint64_t kept_start_ = 0;
   std::uint64_t kept_end_ = 0;
+  std::vector<Replacement> replaced_;
 };
 
 }  // namespace media_server

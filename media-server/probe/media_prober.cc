@@ -124,6 +124,15 @@ void LengthenByEdits(const Mp4Movie& movie, double& duration) {
   if (edited > duration + 1.0 / movie.timescale) duration = edited;
 }
 
+// libavformat gives a file up whose clean aperture is larger than its picture. What it makes of others nobody asks for:
+// our reader has read them.
+void HideCleanApertures(const Mp4Movie& movie, BoundedSource& source) {
+  constexpr std::uint64_t kType = 4;  // behind the size
+  for (const Mp4Track& track : movie.tracks) {
+    if (track.clean_aperture) source.Replace(track.clean_aperture->box_offset + kType, "free");
+  }
+}
+
 std::string_view RefusalOf(ContentKind kind) {
   switch (kind) {
     case ContentKind::kStillImage:
@@ -210,7 +219,10 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   const std::string_view named_demuxer = identity ? identity->demuxer : std::string_view();
   LimitBytes(named_demuxer, source);
   const ContainerFacts container = ReadContainerFacts(source, named_demuxer);
-  if (container.movie) source.Limit(MostBytesOf(*container.movie) - kSampleStarts);
+  if (container.movie) {
+    source.Limit(MostBytesOf(*container.movie) - kSampleStarts);
+    HideCleanApertures(*container.movie, source);
+  }
   if (container.refusal) {
     *reason = *container.refusal;
     return nullptr;

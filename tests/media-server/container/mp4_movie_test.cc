@@ -256,6 +256,7 @@ TEST(Mp4Movie, CleanApertureKeepsItsFractions) {
       Be(1280, 4) + Be(3, 4) + Be(720, 4) + Be(1, 4) + Be(0xFFFFFFFF, 4) + Be(2, 4) + Be(5, 4) + Be(4, 4);
   const Mp4Track track = ReadTrack(Descriptions(PictureEntry("avc1", Box("clap", clap))));
   ASSERT_TRUE(track.clean_aperture);
+  EXPECT_GT(track.clean_aperture->box_offset, 78U) << "behind the fields of the entry";
   EXPECT_EQ(track.clean_aperture->width_n, 1280U);
   EXPECT_EQ(track.clean_aperture->width_d, 3U);
   EXPECT_EQ(track.clean_aperture->height_n, 720U);

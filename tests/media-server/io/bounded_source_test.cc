@@ -32,6 +32,26 @@ TEST(BoundedSourceTest, HandsOnWhatTheSourceReads) {
   EXPECT_FALSE(bounded.Spent());
 }
 
+TEST(BoundedSourceTest, ReadsWhatStandsInForTheInput) {
+  MemorySource source("0123456789" + Zeros(2 * kHead));
+  BoundedSource bounded(source, {.bytes = kMegabyte, .time = kLongTime});
+  bounded.Replace(3, "abcd");
+  bounded.Replace(kHead + 5, "efg");
+  const auto read = [&](std::uint64_t offset, std::size_t size) {
+    std::string out(size, '?');
+    bounded.ReadAt(offset, {reinterpret_cast<std::uint8_t*>(out.data()), size});
+    return out;
+  };
+  EXPECT_EQ(read(0, 10), "012abcd789");
+  EXPECT_EQ(read(4, 2), "bc");
+  EXPECT_EQ(read(0, 3), "012");
+  EXPECT_EQ(read(7, 3), "789");
+  EXPECT_EQ(read(kHead + 4, 5), Zeros(1) + "efg" + Zeros(1)) << "behind what is held";
+  std::array<std::uint8_t, 2> out{};
+  EXPECT_EQ(bounded.ReadSome(5, out), 2u);
+  EXPECT_EQ(std::string(out.begin(), out.end()), "cd");
+}
+
 TEST(BoundedSourceTest, RefusesAReadThatDoesNotFit) {
   MemorySource source(Zeros(100));
   BoundedSource bounded(source, {.bytes = 10, .time = kLongTime});

@@ -152,6 +152,24 @@ TEST(MediaProberTest, GivesTheContainersOwnIds) {
   }
 }
 
+TEST(MediaProberTest, ACleanApertureMayBeLargerThanThePicture) {
+  std::vector<std::uint8_t> file = ReadSample("upright.mp4");
+  constexpr std::string_view kFirst = "colr";  // three boxes of 55 bytes in all make room
+  const auto type = std::ranges::search(file, kFirst).begin();
+  ASSERT_NE(type, file.end());
+  const std::string one = Be(1, 4);
+  const std::string aperture =
+      Be(40, 4) + "clap" + Be(400, 4) + one + Be(200, 4) + one + Be(0, 4) + one + Be(0, 4) + one;
+  std::ranges::copy(aperture + Be(15, 4) + "free" + Zeros(7), type - 4);
+  std::string reason;
+  const auto media = Probe(file, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  ASSERT_EQ(media->streams.size(), 2u);
+  EXPECT_EQ(media->streams[0].picture.width, 320u);
+  EXPECT_EQ(media->streams[0].properties.clean_aperture_width, 400);
+  EXPECT_EQ(media->streams[0].properties.clean_aperture_height, 200);
+}
+
 TEST(MediaProberTest, TracksThatAreNoStreamsMoveTheOthers) {
   std::vector<std::uint8_t> file = ReadSample("languages.mkv");
   constexpr std::uint8_t kPictures[] = {0x83, 0x81, 1};
