@@ -103,8 +103,10 @@ void CheckSamples(Bytes sample, int length_size) {
   CheckUnits(sample, length_size);
   CheckFit(sample, length_size);
   CheckPicture(ReadH264ParameterSets(sample, length_size));
-  CheckSei(ReadH264Sei(sample, length_size));
-  CheckSei(ReadHevcSei(sample, length_size));
+  SeiFacts facts;
+  ReadH264Sei(sample, length_size, facts);
+  ReadHevcSei(sample, length_size, facts);
+  CheckSei(facts);
   // More bytes never change what the first slice is: a sample may be read in part.
   const Bytes part = sample.first(sample.size() / 2);
   if (const auto idr = IsH264Idr(part, length_size)) FUZZ_CHECK(IsH264Idr(sample, length_size) == idr);

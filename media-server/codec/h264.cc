@@ -308,7 +308,9 @@ std::optional<NalConfiguration> ReadH264Configuration(std::span<const std::uint8
   if (extradata.size() >= kRecordHeaderSize && extradata.front() == 1) return ReadRecord(extradata);
   const auto picture = ReadH264ParameterSets(extradata, kAnnexB);
   if (!picture) return std::nullopt;
-  return NalConfiguration{kAnnexB, *picture, ReadH264Sei(extradata, kAnnexB)};
+  NalConfiguration configuration{kAnnexB, *picture, {}};
+  ReadH264Sei(extradata, kAnnexB, configuration.sei);
+  return configuration;
 }
 
 std::optional<PictureParameters> ReadH264ParameterSets(std::span<const std::uint8_t> sample, int nal_length_size) {
@@ -321,13 +323,11 @@ std::optional<PictureParameters> ReadH264ParameterSets(std::span<const std::uint
   return picture;
 }
 
-SeiFacts ReadH264Sei(std::span<const std::uint8_t> sample, int nal_length_size) {
+void ReadH264Sei(std::span<const std::uint8_t> sample, int nal_length_size, SeiFacts& facts) {
   NalReader nals(sample, nal_length_size);
-  SeiFacts facts;
   for (auto nal = nals.Next(); !nal.empty() && !IsSlice(nal); nal = nals.Next()) {
     if (TypeOf(nal) == kSei) ReadSei(NalPayload(nal, 1), facts);
   }
-  return facts;
 }
 
 std::optional<bool> IsH264Idr(std::span<const std::uint8_t> sample, int nal_length_size) {

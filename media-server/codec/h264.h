@@ -22,7 +22,7 @@ std::optional<PictureParameters> ReadH264ParameterSets(std::span<const std::uint
 /// slice is found. The first bytes of a sample are enough as long as they reach the slice's header byte.
 std::optional<bool> IsH264Idr(std::span<const std::uint8_t> sample, int nal_length_size);
 
-/// What the SEI messages before the first slice of a sample tell.
-SeiFacts ReadH264Sei(std::span<const std::uint8_t> sample, int nal_length_size);
+/// Adds to `facts` what the SEI messages before the first slice of a sample tell.
+void ReadH264Sei(std::span<const std::uint8_t> sample, int nal_length_size, SeiFacts& facts);
 
 }  // namespace media_server::codec

@@ -32,6 +32,8 @@ bool IsBaseLayer(std::span<const std::uint8_t> nal) {
   return nal.size() >= kNalHeaderSize && (nal[0] & 1) == 0 && nal[1] >> 3 == 0;
 }
 
+bool IsSei(std::span<const std::uint8_t> nal) { return TypeOf(nal) == kPrefixSei && IsBaseLayer(nal); }
+
 /// Puts together what the parameter sets of one stream tell, in whatever order they come.
 class ParameterSets {
  public:
@@ -42,7 +44,7 @@ class ParameterSets {
     if (type == kSequenceParameterSet && !sequence_) {
       sequence_ = ReadHevcSequenceParameterSet(NalPayload(nal, kNalHeaderSize));
     }
-    if (type == kPrefixSei) ReadSei(NalPayload(nal, kNalHeaderSize), sei_);
+    if (IsSei(nal)) ReadSei(NalPayload(nal, kNalHeaderSize), sei_);
   }
 
   bool HasSequence() const { return sequence_.has_value(); }
@@ -127,8 +129,11 @@ std::optional<NalConfiguration> ReadHevcConfiguration(std::span<const std::uint8
   return configuration;
 }
 
-SeiFacts ReadHevcSei(std::span<const std::uint8_t> sample, int nal_length_size) {
-  return CollectSets(sample, nal_length_size).Sei();
+void ReadHevcSei(std::span<const std::uint8_t> sample, int nal_length_size, SeiFacts& facts) {
+  NalReader nals(sample, nal_length_size);
+  for (auto nal = nals.Next(); !nal.empty() && !IsSlice(nal); nal = nals.Next()) {
+    if (IsSei(nal)) ReadSei(NalPayload(nal, kNalHeaderSize), facts);
+  }
 }
 
 std::optional<HevcPictureKind> KindOfHevcPicture(std::span<const std::uint8_t> sample, int nal_length_size) {

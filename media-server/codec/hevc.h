@@ -13,8 +13,9 @@ namespace media_server::codec {
 /// the base layer that can be read; where a record holds none, its own fields remain. Empty when the bytes are neither.
 std::optional<NalConfiguration> ReadHevcConfiguration(std::span<const std::uint8_t> extradata);
 
-/// What the prefix SEI messages before the first slice of a sample tell; `nal_length_size` as `NalReader` takes it.
-SeiFacts ReadHevcSei(std::span<const std::uint8_t> sample, int nal_length_size);
+/// Adds to `facts` what the prefix SEI messages before the first slice of a sample tell; `nal_length_size` as
+/// `NalReader` takes it.
+void ReadHevcSei(std::span<const std::uint8_t> sample, int nal_length_size, SeiFacts& facts);
 
 /// Kinds of pictures by the random access that they allow (table 7-1).
 enum class HevcPictureKind {

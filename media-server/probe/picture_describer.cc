@@ -179,10 +179,12 @@ void DescribeRate(const AVStream& stream, const PictureFacts& facts, StreamDescr
       std::min<std::uint32_t>(description.bit_rate, std::numeric_limits<std::int32_t>::max()));
 }
 
-void DescribeColor(const AVStream& stream, const PictureParameters& header, StreamDescription& description) {
+void DescribeColor(const AVStream& stream, const PictureHeader& picture_header, StreamDescription& description) {
+  const PictureParameters& header = picture_header.parameters;
   const AVCodecParameters& codec = *stream.codecpar;
   PictureProperties& properties = description.properties;
-  properties.transfer_characteristics = FirstOf(header.color.transfer, Described(NumberIn(codec.color_trc), 1));
+  properties.transfer_characteristics = FirstOf(FirstOf(header.color.transfer, picture_header.sei.preferred_transfer),
+                                                Described(NumberIn(codec.color_trc), 1));
   properties.matrix_coefficients = FirstOf(header.color.matrix, Described(NumberIn(codec.color_space), 0));  // 0 is RGB
   description.picture.color_primaries =
       FirstOf(header.color.primaries, Described(NumberIn(codec.color_primaries), 1)).value_or(0);
@@ -308,7 +310,7 @@ void DescribePicture(const AVStream& stream, const PictureFacts& facts, StreamDe
   picture.field_order = FieldOrderOf(stream, header);
   DescribeSize(stream, facts, picture);
   DescribeRate(stream, facts, description);
-  DescribeColor(stream, header, description);
+  DescribeColor(stream, facts.header, description);
   DescribeProperties(facts, side_data, description);
   picture.flags = FlagsOf(description, facts, side_data);
   description.orientation = OrientationOf(stream);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "media-server/codec/av1.h"
@@ -123,7 +124,9 @@ std::optional<codec::NalConfiguration> ReadH264Configuration(AVStream& stream, c
   if (!made_up && configuration->picture.width) return configuration;
   const std::vector<std::uint8_t> first = samples.ReadFirst(stream);
   if (const auto picture = codec::ReadH264ParameterSets(first, length_size)) {
-    return codec::NalConfiguration{length_size, *picture, codec::ReadH264Sei(first, length_size)};
+    configuration = {length_size, *picture, {}};
+    codec::ReadH264Sei(first, length_size, configuration->sei);
+    return configuration;
   }
   if (!made_up) return configuration;
   // Cameras leave their parameter sets out; other encoders never do.
@@ -140,8 +143,13 @@ PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
   if (!header.parameters.progressive_only.value_or(true) && samples.SampleCount(stream) > 0) {
     header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadFirst(stream), length_size);
   }
-  header.full_idr =
-      AllKeySamplesAre([&](Bytes sample) { return codec::IsH264Idr(sample, length_size); }, stream, samples);
+  bool is_first = true;
+  header.full_idr = AllKeySamplesAre(
+      [&](Bytes sample) {
+        if (std::exchange(is_first, false)) codec::ReadH264Sei(sample, length_size, header.sei);
+        return codec::IsH264Idr(sample, length_size);
+      },
+      stream, samples);
   return header;
 }
 
@@ -150,17 +158,15 @@ PictureHeader ReadHevc(AVStream& stream, const SampleReader& samples) {
   if (!configuration) return {};
   const int length_size = configuration->nal_length_size;
   PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
+  bool is_first = true;
   header.full_idr = AllKeySamplesAre(
       [&](Bytes sample) -> std::optional<bool> {
+        if (std::exchange(is_first, false)) codec::ReadHevcSei(sample, length_size, header.sei);
         const auto kind = codec::KindOfHevcPicture(sample, length_size);
         if (!kind) return std::nullopt;
         return *kind == codec::HevcPictureKind::kIdr;
       },
       stream, samples);
-  const bool told_already = header.sei.mastering_display || header.sei.preferred_transfer;
-  if (!told_already && samples.SampleCount(stream) > 0) {
-    header.sei = codec::ReadHevcSei(samples.ReadStart(stream, 0, kSampleStart), length_size);
-  }
   return header;
 }
 

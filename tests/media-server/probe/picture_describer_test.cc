@@ -124,6 +124,15 @@ TEST_F(PictureDescriberTest, IgnoresColourNumbersThatMeanNothing) {
   EXPECT_EQ(description_.properties.matrix_coefficients, std::nullopt);
 }
 
+TEST_F(PictureDescriberTest, APreferredTransferStandsInForOneThatTheHeaderLeavesOut) {
+  facts_.header.sei.preferred_transfer = 18;
+  Describe();
+  EXPECT_EQ(description_.properties.transfer_characteristics, 18);
+  facts_.header.parameters.color.transfer = 14;
+  Describe();
+  EXPECT_EQ(description_.properties.transfer_characteristics, 14);
+}
+
 TEST_F(PictureDescriberTest, UnspecifiedColoursAreNotTold) {
   Describe();  // libavformat's own default is "unspecified"
   EXPECT_EQ(description_.picture.color_primaries, 0);

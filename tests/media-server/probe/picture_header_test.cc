@@ -118,6 +118,37 @@ TEST_F(PictureHeaderTest, ARecordWithoutParameterSetsIsCompletedFromTheSample) {
   EXPECT_EQ(header.parameters.height, 240U);
 }
 
+// An avcC record with the parameter sets above.
+Bytes Record() {
+  Bytes record = Hex("01 640028 ff");
+  const Bytes sets = ParameterSets();
+  codec::NalReader reader(sets, codec::kAnnexB);
+  for (auto nal = reader.Next(); !nal.empty(); nal = reader.Next()) {
+    record = record + Bytes{1, 0, static_cast<std::uint8_t>(nal.size())} + Bytes(nal.begin(), nal.end());
+  }
+  return record;
+}
+
+TEST_F(PictureHeaderTest, MessagesOfTheFirstH264KeySampleAreRead) {
+  SetExtradata(Record());
+  // Two views side by side, and the transfer function of hybrid log-gamma where that is known.
+  const PictureHeader header =
+      Read(AV_CODEC_ID_H264, Hex("00000009 06 2d028180 930112 80") + Hex("00000005 6588840021"));
+  EXPECT_EQ(header.sei.frame_packing, codec::FramePacking::kSideBySide);
+  EXPECT_EQ(header.sei.preferred_transfer, 18);
+  EXPECT_EQ(header.full_idr, true);
+  EXPECT_LE(bytes_read_, SampleReader::kSampleStart);
+}
+
+TEST_F(PictureHeaderTest, MessagesOfAnHevcSampleAreAddedToThoseOfTheRecord) {
+  SetExtradata(Hex("01 01 60000000 900000000000 3c f000 fc fd f8 f8 0000 0f 01 27 0001 0007 4e01 2d028180 80"));
+  const PictureHeader header = Read(AV_CODEC_ID_HEVC, Hex("00000006 4e01 930112 80") + Hex("00000004 2601af08"));
+  EXPECT_EQ(header.sei.frame_packing, codec::FramePacking::kSideBySide);
+  EXPECT_EQ(header.sei.preferred_transfer, 18);
+  EXPECT_EQ(header.full_idr, true);
+  EXPECT_LE(bytes_read_, SampleReader::kSampleStart);
+}
+
 // A JPEG 2000 codestream of 1920 columns, 4:2:0 in 8 bits.
 Bytes CodestreamOf(std::uint16_t lines) {
   BitWriter bits;
