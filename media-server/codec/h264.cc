@@ -34,6 +34,10 @@ constexpr std::uint32_t kMaxFrames = 16;  // A.3.1: MaxDpbFrames is at most 16
 constexpr std::array<std::uint32_t, 14> kHighProfiles = {44,  83,  86,  100, 110, 118, 122,
                                                          128, 134, 135, 138, 139, 144, 244};
 
+bool IsHighProfile(std::uint32_t profile_idc) {
+  return std::ranges::find(kHighProfiles, profile_idc) != kHighProfiles.end();
+}
+
 unsigned TypeOf(std::span<const std::uint8_t> nal) { return nal.front() & 0x1F; }
 
 bool IsSlice(std::span<const std::uint8_t> nal) { return TypeOf(nal) >= kSlice && TypeOf(nal) <= kIdrSlice; }
@@ -182,7 +186,7 @@ std::optional<SequenceParameterSet> ReadSequenceParameterSet(BitReader& bits) {
 
   std::optional<ChromaFormat> chroma = ChromaFormat{};
   picture.bit_depth = 8;
-  if (std::ranges::find(kHighProfiles, profile_idc) != kHighProfiles.end()) chroma = ReadHighFields(bits, picture);
+  if (IsHighProfile(profile_idc)) chroma = ReadHighFields(bits, picture);
   if (!chroma) return std::nullopt;
 
   bits.UnsignedGolomb();  // log2_max_frame_num_minus4
@@ -196,13 +200,13 @@ std::optional<SequenceParameterSet> ReadSequenceParameterSet(BitReader& bits) {
   return set;
 }
 
-/// num_views_minus1 + 1 of a subset sequence parameter set of the multi-view profiles (annex H).
+/// num_views_minus1 + 1 of a subset sequence parameter set of the multi-view profiles, also of those with depth, whose
+/// extension begins alike (annexes H to J).
 std::optional<int> ReadViews(BitReader& bits) {
+  constexpr std::array<int, 6> kProfiles = {118, 128, 134, 135, 138, 139};
   constexpr std::uint32_t kMaxViews = 1024;  // H.7.4.2.1.4: num_views_minus1 is at most 1023
   const auto set = ReadSequenceParameterSet(bits);
-  if (!set || (set->picture.profile != 118 && set->picture.profile != 128 && set->picture.profile != 134)) {
-    return std::nullopt;
-  }
+  if (!set || std::ranges::find(kProfiles, set->picture.profile) == kProfiles.end()) return std::nullopt;
   if (!bits.Flag()) return std::nullopt;  // bit_equal_to_one
   const std::uint32_t views_minus1 = bits.UnsignedGolomb();
   if (!bits.Ok() || views_minus1 == 0 || views_minus1 >= kMaxViews) return std::nullopt;
@@ -261,9 +265,9 @@ class ParameterSets {
 
   void AddExtension(const std::vector<std::uint8_t>& payload) {
     BitReader bits(payload);
-    bits.UnsignedGolomb();  // seq_parameter_set_id
-    const std::uint32_t auxiliary_format = bits.UnsignedGolomb();
-    alpha_ = alpha_ || (bits.Ok() && auxiliary_format >= 1 && auxiliary_format <= 3);
+    bits.UnsignedGolomb();                                         // seq_parameter_set_id
+    const std::uint32_t auxiliary_format = bits.UnsignedGolomb();  // 3 leaves open what the pictures are for
+    alpha_ = alpha_ || (bits.Ok() && (auxiliary_format == 1 || auxiliary_format == 2));
   }
 
   void AddSubset(const std::vector<std::uint8_t>& payload) {
@@ -276,6 +280,13 @@ class ParameterSets {
   std::optional<int> views_;
   bool alpha_ = false;
 };
+
+void AddUnits(ByteReader& bytes, unsigned count, ParameterSets& sets) {
+  for (unsigned i = 0; i < count && bytes.Ok(); ++i) {
+    const auto nal = bytes.Take(bytes.Be16());
+    if (!nal.empty()) sets.Add(nal);
+  }
+}
 
 /// ISO/IEC 14496-15, 5.3.3.1.
 NalConfiguration ReadRecord(std::span<const std::uint8_t> record) {
@@ -290,12 +301,11 @@ NalConfiguration ReadRecord(std::span<const std::uint8_t> record) {
   configuration.picture.level = LevelOf(profile_idc, constraints, level_idc);
 
   ParameterSets sets;
-  for (const unsigned count_mask : {0x1FU, 0xFFU}) {  // sequence parameter sets, then picture parameter sets
-    const unsigned count = bytes.U8() & count_mask;
-    for (unsigned i = 0; i < count && bytes.Ok(); ++i) {
-      const auto nal = bytes.Take(bytes.Be16());
-      if (!nal.empty()) sets.Add(nal);
-    }
+  AddUnits(bytes, bytes.U8() & 0x1F, sets);  // sequence parameter sets
+  AddUnits(bytes, bytes.U8(), sets);         // picture parameter sets
+  if (IsHighProfile(profile_idc)) {
+    bytes.Skip(3);                      // chroma format, bit depths
+    AddUnits(bytes, bytes.U8(), sets);  // extensions of sequence parameter sets
   }
   sets.Complete(configuration.picture);
   return configuration;

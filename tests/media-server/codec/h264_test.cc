@@ -240,6 +240,10 @@ TEST(H264, CountsTheViewsOfASubsetSequence) {
   EXPECT_EQ(picture->profile, 100);
   EXPECT_EQ(picture->views, 2);
 
+  BitWriter with_depth = Compose({.profile = 138});
+  with_depth.Bits(0, 1).Bits(1, 1).Ue(2);
+  EXPECT_EQ(picture_with(with_depth)->views, 3);
+
   BitWriter restricted = subset;
   restricted.Bits(1, 1).Bits(0, 8);                                      // usability information with nothing but
   restricted.Bits(1, 1).Bits(1, 1).Ue(2).Ue(1).Ue(9).Ue(8).Ue(3).Ue(4);  // the restrictions of a bitstream
@@ -255,6 +259,22 @@ TEST(H264, TakesAnAuxiliaryPictureFormatForAlpha) {
   const auto extension = Sample(0x6D, BitWriter().Ue(0).Ue(2));
   sample.insert(sample.end(), extension.begin(), extension.end());
   EXPECT_EQ(ReadH264ParameterSets(sample, 1)->alpha, true);
+}
+
+TEST(H264, AuxiliaryPicturesWithoutAPurposeAreNoAlpha) {
+  std::vector<std::uint8_t> sample = Sample(0x67, Compose({}).Bits(0, 1));
+  const auto extension = Sample(0x6D, BitWriter().Ue(0).Ue(3));
+  sample.insert(sample.end(), extension.begin(), extension.end());
+  EXPECT_EQ(ReadH264ParameterSets(sample, 1)->alpha, std::nullopt);
+}
+
+TEST(H264, FindsAlphaBehindTheFormatOfARecord) {
+  std::vector<std::uint8_t> record = kAvcc;
+  record.back() = 1;  // one extension of the sequence parameter set: parameter set 0, format 1, 8 bits
+  const auto extension = Hex("0003 6da880");
+  record.insert(record.end(), extension.begin(), extension.end());
+  EXPECT_EQ(ReadH264Configuration(record)->picture.alpha, true);
+  EXPECT_EQ(ReadH264Configuration(kAvcc)->picture.alpha, std::nullopt);
 }
 
 TEST(H264, TellsIdrPicturesFromOthers) {
