@@ -16,6 +16,8 @@ constexpr std::uint8_t kVisualObjectSequence = 0xB0;
 constexpr std::uint8_t kVisualObject = 0xB5;
 constexpr std::uint8_t kVideoObjectPlane = 0xB6;
 
+constexpr int kStudioProfile = 14;
+
 /// profile_and_level_indication: profile above, level below; Simple level 0 has the value 8.
 void ReadProfile(BitReader& bits, PictureParameters& picture) {
   const std::uint32_t profile = bits.Bits(4);
@@ -100,6 +102,7 @@ std::optional<PictureParameters> ReadMpeg4Visual(std::span<const std::uint8_t> b
     const std::uint8_t code = unit.front();
     BitReader bits(unit.subspan(1));
     if (code == kVisualObjectSequence) ReadProfile(bits, picture);
+    if (picture.profile == kStudioProfile) return picture;  // headers of another form follow
     if (code == kVisualObject) ReadColor(bits, picture);
     if (code == kVideoObjectPlane) return std::nullopt;
     if (code < kFirstLayer || code > kLastLayer) continue;

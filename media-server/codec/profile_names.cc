@@ -175,6 +175,30 @@ std::string Mpeg4VisualLevel(int level, int profile) {
   return level >= 0 && level <= 5 ? Dotted(level, 0) : std::string();
 }
 
+// Profiles of MPEG-4 Visual that have the upper levels of another one's number (14496-2, table G.1).
+struct UpperProfile {
+  int profile;
+  int first;  // level of that number
+  int last;
+  int below_level;  // to be taken off for the level of their own
+  std::string_view text;
+};
+
+constexpr std::array<UpperProfile, 3> kUpperProfiles = {{
+    {6, 3, 4, 2, "Simple FBA"},
+    {14, 5, 8, 4, "Core Studio"},
+    {15, 8, 13, 8, "Fine Granularity Scalable"},
+}};
+
+/// Empty for the profiles that have a number to themselves.
+std::string UpperProfileText(int level, int profile) {
+  const auto found = std::ranges::find_if(kUpperProfiles, [&](const UpperProfile& upper) {
+    return upper.profile == profile && level >= upper.first && level <= upper.last;
+  });
+  if (found == kUpperProfiles.end()) return {};
+  return std::string(found->text) + "@" + Dotted(level - found->below_level, 0);
+}
+
 /// Only the Advanced profile of VC-1 numbers its levels.
 std::string Vc1Level(int level, int profile) {
   constexpr int kAdvanced = 3;
@@ -213,6 +237,9 @@ std::string ProfileText(ProfiledCodec codec, const PictureParameters& picture) {
   if (entry == kCodecs.end() || !picture.profile) return {};
   std::string text(Find(entry->profiles, *picture.profile));
   if (text.empty() || !picture.level) return text;
+  if (codec == ProfiledCodec::kMpeg4Visual) {
+    if (std::string upper = UpperProfileText(*picture.level, *picture.profile); !upper.empty()) return upper;
+  }
   const std::string level = entry->level(*picture.level, *picture.profile);
   if (level.empty()) return text;
   text += "@" + level;

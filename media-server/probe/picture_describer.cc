@@ -62,10 +62,10 @@ PixelFormat ReadPixelFormat(const AVStream& stream) {
 }
 
 // Codecs that have one pixel format only.
-PixelFormat PixelFormatOfCodec(const AVCodecParameters& codec) {
+PixelFormat PixelFormatOfCodec(const AVCodecParameters& codec, std::int32_t profile) {
   switch (codec.codec_id) {
     case AV_CODEC_ID_MPEG4:
-      if (codec.profile == AV_PROFILE_MPEG4_SIMPLE_STUDIO) return {};
+      if (profile == AV_PROFILE_MPEG4_SIMPLE_STUDIO) return {};
       [[fallthrough]];
     case AV_CODEC_ID_VP8:
     case AV_CODEC_ID_MPEG1VIDEO:
@@ -196,7 +196,7 @@ void DescribeColor(const AVStream& stream, const PictureHeader& picture_header, 
   }
 
   const PixelFormat decoded = ReadPixelFormat(stream);
-  const PixelFormat only = PixelFormatOfCodec(codec);
+  const PixelFormat only = PixelFormatOfCodec(codec, description.profile);
   const auto choose = [](std::optional<int> first, std::optional<int> second, std::optional<int> third) {
     return first ? *first : second ? *second : third.value_or(0);
   };

@@ -69,6 +69,15 @@ TEST(Mpeg4Visual, ReadsColourOfTheVisualObject) {
   EXPECT_EQ(picture->color, (ColorDescription{1, 1, 1, true}));
 }
 
+TEST(Mpeg4Visual, StudioLayersAreOfAnotherForm) {
+  const auto picture = Read("000001b0 e1 00000120 00bc403ec400670c5a1120518f");
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->profile, 14);
+  EXPECT_EQ(picture->level, 1);
+  EXPECT_EQ(picture->width, std::nullopt);
+  EXPECT_EQ(picture->chroma_sampling, std::nullopt);
+}
+
 TEST(Mpeg4Visual, RefusesWhatHasNoLayer) {
   EXPECT_FALSE(Read(""));
   EXPECT_FALSE(Read("000001b0 03 000001b5 09 00000100"));

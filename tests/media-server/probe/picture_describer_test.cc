@@ -186,6 +186,11 @@ TEST_F(PictureDescriberTest, KnowsWhatACodecAlwaysIs) {
   codec_.codec_id = AV_CODEC_ID_VP8;
   EXPECT_EQ(Describe().chroma, 420);
   EXPECT_EQ(Describe().bit_depth, 8);
+  codec_.codec_id = AV_CODEC_ID_MPEG4;
+  EXPECT_EQ(Describe().chroma, 420);
+  facts_.header.parameters.profile = AV_PROFILE_MPEG4_SIMPLE_STUDIO;
+  EXPECT_EQ(Describe().chroma, 0);
+  facts_.header = {};
   codec_.codec_id = AV_CODEC_ID_V210;
   EXPECT_EQ(Describe().chroma, 422);
   EXPECT_EQ(Describe().bit_depth, 10);
