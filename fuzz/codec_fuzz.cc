@@ -35,6 +35,13 @@ void CheckSized(const Picture& picture) {
   if (picture) FUZZ_CHECK(picture->width && picture->height);
 }
 
+/// Of the studio profiles nothing else is read.
+void CheckMpeg4Visual(const Picture& picture) {
+  constexpr int kStudio = 14;
+  if (!picture || picture->profile != kStudio) return CheckSized(picture);
+  FUZZ_CHECK(!picture->width && !picture->bit_depth && !picture->chroma_sampling);
+}
+
 /// A frame of VP9 tells its size, and then all of its format, or only its profile.
 void CheckVp9Frame(const Picture& picture) {
   if (!picture) return;
@@ -182,7 +189,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       break;
     case 3:
       Check(ProfiledCodec::kMpeg4Visual, ReadMpeg4Visual(bytes), 15);
-      CheckSized(ReadMpeg4Visual(bytes));
+      CheckMpeg4Visual(ReadMpeg4Visual(bytes));
       break;
     case 4:
       CheckNal(bytes);
