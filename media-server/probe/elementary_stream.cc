@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint64_t kMostBytesCounted = std::uint64_t{2} << 20;
 
 struct Count {
-  std::uint64_t pictures = 0;
+  double pictures = 0;
   std::uint64_t bytes = 0;
   bool to_the_end = false;
 };
@@ -26,11 +26,17 @@ bool IsPicture(const AVFormatContext& context, const AVPacket& packet) {
   return context.streams[0]->codecpar->codec_id != AV_CODEC_ID_DIRAC || BytesOf(packet).size() > kParseInfo;
 }
 
-Count CountPictures(AVFormatContext& context, const PacketSum& taken) {
+// H.264 may code the two fields of a picture one by one. libavformat makes a packet of each, which lasts half as long.
+bool IsField(const AVPacket& packet, const AVStream& stream, double rate) {
+  return stream.codecpar->codec_id == AV_CODEC_ID_H264 && packet.duration > 0 &&
+         static_cast<double>(packet.duration) * av_q2d(stream.time_base) * rate < 0.75;
+}
+
+Count CountPictures(AVFormatContext& context, const PacketSum& taken, double rate) {
   PacketWalk walk(context, {.bytes = kMostBytesCounted});
-  std::uint64_t pictures = taken.packets;
+  auto pictures = static_cast<double>(taken.packets);
   while (const AVPacket* packet = walk.Next()) {
-    if (IsPicture(context, *packet)) ++pictures;
+    if (IsPicture(context, *packet)) pictures += IsField(*packet, *context.streams[0], rate) ? 0.5 : 1;
   }
   return {pictures, taken.bytes + walk.Seen().bytes, /*to_the_end=*/walk.ReachedEnd() != PacketWalk::End::kBound};
 }
@@ -47,10 +53,10 @@ std::optional<PictureTiming> TimeElementaryStream(AVFormatContext& context, cons
                                                   std::uint64_t size) {
   // libavformat assumes 25 frames per second where nothing tells.
   const double rate = header_rate > 0 ? header_rate : FrameRate(*context.streams[0]);
-  const Count count = CountPictures(context, taken);
+  const Count count = CountPictures(context, taken, rate);
   if (rate <= 0 || count.bytes == 0) return std::nullopt;
   const double part = count.to_the_end ? 1 : static_cast<double>(size) / static_cast<double>(count.bytes);
-  const double pictures = std::clamp<double>(std::round(static_cast<double>(count.pictures) * std::max(part, 1.0)), 1,
+  const double pictures = std::clamp<double>(std::round(count.pictures * std::max(part, 1.0)), 1,
                                              std::numeric_limits<std::uint32_t>::max());
   return PictureTiming{rate, static_cast<std::uint32_t>(pictures), pictures / rate};
 }

@@ -1,0 +1,60 @@
+#include "media-server/probe/elementary_stream.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "media-server/io/bounded_source.h"
+#include "media-server/probe/demuxer.h"
+#include "media-server/probe/ffmpeg.h"
+#include "tests/media-server/codec/bit_writer.h"
+#include "tests/media-server/container/memory_source.h"
+
+namespace media_server::probe {
+namespace {
+
+using codec::Hex;
+
+/// 176x160 at 25 frames per second, frames or fields, and its picture parameter set.
+const char* const kSets = "00000001 674d001ee541652840000003004000000ca1 00000001 68ce3880";
+const char* const kIdrTopField = "00000001 658885003ffffff0";
+const char* const kBottomField = "00000001 61888602ffffffc0";
+const char* const kNextTopField = "00000001 61888c04ffffffc0";
+const char* const kNextBottomField = "00000001 61888e06ffffffc0";
+const char* const kFrame = "00000001 61888809ffffff80";
+
+std::optional<PictureTiming> TimeOf(const std::vector<const char*>& units) {
+  std::vector<std::uint8_t> file;
+  for (const char* unit : units) {
+    const auto bytes = Hex(unit);
+    file.insert(file.end(), bytes.begin(), bytes.end());
+  }
+  const std::uint64_t size = file.size();
+  MemorySource source(std::move(file));
+  BoundedSource bounded(source, ReadBudget());
+  std::string reason;
+  const auto demuxer = Demuxer::Open(bounded, {.demuxer = "h264"}, &reason);
+  EXPECT_NE(demuxer, nullptr) << reason;
+  return demuxer ? TimeElementaryStream(demuxer->Context(), /*header_rate=*/25, size) : std::nullopt;
+}
+
+TEST(ElementaryStream, CountsFrames) {
+  const auto timing = TimeOf({kSets, kFrame, kFrame, kFrame});
+  ASSERT_TRUE(timing);
+  EXPECT_EQ(timing->frame_count, 3U);
+  EXPECT_DOUBLE_EQ(timing->duration, 0.12);
+}
+
+TEST(ElementaryStream, TwoFieldsOfH264MakeAPicture) {
+  const auto timing =
+      TimeOf({kSets, kIdrTopField, kBottomField, kNextTopField, kNextBottomField, kNextTopField, kNextBottomField});
+  ASSERT_TRUE(timing);
+  EXPECT_EQ(timing->frame_count, 3U);
+  EXPECT_DOUBLE_EQ(timing->duration, 0.12);
+}
+
+}  // namespace
+}  // namespace media_server::probe
