@@ -16,29 +16,40 @@ constexpr std::uint64_t kMostBytesCounted = std::uint64_t{2} << 20;
 
 struct Count {
   double pictures = 0;
+  double times = 0;  // that frames of the stream's rate would take
   std::uint64_t bytes = 0;
   bool to_the_end = false;
 };
 
 // The end of a Dirac sequence comes as a packet of its own, a parse info without pictures.
-bool IsPicture(const AVFormatContext& context, const AVPacket& packet) {
+bool IsPicture(const AVPacket& packet, const AVStream& stream) {
   constexpr std::size_t kParseInfo = 13;
-  return context.streams[0]->codecpar->codec_id != AV_CODEC_ID_DIRAC || BytesOf(packet).size() > kParseInfo;
+  return stream.codecpar->codec_id != AV_CODEC_ID_DIRAC || BytesOf(packet).size() > kParseInfo;
 }
 
-// H.264 may code the two fields of a picture one by one. libavformat makes a packet of each, which lasts half as long.
-bool IsField(const AVPacket& packet, const AVStream& stream, double rate) {
-  return stream.codecpar->codec_id == AV_CODEC_ID_H264 && packet.duration > 0 &&
-         static_cast<double>(packet.duration) * av_q2d(stream.time_base) * rate < 0.75;
+// For how many frame times a packet is shown: half of one where H.264 codes the fields of a picture one by one, of
+// which libavformat makes packets; one and a half where MPEG-2 shows a field of a film again. Three at most.
+double FrameTimesOf(const AVPacket& packet, const AVStream& stream, double rate) {
+  const AVCodecID codec = stream.codecpar->codec_id;
+  if ((codec != AV_CODEC_ID_H264 && codec != AV_CODEC_ID_MPEG2VIDEO) || packet.duration <= 0) return 1;
+  const double fields = 2 * static_cast<double>(packet.duration) * av_q2d(stream.time_base) * rate;
+  return std::clamp(std::round(fields), 1.0, 6.0) / 2;
 }
 
 Count CountPictures(AVFormatContext& context, const PacketSum& taken, double rate) {
+  const AVStream& stream = *context.streams[0];
   PacketWalk walk(context, {.bytes = kMostBytesCounted});
-  auto pictures = static_cast<double>(taken.packets);
+  Count count;
+  count.pictures = count.times = static_cast<double>(taken.packets);
   while (const AVPacket* packet = walk.Next()) {
-    if (IsPicture(context, *packet)) pictures += IsField(*packet, *context.streams[0], rate) ? 0.5 : 1;
+    if (!IsPicture(*packet, stream)) continue;
+    const double times = FrameTimesOf(*packet, stream, rate);
+    count.pictures += std::min(times, 1.0);
+    count.times += times;
   }
-  return {pictures, taken.bytes + walk.Seen().bytes, /*to_the_end=*/walk.ReachedEnd() != PacketWalk::End::kBound};
+  count.bytes = taken.bytes + walk.Seen().bytes;
+  count.to_the_end = walk.ReachedEnd() != PacketWalk::End::kBound;
+  return count;
 }
 
 }  // namespace
@@ -55,10 +66,12 @@ std::optional<PictureTiming> TimeElementaryStream(AVFormatContext& context, cons
   const double rate = header_rate > 0 ? header_rate : FrameRate(*context.streams[0]);
   const Count count = CountPictures(context, taken, rate);
   if (rate <= 0 || count.bytes == 0) return std::nullopt;
-  const double part = count.to_the_end ? 1 : static_cast<double>(size) / static_cast<double>(count.bytes);
-  const double pictures = std::clamp<double>(std::round(count.pictures * std::max(part, 1.0)), 1,
-                                             std::numeric_limits<std::uint32_t>::max());
-  return PictureTiming{rate, static_cast<std::uint32_t>(pictures), pictures / rate};
+  const double part =
+      count.to_the_end ? 1 : std::max(static_cast<double>(size) / static_cast<double>(count.bytes), 1.0);
+  const double pictures =
+      std::clamp<double>(std::round(count.pictures * part), 1, std::numeric_limits<std::uint32_t>::max());
+  const double times = count.to_the_end ? count.times : std::round(count.times * part);
+  return PictureTiming{rate, static_cast<std::uint32_t>(pictures), times / rate};
 }
 
 }  // namespace media_server::probe

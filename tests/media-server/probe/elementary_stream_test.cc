@@ -26,7 +26,13 @@ const char* const kNextTopField = "00000001 61888c04ffffffc0";
 const char* const kNextBottomField = "00000001 61888e06ffffffc0";
 const char* const kFrame = "00000001 61888809ffffff80";
 
-std::optional<PictureTiming> TimeOf(const std::vector<const char*>& units) {
+/// 48x32 of MPEG-2 at 30000/1001 frames per second, and frames of which the first kind shows one field again.
+const char* const kMpeg2Sequence = "000001b3 030020 14 ffffe018 000001b5 1482 0001 0000";
+const char* const kFrameAndAField = "00000100 000ffff8 000001b5 8ffff3 8280 00000101 0affffff";
+const char* const kMpeg2Frame = "00000100 000ffff8 000001b5 8ffff3 8080 00000101 0affffff";
+
+std::optional<PictureTiming> TimeOf(const std::vector<const char*>& units, const char* demuxer_name = "h264",
+                                    double header_rate = 25) {
   std::vector<std::uint8_t> file;
   for (const char* unit : units) {
     const auto bytes = Hex(unit);
@@ -36,9 +42,9 @@ std::optional<PictureTiming> TimeOf(const std::vector<const char*>& units) {
   MemorySource source(std::move(file));
   BoundedSource bounded(source, ReadBudget());
   std::string reason;
-  const auto demuxer = Demuxer::Open(bounded, {.demuxer = "h264"}, &reason);
+  const auto demuxer = Demuxer::Open(bounded, {.demuxer = demuxer_name}, &reason);
   EXPECT_NE(demuxer, nullptr) << reason;
-  return demuxer ? TimeElementaryStream(demuxer->Context(), /*header_rate=*/25, size) : std::nullopt;
+  return demuxer ? TimeElementaryStream(demuxer->Context(), header_rate, size) : std::nullopt;
 }
 
 TEST(ElementaryStream, CountsFrames) {
@@ -54,6 +60,16 @@ TEST(ElementaryStream, TwoFieldsOfH264MakeAPicture) {
   ASSERT_TRUE(timing);
   EXPECT_EQ(timing->frame_count, 3U);
   EXPECT_DOUBLE_EQ(timing->duration, 0.12);
+}
+
+TEST(ElementaryStream, FieldsOfMpeg2ThatAreShownAgainTakeTime) {
+  constexpr double kRate = 30000 / 1001.0;
+  const auto timing =
+      TimeOf({kMpeg2Sequence, kFrameAndAField, kMpeg2Frame, kFrameAndAField, kMpeg2Frame}, "mpegvideo", kRate);
+  ASSERT_TRUE(timing);
+  EXPECT_EQ(timing->frame_count, 4U);
+  EXPECT_DOUBLE_EQ(timing->frame_rate, kRate);
+  EXPECT_DOUBLE_EQ(timing->duration, 5 / kRate);
 }
 
 }  // namespace
