@@ -19,7 +19,8 @@ PictureParameters Format(int chroma_sampling, int bit_depth, bool alpha = false)
   return picture;
 }
 
-// Behind the letter of the compression and that of depth and matrix.
+// Behind the letter of the compression and that of the depth: Y has the matrix of BT.601 and H that of BT.709, in eight
+// bits.
 struct UtVideoKind {
   std::string_view ending;
   int chroma_sampling;
@@ -96,12 +97,17 @@ std::optional<PictureParameters> UtVideoFormat(std::uint32_t codec_tag) {
   std::array<char, 4> letters{};
   for (std::size_t i = 0; i < letters.size(); ++i) letters[i] = static_cast<char>(codec_tag >> 8 * i & 0xFF);
   const std::string_view tag(letters.data(), letters.size());
+  constexpr int kBt709 = 1;  // in the numbers of H.273
+  constexpr int kBt601 = 5;
   constexpr std::string_view kEightBits = "LM";  // with one table for a picture, and in packs
   const bool has_ten_bits = tag[1] == 'Q';
   if (tag[0] != 'U' || (!has_ten_bits && kEightBits.find(tag[1]) == std::string_view::npos)) return std::nullopt;
   const auto* kind = std::ranges::find(kUtVideoKinds, tag.substr(2), &UtVideoKind::ending);
   if (kind == kUtVideoKinds.end()) return std::nullopt;
-  return Format(kind->chroma_sampling, has_ten_bits ? 10 : 8, kind->alpha);
+  PictureParameters picture = Format(kind->chroma_sampling, has_ten_bits ? 10 : 8, kind->alpha);
+  if (!has_ten_bits && tag[2] == 'Y') picture.color.matrix = kBt601;
+  if (!has_ten_bits && tag[2] == 'H') picture.color.matrix = kBt709;
+  return picture;
 }
 
 std::optional<PictureParameters> HuffYuvFormat(Bytes extradata, int bits_per_pixel) {

@@ -10,7 +10,7 @@ namespace media_server::codec {
 
 // Codecs for editing and capture that keep many kinds of pictures: which kind a stream has, and nothing else.
 
-/// Depth and chroma of Ut Video by its FourCC, first character in the least significant byte. Empty for others.
+/// Depth, chroma and matrix of Ut Video by its FourCC, first character in the least significant byte. Empty for others.
 std::optional<PictureParameters> UtVideoFormat(std::uint32_t codec_tag);
 
 /// Depth and chroma of HuffYUV and of FFmpeg's variant of it: by the extradata, or, where these are too old to tell, by

@@ -31,6 +31,13 @@ TEST(UtVideo, IsNamedAfterItsFormat) {
   ExpectFormat(UtVideoFormat(Tag("UQRA")), kChromaRgb, 10, true);
 }
 
+TEST(UtVideo, IsNamedAfterItsMatrix) {
+  EXPECT_EQ(UtVideoFormat(Tag("ULY0"))->color, (ColorDescription{{}, {}, 5, {}}));
+  EXPECT_EQ(UtVideoFormat(Tag("UMH4"))->color, (ColorDescription{{}, {}, 1, {}}));
+  EXPECT_EQ(UtVideoFormat(Tag("UQY2"))->color, ColorDescription{}) << "either one";
+  EXPECT_EQ(UtVideoFormat(Tag("ULRG"))->color, ColorDescription{});
+}
+
 TEST(UtVideo, HasNoFormatUnderAnotherName) {
   EXPECT_FALSE(UtVideoFormat(Tag("ULXX")));
   EXPECT_FALSE(UtVideoFormat(Tag("UXY2")));
