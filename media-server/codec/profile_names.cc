@@ -13,10 +13,12 @@ struct Name {
   std::string_view text;
 };
 
-constexpr std::array<Name, 18> kH264Profiles = {{
+constexpr std::array<Name, 21> kH264Profiles = {{
     {66, "Baseline"},
     {66 + 0x200, "Constrained Baseline"},
     {77, "Main"},
+    {83, "Scalable Baseline"},
+    {86, "Scalable High"},
     {88, "Extended"},
     {100, "High"},
     {110, "High 10"},
@@ -26,6 +28,7 @@ constexpr std::array<Name, 18> kH264Profiles = {{
     {122 + 0x800, "High 4:2:2 Intra"},
     {128, "Stereo High"},
     {134, "MFC High"},
+    {135, "MFC Depth High"},
     {138, "Multiview Depth High"},
     {139, "Enhanced Multiview Depth High"},
     {144, "High 4:4:4"},

@@ -29,6 +29,8 @@ constexpr Case kCases[] = {
     {kH264, 100, 63, kNoTier, "High"},
     {kH264, 100, 0, kNoTier, "High"},
     {kH264, 100, kUnknown, kNoTier, "High"},
+    {kH264, 86, 31, kNoTier, "Scalable High@L3.1"},
+    {kH264, 135, 40, kNoTier, "MFC Depth High@L4"},
     {kH264, 99, 41, kNoTier, ""},
     {kH264, kUnknown, 41, kNoTier, ""},
     {kHevc, 2, 153, false, "Main 10@L5.1@Main"},
