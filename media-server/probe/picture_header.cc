@@ -67,8 +67,8 @@ std::optional<bool> AllKeySamplesAre(IsIdr is_idr, AVStream& stream, const Sampl
   return all;
 }
 
-// Which field of an H.264 picture comes first stands in its slice header or a message before it. libavcodec's parser
-// reads them without decoding.
+// Which field of an H.264 or HEVC picture comes first stands in its slice header or a message before it. libavcodec's
+// parsers read them without decoding.
 std::optional<codec::FieldOrder> FieldOrderOfSample(const AVStream& stream, std::vector<std::uint8_t> sample,
                                                     int nal_length_size) {
   const CodecContextHandle context(avcodec_alloc_context3(nullptr));
@@ -83,6 +83,11 @@ std::optional<codec::FieldOrder> FieldOrderOfSample(const AVStream& stream, std:
   int parsed_size = 0;
   av_parser_parse2(parser.get(), context.get(), &parsed, &parsed_size, sample.data(), static_cast<int>(size),
                    AV_NOPTS_VALUE, AV_NOPTS_VALUE, /*pos=*/0);
+  // Of a picture whose fields are coded one by one the first is seen.
+  if (parser->picture_structure == AV_PICTURE_STRUCTURE_TOP_FIELD) return codec::FieldOrder::kTopFirst;
+  if (parser->picture_structure == AV_PICTURE_STRUCTURE_BOTTOM_FIELD) return codec::FieldOrder::kBottomFirst;
+  // That of HEVC puts the structure of the picture here too.
+  if (stream.codecpar->codec_id == AV_CODEC_ID_HEVC) return std::nullopt;
   switch (parser->field_order) {
     case AV_FIELD_PROGRESSIVE:
       return codec::FieldOrder::kProgressive;
@@ -93,12 +98,8 @@ std::optional<codec::FieldOrder> FieldOrderOfSample(const AVStream& stream, std:
     case AV_FIELD_TB:
       return codec::FieldOrder::kBottomFirst;
     default:
-      break;
+      return std::nullopt;
   }
-  // Of a picture whose fields are coded one by one it wants to see both.
-  if (parser->picture_structure == AV_PICTURE_STRUCTURE_TOP_FIELD) return codec::FieldOrder::kTopFirst;
-  if (parser->picture_structure == AV_PICTURE_STRUCTURE_BOTTOM_FIELD) return codec::FieldOrder::kBottomFirst;
-  return std::nullopt;
 }
 
 // libavformat knows no header of H.264 in MXF, nor of AVC-Intra in MOV. In its place it puts parameter sets of the
@@ -158,6 +159,9 @@ PictureHeader ReadHevc(AVStream& stream, const SampleReader& samples) {
   if (!configuration) return {};
   const int length_size = configuration->nal_length_size;
   PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
+  if (!header.parameters.progressive_only.value_or(true) && samples.SampleCount(stream) > 0) {
+    header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadFirst(stream), length_size);
+  }
   bool is_first = true;
   header.full_idr = AllKeySamplesAre(
       [&](Bytes sample) -> std::optional<bool> {

@@ -324,5 +324,32 @@ INSTANTIATE_TEST_SUITE_P(Orders, FieldOrderOfSampleTest,
                                          Order{Coded::kTopField, FieldOrder::kTopFirst},
                                          Order{Coded::kBottomField, FieldOrder::kBottomFirst}));
 
+// 64x64 of HEVC whose fields are pictures of their own, as x265 writes it.
+const Bytes kFieldsRecord =
+    Hex("01 01 60000000 400000000000 1e f000 fc fd f8 f8 0000 0f 04"
+        "20 0001 0018 40010c01ffff01600000030040000003000003001e959809"
+        "21 0001 0028 42010101600000030040000003000003001ea020810596566924caf0168680000003008000001904"
+        "22 0001 0006 4401c171a112"
+        "27 0001 0006 4e0181010f80");
+const Bytes kHevcSlice = Hex("00000018 2801af0598fdb7b5ef40a618e49710480c8387fccbf7caf1");
+
+TEST_F(PictureHeaderTest, TheFirstFieldOfHevcIsTold) {
+  SetExtradata(kFieldsRecord);
+  const PictureHeader header = Read(AV_CODEC_ID_HEVC, Hex("00000006 4e0101011180") + kHevcSlice);
+  EXPECT_EQ(header.parameters.progressive_only, false);
+  EXPECT_EQ(header.parameters.field_order, FieldOrder::kTopFirst);
+}
+
+TEST_F(PictureHeaderTest, TheFirstFieldOfHevcMayBeTheLowerOne) {
+  SetExtradata(kFieldsRecord);
+  const PictureHeader header = Read(AV_CODEC_ID_HEVC, Hex("00000006 4e0101012180") + kHevcSlice);
+  EXPECT_EQ(header.parameters.field_order, FieldOrder::kBottomFirst);
+}
+
+TEST_F(PictureHeaderTest, APictureOfHevcThatTellsNoFieldHasNoFirstOne) {
+  SetExtradata(kFieldsRecord);
+  EXPECT_EQ(Read(AV_CODEC_ID_HEVC, kHevcSlice).parameters.field_order, std::nullopt);
+}
+
 }  // namespace
 }  // namespace media_server::probe
