@@ -27,13 +27,30 @@ void SkipSampleRate(BitReader& reader) {
   if (reader.Bits(4) == kExplicit) reader.Skip(24);
 }
 
-// GASpecificConfig of the object types without further fields. False for others, and where the channels are told one by
-// one: what follows is not looked for there.
+// program_config_element (4.4.1.1): the channels one by one.
+void SkipProgramConfig(BitReader& reader) {
+  reader.Skip(4 + 2 + 4);  // tag, object type, sample rate
+  std::size_t elements = 0;
+  for (int place = 0; place < 3; ++place) elements += std::size_t{5} * reader.Bits(4);  // front, side, back
+  elements += std::size_t{4} * reader.Bits(2);                                          // low frequencies
+  elements += std::size_t{4} * reader.Bits(3);                                          // associated data
+  elements += std::size_t{5} * reader.Bits(4);                                          // coupling
+  if (reader.Flag()) reader.Skip(4);                                                    // mono mixdown
+  if (reader.Flag()) reader.Skip(4);                                                    // stereo mixdown
+  if (reader.Flag()) reader.Skip(3);                                                    // matrix mixdown
+  reader.Skip(elements);
+  reader.AlignToByte();
+  reader.Skip(std::size_t{8} * reader.Bits(8));  // comment
+}
+
+// GASpecificConfig of the object types without further fields. False for others.
 bool SkipGeneralAudio(BitReader& reader, std::uint32_t object_type, std::uint32_t channel_configuration) {
-  if (object_type == 0 || object_type >= kScalable || channel_configuration == 0) return false;
-  reader.Skip(1);                        // frame length
-  if (reader.Flag()) reader.Skip(14);    // delay of a core coder
-  return !reader.Flag() && reader.Ok();  // an extension
+  if (object_type == 0 || object_type >= kScalable) return false;
+  reader.Skip(1);                      // frame length
+  if (reader.Flag()) reader.Skip(14);  // delay of a core coder
+  const bool has_extension = reader.Flag();
+  if (channel_configuration == 0) SkipProgramConfig(reader);
+  return !has_extension && reader.Ok();
 }
 
 struct Extensions {

@@ -71,6 +71,19 @@ TEST(SoundConfiguration, AacRatesAndDelaysOfTheirOwnStandInBetween) {
   EXPECT_EQ(ReadAacConfiguration(writer.Bytes()).profile, 4);
 }
 
+TEST(SoundConfiguration, AacBandReplicationBehindChannelsToldOneByOne) {
+  const auto with = [](const char* extension) {
+    // Eight channels as FFmpeg tells them: three pairs, a single one in front and one behind, a comment of 13 letters.
+    auto bytes = Hex("1200 050848002008c820 0d 4c61766335392e33372e313030");
+    const auto more = Hex(extension);
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    return ReadAacConfiguration(bytes).profile;
+  };
+  EXPECT_EQ(with("56e500"), 1);
+  EXPECT_EQ(with("56e598"), 4);
+  EXPECT_EQ(with(""), 1);
+}
+
 TEST(SoundConfiguration, AacThatEndsEarlyTellsNothing) {
   EXPECT_FALSE(ReadAacConfiguration({}).profile);
   EXPECT_FALSE(ReadAacConfiguration(Hex("11")).profile);
