@@ -44,7 +44,7 @@ std::optional<PictureTiming> TimeOf(const std::vector<const char*>& units, const
   std::string reason;
   const auto demuxer = Demuxer::Open(bounded, {.demuxer = demuxer_name}, &reason);
   EXPECT_NE(demuxer, nullptr) << reason;
-  return demuxer ? TimeElementaryStream(demuxer->Context(), header_rate, size) : std::nullopt;
+  return demuxer ? TimeElementaryStream(demuxer->Context(), /*taken=*/{}, header_rate, size) : std::nullopt;
 }
 
 TEST(ElementaryStream, CountsFrames) {
