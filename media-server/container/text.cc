@@ -49,10 +49,15 @@ std::string WithoutPadding(std::string text) {
 
 bool IsValidUtf8(Bytes bytes) { return utf8::is_valid(bytes.begin(), bytes.end()); }
 
+std::string FromUtf8(std::string text) {
+  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+  return WithoutPadding(std::move(text));
+}
+
 template <typename ToCodePoint>
 std::string FromSingleBytes(Bytes bytes, ToCodePoint to_code_point) {
   std::string text;
-  for (const std::uint8_t byte : UpToNul(bytes)) utf8::append(to_code_point(byte), std::back_inserter(text));
+  for (const std::uint8_t byte : bytes) utf8::append(to_code_point(byte), std::back_inserter(text));
   return WithoutPadding(std::move(text));
 }
 
@@ -76,14 +81,10 @@ bool IsCutUtf8(Bytes bytes, std::size_t valid_size) {
 
 std::string TextFromUtf8(Bytes bytes) {
   const Bytes content = UpToNul(bytes);
+  if (IsValidUtf8(content)) return FromUtf8(std::string(AsText(content)));
   std::string text;
-  if (IsValidUtf8(content)) {
-    text = AsText(content);
-  } else {
-    utf8::replace_invalid(content.begin(), content.end(), std::back_inserter(text), kReplacement);
-  }
-  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
-  return WithoutPadding(std::move(text));
+  utf8::replace_invalid(content.begin(), content.end(), std::back_inserter(text), kReplacement);
+  return FromUtf8(std::move(text));
 }
 
 std::string TextFromUtf16(Bytes bytes, bool big_endian) {
@@ -122,15 +123,18 @@ std::string TextFromUtf16(Bytes bytes, bool big_endian) {
 }
 
 std::string TextFromUtf8OrMacRoman(Bytes bytes) {
-  if (IsValidUtf8(UpToNul(bytes))) return TextFromUtf8(bytes);
-  return FromSingleBytes(bytes, FromMacRoman);
+  const Bytes content = UpToNul(bytes);
+  if (IsValidUtf8(content)) return FromUtf8(std::string(AsText(content)));
+  return FromSingleBytes(content, FromMacRoman);
 }
 
 std::string TextFromUtf8OrWindows1252(Bytes bytes) {
   const Bytes content = UpToNul(bytes);
   const auto valid_size =
       static_cast<std::size_t>(utf8::find_invalid(content.begin(), content.end()) - content.begin());
-  if (valid_size == content.size() || IsCutUtf8(content, valid_size)) return TextFromUtf8(content.first(valid_size));
+  if (valid_size == content.size() || IsCutUtf8(content, valid_size)) {
+    return FromUtf8(std::string(AsText(content.first(valid_size))));
+  }
   return FromSingleBytes(content, FromWindows1252);
 }
 

@@ -1,8 +1,8 @@
 #include "output/json_text.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <cstdio>
 #include <optional>
 #include <string_view>
@@ -20,21 +20,25 @@ constexpr unsigned kIndent = 2;
 
 /// JSON has to escape C0 only; the record is read on terminals, too.
 std::string WithoutHidden(std::string json) {
-  constexpr unsigned char kFirst = 0x7F;
-  if (std::ranges::all_of(json, [](char c) { return static_cast<unsigned char>(c) < kFirst; })) return json;
+  const auto is_shown = [](char c) { return static_cast<unsigned char>(c) < 0x7F; };
   std::string shown;
-  for (std::string_view rest = json; !rest.empty();) {
-    const Utf8Character next = FirstCharacter(rest);
-    if (platform::IsHidden(next.code)) {
-      std::array<char, 8> escape;
-      std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(next.code));
-      shown += escape.data();
-    } else {
-      shown += rest.substr(0, next.size);
+  std::string_view rest = json;  // what is not in `shown` yet
+  for (std::size_t at = 0; at < rest.size();) {
+    if (is_shown(rest[at])) {
+      ++at;
+      continue;
     }
-    rest.remove_prefix(next.size);
+    const Utf8Character next = FirstCharacter(rest.substr(at));
+    at += next.size;
+    if (!platform::IsHidden(next.code)) continue;
+    std::array<char, 8> escape;
+    std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(next.code));
+    shown.append(rest.substr(0, at - next.size)).append(escape.data());
+    rest.remove_prefix(at);
+    at = 0;
   }
-  return shown;
+  if (shown.empty()) return json;
+  return shown.append(rest);
 }
 
 class Serializer {
