@@ -6,6 +6,7 @@
 #include "fuzz/picture_oracle.h"
 #include "media-server/codec/av1.h"
 #include "media-server/codec/bit_reader.h"
+#include "media-server/codec/h261.h"
 #include "media-server/codec/h264.h"
 #include "media-server/codec/hevc.h"
 #include "media-server/codec/intermediate.h"
@@ -14,6 +15,7 @@
 #include "media-server/codec/nal.h"
 #include "media-server/codec/profile_names.h"
 #include "media-server/codec/prores.h"
+#include "media-server/codec/screen_video.h"
 #include "media-server/codec/sound_configuration.h"
 #include "media-server/codec/vp9.h"
 
@@ -197,6 +199,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     default:
       Check(ProfiledCodec::kProRes, ReadProResFrame(bytes), 5);
       CheckSized(ReadProResFrame(bytes));
+      CheckSized(ReadH261Picture(bytes));
+      CheckSized(ReadScreenVideoFrame(bytes));
       CheckIntermediate(bytes);
       CheckSound(bytes);
       break;

@@ -37,10 +37,13 @@ bool IsPrintable(std::string_view id) {
   return std::ranges::all_of(id, [](char character) { return character >= 0x20 && character < 0x7F; });
 }
 
-/// A text of numbers with `separator` at these places; shorter texts as they are.
-std::string WithSeparators(std::string text, char separator, std::size_t first, std::size_t second) {
-  if (second < text.size()) text[first] = text[second] = separator;
-  return text;
+/// The text of a field with `separator` in place of what stands at these places.
+std::string WithSeparators(Bytes field, std::uint8_t separator, std::size_t first, std::size_t second) {
+  std::vector<std::uint8_t> bytes(field.begin(), field.end());
+  for (const std::size_t place : {first, second}) {
+    if (place < bytes.size() && bytes[place] != 0) bytes[place] = separator;
+  }
+  return TextFromUtf8(bytes);
 }
 
 class Scanner {
@@ -157,8 +160,8 @@ class Scanner {
     const auto bytes = ReadBytes(source_, chunk.offset + kDate, kDateSize + kTimeSize);
     ByteReader reader(bytes);
     RiffBroadcast broadcast;
-    broadcast.origination_date = WithSeparators(TextFromUtf8(reader.Take(kDateSize)), '-', 4, 7);
-    broadcast.origination_time = WithSeparators(TextFromUtf8(reader.Take(kTimeSize)), ':', 2, 5);
+    broadcast.origination_date = WithSeparators(reader.Take(kDateSize), '-', 4, 7);
+    broadcast.origination_time = WithSeparators(reader.Take(kTimeSize), ':', 2, 5);
     return broadcast;
   }
 

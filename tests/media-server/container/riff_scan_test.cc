@@ -58,6 +58,8 @@ TEST(RiffScan, BroadcastTimesHaveAnySeparators) {
   }
   EXPECT_EQ(Scan(Wave(Chunk("bext", Zeros(320) + "2024" + Zeros(6) + "12" + Zeros(6)))).broadcast->origination_date,
             "2024");
+  const std::string bad = Scan(Wave(Chunk("bext", Zeros(320) + std::string(18, '\xE9')))).broadcast->origination_date;
+  EXPECT_TRUE(utf8::is_valid(bad.begin(), bad.end()));
 }
 
 TEST(RiffScan, BroadcastExtensionCutShortIsEmptyWhereItEnds) {
