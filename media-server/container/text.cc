@@ -49,8 +49,12 @@ std::string WithoutPadding(std::string text) {
 
 bool IsValidUtf8(Bytes bytes) { return utf8::is_valid(bytes.begin(), bytes.end()); }
 
+/// Without byte order marks in front; broken writers put several there.
 std::string FromUtf8(std::string text) {
-  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  std::size_t start = 0;
+  while (std::string_view(text).substr(start).starts_with(kByteOrderMark)) start += kByteOrderMark.size();
+  text.erase(0, start);
   return WithoutPadding(std::move(text));
 }
 

@@ -24,6 +24,12 @@ TEST(ContainerText, InvalidUtf8BecomesTheReplacementCharacter) {
   EXPECT_EQ(TextFromUtf8(Bytes("\xED\xA0\x80!"sv)).back(), '!');
 }
 
+TEST(ContainerText, ByteOrderMarksInFrontAreNoText) {
+  EXPECT_EQ(TextFromUtf8(Bytes("\uFEFFtext")), "text");
+  EXPECT_EQ(TextFromUtf8(Bytes("\uFEFF\uFEFF\uFEFFtext \uFEFF")), "text \uFEFF");
+  EXPECT_EQ(TextFromUtf8(Bytes("\uFEFF")), "");
+}
+
 TEST(ContainerText, EndsAtTheFirstNulWithoutPadding) {
   EXPECT_EQ(TextFromUtf8(Bytes("one\0two"sv)), "one");
   EXPECT_EQ(TextFromUtf8(Bytes("text  \r\n\0\0"sv)), "text");
