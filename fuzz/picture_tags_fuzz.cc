@@ -22,7 +22,7 @@ namespace {
 void CheckText(const std::optional<std::string>& text) {
   if (!text) return;
   FUZZ_CHECK(!text->empty());
-  FUZZ_CHECK(TextFromUtf8({reinterpret_cast<const std::uint8_t*>(text->data()), text->size()}) == *text);
+  FUZZ_CHECK(TextFromUtf8(AsBytes(*text)) == *text);
 }
 
 void Check(const image::PictureTags& tags) {

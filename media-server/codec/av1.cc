@@ -129,7 +129,7 @@ std::optional<PictureParameters> ReadSequenceHeader(std::span<const std::uint8_t
   SkipTools(bits, reduced_header);
   bits.Skip(3);  // superres, cdef, restoration
   ReadColor(bits, profile, picture);
-  if (!bits.Ok() || !SetPictureSize(picture, width, height, 0, 0)) return std::nullopt;
+  if (!bits.Ok() || !SetPictureSize(picture, width, height)) return std::nullopt;
   return picture;
 }
 

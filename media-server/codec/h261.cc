@@ -16,7 +16,7 @@ std::optional<PictureParameters> ReadH261Picture(std::span<const std::uint8_t> b
     const bool is_full = bits.Flag();
     if (!bits.Ok()) return std::nullopt;
     PictureParameters picture;
-    SetPictureSize(picture, is_full ? 352 : 176, is_full ? 288 : 144, /*crop_width=*/0, /*crop_height=*/0);
+    SetPictureSize(picture, is_full ? 352 : 176, is_full ? 288 : 144);
     picture.sample_aspect_ratio = PositiveRatio(12, 11);  // the picture is 4:3
     picture.frame_rate = PositiveRatio(30'000, 1001);
     picture.progressive_only = true;

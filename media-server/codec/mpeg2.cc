@@ -120,15 +120,6 @@ std::optional<Rational> FrameRate(const Sequence& sequence) {
                        static_cast<std::uint64_t>(kFrameRates[index].denominator) * sequence.rate_divisor);
 }
 
-/// Macroblocks cover the coded picture; those of an interlaced one come in pairs.
-bool SetSize(const Sequence& sequence, PictureParameters& picture) {
-  const std::uint32_t rows = sequence.progressive ? 16 : 32;
-  const std::uint32_t coded_width = (sequence.width + 15) / 16 * 16;
-  const std::uint32_t coded_height = (sequence.height + rows - 1) / rows * rows;
-  return SetPictureSize(picture, coded_width, coded_height, coded_width - sequence.width,
-                        coded_height - sequence.height);
-}
-
 }  // namespace
 
 std::optional<PictureParameters> ReadMpegVideo(std::span<const std::uint8_t> bytes) {
@@ -149,7 +140,7 @@ std::optional<PictureParameters> ReadMpegVideo(std::span<const std::uint8_t> byt
     if (extension == kSequenceDisplayExtension) ReadDisplayExtension(bits, picture);
     if (extension == kPictureCodingExtension && !picture.field_order) picture.field_order = ReadFieldOrder(bits);
   }
-  if (!sequence || !SetSize(*sequence, picture)) return std::nullopt;
+  if (!sequence || !SetPictureSize(picture, sequence->width, sequence->height)) return std::nullopt;
   picture.sample_aspect_ratio = AspectRatio(*sequence);
   picture.frame_rate = FrameRate(*sequence);
   picture.progressive_only = sequence->progressive;

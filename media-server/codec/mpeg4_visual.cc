@@ -88,9 +88,7 @@ bool ReadLayer(BitReader& bits, PictureParameters& picture) {
   picture.chroma_sampling = kChroma420;
   picture.progressive_only = !interlaced;
   if (!interlaced) picture.field_order = FieldOrder::kProgressive;
-  const std::uint32_t coded_width = (width + 15) / 16 * 16;
-  const std::uint32_t coded_height = (height + 15) / 16 * 16;
-  return SetPictureSize(picture, coded_width, coded_height, coded_width - width, coded_height - height);
+  return SetPictureSize(picture, width, height);
 }
 
 }  // namespace

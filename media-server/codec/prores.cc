@@ -108,7 +108,7 @@ std::optional<PictureParameters> ReadProResFrame(std::span<const std::uint8_t> s
   const std::uint32_t matrix = bits.Bits(8);
   bits.Skip(4);  // reserved, or the source's pixel format
   const std::uint32_t alpha_channel_type = bits.Bits(4);
-  if (!bits.Ok() || !SetPictureSize(picture, width, height, 0, 0)) return std::nullopt;
+  if (!bits.Ok() || !SetPictureSize(picture, width, height)) return std::nullopt;
   picture.color = NamedColor(primaries, transfer, matrix == 0 ? 2 : matrix);  // 0 is "unknown" here, as is 2
   picture.alpha = alpha_channel_type == 1 || alpha_channel_type == 2;         // 8 or 16 bits
   return picture;

@@ -14,7 +14,7 @@ std::optional<PictureParameters> ReadScreenVideoFrame(std::span<const std::uint8
   bits.Skip(kBlockBits);
   const std::uint32_t height = bits.Bits(kSizeBits);
   PictureParameters picture;
-  if (!bits.Ok() || !SetPictureSize(picture, width, height, /*crop_width=*/0, /*crop_height=*/0)) return std::nullopt;
+  if (!bits.Ok() || !SetPictureSize(picture, width, height)) return std::nullopt;
   return picture;
 }
 

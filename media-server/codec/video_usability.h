@@ -34,6 +34,6 @@ inline constexpr std::uint32_t kMaxPictureSide = 65535;
 /// Sets the sizes where coded width and height are possible; empty cropping results leave the picture uncropped, as
 /// decoders do. False when the coded size is not possible. All in pixels; the crops are sums of both sides.
 bool SetPictureSize(PictureParameters& picture, std::uint64_t coded_width, std::uint64_t coded_height,
-                    std::uint64_t crop_width, std::uint64_t crop_height);
+                    std::uint64_t crop_width = 0, std::uint64_t crop_height = 0);
 
 }  // namespace media_server::codec

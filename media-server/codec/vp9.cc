@@ -64,7 +64,7 @@ bool ReadIntraFormat(BitReader& bits, bool is_key, std::uint32_t profile, Pictur
   if (!is_key) bits.Skip(8);  // refresh_frame_flags
   const std::uint32_t width = bits.Bits(16) + 1;
   const std::uint32_t height = bits.Bits(16) + 1;
-  return bits.Ok() && SetPictureSize(picture, width, height, 0, 0);
+  return bits.Ok() && SetPictureSize(picture, width, height);
 }
 
 }  // namespace

@@ -186,7 +186,7 @@ void Mp4MetadataReader::ReadItem(const Mp4Box& item, const std::vector<std::stri
   constexpr std::uint64_t kVersion = 4;
   constexpr std::uint64_t kTypeAndLocale = 8;
   Mp4MetaEntry entry;
-  const std::uint64_t index = ByteReader(AsBytes({item.type.data(), item.type.size()})).Be32();
+  const std::uint64_t index = ByteReader(AsBytes(item.Type())).Be32();
   const bool is_named = index >= 1 && index <= keys.size();
   const bool is_number = index < 0x01000000;  // no four characters: an index that no table explains
   if (!is_named && is_number) return;
@@ -258,11 +258,7 @@ void Mp4MetadataReader::ReadInternationalTexts(const Mp4Box& atom) {
   entry.name_space = Mp4MetaNamespace::kUserData;
   entry.key = KeyFromFourCharacters(atom.Type());
   const bool is_item = bytes.size() >= 8 && AsText(bytes).substr(4, 4) == "data";
-  if (is_item) {
-    Mp4Box item = atom;
-    ReadItem(item, {});
-    return;
-  }
+  if (is_item) return ReadItem(atom, {});
 
   constexpr std::uint16_t kFirstPackedLanguage = 0x400;
   constexpr std::uint16_t kUnspecifiedLanguage = 0x7FFF;

@@ -50,12 +50,10 @@ std::string WithoutPadding(std::string text) {
 bool IsValidUtf8(Bytes bytes) { return utf8::is_valid(bytes.begin(), bytes.end()); }
 
 /// Without byte order marks in front; broken writers put several there.
-std::string FromUtf8(std::string text) {
+std::string FromUtf8(std::string_view text) {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-  std::size_t start = 0;
-  while (std::string_view(text).substr(start).starts_with(kByteOrderMark)) start += kByteOrderMark.size();
-  text.erase(0, start);
-  return WithoutPadding(std::move(text));
+  while (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  return WithoutPadding(std::string(text));
 }
 
 template <typename ToCodePoint>
@@ -85,10 +83,10 @@ bool IsCutUtf8(Bytes bytes, std::size_t valid_size) {
 
 std::string TextFromUtf8(Bytes bytes) {
   const Bytes content = UpToNul(bytes);
-  if (IsValidUtf8(content)) return FromUtf8(std::string(AsText(content)));
+  if (IsValidUtf8(content)) return FromUtf8(AsText(content));
   std::string text;
   utf8::replace_invalid(content.begin(), content.end(), std::back_inserter(text), kReplacement);
-  return FromUtf8(std::move(text));
+  return FromUtf8(text);
 }
 
 std::string TextFromUtf16(Bytes bytes, bool big_endian) {
@@ -128,7 +126,7 @@ std::string TextFromUtf16(Bytes bytes, bool big_endian) {
 
 std::string TextFromUtf8OrMacRoman(Bytes bytes) {
   const Bytes content = UpToNul(bytes);
-  if (IsValidUtf8(content)) return FromUtf8(std::string(AsText(content)));
+  if (IsValidUtf8(content)) return FromUtf8(AsText(content));
   return FromSingleBytes(content, FromMacRoman);
 }
 
@@ -137,7 +135,7 @@ std::string TextFromUtf8OrWindows1252(Bytes bytes) {
   const auto valid_size =
       static_cast<std::size_t>(utf8::find_invalid(content.begin(), content.end()) - content.begin());
   if (valid_size == content.size() || IsCutUtf8(content, valid_size)) {
-    return FromUtf8(std::string(AsText(content.first(valid_size))));
+    return FromUtf8(AsText(content.first(valid_size)));
   }
   return FromSingleBytes(content, FromWindows1252);
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <memory>
 
 #include "media-server/codec/video_usability.h"
@@ -17,9 +16,8 @@ extern "C" {
 namespace media_server::probe {
 namespace {
 
-// "BBCD" and the code of a sequence header, then the distances to the next parse info and the one before.
+// "BBCD" and the code of a sequence header.
 constexpr std::array<std::uint8_t, 5> kSequence = {'B', 'B', 'C', 'D', 0};
-constexpr std::size_t kParseInfo = 13;
 
 struct SequenceDeleter {
   void operator()(AVDiracSeqHeader* sequence) const { av_free(sequence); }
@@ -28,15 +26,17 @@ struct SequenceDeleter {
 }  // namespace
 
 std::optional<codec::PictureParameters> ReadDiracSequence(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() < kParseInfo || !std::ranges::equal(bytes.first(kSequence.size()), kSequence)) return std::nullopt;
-  const auto header = bytes.subspan(kParseInfo);
+  if (bytes.size() < kDiracParseInfo || !std::ranges::equal(bytes.first(kSequence.size()), kSequence)) {
+    return std::nullopt;
+  }
+  const auto header = bytes.subspan(kDiracParseInfo);
   AVDiracSeqHeader* parsed = nullptr;
   const int status = av_dirac_parse_sequence_header(&parsed, header.data(), header.size(), /*log_ctx=*/nullptr);
   const std::unique_ptr<AVDiracSeqHeader, SequenceDeleter> sequence(parsed);
   if (status < 0) return std::nullopt;
 
   codec::PictureParameters picture;
-  if (!codec::SetPictureSize(picture, sequence->width, sequence->height, /*crop_width=*/0, /*crop_height=*/0)) {
+  if (!codec::SetPictureSize(picture, sequence->width, sequence->height)) {
     return std::nullopt;
   }
   const auto ratio = [](AVRational value) {

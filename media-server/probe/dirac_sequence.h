@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -7,6 +8,9 @@
 #include "media-server/codec/picture_parameters.h"
 
 namespace media_server::probe {
+
+/// Bytes of the head of every unit of a Dirac stream: a code and the distances to the next one and the one before.
+inline constexpr std::size_t kDiracParseInfo = 13;
 
 /// What the sequence header of Dirac or VC-2 tells that `bytes` begin with, behind its parse info (Dirac specification
 /// 9.6, 10). Empty for anything else.

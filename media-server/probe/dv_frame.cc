@@ -63,7 +63,7 @@ std::optional<codec::PictureParameters> ReadDvFrame(std::span<const std::uint8_t
   if (profile == nullptr) return std::nullopt;
   codec::PictureParameters picture;
   codec::SetPictureSize(picture, static_cast<std::uint64_t>(profile->width),
-                        static_cast<std::uint64_t>(profile->height), /*crop_width=*/0, /*crop_height=*/0);
+                        static_cast<std::uint64_t>(profile->height));
   picture.frame_rate = codec::PositiveRatio(static_cast<std::uint64_t>(profile->time_base.den),
                                             static_cast<std::uint64_t>(profile->time_base.num));
   picture.field_order = FieldOrderOf(frame, profile->height);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "media-server/probe/dirac_sequence.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/packet_walk.h"
 #include "media-server/probe/timing.h"
@@ -23,8 +24,7 @@ struct Count {
 
 // The end of a Dirac sequence comes as a packet of its own, a parse info without pictures.
 bool IsPicture(const AVPacket& packet, const AVStream& stream) {
-  constexpr std::size_t kParseInfo = 13;
-  return stream.codecpar->codec_id != AV_CODEC_ID_DIRAC || BytesOf(packet).size() > kParseInfo;
+  return stream.codecpar->codec_id != AV_CODEC_ID_DIRAC || BytesOf(packet).size() > kDiracParseInfo;
 }
 
 // For how many frame times a packet is shown: half of one where H.264 codes the fields of a picture one by one, of

@@ -195,7 +195,7 @@ PictureHeader ReadPictureFile(Bytes file) {
   std::string reason;
   const auto headers = image::ReadPictureHeaders(source, &reason);
   PictureHeader header;
-  if (!headers || !codec::SetPictureSize(header.parameters, headers->size->width, headers->size->height, 0, 0)) {
+  if (!headers || !codec::SetPictureSize(header.parameters, headers->size->width, headers->size->height)) {
     return header;
   }
   header.parameters.bit_depth = headers->bit_depth;
