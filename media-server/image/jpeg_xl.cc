@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/mp4_boxes.h"
+#include "media-server/image/brotli.h"
 #include "media-server/image/exif_payload.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/jpeg_xl_codestream.h"
@@ -20,6 +22,8 @@ using namespace std::string_view_literals;
 /// Names of extra channels may stand between the size and what is asked.
 constexpr std::size_t kCodestreamHeadBytes = 4096;
 constexpr std::size_t kMostPayloadBytes = 112 * 1024;
+/// Encoders pack Exif and XMP; a thousand boxes that unpack to much are a trap.
+constexpr int kMostPackedBoxes = 4;
 constexpr Mp4BoxLimits kLimits = {.boxes = 1024, .bytes = 240 * 1024};
 
 /// A codestream in the parts of the file that hold it.
@@ -70,12 +74,10 @@ class JpegXlBoxes {
     constexpr std::uint64_t kPartNumber = 4;
     Mp4BoxRange range = boxes_.WholeInput();
     while (const auto box = boxes_.Next(range)) {
-      auto& metadata = headers_.metadata;
       if (box->Is("jxlc")) AddCodestream(*box, 0);
       if (box->Is("jxlp")) AddCodestream(*box, kPartNumber);
-      if (box->Is("Exif") && metadata.exif.empty())
-        metadata.exif = TiffOfExifBlock(boxes_.WholePayload(*box, kMostPayloadBytes), ExifPrefix::kOffset);
-      if (box->Is("xml ")) metadata.AddXmp(AsText(boxes_.WholePayload(*box, kMostPayloadBytes)));
+      if (IsMetadata(box->Type())) AddMetadata(box->Type(), boxes_.WholePayload(*box, kMostPayloadBytes));
+      if (box->Is("brob")) AddPacked(boxes_.WholePayload(*box, kMostPayloadBytes));
     }
     return codestream_;
   }
@@ -85,9 +87,29 @@ class JpegXlBoxes {
     if (box.payload_size > skip) codestream_.Add(box.payload_offset + skip, box.payload_size - skip);
   }
 
+  static bool IsMetadata(std::string_view type) { return type == "Exif" || type == "xml "; }
+
+  void AddMetadata(std::string_view type, std::vector<std::uint8_t> payload) {
+    auto& metadata = headers_.metadata;
+    if (type == "xml ") metadata.AddXmp(AsText(payload));
+    if (type == "Exif" && metadata.exif.empty())
+      metadata.exif = TiffOfExifBlock(std::move(payload), ExifPrefix::kOffset);
+  }
+
+  /// The type of the box that was packed, then its payload as a Brotli stream.
+  void AddPacked(std::span<const std::uint8_t> payload) {
+    constexpr std::size_t kTypeBytes = 4;
+    if (payload.size() < kTypeBytes || packed_boxes_ == kMostPackedBoxes) return;
+    const std::string_view type = AsText(payload.first(kTypeBytes));
+    if (!IsMetadata(type)) return;
+    ++packed_boxes_;
+    AddMetadata(type, DecompressBrotli(payload.subspan(kTypeBytes), kMostPayloadBytes));
+  }
+
   PictureHeaders& headers_;
   Mp4BoxReader boxes_;
   JoinedSource codestream_;
+  int packed_boxes_ = 0;
 };
 
 bool ReadCodestream(IByteSource& codestream, std::span<const std::uint8_t> head, PictureHeaders& headers) {

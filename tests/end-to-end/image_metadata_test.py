@@ -235,6 +235,18 @@ class OtherSources(unittest.TestCase):
         tag(["-ExifIFD:DateTimeOriginal=0000:00:00 00:00:00", "-ExifIFD:CreateDate=2024:07:14 20:15:30"], [path])
         self.assertEqual(tool.record_of(path, environment=BERLIN)["created"], "2024-07-14T20:15:30+02:00")
 
+    def test_tags_of_a_jpeg_outlive_its_packing_as_jpeg_xl(self):
+        photo, = copies("packed", ["photo.jpg"])
+        packed = photo.with_suffix(".jxl")
+        tag(["-IFD0:Make=Example Optics", "-ExifIFD:DateTimeOriginal=2024:07:14 20:15:30",
+             f"-XMP-photoshop:City={'Elsewhere, ' * 20}", "-XMP-tiff:Model=EX-1"], [photo])
+        maker.run(["cjxl", "--quiet", photo.name, packed.name], Made.folder)
+        self.assertEqual(packed.read_bytes().count(b"brob"), 2)
+        theirs, ours = (tool.record_of(path, environment=BERLIN) for path in (photo, packed))
+        self.assertEqual(ours["created"], "2024-07-14T20:15:30+02:00")
+        for key in ("CameraMaker", "CameraModel", "Date"):
+            self.assertEqual(ours["metadata"][KEY + key], theirs["metadata"][KEY + key])
+
     def test_what_the_tags_do_not_tell_is_not_told(self):
         paths = copies("empty", list(ENCODERS))
         tag(["-XMP-dc:Title=No facts here"], paths)

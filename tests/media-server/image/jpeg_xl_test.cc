@@ -83,9 +83,8 @@ TEST(JpegXl, AnAnimationHasADuration) {
 TEST(JpegXl, MetadataStandInFrontOrBehind) {
   const std::string exif = Box("Exif", Be(0, 4) + "MM\0*first"s) + Box("Exif", Be(0, 4) + "MM\0*second"s);
   const std::string xml = Box("xml ", "<x:xmpmeta/>");
-  const std::string brotli = Box("brob", "xml " + "compressed"s);
   const std::string codestream = Box("jxlc", Codestream() + Zeros(100'000));
-  for (const std::string& boxes : {exif + xml + brotli + codestream, codestream + brotli + exif + xml}) {
+  for (const std::string& boxes : {exif + xml + codestream, codestream + exif + xml}) {
     const EmbeddedMetadata metadata = Read(Signature() + FileType() + boxes).metadata;
     EXPECT_EQ(TextOf(metadata.exif), "MM\0*first"s);
     EXPECT_EQ(metadata.xmp, "<x:xmpmeta/>");
@@ -98,6 +97,58 @@ TEST(JpegXl, MetadataLongerThanTheBudgetAreLeftOut) {
   const EmbeddedMetadata metadata = Read(Signature() + exif + Box("xml ", "<x/>") + Box("jxlc", Codestream())).metadata;
   EXPECT_TRUE(metadata.exif.empty());
   EXPECT_EQ(metadata.xmp, "<x/>");
+}
+
+/// A Brotli stream (RFC 7932 9) that holds `text`, of at most 65,536 bytes, as it is.
+std::string Packed(const std::string& text) {
+  const std::uint64_t length_and_flag = (text.size() - 1) << 4 | 1 << 20;
+  std::string head;
+  for (int shift = 0; shift < 24; shift += 8) head += static_cast<char>(length_and_flag >> shift & 0xFF);
+  return head + text + "\x03";
+}
+
+std::string PackedBox(const std::string& type, const std::string& payload) {
+  return Box("brob", type + Packed(payload));
+}
+
+TEST(JpegXl, MetadataMayBePacked) {
+  const std::string exif = PackedBox("Exif", Be(0, 4) + "MM\0*"s);
+  const std::string xml = PackedBox("xml ", "<x:xmpmeta/>");
+  const std::string other = PackedBox("jumb", "<x/>");
+  const EmbeddedMetadata metadata =
+      Read(Signature() + FileType() + other + exif + Box("jxlc", Codestream()) + xml).metadata;
+  EXPECT_EQ(TextOf(metadata.exif), "MM\0*"s);
+  EXPECT_EQ(metadata.xmp, "<x:xmpmeta/>");
+  EXPECT_TRUE(metadata.further_xmp.empty());
+}
+
+TEST(JpegXl, DamagedPackedMetadataAreLeftOut) {
+  const std::string whole = "xml " + Packed("<x:xmpmeta/>");
+  const std::string last = Box("xml ", "<last/>");
+  const std::string codestream = Box("jxlc", Codestream());
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    EXPECT_EQ(Read(Signature() + Box("brob", whole.substr(0, size)) + last + codestream).metadata.xmp, "<last/>");
+  }
+  EXPECT_EQ(Read(Signature() + Box("brob", "xml \xFF\xFF\xFF"s) + last + codestream).metadata.xmp, "<last/>");
+}
+
+TEST(JpegXl, PackedMetadataHaveTheBoundOfOthers) {
+  // A letter, as often as the numbers say.
+  const std::string times_114688("\xea\xff\x37\xf0\x4b\xe0\xc5\x63\x81\x40\xee\x6d\x00", 13);
+  const std::string times_114689("\x0a\x00\x38\xf0\x4b\xe0\xc5\x63\x81\x80\xee\x6d\x00", 13);
+  const std::string codestream = Box("jxlc", Codestream());
+  EXPECT_EQ(Read(Signature() + Box("brob", "xml " + times_114688) + codestream).metadata.xmp.size(), 114'688U);
+  EXPECT_EQ(Read(Signature() + Box("brob", "xml " + times_114689) + codestream).metadata.xmp, "");
+}
+
+TEST(JpegXl, OnlyAFewBoxesAreUnpacked) {
+  const std::string codestream = Box("jxlc", Codestream());
+  std::string damaged;
+  for (int i = 0; i < 3; ++i) damaged += Box("brob", "xml \xFF");
+  const std::string fourth = PackedBox("xml ", "<fourth/>");
+  EXPECT_EQ(Read(Signature() + damaged + fourth + codestream).metadata.xmp, "<fourth/>");
+  const std::string fifth = PackedBox("xml ", "<fifth/>") + Box("xml ", "<sixth/>");
+  EXPECT_EQ(Read(Signature() + damaged + Box("brob", "Exif\xFF") + fifth + codestream).metadata.xmp, "<sixth/>");
 }
 
 TEST(JpegXl, IsRefusedWithoutACodestream) {
