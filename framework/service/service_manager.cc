@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "core/error_text.h"
@@ -30,6 +31,8 @@ bool ReportFailure(const char* subject, Attempt attempt) noexcept {
     std::string fault;
     if (attempt(&fault)) return true;
     CoreSetErrorText(fault.c_str());
+  } catch (const std::bad_alloc&) {
+    CoreSetErrorText("out of memory");
   } catch (const std::exception& error) {
     CoreSetErrorText(error.what());
   } catch (...) {
@@ -92,8 +95,15 @@ bool ServiceManager::HasFreeKeys(const ServiceKeys& keys, std::string* fault) {
 void ServiceManager::AddEntries(std::span<const ServiceDescriptor> table, const ServiceKeys& keys) {
   const std::lock_guard data_lock(data_mutex_);
   const std::size_t first = entries_.size();
-  for (const ServiceDescriptor& descriptor : table) entries_.emplace_back().descriptor = &descriptor;
-  for (const auto& [key, index] : keys) keys_.emplace(key, first + index);
+  ServiceKeys all_keys = keys_;
+  for (const auto& [key, index] : keys) all_keys.emplace(key, first + index);
+  try {
+    for (const ServiceDescriptor& descriptor : table) entries_.emplace_back().descriptor = &descriptor;
+  } catch (...) {
+    entries_.resize(first);
+    throw;
+  }
+  keys_.swap(all_keys);
 }
 
 std::uint32_t ServiceManager::GetServiceCount() {

@@ -20,6 +20,7 @@
 #include "core/error_text.h"
 #include "core/log.h"
 #include "fake_service.h"
+#include "fakes/failing_allocations.h"
 #include "platform/library.h"
 #include "service/configuration.h"
 
@@ -156,6 +157,16 @@ TEST_F(ServiceManagerTest, RefusedInitRegistersNothing) {
   // The refusal is not remembered.
   script_[1].init = [](IConfig*) { return true; };
   EXPECT_TRUE(Register());
+}
+
+TEST_F(ServiceManagerTest, RunningOutOfMemoryRegistersNothing) {
+  const int failures = fakes::CountFailures([&] { return Register(); },
+                                            [&] {
+                                              EXPECT_EQ(manager_.GetServiceCount(), 0U);
+                                              EXPECT_STREQ(CoreErrorText(), "out of memory");
+                                            });
+  EXPECT_GT(failures, 0);
+  for (const char* name : kNames) EXPECT_NE(manager_.AcquireService(name, true, 0), nullptr);
 }
 
 TEST_F(ServiceManagerTest, TakenKeyRegistersNothing) {
