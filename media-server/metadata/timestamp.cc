@@ -129,8 +129,8 @@ std::optional<std::string> ToLocalDateText(std::int64_t seconds) {
 std::string CombinedDateText(std::optional<std::int64_t> created, std::optional<std::int64_t> modified) {
   const auto first = created ? ToLocalDateText(*created) : std::nullopt;
   const auto second = modified ? ToLocalDateText(*modified) : std::nullopt;
-  if (first && second) return *first + "," + *second;
-  return first.value_or(second.value_or(""));
+  if (!first && !second) return "";
+  return (first ? *first : *second) + "," + (second ? *second : *first);
 }
 
 }  // namespace media_server

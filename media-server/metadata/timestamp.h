@@ -21,8 +21,8 @@ std::optional<std::int64_t> ParseLocalTimestamp(std::string_view text);
 /// or before 1.
 std::optional<std::string> ToLocalDateText(std::int64_t seconds);
 
-/// The combined date text: creation and modification joined by a comma; one of them alone stands for both; empty for
-/// none.
+/// The combined date text: creation and modification joined by a comma; empty for none. One of them alone is told as
+/// both: not every reader takes a text with a single date.
 std::string CombinedDateText(std::optional<std::int64_t> created, std::optional<std::int64_t> modified);
 
 }  // namespace media_server

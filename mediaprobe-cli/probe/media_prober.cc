@@ -190,8 +190,7 @@ void DescribeFile(IMediaFileInfo& file, Record& record) {
       DescribeProgram);
   if (const auto store = file.GetMetadata()) media.metadata = ReadFileMetadata(*store);
 
-  // The store's dates rather than GetDates: that one answers for a file with one date, and for a text that is no date,
-  // whatever the fields that it did not find hold.
+  // The store's dates rather than GetDates: that one answers for a text that is no date as well.
   record.created_s = MetadataInteger(media.metadata, keys::kCreateDate);
   record.modified_s = MetadataInteger(media.metadata, keys::kModifyDate);
   record.location = MetadataLocation(media.metadata);

@@ -159,7 +159,7 @@ TEST(FillImageInfoTest, TellsBothDatesInOneText) {
   FillImageInfo(headers, {.created = kNoon}, info);
   EXPECT_STREQ(info.date, "2012:7:9:12:0:0,2012:7:9:12:0:1");
   FillImageInfo(headers, {}, info);
-  EXPECT_STREQ(info.date, "2012:7:9:12:0:1");
+  EXPECT_STREQ(info.date, "2012:7:9:12:0:1,2012:7:9:12:0:1");
 }
 
 TEST(FillImageInfoTest, TellsTheLabelOfTheContainerBeforeThatOfTheTags) {
@@ -270,7 +270,7 @@ TEST(QueryImageTest, ReadsTheTimeThatOnlyIptcTells) {
   const Zone zone("UTC0");
   QkImageInfo info;
   Query(IptcSegment(DataSet(55, "20120709") + DataSet(60, "120000+0000")), info);
-  EXPECT_STREQ(info.date, "2012:7:9:12:0:0");
+  EXPECT_STREQ(info.date, "2012:7:9:12:0:0,2012:7:9:12:0:0");
 }
 
 }  // namespace

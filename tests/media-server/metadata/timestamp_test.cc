@@ -91,8 +91,8 @@ TEST(TimestampTest, LeavesYearsOutThatNoFileMeans) {
 TEST(TimestampTest, JoinsCreationAndModification) {
   const Zone zone("UTC0");
   EXPECT_EQ(CombinedDateText(kWinter, kSummer), "2024:1:2:2:43:4,2024:7:14:20:15:30");
-  EXPECT_EQ(CombinedDateText(kWinter, std::nullopt), "2024:1:2:2:43:4");
-  EXPECT_EQ(CombinedDateText(std::nullopt, kSummer), "2024:7:14:20:15:30");
+  EXPECT_EQ(CombinedDateText(kWinter, std::nullopt), "2024:1:2:2:43:4,2024:1:2:2:43:4");
+  EXPECT_EQ(CombinedDateText(std::nullopt, kSummer), "2024:7:14:20:15:30,2024:7:14:20:15:30");
   EXPECT_EQ(CombinedDateText(std::nullopt, std::nullopt), "");
 }
 
