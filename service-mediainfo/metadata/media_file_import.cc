@@ -70,6 +70,7 @@ struct Importer {
   void operator()(ReadText read) const {
     const char* text = (source.*read)();
     const std::string_view content(text ? text : "");
+    if (store.HoldsText(key, content)) return;
     store.Put(key, MakeCBuffer(std::as_bytes(std::span(content)), content.size() + kTextReserve));
   }
   void operator()(ReadInteger read) const { store.Put(key, core::ValAny::FromInt32((source.*read)())); }

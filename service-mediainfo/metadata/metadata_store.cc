@@ -150,6 +150,13 @@ bool MetadataInfoMPL::Put(std::string_view key, CBuffer buffer) {
   return true;
 }
 
+bool MetadataInfoMPL::HoldsText(std::string_view key, std::string_view text) {
+  const Entry* stored = Find(key);
+  if (stored == nullptr || stored->value.type() != core::ValType::kBuffer) return false;
+  const char* held = stored->value.AsBuffer();
+  return held != nullptr && text == held;
+}
+
 void MetadataInfoMPL::Store(Entry* old, std::string_view key, core::ValAny&& value, bool may_repeat) {
   // Everything that can fail comes first.
   if (key.size() > kMaxKeyBytes) throw std::bad_alloc();

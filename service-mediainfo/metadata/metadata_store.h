@@ -31,6 +31,8 @@ class MetadataInfoMPL final : public IMetedataInfo {
   bool Put(std::string_view key, core::ValAny value);
   /// The same for a buffer, which is freed when the store does not take it.
   bool Put(std::string_view key, CBuffer buffer);
+  /// Whether this text stands under `key` already. A buffer that replaced it would be one more to keep.
+  bool HoldsText(std::string_view key, std::string_view text);
 
  private:
   struct Entry {

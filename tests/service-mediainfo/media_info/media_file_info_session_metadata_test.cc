@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <exception>
 
@@ -59,6 +60,23 @@ TEST_F(SessionMetadataTest, LeavesTheStoreToItsOtherOwners) {
   DestroySession();
   EXPECT_EQ(Text(*store, "MediaFile_Metedata_Title"), "T");
   EXPECT_EQ(store.use_count(), 1);
+}
+
+// What a replaced text leaves behind lives as long as the store: asking again and again must not pile it up.
+TEST_F(SessionMetadataTest, LeavesATextAloneThatIsTheSameAgain) {
+  metadata_.texts["Title"] = u"T";
+  metadata_.texts["Album"] = u"A";
+  IMediaFileInfo& session = OpenSession();
+  const std::shared_ptr<IMetedataInfo> store = session.GetMetadata();
+  ValAny title;
+  ASSERT_TRUE(store->GetValue("MediaFile_Metedata_Title", &title));
+  const ValAny other = ValAny::FromBuffer(strdup("AB"));
+  ASSERT_TRUE(store->SetValue("MediaFile_Metedata_Album", &other));
+  session.GetMetadata();
+  ValAny title_again;
+  ASSERT_TRUE(store->GetValue("MediaFile_Metedata_Title", &title_again));
+  EXPECT_EQ(title_again.AsBuffer(), title.AsBuffer());
+  EXPECT_EQ(Text(*store, "MediaFile_Metedata_Album"), "A");
 }
 
 TEST_F(SessionMetadataTest, TriesAgainForAMetadataObjectThatDidNotCome) {
