@@ -24,7 +24,9 @@ std::int32_t CreateMediaServer(const char* /*media_info_path*/, const char* medi
   if (out == nullptr) return platform::kInvalidPointer;
   *out = nullptr;
   try {
-    if (*OrEmpty(log_path) != '\0') CoreLogSetFolder(log_path);
+    if (*OrEmpty(log_path) != '\0' && !CoreLogSetFolder(log_path)) {
+      CoreLogPrint("media server", kCoreLogWarning, "cannot keep a log file in %s", log_path);
+    }
     *out = media_server::MakeMediaServer({.proxy = OrEmpty(media_proxy_path)}).Detach();
     return platform::kOk;
   } catch (const std::bad_alloc&) {

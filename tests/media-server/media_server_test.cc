@@ -1,5 +1,6 @@
 #include "media-server/media_server.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -179,6 +180,13 @@ TEST_F(MediaServerTest, QueriesOnSeveralThreadsAtOnce) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
+}
+
+TEST(CreateMediaServerTest, TellsWhenThereCanBeNoLogFile) {
+  platform::ComPtr<IMediaServer> server;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(CreateMediaServer("", "", "", "", "/dev/null/folder", server.Put()), platform::kOk);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("cannot keep a log file in /dev/null/folder"));
 }
 
 TEST(CreateMediaServerTest, GivesAServerAndTakesNullTexts) {
