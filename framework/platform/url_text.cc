@@ -40,17 +40,28 @@ void AppendMaskedQuery(std::string_view query, std::string& shown) {
   }
 }
 
+/// Host and path, without user name and password. The path may be another URL, as those of archives and proxies are.
+void AppendWithoutUsers(std::string_view place, std::string& shown) {
+  while (true) {
+    const std::size_t host_end = std::min(place.find('/'), place.size());
+    const std::size_t at = place.substr(0, host_end).rfind('@');
+    if (at != std::string_view::npos) {
+      shown += kMask;
+      place.remove_prefix(at);
+    }
+    const std::size_t next = place.find(kSeparator);
+    if (next == std::string_view::npos) break;
+    shown.append(place.substr(0, next + kSeparator.size()));
+    place.remove_prefix(next + kSeparator.size());
+  }
+  shown.append(place);
+}
+
 /// What follows the scheme and its separator.
 void AppendMasked(std::string_view rest, std::string& shown) {
-  const std::size_t host_end = std::min(rest.find_first_of("/?#"), rest.size());
-  const std::size_t at = rest.substr(0, host_end).rfind('@');
-  if (at != std::string_view::npos) {
-    shown += kMask;
-    rest.remove_prefix(at);
-  }
   const std::size_t fragment = std::min(rest.find('#'), rest.size());
   const std::size_t query = std::min(rest.find('?'), fragment);
-  shown.append(rest.substr(0, query));
+  AppendWithoutUsers(rest.substr(0, query), shown);
   if (query < fragment) {
     shown += '?';
     AppendMaskedQuery(rest.substr(query + 1, fragment - query - 1), shown);

@@ -9,6 +9,7 @@
 #include "mediainfo/result.h"
 #include "platform/system_string.h"
 #include "platform/text.h"
+#include "platform/url_text.h"
 #include "service-mediainfo/media_info/list_access.h"
 #include "service-mediainfo/media_info/stream_type_lookup.h"
 #include "service-mediainfo/media_info/ticks.h"
@@ -34,7 +35,8 @@ using MediaInfoPtr = ComPtr<media_server::IMediaInfo>;
 MediaInfoPtr OpenWithServer(media_server::IMediaServer& server, const std::string& path) {
   MediaInfoPtr media_info;
   if (server.GetMediaInfo(platform::PathToUtf16(path).c_str(), media_info.Put()) == 0) {
-    CoreLogPrint("media server", kCoreLogError, "GetMediaInfo %s(%s) %dfailed!", kSetUrlFunction, path.c_str(), 229);
+    CoreLogPrint("media server", kCoreLogError, "GetMediaInfo %s(%s) %dfailed!", kSetUrlFunction,
+                 platform::MaskUrl(path).c_str(), 229);
   }
   return media_info;
 }
@@ -50,8 +52,8 @@ ComPtr<media_server::ICodecComponent> CreateComponent(const std::string& path) {
   // Also what comes with a failure is ours to release.
   auto component = ComPtr<media_server::ICodecComponent>::Attach(static_cast<media_server::ICodecComponent*>(created));
   if (platform::Failed(status) || !component) {
-    CoreLogPrint("mediainfo", kCoreLogError, "%s(%s) %d failed!(%p,0x%x)", kSetUrlFunction, path.c_str(), 236,
-                 reinterpret_cast<void*>(create_instance), status);
+    CoreLogPrint("mediainfo", kCoreLogError, "%s(%s) %d failed!(%p,0x%x)", kSetUrlFunction,
+                 platform::MaskUrl(path).c_str(), 236, reinterpret_cast<void*>(create_instance), status);
     return {};
   }
   return component;
@@ -65,7 +67,8 @@ MediaInfoPtr OpenWithComponent(const std::string& path) {
   const platform::ComStatus status = component->OpenMediaInfo(
       platform::PathToUtf16(path).c_str(), kComponentFirstArgument, kComponentSecondArgument, media_info.Put());
   if (platform::Failed(status) || !media_info) {
-    CoreLogPrint("mediainfo", kCoreLogError, "%s(%s) %d failed!", kSetUrlFunction, path.c_str(), 243);
+    CoreLogPrint("mediainfo", kCoreLogError, "%s(%s) %d failed!", kSetUrlFunction, platform::MaskUrl(path).c_str(),
+                 243);
     return {};
   }
   return media_info;
@@ -226,7 +229,8 @@ void MediaFileInfoSession::SetEncryptKey(const char* key) {
   try {
     set_protected_path(platform::ToUtf16(key).c_str());
   } catch (const std::bad_alloc&) {
-    // The operation has no way to tell; the key is in force all the same.
+    // Better no more lines than one that shows the key.
+    CoreLogSetLevel(kCoreLogOff);
   }
 }
 

@@ -6,6 +6,8 @@
 
 #include "core/error_text.h"
 #include "core/log.h"
+#include "media_server/refusals.h"
+#include "platform/url_text.h"
 
 namespace service::mediainfo {
 namespace {
@@ -15,6 +17,7 @@ namespace fs = ghc::filesystem;
 constexpr char kFunction[] = "service::mediainfo::IsValidPath";
 /// Length of "file:/".
 constexpr std::size_t kSkippedPrefix = 6;
+constexpr char kNoSuchFile[] = "no such file";
 
 struct FileQuery {
   explicit FileQuery(const char* text) : path(text) {
@@ -40,18 +43,15 @@ void SwapExtensionCase(char* path) {
   for (char* at = dot + 1; *at != '\0'; ++at) *at = SwapCase(*at);
 }
 
-void SetReason(const FileQuery& query) {
-  switch (query.type) {
-    case fs::file_type::not_found:
-    case fs::file_type::symlink:  // one that leads nowhere; others are seen through
-      return CoreSetErrorText("no such file");
-    case fs::file_type::directory:
-      return CoreSetErrorText("is a folder");
-    case fs::file_type::none:
-      return CoreSetErrorText(query.error.message().c_str());
-    default:
-      return CoreSetErrorText("not a regular file");
-  }
+/// Why a path is no file.
+std::string ReasonOf(const FileQuery& query) {
+  if (query.type == fs::file_type::directory) return "is a folder";
+  // The status does not tell a link that leads nowhere from one in a circle or one into a closed folder.
+  std::error_code error;
+  fs::file_size(query.path, error);
+  if (error == std::errc::no_such_file_or_directory) return kNoSuchFile;
+  if (error == std::errc::permission_denied) return media_server::refusals::kNoPermission;
+  return error ? error.message() : "not a regular file";
 }
 
 }  // namespace
@@ -66,7 +66,8 @@ bool IsValidPath(char* url, std::string* path_out) {
   char* path = url;
   if (text.find(":/") != std::string_view::npos) {
     if (text.find("file:/") == std::string_view::npos) {
-      CoreLogPrint("mediainfo", kCoreLogError, "kErrorProtocol: %s  %s %d failed!", kFunction, url, 92);
+      CoreLogPrint("mediainfo", kCoreLogError, "kErrorProtocol: %s  %s %d failed!", kFunction,
+                   platform::MaskUrl(url).c_str(), 92);
       CoreSetErrorText("unknown protocol");
       return false;
     }
@@ -75,15 +76,16 @@ bool IsValidPath(char* url, std::string* path_out) {
 
   FileQuery query(path);
   if (!query.IsFile()) {
+    const std::string reason = ReasonOf(query);
     SwapExtensionCase(path);
     query = FileQuery(path);
-  }
-  if (!query.IsFile()) {
-    CoreLogPrint("mediainfo", kCoreLogError,
-                 "fs::status: %s [url] %s [path] %s [LINE] %d [fs::file_type] %d [std::error_code] %s failed!",
-                 kFunction, url, path, 109, static_cast<int>(query.type), query.error.message().c_str());
-    SetReason(query);
-    return false;
+    if (!query.IsFile()) {
+      CoreLogPrint("mediainfo", kCoreLogError,
+                   "fs::status: %s [url] %s [path] %s [LINE] %d [fs::file_type] %d [std::error_code] %s failed!",
+                   kFunction, url, path, 109, static_cast<int>(query.type), query.error.message().c_str());
+      CoreSetErrorText(reason == kNoSuchFile ? ReasonOf(query).c_str() : reason.c_str());
+      return false;
+    }
   }
   *path_out = query.path.string();
   return true;

@@ -1,5 +1,6 @@
 #include <array>
 
+#include "core/log.h"
 #include "fakes/failing_allocations.h"
 #include "fakes/media_file_service.h"
 
@@ -74,6 +75,22 @@ TEST_F(OutOfMemoryTest, FindsNoStreamType) {
   EXPECT_EQ(session.GetStreamType(0, &type), 0u);
   allocations_left = -1;
   EXPECT_EQ(type, 77);
+}
+
+TEST_F(OutOfMemoryTest, LogsNothingMoreWhereAKeyCouldNotBeProtected) {
+  fakes::Config config;
+  config.values = {{"SetAppPath", app().path().string()}};
+  InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
+  descriptor(0).init(&config);
+  service_ = descriptor(0).create();  // without a media server, which would have to remember the key, too
+  IMediaFileInfo& session = CreateSession();
+  const std::string key(100, 'k');
+  const auto protects = [&] {
+    session.SetEncryptKey(key.c_str());
+    return !fakes::host().protected_texts.empty();
+  };
+  EXPECT_GT(fakes::CountFailures(protects, [] { EXPECT_EQ(fakes::TakeLogLevel(), kCoreLogOff); }), 0);
+  EXPECT_EQ(fakes::TakeLogLevel(), std::nullopt);
 }
 
 // A failing open never leaves a reference behind, and the session can be opened afterwards.

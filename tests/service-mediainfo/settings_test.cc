@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "fakes/module.h"
 
 namespace {
@@ -89,13 +91,16 @@ TEST_F(SettingsTest, LoadTheSupportLibrariesBeforeTheRestIsAskedFor) {
   EXPECT_EQ(config.loaded_when_asked, (std::vector<std::size_t>{0, 0, 0, 2, 2}));
 }
 
-// The folder is the path followed by "/userepace": nothing comes between, nothing is trimmed.
-TEST_F(SettingsTest, AppendTheSupportFolderToThePathAsItIs) {
+// The folder is the path followed by "/userepace". Behind an empty one that is no folder of the current one, which may
+// be anybody's.
+TEST_F(SettingsTest, LoadNoSupportLibraryBelowTheCurrentFolder) {
   InstallSupportLibrary(FAKE_QK_LOG, "QK_log.dll");
-  config_.values = {{"SetAppPath", app().path().string() + "//"}};
+  config_.values = {{"SetAppPath", ""}};
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(app().path());
   descriptor(0).init(&config_);
-  EXPECT_EQ(fakes::host().loaded_libraries, std::vector<std::string>{"QK_log.dll"});
-  EXPECT_EQ(Settings().at(2), app().path().string() + "//");
+  std::filesystem::current_path(before);
+  EXPECT_TRUE(fakes::host().loaded_libraries.empty());
 }
 
 }  // namespace

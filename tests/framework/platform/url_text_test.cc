@@ -13,6 +13,15 @@ TEST(UrlTextTest, HidesWhoLogsIn) {
   EXPECT_EQ(MaskUrl("http://a:b@c:d@host/x"), "http://***@host/x");
 }
 
+TEST(UrlTextTest, HidesWhoLogsInFurtherOn) {
+  EXPECT_EQ(MaskUrl("http://h/2020/http://user:secret@x/a.mp4"), "http://h/2020/http://***@x/a.mp4");
+  EXPECT_EQ(MaskUrl("http://a:b@h/c://d:e@f://g@h?i=j"), "http://***@h/c://***@f://***@h?i=***");
+}
+
+TEST(UrlTextTest, HidesWhatHoldsBlanks) {
+  EXPECT_EQ(MaskUrl("rtmp://user:pass word@h/a b?c=d e&f=g\th"), "rtmp://***@h/a b?c=***&f=***");
+}
+
 TEST(UrlTextTest, HidesValuesOfTheQueryAndKeepsTheirNames) {
   EXPECT_EQ(MaskUrl("http://h/a?signature=s&token=t%2F&x=y=z"), "http://h/a?signature=***&token=***&x=***");
   EXPECT_EQ(MaskUrl("http://h?secret"), "http://h?***");

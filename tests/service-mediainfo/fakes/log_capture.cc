@@ -15,6 +15,8 @@ std::vector<fakes::LogLine>& Lines() {
   return lines;
 }
 
+std::optional<int> level_set;
+
 enum class Values { kFitting, kThreeNumbers, kFormatNameNumber };
 
 Values ValuesOf(std::string_view tag, std::string_view format) {
@@ -31,10 +33,14 @@ std::string NextText(va_list& values) { return va_arg(values, const char*); }
 namespace fakes {
 
 std::vector<LogLine> TakeLog() { return std::exchange(Lines(), {}); }
+std::optional<int> TakeLogLevel() { return std::exchange(level_set, std::nullopt); }
 
 }  // namespace fakes
 
-// Stands in front of the core library's, also for the module.
+// These stand in front of the core library's, also for the module.
+
+void CoreLogSetLevel(int level) { level_set = level; }
+
 void CoreLogPrint(const char* tag, int level, const char* format, ...) {
   std::string text;
   va_list values;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -22,5 +23,7 @@ struct LogLine {
 
 /// The lines logged since the last call.
 std::vector<LogLine> TakeLog();
+/// The level that was set last; empty when none was.
+std::optional<int> TakeLogLevel();
 
 }  // namespace fakes

@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <system_error>
+#include <utility>
 
 #include "core/error_text.h"
 #include "fakes/fixture.h"
@@ -224,6 +227,34 @@ TEST_F(UrlValidationTest, RefusesPipesDevicesAndDanglingLinks) {
   EXPECT_FALSE(IsValid(link));
   ExpectStatusLine(link, link, 4);
   EXPECT_STREQ(CoreErrorText(), "no such file");
+}
+
+// Of the path that was asked for, wherever its other spelling is not there.
+TEST_F(UrlValidationTest, TellsTheReasonOfThePathThatIsThere) {
+  const std::string folder = (folder_.path() / "movie.d").string();
+  std::filesystem::create_directory(folder);
+  std::string pipe = (folder_.path() / "pipe.ts").string();
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const std::string circle = (folder_.path() / "circle.mp4").string();
+  std::filesystem::create_symlink(circle, circle);
+  const std::pair<std::string, std::string> reasons[] = {
+      {folder, "is a folder"},
+      {pipe, "not a regular file"},
+      {circle, std::generic_category().message(ELOOP)},
+      {(folder_.path() / "movie.D").string(), "is a folder"},
+      {(folder_.path() / "other.mp4").string(), "no such file"},
+  };
+  for (const auto& [path, reason] : reasons) {
+    EXPECT_FALSE(IsValid(path));
+    EXPECT_EQ(CoreErrorText(), reason) << path;
+  }
+  fakes::TakeLog();
+}
+
+TEST_F(UrlValidationTest, NoLineShowsAPassword) {
+  EXPECT_FALSE(IsValid("rtmp://user:pass word@host/a b?c=d e&f=g"));
+  EXPECT_EQ(fakes::TakeLog().at(0).text,
+            "kErrorProtocol: service::mediainfo::IsValidPath  rtmp://***@host/a b?c=***&f=*** 92 failed!");
 }
 
 }  // namespace
