@@ -16,8 +16,8 @@ struct RootElement {
   std::string font_size;
 };
 
-/// Reads a whole SVG document, in any encoding that its first bytes or its XML declaration tell. Nothing that it refers
-/// to is opened. Empty, with the reason in CoreErrorText, for what is no SVG, for XML that is not well-formed, for a
+/// Reads a whole SVG document, in UTF-8, UTF-16 or any known encoding that holds ASCII. Nothing that it refers to is
+/// opened. Empty, with the reason in CoreErrorText, for what is no SVG, for XML that is not well-formed, for a
 /// source that fails, and for documents made to exhaust their readers: elements more than 1,000 deep, entities that
 /// unfold to more than 8 MB and twice the document or are more than 1,000, more than 1,000 declared attributes or a
 /// million default ones, 100,000 different names, and what takes more than 72 MB to read.

@@ -1,41 +1,60 @@
 #include "svg-decoder/encoding.h"
 
-#include <iconv.h>
-
 #include <algorithm>
-#include <array>
-#include <cstdint>
-#include <cstring>
 #include <string>
 #include <string_view>
-
-#include "core/loading.h"
 
 namespace svg_decoder {
 namespace {
 
-/// The document chooses the name, and what it is given to loads a library for it: only what is expected gets there.
-constexpr std::array<std::string_view, 3> kFamilies{"WINDOWS-125", "ISO-8859-", "KOI8-"};
+/// How many bytes a character takes, by its first one.
+using Length = int (*)(unsigned char first);
 
-constexpr int kNoCharacter = -1;
+int OneByte(unsigned char /*first*/) { return 1; }
+/// The four bytes of GB 18030 are two pairs as well.
+int EastAsian(unsigned char first) { return first >= 0x81 && first <= 0xFE ? 2 : 1; }
+int ShiftJis(unsigned char first) {
+  return (first >= 0x81 && first <= 0x9F) || (first >= 0xE0 && first <= 0xFC) ? 2 : 1;
+}
+int EucJp(unsigned char first) { return first == 0x8F ? 3 : EastAsian(first); }
+int Utf8(unsigned char first) {
+  if (first < 0xC2 || first > 0xF4) return 1;
+  return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+}
+
+struct Family {
+  std::string_view name_start;
+  Length length;
+};
+constexpr Family kFamilies[] = {
+    {"ASCII", OneByte},       {"CP125", OneByte},        {"CP437", OneByte},      {"CP85", OneByte},
+    {"CP86", OneByte},        {"CP874", OneByte},        {"IBM437", OneByte},     {"IBM85", OneByte},
+    {"IBM86", OneByte},       {"ISO-8859-", OneByte},    {"ISO8859-", OneByte},   {"ISO_8859-", OneByte},
+    {"KOI8-", OneByte},       {"LATIN", OneByte},        {"MACINTOSH", OneByte},  {"TIS-620", OneByte},
+    {"WINDOWS-125", OneByte}, {"WINDOWS-874", OneByte},  {"X-MAC-", OneByte},     {"BIG5", EastAsian},
+    {"CP936", EastAsian},     {"CP949", EastAsian},      {"CP950", EastAsian},    {"EUC-CN", EastAsian},
+    {"EUC-KR", EastAsian},    {"GB18030", EastAsian},    {"GB2312", EastAsian},   {"GBK", EastAsian},
+    {"KS_C_5601", EastAsian}, {"CP932", ShiftJis},       {"SHIFT-JIS", ShiftJis}, {"SHIFT_JIS", ShiftJis},
+    {"SJIS", ShiftJis},       {"WINDOWS-31J", ShiftJis}, {"X-SJIS", ShiftJis},    {"EUC-JP", EucJp},
+    {"UTF8", Utf8},           {"UTF_8", Utf8},
+};
 
 constexpr char ToUpper(char letter) {
   return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
 }
 
-bool IsKnown(std::string_view upper_name) {
-  return std::ranges::any_of(kFamilies, [&](std::string_view family) { return upper_name.starts_with(family); }) &&
-         upper_name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-") == std::string_view::npos;
+/// One of the ideographs, which may stand wherever a letter may. The same for the same bytes.
+int LetterFor(std::string_view bytes) {
+  constexpr unsigned kFirst = 0x4E00;
+  constexpr unsigned kCount = 0x5000;
+  unsigned number = 0;
+  for (const char byte : bytes) number = number << 8 | static_cast<unsigned char>(byte);
+  return static_cast<int>(kFirst + number % kCount);
 }
 
-int ToCharacter(iconv_t converter, unsigned char byte) {
-  char* in = reinterpret_cast<char*>(&byte);
-  std::size_t in_left = 1;
-  std::uint32_t character = 0;
-  char* out = reinterpret_cast<char*>(&character);
-  std::size_t out_left = sizeof character;
-  const std::size_t result = iconv(converter, &in, &in_left, &out, &out_left);
-  return result == static_cast<std::size_t>(-1) || out_left != 0 ? kNoCharacter : static_cast<int>(character);
+int ConvertLonger(void* family, const char* bytes) {
+  const Length length = static_cast<const Family*>(family)->length;
+  return LetterFor({bytes, static_cast<std::size_t>(length(static_cast<unsigned char>(*bytes)))});
 }
 
 }  // namespace
@@ -43,19 +62,18 @@ int ToCharacter(iconv_t converter, unsigned char byte) {
 int DescribeEncoding(void* /*user_data*/, const XML_Char* name, XML_Encoding* encoding) {
   std::string upper_name = name;
   std::ranges::transform(upper_name, upper_name.begin(), ToUpper);
-  if (!IsKnown(upper_name)) return XML_STATUS_ERROR;
+  const auto* family =
+      std::ranges::find_if(kFamilies, [&](const Family& row) { return upper_name.starts_with(row.name_start); });
+  if (family == std::end(kFamilies)) return XML_STATUS_ERROR;
 
-  CoreTellLoading(upper_name.c_str());
-  // The byte order is named, because the plain name puts a mark before the first character.
-  const iconv_t converter = iconv_open("UTF-32LE", upper_name.c_str());
-  if (converter == reinterpret_cast<iconv_t>(-1)) return XML_STATUS_ERROR;
-  for (std::size_t byte = 0; byte < std::size(encoding->map); ++byte) {
-    encoding->map[byte] = ToCharacter(converter, static_cast<unsigned char>(byte));
+  for (int byte = 0; byte < 256; ++byte) {
+    const char text = static_cast<char>(byte);
+    const int length = byte < 0x80 ? 1 : family->length(static_cast<unsigned char>(byte));
+    encoding->map[byte] = length > 1 ? -length : byte < 0x80 ? byte : LetterFor({&text, 1});
   }
-  iconv_close(converter);
-  encoding->convert = nullptr;
+  encoding->convert = ConvertLonger;
   encoding->release = nullptr;
-  encoding->data = nullptr;
+  encoding->data = const_cast<Family*>(family);  // ConvertLonger does not write there
   return XML_STATUS_OK;
 }
 

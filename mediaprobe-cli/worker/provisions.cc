@@ -23,7 +23,7 @@ struct Provision {
   Kind kind;
 };
 
-/// A worker chooses among these and nothing else. Character sets are those of broadcast streams and of SVGs.
+/// A worker chooses among these and nothing else. Character sets are those of broadcast streams.
 constexpr Provision kProvisions[] = {
     {service::mediainfo::kImageInfoServiceName, Kind::kService},
     {service::mediainfo::kSvgInfoServiceName, Kind::kService},
@@ -46,27 +46,10 @@ constexpr Provision kProvisions[] = {
     {"ISO-8859-13", Kind::kCharacterSet},
     {"ISO-8859-14", Kind::kCharacterSet},
     {"ISO-8859-15", Kind::kCharacterSet},
-    {"ISO-8859-16", Kind::kCharacterSet},
     {"GB2312", Kind::kCharacterSet},
     {"KSC_5601", Kind::kCharacterSet},
-    {"KOI8-R", Kind::kCharacterSet},
-    {"KOI8-RU", Kind::kCharacterSet},
-    {"KOI8-T", Kind::kCharacterSet},
-    {"KOI8-U", Kind::kCharacterSet},
-    {"WINDOWS-1250", Kind::kCharacterSet},
-    {"WINDOWS-1251", Kind::kCharacterSet},
-    {"WINDOWS-1252", Kind::kCharacterSet},
-    {"WINDOWS-1253", Kind::kCharacterSet},
-    {"WINDOWS-1254", Kind::kCharacterSet},
-    {"WINDOWS-1255", Kind::kCharacterSet},
-    {"WINDOWS-1256", Kind::kCharacterSet},
-    {"WINDOWS-1257", Kind::kCharacterSet},
-    {"WINDOWS-1258", Kind::kCharacterSet},
 };
 static_assert(kFirstProvisionWish + std::size(kProvisions) <= kMostWishes);
-
-/// What the libraries convert to.
-constexpr const char* kTargets[] = {"UTF-8", "UTF-32LE"};
 
 std::optional<std::size_t> NumberOf(std::string_view name) {
   const auto* found = std::ranges::find(kProvisions, name, &Provision::name);
@@ -128,10 +111,9 @@ void Provisions::LoadProvision(std::size_t number) {
       dlopen((library_folder_ + name).c_str(), RTLD_NOW | RTLD_LOCAL);
       break;
     case Kind::kCharacterSet:
-      for (const char* target : kTargets) {
-        const iconv_t converter = iconv_open(target, name);
-        // Kept: the system unloads what nobody uses.
-        if (converter != reinterpret_cast<iconv_t>(-1)) converters_.push_back(converter);
+      // Kept: the system unloads what nobody uses.
+      if (const iconv_t converter = iconv_open("UTF-8", name); converter != reinterpret_cast<iconv_t>(-1)) {
+        converters_.push_back(converter);
       }
       break;
   }

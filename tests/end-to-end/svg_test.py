@@ -149,7 +149,7 @@ class Documents(Folder):
                 self.assertEqual(self.sizes(start + self.DRAWING), self.SIZES)
 
     def test_in_other_encodings(self):
-        for encoding in ("utf-16", "windows-1252", "iso-8859-1"):
+        for encoding in ("utf-16", "windows-1252", "iso-8859-1", "utf8", "windows-1255", "gb18030", "big5", "shift_jis"):
             with self.subTest(encoding):
                 text = f'<?xml version="1.0" encoding="{encoding}"?>' + self.DRAWING
                 self.assertEqual(self.sizes(text.encode(encoding)), self.SIZES)

@@ -73,15 +73,41 @@ TEST(ReadDocumentTest, ReadsUtf16) {
   ExpectRead("\xFE\xFF" + ToUtf16(Whole(""), true));
 }
 
+std::string Declared(const std::string& encoding, const std::string& document) {
+  return "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>" + document;
+}
+
 TEST(ReadDocumentTest, ReadsCodePages) {
-  for (const char* encoding : {"windows-1252", "ISO-8859-1", "iso-8859-15", "KOI8-R"}) {
-    ExpectRead("<?xml version=\"1.0\" encoding=\""s + encoding + "\"?>" + Whole("<text>caf\xE9</text>"));
+  for (const char* encoding : {"windows-1252", "windows-1255", "Windows-1258", "windows-874", "ISO-8859-1",
+                               "iso-8859-15", "latin1", "KOI8-R", "IBM850", "cp437", "macintosh", "ascii"}) {
+    // Names in letters beyond ASCII, which are told apart.
+    ExpectRead(Declared(encoding, Whole("<t\xE9xt a\xE9='1' a\xE8='2'>\x80\xFF</t\xE9xt>")));
+    ExpectRefused(Declared(encoding, Whole("<a\xE9></a\xE8>")),
+                  "damaged SVG: line 1: a closing tag that fits no opening one");
   }
-  for (const char* encoding : {"IBM850", "Shift_JIS", "no-such"}) {
-    ExpectRefused("<?xml version=\"1.0\" encoding=\""s + encoding + "\"?>" + Whole(""),
-                  "a document in an unknown text encoding");
+}
+
+// The last byte of a character may be that of a bracket, a quote or a backslash.
+TEST(ReadDocumentTest, ReadsTheEncodingsOfEastAsia) {
+  for (const char* encoding : {"gb2312", "GBK", "GB18030", "Big5", "EUC-KR", "Shift_JIS", "CP932"}) {
+    ExpectRead(Declared(encoding, Whole("<text a='\x81\x5C\x81\x7C'>\x81\x5B\x83\x5D</text>")));
   }
-  ExpectRefused("<?xml version=\"1.0\" encoding=\"../EVIL\"?>" + Whole(""), "not an SVG document");
+  ExpectRead(Declared("GB18030", Whole("<text>\x81\x30\x84\x36</text>")));
+  ExpectRead(Declared("Shift_JIS", Whole("<text>\xB1</text>")));  // one byte: ends where the bracket begins
+  ExpectRead(Declared("EUC-JP", Whole("<text>\x8E\xB1\xA4\xA2\x8F\xB0\xA1</text>")));
+}
+
+TEST(ReadDocumentTest, ReadsUtf8ByItsOtherNames) {
+  for (const char* encoding : {"utf8", "UTF8", "utf_8"}) {
+    ExpectRead(Declared(encoding, Whole("<text>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</text>")));
+  }
+}
+
+TEST(ReadDocumentTest, RefusesEncodingsThatNobodyKnows) {
+  for (const char* encoding : {"no-such", "UTF-7", "EBCDIC-US", "ISO-2022-JP"}) {
+    ExpectRefused(Declared(encoding, Whole("")), "a document in an unknown text encoding");
+  }
+  ExpectRefused(Declared("../EVIL", Whole("")), "not an SVG document");
 }
 
 TEST(ReadDocumentTest, TakesAPrefixAndAMissingNamespace) {

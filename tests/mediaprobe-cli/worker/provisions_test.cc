@@ -56,11 +56,11 @@ TEST_F(ProvisionsTest, WhatIsMissingIsTriedOnceAndLeftToItsUser) {
 }
 
 TEST_F(ProvisionsTest, EachHasAWishOfItsOwn) {
-  const int cyrillic = StatusOfNeeding("KOI8-R");
+  const int cyrillic = StatusOfNeeding("ISO-8859-5");
   const int broadcast = StatusOfNeeding("ISO6937");
   EXPECT_NE(cyrillic, broadcast);
   EXPECT_TRUE(provisions_.Grant(cyrillic - kFirstWishStatus));
-  EXPECT_EQ(StatusOfNeeding("KOI8-R"), kGoesOn);
+  EXPECT_EQ(StatusOfNeeding("ISO-8859-5"), kGoesOn);
   EXPECT_EQ(StatusOfNeeding("ISO6937"), broadcast);
 }
 
