@@ -214,6 +214,36 @@ TEST(InterfaceLayoutTest, LaysOutRecords) {
   EXPECT_EQ(offsetof(AIGC_META, length), sizeof(void*));
 }
 
+TEST(InterfaceLayoutTest, LaysOutTheImageRecord) {
+  using imagecore::QkImageInfo;
+  EXPECT_EQ(offsetof(QkImageInfo, flags), 0u);
+  EXPECT_EQ(offsetof(QkImageInfo, flip), 4u);
+  EXPECT_EQ(offsetof(QkImageInfo, picture_type), 8u);
+  EXPECT_EQ(offsetof(QkImageInfo, width), 12u);
+  EXPECT_EQ(offsetof(QkImageInfo, height), 16u);
+  EXPECT_EQ(offsetof(QkImageInfo, rotation), 20u);
+  EXPECT_EQ(offsetof(QkImageInfo, gif_frame_rate_num), 24u);
+  EXPECT_EQ(offsetof(QkImageInfo, gif_frame_rate_den), 28u);
+  EXPECT_EQ(offsetof(QkImageInfo, sequence_total_frames), 32u);
+  EXPECT_EQ(offsetof(QkImageInfo, gps_latitude), 40u);
+  EXPECT_EQ(offsetof(QkImageInfo, gps_longitude), 48u);
+  EXPECT_EQ(offsetof(QkImageInfo, exposure_time_s), 56u);
+  EXPECT_EQ(offsetof(QkImageInfo, sequence_duration_s), 64u);
+  EXPECT_EQ(offsetof(QkImageInfo, webp_duration_s), 72u);
+  EXPECT_EQ(offsetof(QkImageInfo, gif_duration_s), 80u);
+  EXPECT_EQ(offsetof(QkImageInfo, avif_duration_s), 88u);
+  EXPECT_EQ(offsetof(QkImageInfo, date), 96u);
+  EXPECT_EQ(offsetof(QkImageInfo, camera_maker), 352u);
+  EXPECT_EQ(offsetof(QkImageInfo, camera_model), 608u);
+  EXPECT_EQ(offsetof(QkImageInfo, gps_latitude_ref), 864u);
+  EXPECT_EQ(offsetof(QkImageInfo, gps_longitude_ref), 1120u);
+  EXPECT_EQ(offsetof(QkImageInfo, fourcc), 1376u);
+  EXPECT_EQ(offsetof(QkImageInfo, aigc_size), 1380u);
+  EXPECT_EQ(offsetof(QkImageInfo, aigc_data), 1384u);
+  EXPECT_EQ(offsetof(QkImageInfo, alpha_mode), 1396u);
+  EXPECT_EQ(sizeof(QkImageInfo), 1424u);
+}
+
 TEST(InterfaceLayoutTest, LaysOutFormatRecords) {
   using media_server::PictureFormat;
   EXPECT_EQ(offsetof(PictureFormat, width), 0u);
