@@ -174,7 +174,8 @@ void CheckMetadata(IMetadata& metadata) {
   SystemString text;
   FUZZ_CHECK(metadata.GetText(u"KEY_THAT_NOBODY_KNOWS", text.Put()) == platform::kFail && !text);
   std::int32_t alpha_mode = 0;
-  FUZZ_CHECK(metadata.GetInteger(keys::kXmpAlphaMode, &alpha_mode) == platform::kFail);
+  const bool has_alpha_mode = metadata.GetInteger(keys::kXmpAlphaMode, &alpha_mode) == platform::kOk;
+  FUZZ_CHECK(alpha_mode >= 0 && alpha_mode <= (has_alpha_mode ? 2 : 0));
   FUZZ_CHECK(metadata.GetGpsLatitude() >= 0 && metadata.GetGpsLatitude() <= 90);
   FUZZ_CHECK(metadata.GetGpsLongitude() >= 0 && metadata.GetGpsLongitude() <= 180);
 }

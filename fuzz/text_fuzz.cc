@@ -12,7 +12,7 @@
 #include "fuzz/check.h"
 #include "media-server/metadata/iso6709.h"
 #include "media-server/metadata/timestamp.h"
-#include "media-server/metadata/xmp_label.h"
+#include "media-server/metadata/xmp_property.h"
 #include "output/aigc_label.h"
 #include "output/date_text.h"
 #include "output/display_width.h"
@@ -67,7 +67,7 @@ void CheckStreamTypes(const std::string& text) {
 }
 
 void CheckXmpLabel(const std::string& text) {
-  const auto label = media_server::ReadXmpAigcLabel(text);
+  const auto label = media_server::ReadXmpProperty(text, media_server::kXmpAigcLabel);
   if (label) FUZZ_CHECK(fuzz::IsTextOf(*label, text.size()));
 }
 

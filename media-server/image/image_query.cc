@@ -12,7 +12,7 @@
 #include "media-server/image/wanted_tags.h"
 #include "media-server/io/sibling_library.h"
 #include "media-server/metadata/timestamp.h"
-#include "media-server/metadata/xmp_label.h"
+#include "media-server/metadata/xmp_property.h"
 #include "media-server/picture_tags/picture_tags_library.h"
 #include "platform/utf8.h"
 
@@ -23,9 +23,9 @@ using imagecore::QkImageInfo;
 
 /// A label in XMP is the one that the standard asks for, so that in Exif's user comment comes behind all packets'.
 std::optional<std::string> LabelInXmp(const EmbeddedMetadata& metadata) {
-  auto label = ReadXmpAigcLabel(metadata.xmp);
+  auto label = ReadXmpProperty(metadata.xmp, kXmpAigcLabel);
   for (const std::string& packet : metadata.further_xmp) {
-    if (!label) label = ReadXmpAigcLabel(packet);
+    if (!label) label = ReadXmpProperty(packet, kXmpAigcLabel);
   }
   return label;
 }

@@ -25,7 +25,8 @@ struct MediaTags {
   std::string actor;
   std::string maker;
   std::string model;
-  std::string aigc;  ///< AI-generated-content label, as it stands
+  std::string aigc;                        ///< AI-generated-content label, as it stands
+  std::optional<std::int32_t> alpha_mode;  ///< imagecore::AlphaMode
   std::optional<GeoLocation> location;
   std::optional<std::int64_t> created;   ///< seconds since 1970 UTC
   std::optional<std::int64_t> modified;  ///< seconds since 1970 UTC

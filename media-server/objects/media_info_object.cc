@@ -92,7 +92,9 @@ class MediaInfo final : public ComObject<IMediaInfo, IMetadata, IProgramCollecti
 
   std::int32_t GetInteger(const char16_t* key, std::int32_t* out) override {
     if (key == nullptr || out == nullptr) return platform::kInvalidPointer;
-    return platform::kFail;  // the one integer, an alpha mode, is a fact of images
+    if (!IsKey(key, metadata_keys::kXmpAlphaMode) || !tags().alpha_mode) return platform::kFail;
+    *out = *tags().alpha_mode;
+    return platform::kOk;
   }
 
   std::int32_t GetText(const char16_t* key, BSTR* out) override {

@@ -9,10 +9,11 @@
 #include "media-server/container/text.h"
 #include "media-server/metadata/iso6709.h"
 #include "media-server/metadata/timestamp.h"
-#include "media-server/metadata/xmp_label.h"
+#include "media-server/metadata/xmp_property.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/streams.h"
 #include "media-server/probe/tags_of_xmp.h"
+#include "media_server/image_info.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
 
@@ -143,6 +144,13 @@ std::string_view XmpOf(const ContainerFacts& container) {
   return found != metadata.end() ? std::string_view(found->value) : std::string_view();
 }
 
+std::optional<std::int32_t> AlphaModeOf(std::string_view name) {
+  if (name == "straight") return imagecore::kAlphaStraight;
+  if (name == "pre-multiplied") return imagecore::kAlphaPremultiplied;
+  if (name == "none") return imagecore::kAlphaNone;
+  return std::nullopt;
+}
+
 // The first second of 1970 is what a writer without a clock tells.
 std::optional<std::int64_t> SetClock(std::optional<std::int64_t> time) { return time == 0 ? std::nullopt : time; }
 
@@ -182,7 +190,8 @@ MediaTags ReadTags(const AVFormatContext& context, const ContainerFacts& contain
     if (tags.track_number.empty()) tags.track_number = container.id3v1->track_number;
   }
   if (tags.aigc.empty()) tags.aigc = Clean(container.aigc);
-  if (tags.aigc.empty()) tags.aigc = Clean(ReadXmpAigcLabel(XmpOf(container)).value_or(""));
+  if (tags.aigc.empty()) tags.aigc = Clean(ReadXmpProperty(XmpOf(container), kXmpAigcLabel).value_or(""));
+  tags.alpha_mode = AlphaModeOf(ReadXmpProperty(XmpOf(container), kXmpVideoAlphaMode).value_or(""));
   tags.location = ParseIso6709(sources.Find(kLocationKeys));
   if (container.movie) {
     tags.created = SetClock(container.movie->times.creation_unix_s);

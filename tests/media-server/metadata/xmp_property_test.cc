@@ -1,4 +1,4 @@
-#include "media-server/metadata/xmp_label.h"
+#include "media-server/metadata/xmp_property.h"
 
 #include <gtest/gtest.h>
 
@@ -14,46 +14,52 @@ std::string Packet(const std::string& content) {
 }
 
 TEST(XmpLabelTest, ReadsTheElement) {
-  EXPECT_EQ(ReadXmpAigcLabel(Packet("<rdf:Description xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'>"
-                                    "<a:AIGC>{&quot;Label&quot;:&quot;1&quot;}</a:AIGC></rdf:Description>")),
+  EXPECT_EQ(ReadXmpProperty(Packet("<rdf:Description xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'>"
+                                   "<a:AIGC>{&quot;Label&quot;:&quot;1&quot;}</a:AIGC></rdf:Description>"),
+                            kXmpAigcLabel),
             R"({"Label":"1"})");
 }
 
 TEST(XmpLabelTest, ReadsTheAttribute) {
-  EXPECT_EQ(ReadXmpAigcLabel(Packet("<rdf:Description xmlns:TC260='http://www.tc260.org.cn/ns/AIGC/1.0/' "
-                                    "TC260:AIGC='{&quot;Label&quot;:&quot;2&quot;}'/>")),
+  EXPECT_EQ(ReadXmpProperty(Packet("<rdf:Description xmlns:TC260='http://www.tc260.org.cn/ns/AIGC/1.0/' "
+                                   "TC260:AIGC='{&quot;Label&quot;:&quot;2&quot;}'/>"),
+                            kXmpAigcLabel),
             R"({"Label":"2"})");
 }
 
 TEST(XmpLabelTest, ReadsCharacterData) {
   EXPECT_EQ(
-      ReadXmpAigcLabel(Packet("<AIGC xmlns='http://www.tc260.org.cn/ns/AIGC/1.0/'><![CDATA[{\"a\":\"<&>\"}]]></AIGC>")),
+      ReadXmpProperty(Packet("<AIGC xmlns='http://www.tc260.org.cn/ns/AIGC/1.0/'><![CDATA[{\"a\":\"<&>\"}]]></AIGC>"),
+                      kXmpAigcLabel),
       R"({"a":"<&>"})");
 }
 
 TEST(XmpLabelTest, TakesTheFirstOfTwo) {
-  EXPECT_EQ(ReadXmpAigcLabel(Packet("<r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'><a:AIGC>one</a:AIGC>"
-                                    "<a:AIGC>two</a:AIGC></r>")),
+  EXPECT_EQ(ReadXmpProperty(Packet("<r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'><a:AIGC>one</a:AIGC>"
+                                   "<a:AIGC>two</a:AIGC></r>"),
+                            kXmpAigcLabel),
             "one");
 }
 
 TEST(XmpLabelTest, LooksAtTheNamespaceNotAtThePrefix) {
-  EXPECT_EQ(
-      ReadXmpAigcLabel(Packet("<r xmlns:AIGC='http://example.org/' xmlns:b='http://www.tc260.org.cn/ns/AIGC/1.0/'>"
-                              "<AIGC:AIGC>no</AIGC:AIGC><b:Other>no</b:Other></r>")),
-      std::nullopt);
+  EXPECT_EQ(ReadXmpProperty(Packet("<r xmlns:AIGC='http://example.org/' xmlns:b='http://www.tc260.org.cn/ns/AIGC/1.0/'>"
+                                   "<AIGC:AIGC>no</AIGC:AIGC><b:Other>no</b:Other></r>"),
+                            kXmpAigcLabel),
+            std::nullopt);
 }
 
 TEST(XmpLabelTest, ReadsAPaddedPacket) {
-  EXPECT_EQ(ReadXmpAigcLabel(Packet("<r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/' a:AIGC='x'/>") +
-                             std::string(2000, '\0')),
+  EXPECT_EQ(ReadXmpProperty(
+                Packet("<r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/' a:AIGC='x'/>") + std::string(2000, '\0'),
+                kXmpAigcLabel),
             "x");
 }
 
 TEST(XmpLabelTest, FindsNothingInWhatIsNoXml) {
-  EXPECT_EQ(ReadXmpAigcLabel(""), std::nullopt);
-  EXPECT_EQ(ReadXmpAigcLabel("http://www.tc260.org.cn/ns/AIGC/1.0/ AIGC"), std::nullopt);
-  EXPECT_EQ(ReadXmpAigcLabel("<r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'><a:AIGC>cut"), std::nullopt);
+  EXPECT_EQ(ReadXmpProperty("", kXmpAigcLabel), std::nullopt);
+  EXPECT_EQ(ReadXmpProperty("http://www.tc260.org.cn/ns/AIGC/1.0/ AIGC", kXmpAigcLabel), std::nullopt);
+  EXPECT_EQ(ReadXmpProperty("<r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'><a:AIGC>cut", kXmpAigcLabel),
+            std::nullopt);
 }
 
 TEST(XmpLabelTest, DoesNotBlowUpOnNestedEntities) {
@@ -65,7 +71,8 @@ TEST(XmpLabelTest, DoesNotBlowUpOnNestedEntities) {
     packet += "'>";
   }
   packet += "]><r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'><a:AIGC>&e11;</a:AIGC></r>";
-  const auto label = ReadXmpAigcLabel(packet);  // ten times a hundred thousand millions of x, if it were expanded
+  const auto label =
+      ReadXmpProperty(packet, kXmpAigcLabel);  // ten times a hundred thousand millions of x, if it were expanded
   EXPECT_EQ(label, std::nullopt);
 }
 
@@ -76,7 +83,7 @@ TEST(XmpLabelTest, DoesNotRecurseIntoEntitiesOfEntities) {
     packet += "<!ENTITY e" + std::to_string(i) + " '&e" + std::to_string(i - 1) + ";'>";
   }
   packet += "]><r xmlns:a='http://www.tc260.org.cn/ns/AIGC/1.0/'><a:AIGC>&e39999;</a:AIGC></r>";
-  EXPECT_EQ(ReadXmpAigcLabel(packet), std::nullopt);
+  EXPECT_EQ(ReadXmpProperty(packet, kXmpAigcLabel), std::nullopt);
 }
 
 }  // namespace

@@ -269,6 +269,16 @@ TEST_F(KeyedTextTest, GivesTheLabelAsItStands) {
   EXPECT_EQ(Read(tags, u"KEY_QK_METADATAINFO_AIGC"), tags.aigc);
 }
 
+TEST_F(KeyedTextTest, GivesTheKindOfTransparencyThatIsTold) {
+  auto media = std::make_shared<MediaDescription>();
+  media->tags.alpha_mode = 2;
+  const auto metadata = MakeMediaInfo(media).Query<IMetadata>();
+  std::int32_t number = 5;
+  EXPECT_EQ(metadata->GetInteger(u"KEY_QK_XMP_METADATAINFO_ALPHA_MODE", &number), platform::kOk);
+  EXPECT_EQ(number, 2);
+  EXPECT_EQ(metadata->GetInteger(u"KEY_QK_XMP_METADATAINFO_OTHER", &number), platform::kFail);
+}
+
 TEST_F(KeyedTextTest, RefusesAnUnknownKey) {
   EXPECT_EQ(Read({}, u"KEY_QK_METADATAINFO_OTHER", platform::kFail), "");
   const auto metadata = MakeMediaInfo(std::make_shared<MediaDescription>()).Query<IMetadata>();

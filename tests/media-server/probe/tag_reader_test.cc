@@ -170,6 +170,18 @@ TEST_F(TagReaderTest, TagsOfTheContainerWinOverXmp) {
   EXPECT_EQ(tags.location, (GeoLocation{-10.5, 20.5}));
 }
 
+TEST_F(TagReaderTest, XmpTellsTheKindOfTransparency) {
+  const std::pair<const char*, std::optional<std::int32_t>> modes[] = {
+      {"straight", 1}, {"pre-multiplied", 2}, {"none", 0}, {"other", std::nullopt}};
+  for (const auto& [name, mode] : modes) {
+    container_.movie.reset();
+    AddMovieTag(
+        Mp4MetaNamespace::kXmp, "XMP",
+        Xmp("xmlns:d='http://ns.adobe.com/xmp/1.0/DynamicMedia/' d:videoAlphaMode='" + std::string(name) + "'"));
+    EXPECT_EQ(ReadTags(*context_, container_).alpha_mode, mode) << name;
+  }
+}
+
 TEST_F(TagReaderTest, HalfAPlaceInXmpIsNone) {
   AddMovieTag(Mp4MetaNamespace::kXmp, "XMP", Xmp("tiff:Make='Acme' exif:GPSLatitude='48,30N'"));
   const MediaTags tags = ReadTags(*context_, container_);
