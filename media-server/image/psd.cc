@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/image/exif_payload.h"
@@ -11,9 +12,11 @@
 namespace media_server::image {
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr std::size_t kHeaderSize = 26;
 
-/// Colour modes and how many channels each takes; what a document has beyond them is alpha.
+/// Colour modes and how many channels each takes; what a document has beyond them is transparency or saved selections.
 struct ColorMode {
   std::uint16_t mode;
   std::uint16_t channels;
@@ -28,10 +31,78 @@ constexpr std::array kColorModes = {
     ColorMode{9, 3},  // Lab
 };
 
-std::optional<imagecore::AlphaMode> AlphaOf(std::uint16_t mode, std::uint16_t channels) {
+/// Of a section that starts with its length.
+std::uint64_t EndOfSection(HeaderWindow& window, std::uint64_t section) {
+  return section + 4 + ByteReader(window.View(section, 4)).Be32();
+}
+
+/// The section of layers and masks (Adobe Photoshop File Formats Specification, Layer and Mask Information Section).
+class LayerSection {
+ public:
+  /// Large documents (PSB) have lengths of eight bytes.
+  LayerSection(HeaderWindow& window, std::uint64_t offset, bool is_large)
+      : window_(window), offset_(offset), is_large_(is_large) {}
+
+  /// Whether the first channel beyond those of the colour mode is the transparency of the merged picture: a negative
+  /// count of layers says so. Empty when the section is cut.
+  std::optional<bool> HasTransparency() {
+    ByteReader reader(window_.View(offset_, 2 * kLongestLength + kCountSize));
+    const std::uint64_t size = TakeLength(reader, is_large_);
+    if (!reader.Ok() || size > kMostSize) return std::nullopt;
+    if (size == 0) return false;
+    const std::uint64_t end = offset_ + reader.Position() + size;
+    const bool has_layers = TakeLength(reader, is_large_) != 0;
+    if (has_layers || !reader.Ok()) return TakeCount(reader);
+    return HasTransparencyInBlocks(offset_ + reader.Position(), end);
+  }
+
+ private:
+  static constexpr std::size_t kLongestLength = 8;
+  static constexpr std::size_t kCountSize = 2;
+  static constexpr std::uint64_t kMostSize = std::uint64_t{1} << 56;  // no sum overflows
+
+  static std::uint64_t TakeLength(ByteReader& reader, bool is_long) { return is_long ? reader.Be64() : reader.Be32(); }
+
+  static std::optional<bool> TakeCount(ByteReader& reader) {
+    const auto count = static_cast<std::int16_t>(reader.Be16());
+    return reader.Ok() ? std::optional(count < 0) : std::nullopt;
+  }
+
+  /// Keys whose blocks have a long length in large documents (Additional Layer Information).
+  bool HasLongLength(std::string_view key) const {
+    constexpr std::array kKeys = {"LMsk"sv, "Lr16"sv, "Lr32"sv, "Layr"sv, "Mt16"sv, "Mt32"sv, "Mtrn"sv,
+                                  "Alph"sv, "FMsk"sv, "lnk2"sv, "FEid"sv, "FXid"sv, "PxSD"sv};
+    return is_large_ && std::ranges::find(kKeys, key) != kKeys.end();
+  }
+
+  /// Documents of 16 and 32 bits keep their layers in a block behind the global mask.
+  std::optional<bool> HasTransparencyInBlocks(std::uint64_t offset, std::uint64_t end) {
+    constexpr int kMostBlocks = 64;
+    offset = EndOfSection(window_, offset);
+    for (int i = 0; i < kMostBlocks && offset < end; ++i) {
+      ByteReader reader(window_.View(offset, 4 + 4 + kLongestLength + kCountSize));
+      reader.Skip(4);  // "8BIM" or "8B64"
+      const std::string_view key = AsText(reader.Take(4));
+      const std::uint64_t size = TakeLength(reader, HasLongLength(key));
+      if (!reader.Ok() || size > kMostSize) return std::nullopt;
+      if (key == "Lr16" || key == "Lr32") return TakeCount(reader);
+      offset += reader.Position() + (size + 3) / 4 * 4;
+    }
+    return false;
+  }
+
+  HeaderWindow& window_;
+  std::uint64_t offset_;
+  bool is_large_;
+};
+
+std::optional<imagecore::AlphaMode> AlphaOf(std::uint16_t mode, std::uint16_t channels, LayerSection layers) {
   const auto row = std::ranges::find(kColorModes, mode, &ColorMode::mode);
   if (row == kColorModes.end()) return std::nullopt;  // multichannel: no channel has a fixed meaning
-  return channels > row->channels ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
+  if (channels <= row->channels) return imagecore::kAlphaNone;
+  const auto has_transparency = layers.HasTransparency();
+  if (!has_transparency) return std::nullopt;
+  return *has_transparency ? imagecore::kAlphaStraight : imagecore::kAlphaNone;
 }
 
 struct Resource {
@@ -68,11 +139,11 @@ void TakeMetadata(HeaderWindow& window, const Resource& resource, EmbeddedMetada
   if (resource.id == kXmp) metadata.xmp = AsText(copy());
 }
 
-/// Reads the section of the image resources, which starts with its length.
+/// Reads the section of the image resources.
 void ReadResources(HeaderWindow& window, std::uint64_t section, EmbeddedMetadata& metadata) {
   constexpr int kMostResources = 1000;
   std::uint64_t offset = section + 4;
-  const std::uint64_t end = offset + ByteReader(window.View(section, 4)).Be32();
+  const std::uint64_t end = EndOfSection(window, section);
   for (int i = 0; i < kMostResources && offset < end; ++i) {
     const auto resource = ReadResource(window, offset);
     if (!resource || resource->data_offset + resource->data_size > end) return;
@@ -84,9 +155,12 @@ void ReadResources(HeaderWindow& window, std::uint64_t section, EmbeddedMetadata
 }  // namespace
 
 bool ReadPsd(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::uint16_t kLarge = 2;
   HeaderWindow window(source);
   ByteReader reader(window.View(0, kHeaderSize));
-  reader.Skip(4 + 2 + 6);  // signature, version, reserved
+  reader.Skip(4);  // signature
+  const std::uint16_t version = reader.Be16();
+  reader.Skip(6);  // reserved
   const std::uint16_t channels = reader.Be16();
   const std::uint32_t height = reader.Be32();
   const std::uint32_t width = reader.Be32();
@@ -96,9 +170,9 @@ bool ReadPsd(IByteSource& source, PictureHeaders& headers) {
   headers.type = imagecore::kPicturePsd;
   headers.fourcc = FourCC("8BPS");
   headers.size = PictureSize{width, height};
-  headers.alpha = AlphaOf(mode, channels);
-  const std::uint64_t palette_size = ByteReader(window.View(kHeaderSize, 4)).Be32();
-  ReadResources(window, kHeaderSize + 4 + palette_size, headers.metadata);
+  const std::uint64_t resources = EndOfSection(window, kHeaderSize);  // behind the palette
+  headers.alpha = AlphaOf(mode, channels, LayerSection(window, EndOfSection(window, resources), version == kLarge));
+  ReadResources(window, resources, headers.metadata);
   return true;
 }
 
