@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "media-server/container/display_matrix.h"
 #include "media-server/container/mp4_boxes.h"
 #include "media-server/io/byte_source.h"
 
@@ -45,6 +46,7 @@ struct Mp4DecodingTimes {
 
 struct Mp4Track {
   std::uint32_t id = 0;
+  std::optional<DisplayTurn> turn;      ///< tkhd
   Mp4HeaderTimes times;                 ///< mdhd, else tkhd
   std::uint32_t timescale = 0;          ///< mdhd, in 1/s; 0 when not told
   std::optional<Mp4Duration> duration;  ///< mdhd; empty when 0 or unknown

@@ -74,12 +74,16 @@ class TrackReader {
   }
 
   void ReadTrackHeader(const Mp4Box& box) {
-    const auto bytes = boxes_.Payload(box, 64);
+    const auto bytes = boxes_.Payload(box, 88);
     ByteReader reader(bytes);
-    const std::uint8_t version = reader.U8();
+    const std::size_t width = reader.U8() == 0 ? 4 : 8;
     reader.Skip(3);  // flags
-    track_.times = TakeTimes(reader, version == 0 ? 4 : 8);
+    track_.times = TakeTimes(reader, width);
     track_.id = reader.Be32();
+    reader.Skip(4 + width + 16);  // reserved, duration, layer, group, volume
+    std::array<std::int32_t, 9> matrix{};
+    for (std::int32_t& number : matrix) number = static_cast<std::int32_t>(reader.Be32());
+    if (reader.Ok()) track_.turn = ReadDisplayMatrix(matrix);
   }
 
   void ReadEdits(const Mp4Box& box) {

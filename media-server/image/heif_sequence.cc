@@ -6,6 +6,7 @@
 #include "media-server/container/mp4_movie.h"
 #include "media-server/image/alpha_type.h"
 #include "media-server/image/fourcc.h"
+#include "media-server/image/orientation.h"
 
 namespace media_server::image {
 namespace {
@@ -37,8 +38,11 @@ void ReadHeifSequence(IByteSource& source, PictureHeaders& headers) {
       movie.tracks, [](const Mp4Track& each) { return each.handler == "pict" || each.handler == "vide"; });
   if (track == movie.tracks.end()) return;
   headers.animation = AnimationOf(movie, *track);
+  headers.metadata.created = movie.times.creation_unix_s;
+  headers.metadata.modified = movie.times.modification_unix_s;
   if (headers.size) return;
   headers.size = PictureSize{track->width, track->height};
+  headers.orientation = track->turn ? std::optional(OrientationFromTurn(*track->turn)) : std::nullopt;
   if (track->sample_entry.size() == 4) headers.fourcc = FourCC(track->sample_entry);
   const bool has_alpha = std::ranges::any_of(
       movie.tracks, [](const Mp4Track& each) { return each.handler == "auxv" && IsAlphaType(each.auxiliary_type); });

@@ -120,7 +120,8 @@ void FillImageInfo(const PictureHeaders& headers, const PictureTags& tags, QkIma
   SetText(info, kHasCameraMaker, info.camera_maker, tags.maker.value_or(""));
   SetText(info, kHasCameraModel, info.camera_model, tags.model.value_or(""));
   SetText(info, kHasDate, info.date,
-          CombinedDateText(tags.created, tags.modified ? tags.modified : headers.metadata.modified));
+          CombinedDateText(tags.created ? tags.created : headers.metadata.created,
+                           tags.modified ? tags.modified : headers.metadata.modified));
   SetLabel(info, headers.metadata.aigc.empty() ? tags.aigc.value_or("") : headers.metadata.aigc);
   info.alpha_mode = headers.alpha.value_or(kAlphaNone);
 }

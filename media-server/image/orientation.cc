@@ -15,6 +15,13 @@ std::optional<Orientation> OrientationFromExif(std::uint32_t value) {
   return kByNumber[value - 1];
 }
 
+Orientation OrientationFromTurn(const DisplayTurn& turn) {
+  OrientationSteps steps;
+  if (turn.mirrored) steps.FlipHorizontally();
+  steps.RotateClockwise(90 * turn.quarter_turns);
+  return steps.Result();
+}
+
 void OrientationSteps::RotateClockwise(std::int32_t degrees) { degrees_ = ((degrees_ + degrees) % 360 + 360) % 360; }
 
 void OrientationSteps::FlipHorizontally() {

@@ -3,12 +3,15 @@
 #include <cstdint>
 #include <optional>
 
+#include "media-server/container/display_matrix.h"
 #include "media-server/image/picture_headers.h"
 
 namespace media_server::image {
 
 /// The orientation by its Exif number (tag 0x0112, CIPA DC-008 4.6.4 A), 1 to 8; empty for others.
 std::optional<Orientation> OrientationFromExif(std::uint32_t value);
+
+Orientation OrientationFromTurn(const DisplayTurn& turn);
 
 /// Puts together what a container says in several steps: each one is done to what the steps before it gave.
 class OrientationSteps {

@@ -37,12 +37,15 @@ struct Animation {
 
 /// Metadata as they lie in the file, each cut out of its carrier's wrapping. Bounded: see kMostMetadataBytes.
 struct EmbeddedMetadata {
-  std::vector<std::uint8_t> exif;        ///< a TIFF structure from its byte order mark on, where it lies in one piece
-  ExifValues exif_values;                ///< what is wanted of Exif, however it lies in the file
-  std::string xmp;                       ///< the packet; the first where there are several
-  std::vector<std::uint8_t> iptc;        ///< IPTC-IIM data sets
-  std::string aigc;                      ///< a text chunk that holds the label of AI-generated content itself
-  std::optional<std::int64_t> modified;  ///< seconds since 1970 UTC, where the format has a field of its own
+  std::vector<std::uint8_t> exif;  ///< a TIFF structure from its byte order mark on, where it lies in one piece
+  ExifValues exif_values;          ///< what is wanted of Exif, however it lies in the file
+  std::string xmp;                 ///< the packet; the first where there are several
+  std::vector<std::uint8_t> iptc;  ///< IPTC-IIM data sets
+  std::string aigc;                ///< a text chunk that holds the label of AI-generated content itself
+
+  /// Seconds since 1970 UTC, where the format has fields of its own for them.
+  std::optional<std::int64_t> created;
+  std::optional<std::int64_t> modified;
 
   /// Packets behind the first, at most three: a label may have been added in one of its own.
   std::vector<std::string> further_xmp;

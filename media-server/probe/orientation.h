@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 struct AVStream;
 
@@ -9,8 +10,8 @@ namespace media_server::probe {
 /// The kOrientation... code (media_server/istream.h) of a picture stream's display matrix; upright when it has none.
 std::int32_t OrientationOf(const AVStream& stream);
 
-/// The same of a matrix of nine 32-bit numbers, rows {a, b, u}, {c, d, v}, {x, y, w}. Angles are taken to the nearest
-/// quarter turn; a mirroring combined with a quarter turn is told as the quarter turn.
-std::int32_t OrientationOfMatrix(const std::int32_t matrix[9]);
+/// The same of a matrix as ReadDisplayMatrix takes it; a mirroring combined with a quarter turn is told as the quarter
+/// turn.
+std::int32_t OrientationOfMatrix(std::span<const std::int32_t, 9> matrix);
 
 }  // namespace media_server::probe

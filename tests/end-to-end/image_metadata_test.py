@@ -220,6 +220,14 @@ class OtherSources(unittest.TestCase):
         tag(["-IPTC:DigitalCreationDate=2024:07:14", "-IPTC:DigitalCreationTime=20:15:30+02:00"], [path])
         self.assertEqual(seconds_of(tool.record_of(path)["created"]), seconds_of("2024-07-14T20:15:30+02:00"))
 
+    def test_dates_of_a_sequence_are_its_movies(self):
+        path = Made.folder / "sequence.avif"
+        maker.run(["ffmpeg", "-v", "error", "-loop", "1", "-i", "plain.png", "-frames:v", "2", "-c:v", "libaom-av1",
+                   "-cpu-used", "8", "-metadata", "creation_time=2024-07-14T20:15:30Z", path.name], Made.folder)
+        record = tool.record_of(path)
+        self.assertEqual((seconds_of(record["created"]), seconds_of(record["modified"])),
+                         (seconds_of("2024-07-14T20:15:30+00:00"),) * 2)
+
     def test_exif_comes_before_xmp_and_xmp_before_iptc(self):
         path, = copies("order", ["photo.jpg"])
         tag(["-IFD0:Make=Exif", "-XMP-tiff:Make=XMP", "-XMP-tiff:Model=XMP",

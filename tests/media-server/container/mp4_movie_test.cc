@@ -135,6 +135,15 @@ TEST(Mp4Movie, TimesOfATrackAreThoseOfItsMediaFirst) {
   EXPECT_EQ(times(0, 0).modification_unix_s, 12);
 }
 
+TEST(Mp4Movie, MatrixOfATrackStandsBehindItsDuration) {
+  const std::string quarter = Be(0, 4) + Be(0x10000, 4) + Be(0, 4) + Be(0xFFFF0000, 4) + Zeros(4 * 4) + Be(1 << 30, 4);
+  const auto turn = [](const std::string& header) { return ReadMoov(Box("trak", header)).tracks.at(0).turn; };
+  EXPECT_EQ(turn(FullBox("tkhd", Zeros(8 + 4 + 4 + 4 + 16) + quarter + Zeros(8))), (DisplayTurn{false, 1}));
+  EXPECT_EQ(turn(FullBox("tkhd", Zeros(16 + 4 + 4 + 8 + 16) + quarter + Zeros(8), 1)), (DisplayTurn{false, 1}));
+  EXPECT_FALSE(turn(FullBox("tkhd", Zeros(8 + 4 + 4 + 4 + 16) + quarter.substr(1))));
+  EXPECT_FALSE(turn(FullBox("tkhd", Zeros(16 + 4 + 4 + 8 + 16) + quarter.substr(1), 1)));
+}
+
 TEST(Mp4Movie, UnknownDurationAndZeroTimescaleAreEmpty) {
   EXPECT_FALSE(ReadMoov(MovieHeader(0, 0, 1000, UINT32_MAX)).duration);
   EXPECT_FALSE(ReadMoov(MovieHeader(0, 0, 0, 1000)).duration);

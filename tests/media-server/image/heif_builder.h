@@ -127,6 +127,7 @@ struct HeifTrack {
   std::string decoding_times = Be(1, 4) + Be(120, 4) + Be(3600, 4);  ///< entries: samples, ticks of each
   std::string entry_boxes;
   std::uint32_t samples = 120;
+  std::vector<std::int32_t> matrix = {1, 0, 0, 1};  ///< what becomes of right and of down
 
   std::string Bytes() const {
     const std::string entry = Box(sample_entry, Zeros(6) + Be(1, 2)                             // data reference
@@ -134,8 +135,13 @@ struct HeifTrack {
                                                     + Zeros(50) + entry_boxes);
     const std::string tables = FullBox("stsd", Be(1, 4) + entry) + FullBox("stts", decoding_times) +
                                FullBox("stsz", Be(1, 4) + Be(samples, 4));
+    std::string rows;
+    for (const std::size_t row : {0, 2}) {
+      for (const std::size_t column : {0, 1}) rows += Be(static_cast<std::uint32_t>(matrix[row + column]) << 16, 4);
+      rows += Zeros(4);
+    }
     return Box("trak",
-               FullBox("tkhd", Zeros(8) + Be(1, 4) + Zeros(68), 0, 3) +
+               FullBox("tkhd", Zeros(8) + Be(1, 4) + Zeros(24) + rows + Zeros(8) + Be(1 << 30, 4) + Zeros(8), 0, 3) +
                    Box("mdia", FullBox("mdhd", Zeros(8) + Be(90000, 4) + Be(duration, 4) + Zeros(4)) +
                                    FullBox("hdlr", Zeros(4) + handler + Zeros(13)) + Box("minf", Box("stbl", tables))));
   }

@@ -13,8 +13,8 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string MovieHeader(std::uint32_t ticks) {
-  return FullBox("mvhd", Zeros(8) + Be(1000, 4) + Be(ticks, 4) + Zeros(80));
+std::string MovieHeader(std::uint32_t ticks, const std::string& times = Zeros(8)) {
+  return FullBox("mvhd", times + Be(1000, 4) + Be(ticks, 4) + Zeros(80));
 }
 
 std::string Sequence(const std::string& tracks, std::uint32_t movie_ticks = 0) {
@@ -49,6 +49,32 @@ TEST(HeifSequence, ThePrimaryItemHoldsOverTheTrack) {
   EXPECT_EQ(headers.fourcc, FourCC("av01"));
   ASSERT_TRUE(headers.animation);
   EXPECT_DOUBLE_EQ(headers.animation->duration_s, 4.8);
+}
+
+TEST(HeifSequence, TheTrackTellsHowToTurnThePictureThatItHolds) {
+  using enum imagecore::Flip;
+  EXPECT_EQ(Read(Sequence(HeifTrack{.matrix = {0, 1, -1, 0}}.Bytes())).orientation, (Orientation{kFlipNone, 90}));
+  EXPECT_EQ(Read(Sequence(HeifTrack{.matrix = {0, -1, -1, 0}}.Bytes())).orientation,
+            (Orientation{kFlipHorizontal, 90}));
+  EXPECT_FALSE(Read(Sequence(HeifTrack{.matrix = {0, 0, 0, 0}}.Bytes())).orientation) << "Exif may tell";
+  HeifFile file;
+  file.items = {{.id = 1, .type = "av01", .properties = {1, 2}}};
+  file.properties = {Extents(800, 450), Rotation(1)};
+  file.boxes_behind = Box("moov", MovieHeader(0) + HeifTrack{.matrix = {0, 1, -1, 0}}.Bytes());
+  EXPECT_EQ(Read(file.Bytes()).orientation, (Orientation{kFlipNone, 270})) << "the primary item's";
+}
+
+TEST(HeifSequence, TheMovieTellsItsDates) {
+  constexpr std::uint32_t kFrom1904 = 2082844800;
+  const auto dates = [](const std::string& times) {
+    return Read(Box("ftyp", "msf1" + Zeros(4) + "hevc") + Box("moov", MovieHeader(0, times) + HeifTrack().Bytes()))
+        .metadata;
+  };
+  const EmbeddedMetadata both = dates(Be(kFrom1904 + 5, 4) + Be(kFrom1904 + 6, 4));
+  EXPECT_EQ(both.created, 5);
+  EXPECT_EQ(both.modified, 6);
+  EXPECT_EQ(dates(Zeros(8)).created, std::nullopt);
+  EXPECT_EQ(dates(Zeros(8)).modified, std::nullopt);
 }
 
 TEST(HeifSequence, VideoTracksCountAndSoundDoesNot) {

@@ -160,6 +160,11 @@ TEST(FillImageInfoTest, TellsBothDatesInOneText) {
   EXPECT_STREQ(info.date, "2012:7:9:12:0:0,2012:7:9:12:0:1");
   FillImageInfo(headers, {}, info);
   EXPECT_STREQ(info.date, "2012:7:9:12:0:1,2012:7:9:12:0:1");
+  headers.metadata.created = kNoon - 1;
+  FillImageInfo(headers, {}, info);
+  EXPECT_STREQ(info.date, "2012:7:9:11:59:59,2012:7:9:12:0:1");
+  FillImageInfo(headers, {.created = kNoon}, info);
+  EXPECT_STREQ(info.date, "2012:7:9:12:0:0,2012:7:9:12:0:1") << "the tags' own time holds";
 }
 
 TEST(FillImageInfoTest, TellsTheLabelOfTheContainerBeforeThatOfTheTags) {

@@ -22,6 +22,14 @@ TEST(Orientation, OtherNumbersAreNone) {
   EXPECT_FALSE(OrientationFromExif(UINT32_MAX));
 }
 
+TEST(Orientation, TurnIsAFlipWithARotationBehindIt) {
+  EXPECT_EQ(OrientationFromTurn({false, 0}), (Orientation{kFlipNone, 0}));
+  EXPECT_EQ(OrientationFromTurn({false, 3}), (Orientation{kFlipNone, 270}));
+  EXPECT_EQ(OrientationFromTurn({true, 0}), (Orientation{kFlipHorizontal, 0}));
+  EXPECT_EQ(OrientationFromTurn({true, 1}), (Orientation{kFlipHorizontal, 90}));
+  EXPECT_EQ(OrientationFromTurn({true, 2}), (Orientation{kFlipVertical, 0}));
+}
+
 TEST(OrientationSteps, NoStepIsUpright) { EXPECT_EQ(OrientationSteps().Result(), (Orientation{kFlipNone, 0})); }
 
 TEST(OrientationSteps, RotationsAddUp) {

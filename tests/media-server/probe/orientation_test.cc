@@ -23,7 +23,7 @@ class OrientationTest : public testing::TestWithParam<Case> {};
 TEST_P(OrientationTest, IsReadFromTheMatrix) {
   const auto [name, a, b, c, d, code] = GetParam();
   const std::array<std::int32_t, 9> matrix = {a, b, 0, c, d, 0, 0, 0, kUnit};
-  EXPECT_EQ(OrientationOfMatrix(matrix.data()), code);
+  EXPECT_EQ(OrientationOfMatrix(matrix), code);
 }
 
 INSTANTIATE_TEST_SUITE_P(Matrices, OrientationTest,
