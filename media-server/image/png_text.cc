@@ -11,6 +11,7 @@
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/text.h"
 #include "media-server/image/photoshop_resources.h"
+#include "media-server/metadata/timestamp.h"
 
 namespace media_server::image {
 namespace {
@@ -24,6 +25,7 @@ constexpr std::size_t kMostTextBytes = 2 * kMostMetadataBytes;
 constexpr std::string_view kExifName = "Exif\0\0"sv;
 constexpr std::string_view kXmpName = "http://ns.adobe.com/xap/1.0/\0"sv;
 constexpr std::string_view kPhotoshopName = "Photoshop 3.0\0"sv;
+constexpr std::string_view kCreationTime = "Creation Time";
 constexpr std::string_view kRawProfile = "Raw profile type ";
 
 /// A zlib stream, all of it; empty when it is damaged or comes out longer than kMostTextBytes.
@@ -115,7 +117,7 @@ void TakeProfile(Bytes profile, EmbeddedMetadata& metadata) {
 
 bool IsPngMetadata(std::string_view keyword) {
   constexpr std::array kProfiles = {"exif"sv, "APP1"sv, "xmp"sv, "iptc"sv, "8bim"sv};
-  if (keyword == "XML:com.adobe.xmp" || keyword == "AIGC") return true;
+  if (keyword == "XML:com.adobe.xmp" || keyword == "AIGC" || keyword == kCreationTime) return true;
   if (!keyword.starts_with(kRawProfile)) return false;
   return std::ranges::find(kProfiles, keyword.substr(kRawProfile.size())) != kProfiles.end();
 }
@@ -144,6 +146,7 @@ void TakePngText(const PngText& text, EmbeddedMetadata& metadata) {
   if (text.keyword.starts_with(kRawProfile)) return TakeProfile(DecodeRawProfile(text.text), metadata);
   if (text.text.size() > kMostMetadataBytes) return;
   if (text.keyword == "XML:com.adobe.xmp") metadata.AddXmp(text.text);
+  if (text.keyword == kCreationTime && !metadata.created) metadata.created = ParseLocalTimestamp(text.text);
   if (text.keyword != "AIGC" || !metadata.aigc.empty()) return;
   // ISO 8859-1 by the standard (PNG 11.3.3.2), UTF-8 by most writers.
   metadata.aigc = TextFromUtf8OrWindows1252(AsBytes(text.text));

@@ -23,8 +23,8 @@ bool IsPngMetadata(std::string_view keyword);
 /// longer than twice kMostMetadataBytes.
 std::optional<PngText> ReadPngText(std::string_view type, std::span<const std::uint8_t> data);
 
-/// Files the text away: an XMP packet, the label of AI-generated content, or a profile in hexadecimal digits
-/// ("Raw profile type exif") with Exif, XMP or IPTC in it. What is there already stays.
+/// Files the text away: an XMP packet, the label of AI-generated content, the time of creation, or a profile in
+/// hexadecimal digits ("Raw profile type exif") with Exif, XMP or IPTC in it. What is there already stays.
 void TakePngText(const PngText& text, EmbeddedMetadata& metadata);
 
 /// Exif data as some writers put them into chunks of their own: without the name that stands before them in JPEG.

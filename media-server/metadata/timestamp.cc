@@ -1,5 +1,6 @@
 #include "media-server/metadata/timestamp.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -25,15 +26,30 @@ bool TakeOneOf(std::string_view& text, std::string_view characters) {
   return true;
 }
 
+void SkipBlanks(std::string_view& text) {
+  while (TakeOneOf(text, " ")) {
+  }
+}
+
 void SkipFraction(std::string_view& text) {
   if (!TakeOneOf(text, ".,")) return;
   while (TakeOneOf(text, "0123456789")) {
   }
 }
 
+/// Zones that mail has names for (RFC 822, 5.1).
+struct NamedZone {
+  std::string_view name;
+  int hours_east;
+};
+constexpr NamedZone kNamedZones[] = {{"Z", 0},    {"z", 0},    {"UT", 0},   {"UTC", 0},  {"GMT", 0},
+                                     {"EST", -5}, {"EDT", -4}, {"CST", -6}, {"CDT", -5}, {"MST", -7},
+                                     {"MDT", -6}, {"PST", -8}, {"PDT", -7}};
+
 /// Seconds east of UTC; empty for a text that is malformed.
 std::optional<int> ParseZone(std::string_view text) {
-  if (text == "Z" || text == "z") return 0;
+  const auto* named = std::ranges::find(kNamedZones, text, &NamedZone::name);
+  if (named != std::end(kNamedZones)) return named->hours_east * 3600;
   const bool west = text.starts_with('-');
   if (!TakeOneOf(text, "+-")) return std::nullopt;
   const auto hours = TakeNumber(text, 2);
@@ -67,8 +83,7 @@ std::optional<Reading> ReadClock(std::string_view text, bool needs_seconds) {
     numbers[i] = *number;
   }
   SkipFraction(text);
-  while (TakeOneOf(text, " ")) {
-  }
+  SkipBlanks(text);
   const auto [year, month, day, hour, minute, second] = numbers;
   const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
                                          std::chrono::day(static_cast<unsigned>(day))};
@@ -82,6 +97,26 @@ std::optional<Reading> ReadClock(std::string_view text, bool needs_seconds) {
                    .tm_year = year - 1900,
                    .tm_isdst = -1};
   return reading;
+}
+
+/// "Tue, 04 Sep 2018 10:11:12 +0200", with or without the day of the week, written as in ISO 8601; empty for anything
+/// else.
+std::string IsoTextOfMailDate(std::string_view text) {
+  constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
+  if (const auto comma = text.find(','); comma != text.npos) text.remove_prefix(comma + 1);
+  SkipBlanks(text);
+  auto day = TakeNumber(text, 2);
+  if (!day) day = TakeNumber(text, 1);
+  SkipBlanks(text);
+  const auto month = kMonths.find(text.substr(0, 3));
+  if (!day || text.size() < 3 || month == kMonths.npos || month % 3 != 0) return {};
+  text.remove_prefix(3);
+  SkipBlanks(text);
+  const auto year = TakeNumber(text, 4);
+  if (!year) return {};
+  char date[32];
+  std::snprintf(date, sizeof date, "%04d-%02d-%02d", *year, static_cast<int>(month / 3) + 1, *day);
+  return date + std::string(text);
 }
 
 std::optional<std::int64_t> InZone(Reading& reading) {
@@ -100,7 +135,8 @@ std::optional<std::int64_t> ParseTimestamp(std::string_view text) {
 }
 
 std::optional<std::int64_t> ParseLocalTimestamp(std::string_view text) {
-  auto reading = ReadClock(text, /*needs_seconds=*/false);
+  const std::string from_mail = IsoTextOfMailDate(text);
+  auto reading = ReadClock(from_mail.empty() ? text : from_mail, /*needs_seconds=*/false);
   if (!reading) return std::nullopt;
   if (reading->zone.empty()) return std::mktime(&reading->clock);
   return InZone(*reading);

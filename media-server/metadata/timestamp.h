@@ -12,8 +12,8 @@ namespace media_server {
 /// date without a time of day is no point in time.
 std::optional<std::int64_t> ParseTimestamp(std::string_view text);
 
-/// The same for clocks of cameras and desks: a text without a zone is the machine's local time, and the seconds may be
-/// left out.
+/// The same for clocks of cameras and desks: a text without a zone is the machine's local time, the seconds may be left
+/// out, and the date may be written as in mail (RFC 1123, 5.2.14): "Tue, 04 Sep 2018 10:11:12 +0200".
 std::optional<std::int64_t> ParseLocalTimestamp(std::string_view text);
 
 /// One point in time as the module reads it back: "Y:M:D:h:m:s" in the machine's zone, such that a C library that is

@@ -228,6 +228,13 @@ class OtherSources(unittest.TestCase):
         self.assertEqual((seconds_of(record["created"]), seconds_of(record["modified"])),
                          (seconds_of("2024-07-14T20:15:30+00:00"),) * 2)
 
+    def test_creation_time_of_a_png_comes_behind_xmp(self):
+        path, = copies("creation", ["photo.png"])
+        tag(["-PNG:CreationTime=2018:09:04 10:11:12+02:00"], [path])
+        self.assertEqual(seconds_of(tool.record_of(path)["created"]), seconds_of("2018-09-04T10:11:12+02:00"))
+        tag(["-XMP-xmp:CreateDate=2020:01:01 00:00:00Z"], [path])
+        self.assertEqual(seconds_of(tool.record_of(path)["created"]), seconds_of("2020-01-01T00:00:00+00:00"))
+
     def test_exif_comes_before_xmp_and_xmp_before_iptc(self):
         path, = copies("order", ["photo.jpg"])
         tag(["-IFD0:Make=Exif", "-XMP-tiff:Make=XMP", "-XMP-tiff:Model=XMP",

@@ -227,6 +227,18 @@ TEST(Png, InflatesNoMoreThanAPayloadMayHave) {
   EXPECT_EQ(ReadPicture(Still(CompressedText("AIGC", bomb)))->metadata.aigc, "");
 }
 
+TEST(Png, TellsItsCreationTimeFromEveryKindOfText) {
+  const auto created = [](const std::string& chunks) { return ReadPicture(Still("", chunks))->metadata.created; };
+  constexpr std::int64_t kTime = 1536048672;  // 2018-09-04 08:11:12 UTC
+  const std::string mail = "Tue, 04 Sep 2018 10:11:12 +0200";
+  EXPECT_EQ(created(TextChunk("Creation Time", mail)), kTime);
+  EXPECT_EQ(created(CompressedText("Creation Time", "2018:09:04 10:11:12+02:00")), kTime);
+  EXPECT_EQ(created(InternationalText("Creation Time", "2018-09-04T08:11:12Z")), kTime);
+  EXPECT_EQ(created(TextChunk("Creation Time", "yesterday") + TextChunk("Creation Time", mail)), kTime);
+  EXPECT_EQ(created(TextChunk("Creation Time", mail) + TextChunk("Creation Time", "2020-01-01 00:00:00Z")), kTime);
+  EXPECT_EQ(created(TextChunk("Creation time", mail)), std::nullopt);
+}
+
 TEST(Png, TellsItsModificationTimeInUtc) {
   const auto modified = [](const std::string& data) {
     return ReadPicture(Still(Chunk("tIME", data)))->metadata.modified;

@@ -50,6 +50,22 @@ TEST(TimestampTest, ReadsTimesWithoutZoneOnTheMachinesClock) {
   }
 }
 
+TEST(TimestampTest, ReadsDatesOfMail) {
+  const Zone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+  EXPECT_EQ(ParseLocalTimestamp("Sun, 14 Jul 2024 22:15:30 +0200"), kSummer);
+  EXPECT_EQ(ParseLocalTimestamp("Sun, 14 Jul 2024 20:15:30 GMT"), kSummer);
+  EXPECT_EQ(ParseLocalTimestamp("14 Jul 2024 16:15:30 EDT"), kSummer);
+  EXPECT_EQ(ParseLocalTimestamp("Sun, 14 Jul 2024 22:15:30"), kSummer);
+  EXPECT_EQ(ParseLocalTimestamp("Sun, 14 Jul 2024 20:15 UT"), kSummer - 30);
+  EXPECT_EQ(ParseLocalTimestamp("Tue, 2 Jan 2024 02:43:04 Z"), kWinter);
+  EXPECT_EQ(ParseLocalTimestamp("Tue, 31 Dec 2024 00:00:00 +0000"), 1735603200);
+  for (const char* text : {"Sun, 14 Jul 2024", "Sun, 14 Jul 24 20:15:30 GMT", "Sun, 14 Juli 2024 20:15:30 GMT",
+                           "Sun, 14 ulA 2024 20:15:30 GMT", "Sun, 32 Jul 2024 20:15:30 GMT", "Sun, Jul 2024 20:15:30",
+                           "Sun, 14 Jul 2024 20:15:30 CAT", "Sun,", ", 14 J", "14 "}) {
+    EXPECT_EQ(ParseLocalTimestamp(text), std::nullopt) << text;
+  }
+}
+
 TEST(TimestampTest, RefusesWhatIsNoPointInTime) {
   for (const char* text : {"", "2024", "2024-07-14", "2024-07-14T20:15", "2024-13-01T00:00:00Z", "2023-02-29T00:00:00Z",
                            "2024-07-14T24:00:00Z", "2024-07-14T20:60:00Z", "2024-07-14T20:15:30Zulu",
