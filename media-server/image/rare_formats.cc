@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/format_magic.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/header_window.h"
 #include "media-server/image/scan_order.h"
+#include "media-server/metadata/timestamp.h"
 
 namespace media_server::image {
 namespace {
@@ -41,6 +43,17 @@ bool HasDpxAlpha(ByteReader& reader, std::uint16_t elements) {
   return false;
 }
 
+/// The creation date, "2018:09:04:10:11:12" with the zone behind it: "Z", "+02", or "LTZ", which is the local one, as
+/// is every zone without a number. Some programs write it as in ISO 8601.
+std::optional<std::int64_t> ReadDpxDate(std::string_view text) {
+  constexpr std::size_t kDaySize = 10;
+  constexpr std::size_t kClockSize = 19;
+  std::string date(text.substr(0, text.find('\0')));
+  if (date.size() > kDaySize && date[kDaySize] == ':') date[kDaySize] = ' ';
+  const auto in_zone = ParseLocalTimestamp(date);
+  return in_zone ? in_zone : ParseLocalTimestamp(date.substr(0, kClockSize));
+}
+
 }  // namespace
 
 bool ReadFarbfeld(IByteSource& source, PictureHeaders& headers) {
@@ -50,13 +63,17 @@ bool ReadFarbfeld(IByteSource& source, PictureHeaders& headers) {
 }
 
 bool ReadDpx(IByteSource& source, PictureHeaders& headers) {
+  constexpr std::size_t kDate = 136;
+  constexpr std::size_t kDateSize = 24;
   constexpr std::size_t kImageHeader = 768;
   constexpr std::size_t kElements = kImageHeader + 12;
   constexpr std::uint16_t kLastOrientation = 7;
   const auto bytes = ReadBytes(source, 0, kElements + kMostDpxElements * kDpxElementSize);
   const bool is_big_endian = Holds(bytes, 0, "SDPX"sv);
   ByteReader reader(bytes);
-  reader.Skip(kImageHeader);
+  reader.Skip(kDate);
+  headers.metadata.created = ReadDpxDate(AsText(reader.Take(kDateSize)));
+  reader.Skip(kImageHeader - kDate - kDateSize);
   const std::uint16_t orientation = is_big_endian ? reader.Be16() : reader.Le16();
   const std::uint16_t elements = is_big_endian ? reader.Be16() : reader.Le16();
   const std::uint32_t width = is_big_endian ? reader.Be32() : reader.Le32();

@@ -10,8 +10,8 @@ namespace media_server::image {
 /// farbfeld: magic, width, height; always with alpha (farbfeld(5)).
 bool ReadFarbfeld(IByteSource& source, PictureHeaders& headers);
 
-/// Digital Picture Exchange: the image information header (SMPTE ST 268 section 5.2) with its elements, of either byte
-/// order.
+/// Digital Picture Exchange: the date in the file information header and the image information header with its elements
+/// (SMPTE ST 268 sections 5.1 and 5.2), of either byte order.
 bool ReadDpx(IByteSource& source, PictureHeaders& headers);
 
 /// GIMP's own format: the canvas (GIMP's devel-docs/xcf.txt, "The image structure").

@@ -6,6 +6,7 @@ import pathlib
 import shutil
 import subprocess
 import tempfile
+import time
 import unittest
 import zlib
 
@@ -234,6 +235,26 @@ class OtherSources(unittest.TestCase):
         self.assertEqual(seconds_of(tool.record_of(path)["created"]), seconds_of("2018-09-04T10:11:12+02:00"))
         tag(["-XMP-xmp:CreateDate=2020:01:01 00:00:00Z"], [path])
         self.assertEqual(seconds_of(tool.record_of(path)["created"]), seconds_of("2020-01-01T00:00:00+00:00"))
+
+    def test_attributes_of_openexr(self):
+        path = Made.folder / "tagged.exr"
+        maker.run(["ffmpeg", "-v", "error", "-i", "plain.png", "-pix_fmt", "gbrpf32le", "plain.exr"], Made.folder)
+        maker.run(["exrstdattr", "-string", "cameraMake", "Acme", "-string", "cameraModel", "EX-9", "-expTime", "0.004",
+                   "-capDate", "2024:07:14 20:15:30", "-utcOffset", "-7200", "-latitude", "-33.8568",
+                   "-longitude", "-70.5", "plain.exr", path.name], Made.folder)
+        record = tool.record_of(path, environment=CHATHAM)
+        metadata = record["metadata"]
+        self.assertEqual((metadata[KEY + "CameraMaker"], metadata[KEY + "CameraModel"]), ("Acme", "EX-9"))
+        self.assertAlmostEqual(metadata[KEY + "ExposureTime"], 0.004, 9)
+        self.assertEqual(seconds_of(record["created"]), seconds_of("2024-07-14T20:15:30+02:00"))
+        self.assertAlmostEqual(record["location"]["latitude"], -33.8568, 5)
+        self.assertAlmostEqual(record["location"]["longitude"], -70.5, 6)
+
+    def test_dpx_tells_when_it_was_made(self):
+        before = int(time.time())
+        maker.run(["convert", "plain.png", "made.dpx"], Made.folder)
+        created = seconds_of(tool.record_of(Made.folder / "made.dpx")["created"])
+        self.assertTrue(before <= created <= time.time(), created)
 
     def test_exif_comes_before_xmp_and_xmp_before_iptc(self):
         path, = copies("order", ["photo.jpg"])

@@ -6,6 +6,7 @@
 
 #include "media-server/image/fourcc.h"
 #include "tests/media-server/container/memory_source.h"
+#include "tests/media-server/zone.h"
 
 namespace media_server::image {
 namespace {
@@ -38,6 +39,24 @@ TEST(Farbfeld, SizeStandsBehindTheMagic) {
 TEST(Dpx, ImageHeaderHasTheFilesByteOrder) {
   ExpectSize(ReadDpx, "DPX ", "SDPX" + Zeros(764) + Be(0, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4));
   ExpectSize(ReadDpx, "DPX ", "XPDS" + Zeros(764) + Le(0, 2) + Le(1, 2) + Le(37, 4) + Le(23, 4));
+}
+
+TEST(Dpx, CreationDateStandsInTheFileHeader) {
+  const Zone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+  constexpr std::int64_t kTime = 1536048672;  // 2018-09-04 08:11:12 UTC
+  const auto created = [](std::string date) {
+    date.resize(24);
+    return Read(ReadDpx, "SDPX" + Zeros(132) + date + Zeros(608) + Be(0, 2) + Be(1, 2) + Be(37, 4) + Be(23, 4))
+        ->metadata.created;
+  };
+  EXPECT_EQ(created("2018:09:04:10:11:12"), kTime);
+  EXPECT_EQ(created("2018:09:04:10:11:12LTZ"), kTime);
+  EXPECT_EQ(created("2018:09:04:08:11:12Z"), kTime);
+  EXPECT_EQ(created("2018:09:04:13:11:12+05"), kTime);
+  EXPECT_EQ(created("2018-09-04T10:11:12+02:"), kTime) << "as ISO 8601 has it, cut";
+  EXPECT_EQ(created(""), std::nullopt);
+  EXPECT_EQ(created(std::string(24, '\xff')), std::nullopt);
+  EXPECT_EQ(created("2018:09:04"), std::nullopt);
 }
 
 TEST(Dpx, OrientationIsTheOrderOfPixels) {
