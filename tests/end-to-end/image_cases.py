@@ -163,6 +163,7 @@ CASES = [
 
     _still("ICO", OTHER, "ffmpeg.ico", _ffmpeg("ffmpeg.ico")),
     _still("ICO", OTHER, "converted.ico", _convert("converted.ico", source="rgba.png"), STRAIGHT),
+    _still("ICO", OTHER, "palette.ico", _convert("palette.ico", "-type", "Palette"), STRAIGHT),
     _still("ICO", OTHER, "converted.cur", _convert("converted.cur", source="rgba.png")),
 
     _still("Digital Picture Exchange", OTHER, "ffmpeg.dpx", _ffmpeg("ffmpeg.dpx")),

@@ -32,6 +32,10 @@ std::string Png(unsigned width, unsigned height, int color_type) {
          Zeros(3);
 }
 
+std::string Chunk(const std::string& type, const std::string& data) {
+  return Be(data.size(), 4) + type + data + Zeros(4);
+}
+
 std::string Icon(const std::vector<Picture>& pictures, int type = kIcon) {
   std::string directory = Le(0, 2) + Le(static_cast<unsigned>(type), 2) + Le(pictures.size(), 2);
   std::string data;
@@ -51,22 +55,48 @@ TEST(Icon, TellsTheLargestPicture) {
   ExpectSize(headers, 48, 48);
   EXPECT_EQ(headers->type, imagecore::kPictureOther);
   EXPECT_EQ(headers->fourcc, FourCC("BMP "));
-  EXPECT_EQ(headers->alpha, imagecore::kAlphaNone);
+}
+
+TEST(Icon, BitmapsHaveAMaskBehindTheirColours) {
+  for (const unsigned bits : {1U, 4U, 8U, 24U, 32U}) {
+    EXPECT_EQ(ReadPicture(Icon({{16, 16, 0, Bitmap(16, 16, bits)}}))->alpha, imagecore::kAlphaStraight) << bits;
+  }
+}
+
+TEST(Icon, PngsTellTheirTransparency) {
+  const std::string transparency = Chunk("tRNS", Zeros(6));
+  const std::string text = Chunk("tEXt", "Comment\0"s + std::string(5000, 'c'));
+  const std::string data = Chunk("IDAT", "data");
+  const auto alpha = [](const std::string& png) {
+    return ReadPicture(Icon({{16, 16, 32, Bitmap(16, 16, 32)}, {0, 0, 24, png}}))->alpha;
+  };
+  EXPECT_EQ(alpha(Png(256, 256, 2) + Zeros(4) + data), imagecore::kAlphaNone);
+  EXPECT_EQ(alpha(Png(256, 256, 2) + Zeros(4) + text + transparency + data), imagecore::kAlphaStraight);
+  EXPECT_EQ(alpha(Png(256, 256, 6) + Zeros(4) + data), imagecore::kAlphaStraight);
+  EXPECT_EQ(alpha(Png(256, 256, 2) + Zeros(4)), std::nullopt) << "cut";
+}
+
+TEST(Icon, ReadsABoundedPartOfAPng) {
+  const std::string control = Chunk("acTL", Zeros(8));
+  std::string frames;
+  for (int i = 0; i < 100000; ++i) frames += Chunk("fcTL", Zeros(26));
+  const std::string file = Icon({{0, 0, 24, Png(256, 256, 2) + Zeros(4) + control + frames}});
+  MemorySource source(file);
+  std::string reason;
+  EXPECT_TRUE(ReadPictureHeaders(source, &reason));
+  EXPECT_LE(source.BytesRead(), 300U * 1024);
 }
 
 TEST(Icon, TellsTheOneWithTheMostColoursOfTheLargest) {
-  const auto headers = ReadPicture(
-      Icon({{48, 48, 8, Bitmap(48, 48, 8)}, {48, 48, 32, Bitmap(48, 48, 32)}, {48, 48, 4, Bitmap(48, 48, 4)}}));
-  EXPECT_EQ(headers->alpha, imagecore::kAlphaStraight);
+  const auto headers =
+      ReadPicture(Icon({{48, 48, 8, Bitmap(48, 48, 8)}, {48, 48, 32, Png(48, 48, 6)}, {48, 48, 4, Bitmap(48, 48, 4)}}));
+  EXPECT_EQ(headers->fourcc, FourCC("PNG "));
 }
 
 TEST(Icon, TakesThePicturesOwnHeaderOverTheDirectory) {
   ExpectSize(ReadPicture(Icon({{0, 0, 32, Png(512, 500, 6)}, {128, 128, 32, Bitmap(128, 128, 32)}})), 512, 500);
   ExpectSize(ReadPicture(Icon({{64, 64, 24, Bitmap(30, 20, 24)}})), 30, 20);
-  const auto opaque = ReadPicture(Icon({{0, 0, 32, Png(256, 256, 2)}}));
-  EXPECT_EQ(opaque->fourcc, FourCC("PNG "));
-  EXPECT_EQ(opaque->alpha, imagecore::kAlphaNone);
-  EXPECT_EQ(ReadPicture(Icon({{0, 0, 0, Png(256, 256, 6)}}))->alpha, imagecore::kAlphaStraight);
+  EXPECT_EQ(ReadPicture(Icon({{0, 0, 32, Png(256, 256, 2)}}))->fourcc, FourCC("PNG "));
 }
 
 TEST(Icon, FallsBackToTheDirectory) {
@@ -74,13 +104,15 @@ TEST(Icon, FallsBackToTheDirectory) {
   ExpectSize(headers, 256, 64);
   EXPECT_EQ(headers->fourcc, 0U) << "how it is coded is not told";
   EXPECT_EQ(headers->alpha, imagecore::kAlphaStraight);
-  ExpectSize(ReadPicture(Icon({{16, 16, 24, Bitmap(0, 20, 24)}})), 16, 16);
+  const auto without_header = ReadPicture(Icon({{16, 16, 24, Bitmap(0, 20, 24)}}));
+  ExpectSize(without_header, 16, 16);
+  EXPECT_EQ(without_header->alpha, std::nullopt);
 }
 
 TEST(Icon, ReadsCursorsWhoseHotSpotStandsForTheirColours) {
   const auto headers = ReadPicture(Icon({{32, 32, 5, Bitmap(32, 32, 1)}, {32, 32, 32, ""}}, kCursor));
   ExpectSize(headers, 32, 32);
-  EXPECT_EQ(headers->alpha, imagecore::kAlphaNone);
+  EXPECT_EQ(headers->fourcc, FourCC("BMP "));
 }
 
 TEST(Icon, TellsTheSizeFromWhatIsThere) {
