@@ -81,7 +81,7 @@ class NetworkSource final : public IByteSource {
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
     const std::uint64_t end = Size().value_or(std::numeric_limits<std::int64_t>::max());
-    if (offset >= end) return 0;
+    if (offset >= end || failure_ != nullptr) return 0;
     out = out.first(static_cast<std::size_t>(std::min<std::uint64_t>({out.size(), end - offset, kMostAtOnce})));
     if (!gives_ranges_) return ReadFromStart(offset, out);
     std::size_t done = 0;
@@ -144,7 +144,7 @@ class NetworkSource final : public IByteSource {
     piece_.resize(static_cast<std::size_t>(end - offset));
     const std::size_t got = ReadNext(piece_);
     piece_.resize(got);
-    return got > 0;
+    return got > 0 && failure_ == nullptr;
   }
 
   /// Reads on to the end of `out`, as far as the bound allows; what comes before is kept for later.

@@ -144,6 +144,13 @@ class Liar(http.server.BaseHTTPRequestHandler):
     def send_nothing(self):
         pass
 
+    def send_onceempty(self):
+        """An answer without its body, then none."""
+        if Liar.requests.count(self.path) > 1:
+            self.start(503, Content_Length="0")
+            return
+        self.start(206, Content_Length=str(len(MP4)), Content_Range=f"bytes 0-{len(MP4) - 1}/{len(MP4)}", Accept_Ranges="bytes")
+
     def send_reset(self):
         self.start(Content_Length=str(len(CONTENT)))
         self.wfile.write(CONTENT[:300])
@@ -275,6 +282,7 @@ class Lies(unittest.TestCase):
 
     def test_connections_that_break(self):
         self.check_fails("reset", "the server breaks off")
+        self.check_fails("onceempty", "the server breaks off")
 
     def test_compressed_bodies(self):
         """Nobody asked for one: it is the file as it is, or none."""

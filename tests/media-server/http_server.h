@@ -13,14 +13,17 @@
 #include <string_view>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace media_server {
 
 /// An HTTP server on the loopback address for one test. It serves one content under "/file", with ranges, redirects
-/// "/moved" to it, redirects "/local" to a local file, answers "/silent" never, and everything else with 404.
+/// "/moved" to it, redirects "/local" to a local file, answers "/silent" never, and everything else with 404. Under
+/// "/answers" it gives those that it was told, as they are and one after another, and the last from then on.
 class HttpServer {
  public:
-  explicit HttpServer(std::string content) : content_(std::move(content)), socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+  explicit HttpServer(std::string content, std::vector<std::string> answers = {})
+      : content_(std::move(content)), answers_(std::move(answers)), socket_(socket(AF_INET, SOCK_STREAM, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -42,6 +45,7 @@ class HttpServer {
 
   std::string Url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
   std::uint64_t BytesSent() const { return bytes_sent_; }
+  std::size_t AnswersGiven() const { return answers_given_; }
 
  private:
   void Serve() {
@@ -72,6 +76,8 @@ class HttpServer {
            "HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     } else if (path == "/file") {
       SendContent(connection, request);
+    } else if (path == "/answers") {
+      Send(connection, answers_[std::min(answers_given_++, answers_.size() - 1)]);
     } else {
       Send(connection, "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
     }
@@ -98,10 +104,12 @@ class HttpServer {
   }
 
   std::string content_;
+  std::vector<std::string> answers_;
   int socket_;
   std::uint16_t port_ = 0;
   std::atomic<bool> stopped_ = false;
   std::atomic<std::uint64_t> bytes_sent_ = 0;
+  std::atomic<std::size_t> answers_given_ = 0;
   std::thread thread_;
 };
 

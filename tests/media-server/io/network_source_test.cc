@@ -45,6 +45,33 @@ TEST(NetworkSourceTest, ReadsByPosition) {
   EXPECT_EQ(ReadText(*source, 300'000, 1), "");
 }
 
+constexpr char kHeadOf100Bytes[] =
+    "HTTP/1.1 206 Partial Content\r\nContent-Range: bytes 0-99/100\r\nContent-Length: 100\r\n\r\n";
+constexpr char kServerError[] = "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\n\r\n";
+
+TEST(NetworkSourceTest, AsksNoMoreAfterAnAnswerWithoutABody) {
+  const HttpServer server("", {kHeadOf100Bytes, kServerError});
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/answers"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(ReadText(*source, 0, 3), "");
+  EXPECT_STREQ(source->ReadFailure(), "the server breaks off");
+  EXPECT_EQ(ReadText(*source, 50, 3), "");
+  EXPECT_EQ(ReadText(*source, 0, 3), "");
+  EXPECT_STREQ(source->ReadFailure(), "the server breaks off");
+  EXPECT_EQ(server.AnswersGiven(), 1u);
+}
+
+TEST(NetworkSourceTest, AsksNoMoreWhereAnAnswerBreaksOff) {
+  const HttpServer server("", {kHeadOf100Bytes + Digits(10), kServerError});
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/answers"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  ReadText(*source, 0, 50);
+  EXPECT_STREQ(source->ReadFailure(), "the server breaks off");
+  EXPECT_EQ(server.AnswersGiven(), 1u);
+}
+
 TEST(NetworkSourceTest, FollowsARedirection) {
   const HttpServer server("content");
   std::string reason;
