@@ -170,12 +170,12 @@ class NetworkSource final : public IByteSource {
     return static_cast<std::size_t>(std::max(got, 0));
   }
 
-  /// An end where the length is not known is none.
+  /// An end where the length is not known is none. A body without a length ends where the connection does (RFC 9112,
+  /// 6.3), which is an error to libavformat.
   void KeepFailure(int error) {
-    const bool is_none = error == 0 || (error == AVERROR_EOF && !Size());
-    if (failure_ != nullptr || is_none) return;
-    const bool breaks_off = (error == AVERROR_EOF || error == AVERROR(EIO)) && trust_.Refusal() == nullptr;
-    failure_ = breaks_off ? "the server breaks off" : Reason(error);
+    const bool is_end = (error == AVERROR_EOF || error == AVERROR(EIO)) && trust_.Refusal() == nullptr;
+    if (failure_ != nullptr || error == 0 || (is_end && !Size())) return;
+    failure_ = is_end ? "the server breaks off" : Reason(error);
   }
 
   static int Interrupted(void* opaque) {

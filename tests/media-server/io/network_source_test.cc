@@ -5,6 +5,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "tests/media-server/http_server.h"
@@ -70,6 +71,17 @@ TEST(NetworkSourceTest, AsksNoMoreWhereAnAnswerBreaksOff) {
   ReadText(*source, 0, 50);
   EXPECT_STREQ(source->ReadFailure(), "the server breaks off");
   EXPECT_EQ(server.AnswersGiven(), 1u);
+}
+
+TEST(NetworkSourceTest, ReadsABodyThatEndsWithTheConnection) {
+  const HttpServer server("", {"HTTP/1.1 200 OK\r\n\r\ncontent"});
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/answers"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(source->Size(), std::nullopt);
+  EXPECT_EQ(ReadText(*source, 0, 100), "content");
+  EXPECT_EQ(ReadText(*source, 3, 100), "tent");
+  EXPECT_STREQ(source->ReadFailure(), nullptr);
 }
 
 TEST(NetworkSourceTest, FollowsARedirection) {
