@@ -31,6 +31,9 @@ constexpr std::size_t kLargestPiece = 512 * 1024;
 // Of a server that only gives the whole from the start on so much is read, and kept, since readers go back.
 constexpr std::uint64_t kMostFromStart = std::uint64_t{8} << 20;
 
+// libavformat's error where the answer is not of the range that was asked for.
+constexpr int kOtherBytes = -1;
+
 constexpr std::uint64_t kMostAtOnce = std::numeric_limits<int>::max();
 
 const char* ReasonOf(int error) {
@@ -83,15 +86,14 @@ class NetworkSource final : public IByteSource {
     const std::uint64_t end = Size().value_or(std::numeric_limits<std::int64_t>::max());
     if (offset >= end || failure_ != nullptr) return 0;
     out = out.first(static_cast<std::size_t>(std::min<std::uint64_t>({out.size(), end - offset, kMostAtOnce})));
-    if (!gives_ranges_) return ReadFromStart(offset, out);
     std::size_t done = 0;
-    while (done < out.size()) {
+    while (gives_ranges_ && done < out.size()) {
       const auto rest = out.subspan(done);
       const std::size_t got = CopyPiece(offset + done, rest);
       if (got == 0 && !FetchPiece(offset + done, rest.size())) break;
       done += got;
     }
-    return done;
+    return gives_ranges_ ? done : ReadFromStart(offset, out);
   }
 
   /// Why Open failed with that error.
@@ -130,6 +132,7 @@ class NetworkSource final : public IByteSource {
   }
 
   /// Reads a piece that begins at `offset`. Pieces that follow one another grow, since more of them will be wanted.
+  /// False on failure, or when the server turns out to give no ranges.
   bool FetchPiece(std::uint64_t offset, std::size_t least) {
     const bool follows = !piece_.empty() && offset == piece_begin_ + piece_.size();
     piece_size_ = follows ? std::min(piece_size_ * 2, kLargestPiece) : kFirstPiece;
@@ -137,10 +140,14 @@ class NetworkSource final : public IByteSource {
     const bool is_open = piece_.empty() && offset == 0 && end <= kFirstPiece;  // the first request asked for it
     piece_.clear();
     piece_begin_ = offset;
-    if (const int status = is_open ? 0 : Request(offset, end); status < 0) {
-      KeepFailure(status);
-      return false;
+    int status = is_open ? 0 : Request(offset, end);
+    if (status == kOtherBytes) {
+      gives_ranges_ = false;
+      piece_begin_ = 0;
+      status = Request(0, std::nullopt);
     }
+    if (status < 0) KeepFailure(status);
+    if (status < 0 || !gives_ranges_) return false;
     piece_.resize(static_cast<std::size_t>(end - offset));
     const std::size_t got = ReadNext(piece_);
     piece_.resize(got);

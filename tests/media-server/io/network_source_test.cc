@@ -84,6 +84,24 @@ TEST(NetworkSourceTest, ReadsABodyThatEndsWithTheConnection) {
   EXPECT_STREQ(source->ReadFailure(), nullptr);
 }
 
+TEST(NetworkSourceTest, ReadsFromTheStartWhereRangesAreNamedAndNotGiven) {
+  const HttpServer server(
+      "", {"HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nContent-Length: 200000\r\n\r\n" + Digits(200'000)});
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/answers"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(source->Size(), 200'000u);
+  EXPECT_EQ(ReadText(*source, 0, 3), "012");
+  // The first request asked for 65'536 bytes.
+  EXPECT_EQ(ReadText(*source, 65'530, 10), "0123456789");
+  EXPECT_EQ(ReadText(*source, 150'001, 4), "1234");
+  EXPECT_EQ(ReadText(*source, 3, 5), "34567");
+  EXPECT_EQ(ReadText(*source, 199'998, 10), "89");
+  EXPECT_STREQ(source->ReadFailure(), nullptr);
+  // The first, the one to the first range, and the whole.
+  EXPECT_EQ(server.AnswersGiven(), 3u);
+}
+
 TEST(NetworkSourceTest, FollowsARedirection) {
   const HttpServer server("content");
   std::string reason;
