@@ -48,6 +48,10 @@ const char* ReasonOf(int error) {
       return "no such file on the server";
     case AVERROR_HTTP_SERVER_ERROR:
       return "the server has an error";
+#ifdef AVERROR_HTTP_TOO_MANY_REQUESTS  // FFmpeg 7.1
+    case AVERROR_HTTP_TOO_MANY_REQUESTS:
+      return "the server is asked too often";
+#endif
     case AVERROR_HTTP_OTHER_4XX:
       return "the server does not give it";
     case AVERROR_INVALIDDATA:
@@ -74,12 +78,15 @@ class NetworkSource final : public IByteSource {
     url_ = url;
     proxy_ = proxy;
     int status = Request(0, kFirstPiece);
+    // An empty file has no range that could be given.
+    if (status == AVERROR_HTTP_OTHER_4XX) status = Request(0, std::nullopt);
     if (status < 0) return status;
     const std::int64_t size = avio_size(context_);
-    if (size >= 0) size_ = static_cast<std::uint64_t>(size);
+    // A length that the server does not know ("*") is 0 to libavformat.
+    if (size > 0 || (size == 0 && !HasBody())) size_ = static_cast<std::uint64_t>(size);
     gives_ranges_ = size_ && (context_->seekable & AVIO_SEEKABLE_NORMAL) != 0;
-    // Such a server gives the whole from the start on, which is asked for as such then.
-    return gives_ranges_ ? 0 : Request(0, std::nullopt);
+    // Such a server gives the whole from the start on, so as much is asked for as will be read.
+    return gives_ranges_ || size_ == 0 ? 0 : Request(0, kMostFromStart);
   }
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
@@ -106,7 +113,7 @@ class NetworkSource final : public IByteSource {
   std::optional<std::uint64_t> Size() const override { return size_; }
 
  private:
-  /// Asks for the bytes from `begin` to `end`; an error of libavformat's, or 0.
+  /// Asks for the bytes from `begin` to `end`, or for the whole without a range; an error of libavformat's, or 0.
   int Request(std::uint64_t begin, std::optional<std::uint64_t> end) {
     avio_closep(&context_);
     AVDictionary* options = nullptr;
@@ -116,11 +123,17 @@ class NetworkSource final : public IByteSource {
     av_dict_set(&options, "protocol_whitelist", "http,https,tcp,tls,httpproxy", 0);
     av_dict_set_int(&options, "offset", static_cast<std::int64_t>(begin), 0);
     if (end) av_dict_set_int(&options, "end_offset", static_cast<std::int64_t>(*end), 0);
+    if (!end) av_dict_set_int(&options, "seekable", 0, 0);
     const AVIOInterruptCB interrupt{&NetworkSource::Interrupted, this};
     deadline_ = Clock::now() + timeout_;
     const int status = trust_.Open(&context_, url_.c_str(), interrupt, &options);
     av_dict_free(&options);
     return status;
+  }
+
+  bool HasBody() {
+    std::uint8_t first = 0;
+    return ReadNext({&first, 1}) > 0;
   }
 
   std::size_t CopyPiece(std::uint64_t offset, std::span<std::uint8_t> out) const {
@@ -144,7 +157,7 @@ class NetworkSource final : public IByteSource {
     if (status == kOtherBytes) {
       gives_ranges_ = false;
       piece_begin_ = 0;
-      status = Request(0, std::nullopt);
+      status = Request(0, kMostFromStart);
     }
     if (status < 0) KeepFailure(status);
     if (status < 0 || !gives_ranges_) return false;

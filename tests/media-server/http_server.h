@@ -85,8 +85,18 @@ class HttpServer {
 
   void SendContent(int connection, const std::string& request) {
     const std::size_t range = request.find("Range: bytes=");
-    const std::size_t begin = range == std::string::npos ? 0 : std::strtoull(request.c_str() + range + 13, nullptr, 10);
-    const std::string_view part = std::string_view(content_).substr(std::min(begin, content_.size()));
+    if (range == std::string::npos) {
+      Send(connection,
+           "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(content_.size()) + "\r\nConnection: close\r\n\r\n");
+      Send(connection, content_);
+      return;
+    }
+    const std::size_t begin = std::strtoull(request.c_str() + range + 13, nullptr, 10);
+    if (begin >= content_.size()) {
+      Send(connection, "HTTP/1.1 416 Range Not Satisfiable\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+      return;
+    }
+    const std::string_view part = std::string_view(content_).substr(begin);
     Send(connection, "HTTP/1.1 206 Partial Content\r\nAccept-Ranges: bytes\r\nContent-Range: bytes " +
                          std::to_string(begin) + "-" + std::to_string(content_.size() - 1) + "/" +
                          std::to_string(content_.size()) + "\r\nContent-Length: " + std::to_string(part.size()) +

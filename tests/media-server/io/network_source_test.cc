@@ -102,6 +102,33 @@ TEST(NetworkSourceTest, ReadsFromTheStartWhereRangesAreNamedAndNotGiven) {
   EXPECT_EQ(server.AnswersGiven(), 3u);
 }
 
+TEST(NetworkSourceTest, ReadsAFileWhoseLengthTheServerDoesNotKnow) {
+  const HttpServer server(
+      "", {"HTTP/1.1 206 Partial Content\r\nContent-Range: bytes 0-6/*\r\nContent-Length: 7\r\n\r\ncontent"});
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/answers"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(source->Size(), std::nullopt);
+  EXPECT_EQ(ReadText(*source, 0, 100), "content");
+  EXPECT_STREQ(source->ReadFailure(), nullptr);
+}
+
+TEST(NetworkSourceTest, KnowsAnEmptyFileByItsLength) {
+  const HttpServer server("", {"HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"});
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/answers"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(source->Size(), 0u);
+}
+
+TEST(NetworkSourceTest, KnowsAnEmptyFileThatNoRangeLiesIn) {
+  const HttpServer server("");
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/file"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(source->Size(), 0u);
+}
+
 TEST(NetworkSourceTest, FollowsARedirection) {
   const HttpServer server("content");
   std::string reason;
@@ -122,6 +149,13 @@ TEST(NetworkSourceTest, SaysWhatTheServerAnswers) {
   std::string reason;
   EXPECT_EQ(OpenNetworkSource(server.Url("/nothing"), "", &reason), nullptr);
   EXPECT_EQ(reason, "no such file on the server");
+}
+
+TEST(NetworkSourceTest, SaysThatTheServerIsAskedTooOften) {
+  const HttpServer server("", {"HTTP/1.1 429 Too Many Requests\r\nContent-Length: 0\r\n\r\n"});
+  std::string reason;
+  EXPECT_EQ(OpenNetworkSource(server.Url("/answers"), "", &reason), nullptr);
+  EXPECT_EQ(reason, "the server is asked too often");
 }
 
 TEST(NetworkSourceTest, SaysThatNobodyAnswers) {
