@@ -34,6 +34,9 @@ int main(int argc, char** argv) {
   KeepFreedMemory();
   // A file that may grow no further is a write that fails, and told as one.
   std::signal(SIGXFSZ, SIG_IGN);
+  // Whoever started us may have left it ignored: the system would then forget how a worker ended, and give its number
+  // to another process while we still go by it.
+  std::signal(SIGCHLD, SIG_DFL);
   const auto parsed = mediaprobe::ParseCommandLine(argc, argv);
   if (const auto* leave = std::get_if<mediaprobe::EarlyExit>(&parsed)) {
     if (leave->status == mediaprobe::kExitAnswered) return mediaprobe::Show(leave->text);

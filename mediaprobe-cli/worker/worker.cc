@@ -190,7 +190,9 @@ std::optional<Worker::Clock::time_point> Worker::Deadline() const {
   return started_ + requests_.front().time_limit;
 }
 
-void Worker::Kill() const { kill(process_, SIGKILL); }
+void Worker::Kill() const {
+  if (process_ > 0) kill(process_, SIGKILL);
+}
 
 std::string Worker::End() {
   if (process_ < 0) return {};

@@ -87,6 +87,16 @@ class Faults(tool.ScratchTest):
         done = self.probe("once.wav")
         self.assertEqual((done.status, [record["status"] for record in done.records()]), (0, ["ok"]))
 
+    def test_ends_are_seen_where_the_caller_looks_at_none(self):
+        """As shells and supervisors start programs that ignore what becomes of their own."""
+        names = ["plain.wav", "once.wav", "abort.mp4"]
+        for name in names:
+            (self.folder / name).write_text("x")
+        process = self.start("--ndjson", *names, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                             preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
+        records = [json.loads(line) for line in process.communicate(timeout=tool.HANG_SECONDS)[0].splitlines()]
+        self.assertEqual([record.get("error") for record in records], [None, None, FAULTS["abort.mp4"]])
+
     def test_memory_limit_is_the_users(self):
         self.assertEqual(self.probe("hoard.mp4", options=["--memory", "3000"]).records()[0]["error"], "not a media file")
 
