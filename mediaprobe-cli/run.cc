@@ -239,6 +239,7 @@ Confinement InputRun::MakeConfinement() const {
   Confinement::Settings settings;
   if (!options_.from_standard_input) settings.places = options_.inputs;
   settings.reads_all_frames = options_.uuid;
+  settings.tells_on_standard_error = options_.log_level != kCoreLogOff && options_.log_file.empty();
   return Confinement(std::move(settings));
 }
 

@@ -41,6 +41,13 @@ constexpr char kFileOfAuthorities[] = "SSL_CERT_FILE";
 constexpr char kFoldersOfAuthorities[] = "SSL_CERT_DIR";
 constexpr const char* kVariablesOfTheNetwork[] = {kFileOfAuthorities, kFoldersOfAuthorities};
 
+/// What sanitizers find they write on standard error.
+#if defined(MEDIAPROBE_SANITIZED)
+constexpr bool kSanitizersReport = true;
+#else
+constexpr bool kSanitizersReport = false;
+#endif
+
 void AllowNetwork(FileAccess& files) {
   for (const char* place : kPlacesOfTheNetwork) files.AllowReading(place);
   if (const char* file = std::getenv(kFileOfAuthorities)) files.AllowReading(file);
@@ -97,7 +104,7 @@ Confinement::Confinement(Settings settings)
 
 bool Confinement::Enter(const Input& input, Company company, std::span<const int> kept) const {
   const bool reaches_network = IsNetworkUrl(input.name);
-  sandbox::DetachStandardStreams();
+  sandbox::DetachStandardStreams(/*keeps_error=*/settings_.tells_on_standard_error || kSanitizersReport);
   if (has_files_ && !EnforceFiles(input, company)) return false;
   sandbox::KeepDescriptors(kept);
   sandbox::KeepVariables(reaches_network ? std::span<const char* const>(kVariablesOfTheNetwork)
@@ -120,6 +127,7 @@ bool GiveUpChanges() {
   FileAccess files(FileAccess::Reading::kEverythingAndRunning, FileAccess::Network::kNone);
   // Where workers have their standard streams lead to.
   files.AllowWriting("/dev/null");
+  if (isatty(STDERR_FILENO)) files.AllowWriting("/proc/self/fd/2");
   return files.Enforce();
 }
 

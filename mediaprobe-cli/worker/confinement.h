@@ -26,12 +26,13 @@ class Confinement {
     /// The inputs named at the start, folders among them; empty where inputs are to come that nobody knows yet.
     std::optional<std::vector<std::string>> places;
     bool reads_all_frames = false;  ///< of sequences; only the first one otherwise
+    bool tells_on_standard_error = false;
   };
   explicit Confinement(Settings settings);
 
   /// Confines this process to what `input` and others in its company call for, and closes all descriptors but those of
-  /// `kept` and standard error. All that the inputs may need to load must have been loaded. Cannot be undone. False
-  /// when the kernel refuses.
+  /// `kept`, and standard error where something is to be told on it. All that the inputs may need to load must have
+  /// been loaded. Cannot be undone. False when the kernel refuses.
   bool Enter(const Input& input, Company company, std::span<const int> kept) const;
 
  private:

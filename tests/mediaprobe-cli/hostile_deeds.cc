@@ -4,6 +4,7 @@
 #include <linux/perf_event.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/ptrace.h>
@@ -107,6 +108,35 @@ bool ReadsTheEnvironment(const Scene&) {
   return false;
 }
 
+// What is set on a descriptor stays with whoever else has it, so it is taken back.
+
+bool HasAnotherBeSignalled(const Scene& scene) {
+  if (fcntl(STDIN_FILENO, F_SETOWN, scene.victim) != 0) return false;
+  fcntl(STDIN_FILENO, F_SETOWN, 0);
+  return true;
+}
+
+bool ChoosesTheSignal(const Scene&) {
+  if (fcntl(STDIN_FILENO, F_SETSIG, SIGKILL) != 0) return false;
+  fcntl(STDIN_FILENO, F_SETSIG, 0);
+  return true;
+}
+
+bool HasSignalsSent(const Scene&) {
+  if (fcntl(STDIN_FILENO, F_SETFL, O_ASYNC) != 0) return false;
+  fcntl(STDIN_FILENO, F_SETFL, 0);
+  return true;
+}
+
+bool CommandsADevice(const Scene&) { return ioctl(STDIN_FILENO, FIOCLEX) == 0; }
+
+bool TypesAtTheTerminal(const Scene&) { return ioctl(STDERR_FILENO, TIOCSTI, "x") == 0; }
+
+bool ReadsWhatIsTyped(const Scene&) {
+  char byte;
+  return read(STDERR_FILENO, &byte, 1) == 1;
+}
+
 constexpr HostileDeed kDeeds[] = {
     {"read", ReadsAnotherFile, true, false, true},
     {"list", ListsAFolder, true, true, true},
@@ -153,6 +183,12 @@ constexpr HostileDeed kDeeds[] = {
     {"mprotect", MakesMemoryIntoCode, false, true, true},
     {"mmap", MapsCode, false, true, true},
     {"environment", ReadsTheEnvironment, false, false, true},
+    {"owner", HasAnotherBeSignalled, false, true, true},
+    {"signal", ChoosesTheSignal, false, true, true},
+    {"async", HasSignalsSent, false, true, true},
+    {"device", CommandsADevice, false, true, true},
+    {"type", TypesAtTheTerminal, false, true, false},
+    {"overhear", ReadsWhatIsTyped, false, false, false},
 };
 
 }  // namespace

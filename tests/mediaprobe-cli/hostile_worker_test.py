@@ -1,10 +1,13 @@
 """Workers that an input has taken over, and kernels that cannot confine them. The module behind the tool is
 fake_module.cc, which does the deeds of hostile_deeds.cc; the inputs are named after these."""
+import fcntl
+import json
 import os
 import pathlib
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "end-to-end"))
@@ -18,7 +21,7 @@ DEEDS = {
     "rename": "LS", "link": "LS", "symlink": "LS", "mkdir": "LS", "rmdir": "LS", "mkfifo": "LS", "chmod": "S", "touch": "S",
     "socket": "S", "unix_socket": "S", "execve": "LS", "execveat": "LS", "fork": "S", "clone": "S", "ptrace": "LS",
     "peek": "LS", "kill": "S", "tgkill": "S", "queue": "S", "mount": "LS", "memfd": "S", "mprotect": "S", "mmap": "S",
-    "environment": "",
+    "environment": "", "owner": "S", "signal": "S", "async": "S", "device": "S", "type": "S", "overhear": "",
 }
 # The tool's own process is what the deed of a worker is done to.
 FATAL = "it asked the system for what no probe needs"
@@ -82,6 +85,43 @@ class HostileWorkers(unittest.TestCase):
                 done = tool.probe(f"hostile_{deed}.mp4", folder=self.folder)
                 self.assertEqual(self.state(), before)
                 self.assertEqual(done.records()[0]["error"], "the deed failed")
+
+    def on_terminal(self, name, *options):
+        """The record of an input whose prober has a terminal to itself, on which a line has been typed."""
+        terminal, end = os.openpty()
+        self.addCleanup(os.close, terminal)
+        os.write(terminal, b"my password\n")
+        process = subprocess.Popen([tool.MEDIAPROBE, "--ndjson", "--no-progress", "--allow-unsandboxed", *options, name],
+                                   cwd=self.folder, stdout=subprocess.PIPE, stderr=end, start_new_session=True,
+                                   preexec_fn=lambda: fcntl.ioctl(2, termios.TIOCSCTTY, 0))
+        os.close(end)
+        output, _ = process.communicate(timeout=tool.HANG_SECONDS)
+        return json.loads(output), os.read(terminal, 65536).decode()
+
+    def test_the_terminal_is_out_of_reach(self):
+        """Of files and of URLs, for which other calls are allowed; also where log lines are written to it."""
+        deeds = ["overhear"] if "seccomp" in missing_layers("-") else ["overhear", "type", "owner", "signal", "async", "device"]
+        for deed in deeds:
+            (self.folder / f"hostile_{deed}.mp4").write_text("x")
+            for name in (f"hostile_{deed}.mp4", f"http://host.invalid/hostile_{deed}.mp4"):
+                for isolation in ("worker", "strict"):
+                    for level in ("off", "trace"):
+                        with self.subTest(name=name, isolation=isolation, level=level):
+                            record, _ = self.on_terminal(name, "--isolation", isolation, "--log-level", level)
+                            self.assertEqual(record["error"], "the deed failed")
+
+    def test_the_terminal_is_within_reach_where_nothing_is_confined(self):
+        (self.folder / "hostile_overhear.mp4").write_text("x")
+        record, _ = self.on_terminal("hostile_overhear.mp4", "--isolation", "none")
+        self.assertEqual(record["error"], "the deed is done")
+
+    def test_log_lines_reach_the_terminal(self):
+        (self.folder / "locked.mp4").write_text("x")
+        line = "no file opens with "
+        for options in (["--isolation", "worker"], ["--isolation", "strict"], []):
+            with self.subTest(options=options):
+                _, shown = self.on_terminal("locked.mp4", "--log-level", "error", *options)
+                self.assertIn(line, shown)
 
     def test_deeds_are_done_where_nothing_is_confined(self):
         for deed in ("read", "create", "socket", "unlink", "environment"):

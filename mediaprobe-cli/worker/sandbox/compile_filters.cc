@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <seccomp.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -94,6 +95,14 @@ class Compiler {
       case Condition::kReachesOtherHosts:
         AddIf(SCMP_ACT_ALLOW, number, {0, SCMP_CMP_EQ, AF_INET, 0});
         AddIf(SCMP_ACT_ALLOW, number, {0, SCMP_CMP_EQ, AF_INET6, 0});
+        break;
+      case Condition::kStatusFlags:
+        AddIf(SCMP_ACT_ALLOW, number, {1, SCMP_CMP_EQ, F_GETFL, 0});
+        Check(seccomp_rule_add(filter_, SCMP_ACT_ALLOW, number, 2, scmp_arg_cmp{1, SCMP_CMP_EQ, F_SETFL, 0},
+                               scmp_arg_cmp{2, SCMP_CMP_MASKED_EQ, O_ASYNC, 0}));
+        break;
+      case Condition::kCountsArrived:
+        AddIf(SCMP_ACT_ALLOW, number, {1, SCMP_CMP_EQ, FIONREAD, 0});
         break;
     }
   }

@@ -30,16 +30,26 @@ void CloseRange(unsigned first, unsigned last) {
   }
 }
 
+void Replace(int standard, int descriptor) {
+  if (descriptor < 0) {
+    close(standard);
+  } else {
+    dup2(descriptor, standard);
+  }
+}
+
 }  // namespace
 
-void DetachStandardStreams() {
+void DetachStandardStreams(bool keeps_error) {
   const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (const int standard : {STDIN_FILENO, STDOUT_FILENO}) {
-    if (nowhere < 0) {
-      close(standard);
-    } else {
-      dup2(nowhere, standard);
-    }
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO}) Replace(standard, nowhere);
+  if (!keeps_error) {
+    Replace(STDERR_FILENO, nowhere);
+  } else if (isatty(STDERR_FILENO)) {
+    // Shells hand one down that reads what is typed as well. A terminal of another user's cannot be opened.
+    const int writer = open("/proc/self/fd/2", O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    Replace(STDERR_FILENO, writer < 0 ? nowhere : writer);
+    if (writer > STDERR_FILENO) close(writer);
   }
   if (nowhere > STDERR_FILENO) close(nowhere);
 }

@@ -4,8 +4,9 @@
 
 namespace mediaprobe::sandbox {
 
-/// Standard input and output lead nowhere from then on.
-void DetachStandardStreams();
+/// Standard input, output and error lead nowhere from then on. One that `keeps_error` can be written to as before, but
+/// a terminal is no longer read from.
+void DetachStandardStreams(bool keeps_error);
 
 /// Closes all descriptors of this process but those of `kept` and the standard ones.
 void KeepDescriptors(std::span<const int> kept);

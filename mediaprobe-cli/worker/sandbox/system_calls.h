@@ -13,6 +13,8 @@ enum class Condition {
   kStartsThread,       ///< a thread of this process, no process
   kOwnProcess,         ///< the process that the filter was installed in
   kReachesOtherHosts,  ///< a socket of the internet protocols
+  kStatusFlags,        ///< reads and sets a descriptor's, and has it send no signals
+  kCountsArrived,      ///< how many bytes can be read
 };
 
 struct SystemCall {
@@ -88,8 +90,8 @@ inline constexpr SystemCall kAllowedForNetwork[] = {
     {"getsockname", Condition::kNone, "the order of a host's addresses"},
     {"recvfrom", Condition::kNone, "what they answer"},
     {"sendmmsg", Condition::kNone, "questions to name servers"},
-    {"fcntl", Condition::kNone, "connections that do not block"},
-    {"ioctl", Condition::kNone, "how much a name server has answered"},
+    {"fcntl", Condition::kStatusFlags, "connections that do not block"},
+    {"ioctl", Condition::kCountsArrived, "how much a name server has answered"},
 };
 
 /// What no library of ours asks for, so that whoever does is somebody else: the process is killed. Numbers and names

@@ -359,6 +359,25 @@ TEST_F(ConfinementTest, ClosesAllDescriptorsButThoseKept) {
   close(closed);
 }
 
+#if !defined(MEDIAPROBE_SANITIZED)
+TEST_F(ConfinementTest, LeavesStandardErrorToLogLinesAlone) {
+  for (const bool tells : {false, true}) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const auto enter = [&] {
+      Confinement::Settings settings;
+      settings.tells_on_standard_error = tells;
+      return dup2(ends[1], STDERR_FILENO) >= 0 && Confinement(settings).Enter({input_, false}, Company::kAlone, {});
+    };
+    EXPECT_EQ(InChild(enter, [] { return write(STDERR_FILENO, "line", 4) == 4; }), End::kYes);
+    close(ends[1]);
+    char line[4];
+    EXPECT_EQ(read(ends[0], line, sizeof line), tells ? 4 : 0);
+    close(ends[0]);
+  }
+}
+#endif
+
 TEST_F(ConfinementTest, GivesUpChangesAndReadsOn) {
   const auto ask = [&](const std::function<bool()>& question) {
     return InChild([] { return GiveUpChanges() == sandbox::HasFileAccess(); }, question);
