@@ -290,7 +290,9 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
     return AnswerFor(input, record);
   };
   callbacks.grant = [&](int wish) { return provisions.Grant(wish); };
-  WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes}, std::move(callbacks)).Run(source);
+  WorkerPool({.jobs = options_.jobs, .memory_bytes = options_.memory_bytes, .wants_digests = options_.uuid},
+             std::move(callbacks))
+      .Run(source);
 }
 
 int InputRun::Run(InputSource& source, char* const* restart_line) {

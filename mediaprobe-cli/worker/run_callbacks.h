@@ -34,7 +34,7 @@ struct RunCallbacks {
   /// Called when a worker has left with a wish: sees to it that later ones have what it is for. False when there is no
   /// such wish. May be empty.
   std::function<bool(int wish)> grant;
-  /// The longest time that an input may take, its digest not counted.
+  /// The longest time that an input may take, its digest not counted, and that this may stand still.
   std::function<std::chrono::milliseconds(const Input& input)> time_limit;
   /// Takes the answers, in the order of the inputs. False ends the run.
   std::function<bool(const Answer& answer)> take;

@@ -29,6 +29,8 @@ constexpr int kRoundsAhead = 8;
 constexpr std::size_t kMostAppetite = 64;
 /// Names with a worker. They must fit into its socket while it waits for us to read an answer, or both would wait.
 constexpr std::size_t kMostRequestedBytes = 16 * 1024;
+/// Ten reports of a digest: a shorter limit of time would pass between two of them.
+constexpr Worker::Clock::duration kLeastDigestPatience = std::chrono::seconds(2);
 constexpr int kOutOfMemoryStatus = 70;  // that a worker leaves with
 
 /// False when the other end is gone.
@@ -167,7 +169,11 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
   while (auto message = decoder_.Next()) {
     if (requests_.empty()) return is_last_;
     if (const auto* digest = std::get_if<DigestProgress>(&*message)) {
+      if (!requests_.front().wants_digest) return false;
+      // What only says again how far it is, or less, gains no time by that.
+      if (digest_ && digest->done <= digest_->done) continue;
       digest_ = *digest;
+      digest_grew_ = now;
       continue;
     }
     auto* answer = std::get_if<Answer>(&*message);
@@ -186,8 +192,9 @@ bool Worker::Receive(const std::function<void(Reply)>& take) {
 }
 
 std::optional<Worker::Clock::time_point> Worker::Deadline() const {
-  if (requests_.empty() || digest_) return std::nullopt;
-  return started_ + requests_.front().time_limit;
+  if (requests_.empty()) return std::nullopt;
+  const Clock::duration limit = requests_.front().time_limit;
+  return digest_ ? digest_grew_ + std::max(limit, kLeastDigestPatience) : started_ + limit;
 }
 
 void Worker::Kill() const {

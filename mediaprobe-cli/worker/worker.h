@@ -34,7 +34,8 @@ class Worker {
     Input input;
     std::chrono::milliseconds time_limit;
     Company company = Company::kFiles;
-    unsigned wishes = 0;  ///< of workers that it was with
+    bool wants_digest = false;  ///< without it, a report of a digest is nonsense
+    unsigned wishes = 0;        ///< of workers that it was with
   };
   struct Reply {
     std::uint64_t number;
@@ -83,11 +84,15 @@ class Worker {
   /// What the digest of the first pending input has done, when the worker is at it.
   const std::optional<DigestProgress>& digest() const { return digest_; }
 
-  /// When the first pending input has taken too long; empty when nothing is pending or only its digest is left.
+  /// When the first pending input has taken too long, or its digest has stood still for too long; empty when nothing is
+  /// pending.
   std::optional<Clock::time_point> Deadline() const;
 
   /// Gives the first pending input that much more time.
-  void Excuse(Clock::duration delay) { started_ += delay; }
+  void Excuse(Clock::duration delay) {
+    started_ += delay;
+    digest_grew_ += delay;
+  }
 
   /// Ends the process without waiting until it has ended.
   void Kill() const;
@@ -113,6 +118,7 @@ class Worker {
   Clock::duration pace_ = kRound;    // time that an answer took lately
   Clock::time_point started_;        // of the first pending input
   std::optional<DigestProgress> digest_;
+  Clock::time_point digest_grew_;
   bool is_last_ = false;  // of its inputs, the one it works on
 };
 

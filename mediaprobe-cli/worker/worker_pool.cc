@@ -70,7 +70,7 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
     if (source_state_ != InputSource::State::kInput) break;
     const auto time_limit = callbacks_.time_limit(input);
     const Company company = callbacks_.company ? callbacks_.company(input) : Company::kFiles;
-    Worker::Request request{next_number_++, std::move(input), time_limit, company};
+    Worker::Request request{next_number_++, std::move(input), time_limit, company, settings_.wants_digests};
     if (request.input.name.size() <= frame::kMostInputBytes) return request;
     Fail(request, "the name is too long");
   }

@@ -26,6 +26,7 @@ class WorkerPool {
   struct Settings {
     unsigned jobs = 1;
     std::uint64_t memory_bytes = 0;  ///< most for a worker, beyond what this process takes
+    bool wants_digests = false;      ///< with the answers: a worker at one has more time while that goes on
   };
   WorkerPool(const Settings& settings, RunCallbacks callbacks);
 

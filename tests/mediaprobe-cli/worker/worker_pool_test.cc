@@ -93,7 +93,8 @@ class WorkerPoolTest : public ::testing::Test {
     callbacks.company = company_;
     callbacks.enter = enter_;
     callbacks.grant = grant_;
-    WorkerPool pool({.jobs = jobs, .memory_bytes = memory_bytes_}, std::move(callbacks));
+    WorkerPool pool({.jobs = jobs, .memory_bytes = memory_bytes_, .wants_digests = wants_digests_},
+                    std::move(callbacks));
     complete_ = pool.Run(source);
     return taken_;
   }
@@ -104,6 +105,7 @@ class WorkerPoolTest : public ::testing::Test {
 
   std::chrono::milliseconds time_limit_ = 10s;
   std::uint64_t memory_bytes_ = std::uint64_t{1} << 30;
+  bool wants_digests_ = true;
   std::function<Company(const Input&)> company_;
   std::function<bool(const Input&, Company, int)> enter_;
   std::function<bool(int)> grant_;
@@ -320,6 +322,33 @@ TEST_F(WorkerPoolTest, GivesTheDigestAllTheTimeItNeeds) {
   };
   EXPECT_THAT(Run({"a"}), ElementsAre("a"));
   EXPECT_THAT(digests_, ::testing::IsSupersetOf({"a 0", "a 60"}));
+}
+
+TEST_F(WorkerPoolTest, EndsADigestThatStandsStill) {
+  time_limit_ = 250ms;
+  act_ = [](const std::string& input, const ReportDigest& report) {
+    if (input == "endless") {
+      for (const std::uint64_t done : {0, 60}) report(done, 100);
+      for (std::uint64_t turn = 0;; ++turn) {
+        std::this_thread::sleep_for(100ms);
+        report(59 + turn % 2, 100);
+      }
+    }
+    return Answer{input, ""};
+  };
+  EXPECT_THAT(Run({"endless", "a"}, 1), ElementsAre("endless: takes longer than 0.25 s", "a"));
+}
+
+TEST_F(WorkerPoolTest, GivesNoTimeForADigestThatNobodyAskedFor) {
+  wants_digests_ = false;
+  act_ = [](const std::string& input, const ReportDigest& report) {
+    if (input == "sly") {
+      report(0, 100);
+      std::this_thread::sleep_for(1h);
+    }
+    return Answer{input, ""};
+  };
+  EXPECT_THAT(Run({"sly", "a"}, 1), ElementsAre(StartsWith("sly: the probe broke down twice"), "a"));
 }
 
 TEST_F(WorkerPoolTest, BoundsTheMemoryOfAWorker) {
