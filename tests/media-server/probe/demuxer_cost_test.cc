@@ -30,5 +30,35 @@ INSTANTIATE_TEST_SUITE_P(Sizes, BlockOfZerosTest,
                          testing::Values(1, 65'535, 65'536, 65'537, 173'976, 554'432, 2'097'384, 16'777'216,
                                          16'777'217));
 
+class ProgramsTest : public testing::Test {
+ protected:
+  ~ProgramsTest() override { avformat_free_context(context_); }
+  void AddStreams(int program) {
+    for (unsigned index = 0; index < 128; ++index) av_program_add_stream_index(context_, program, index);
+  }
+
+  AVFormatContext* const context_ = avformat_alloc_context();
+};
+
+TEST_F(ProgramsTest, AreAsManyAsATableHasRoomFor) {
+  for (int id = 1; id <= 253; ++id) ASSERT_NE(av_new_program(context_, id), nullptr) << id;
+  EXPECT_EQ(av_new_program(context_, 254), nullptr);
+  EXPECT_EQ(av_new_program(context_, 7), context_->programs[6]) << "one that is known is found again";
+  EXPECT_EQ(context_->nb_programs, 253U);
+}
+
+TEST_F(ProgramsTest, ShareABoundedNumberOfStreams) {
+  for (unsigned index = 0; index < 128; ++index) avformat_new_stream(context_, nullptr);
+  for (int id = 1; id <= 20; ++id) {
+    av_new_program(context_, id);
+    AddStreams(id);
+  }
+  unsigned entries = 0;
+  for (int id = 1; id <= 20; ++id) entries += context_->programs[id - 1]->nb_stream_indexes;
+  EXPECT_EQ(entries, 2000U);
+  EXPECT_EQ(context_->programs[14]->nb_stream_indexes, 128U);
+  EXPECT_EQ(context_->programs[19]->nb_stream_indexes, 0U);
+}
+
 }  // namespace
 }  // namespace media_server::probe
