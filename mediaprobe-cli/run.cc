@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "bounded_record.h"
 #include "core/log.h"
 #include "host.h"
 #include "inputs/listed_inputs.h"
@@ -29,7 +30,6 @@
 #include "output/json_formatter.h"
 #include "output/output.h"
 #include "output/progress_line.h"
-#include "output/record_limit.h"
 #include "output/terminal_columns.h"
 #include "output/terminal_text.h"
 #include "output/text_formatter.h"
@@ -155,6 +155,7 @@ class InputRun {
   /// In this process, or else in a worker of a program that starts over.
   Answer TryOne(const Input& input, const ReportDigest& report, char* const* restart_line);
   Answer AnswerFor(const Input& input, Record& record) const;
+  Answer Write(const Record& record) const;
   bool Take(const Answer& answer);
 
   const Options& options_;
@@ -188,7 +189,14 @@ InputRun::InputRun(const Options& options, const Host& host, const RecordFormatt
 
 Answer InputRun::AnswerFor(const Input& input, Record& record) const {
   if (input.found_by_walk && record.error && IsNothingToRead(*record.error)) return {};
-  LimitRecord(record);
+  BoundRecord(record);
+  const Answer answer = Write(record);
+  // A worker's message has room for no more: each way of running is to write the same.
+  const bool has_room = answer.text.size() <= frame::kMostTextBytes && answer.error.size() <= frame::kMostErrorBytes;
+  return has_room ? answer : Write(TooLong(record));
+}
+
+Answer InputRun::Write(const Record& record) const {
   Answer answer{{}, Complaint(record)};
   if (!record.error || !failures_are_seen_) answer.text = formatter_.Format(record);
   return answer;

@@ -55,10 +55,7 @@ std::string frame::Request(const Input& input) {
                input.found_by_walk ? kFoundByWalk : std::string_view());
 }
 
-std::string frame::Reply(const Answer& answer) {
-  return Frame(Kind::kReply, std::string_view(answer.text).substr(0, kMostTextBytes),
-               std::string_view(answer.error).substr(0, kMostErrorBytes));
-}
+std::string frame::Reply(const Answer& answer) { return Frame(Kind::kReply, answer.text, answer.error); }
 
 std::string frame::DigestReport(std::uint64_t done, std::uint64_t total) {
   const DigestProgress progress{done, total};

@@ -19,11 +19,12 @@ namespace frame {
 
 inline constexpr std::size_t kMostInputBytes = 64 * 1024;
 inline constexpr std::size_t kMostTextBytes = 16 * 1024 * 1024;
-inline constexpr std::size_t kMostErrorBytes = 16 * 1024;
+/// Twice the longest name, each byte written as four, and a reason.
+inline constexpr std::size_t kMostErrorBytes = 1024 * 1024;
 
 /// The parent asks for one input, whose name has at most kMostInputBytes.
 std::string Request(const Input& input);
-/// The worker answers, with texts cut to the bounds above.
+/// The worker answers, with texts within the bounds above: no other reply is taken.
 std::string Reply(const Answer& answer);
 /// The worker has finished the probe and digests.
 std::string DigestReport(std::uint64_t done, std::uint64_t total);

@@ -1,4 +1,6 @@
 """What is no media file, or no longer a whole one: an error in words or an answer, never a crash or a hang."""
+import csv
+import io
 import os
 import pathlib
 import random
@@ -19,6 +21,57 @@ SEED = 20240714
 # Beyond what the tool itself takes; sanitizers add to it.
 MOST_MEMORY_MB = "4096" if b"__asan_init" in pathlib.Path(tool.MEDIAPROBE).read_bytes() else "256"
 PROTECTED_BY_ROOT = os.geteuid() == 0
+
+
+def crc32(data):
+    """Of sections of a transport stream."""
+    value = 0xFFFFFFFF
+    for byte in data:
+        value = (value << 8 & 0xFFFFFFFF) ^ CRC_TABLE[value >> 24 ^ byte]
+    return value.to_bytes(4, "big")
+
+
+def crc_of_byte(byte):
+    value = byte << 24
+    for _ in range(8):
+        value = (value << 1 ^ (0x04C11DB7 if value >> 31 else 0)) & 0xFFFFFFFF
+    return value
+
+
+CRC_TABLE = [crc_of_byte(byte) for byte in range(256)]
+
+
+def section(table, extension, body, number=0, last=0):
+    head = bytes([table]) + (0xB000 | len(body) + 9).to_bytes(2, "big") + extension.to_bytes(2, "big")
+    whole = head + bytes([0xC1, number, last]) + body
+    return whole + crc32(whole)
+
+
+class TransportStream:
+    def __init__(self):
+        self.packets = b""
+        self.counters = {}
+
+    def add(self, identifier, data):
+        rest = b"\0" + data
+        start = 0x4000
+        while rest:
+            counter = self.counters.get(identifier, 0)
+            self.counters[identifier] = counter + 1 & 15
+            self.packets += b"\x47" + (start | identifier).to_bytes(2, "big") + bytes([0x10 | counter]) + rest[:184].ljust(184, b"\xff")
+            rest = rest[184:]
+            start = 0
+
+    def add_programs(self, numbers):
+        """Tells of programs, in sections of as many as there is room for; each is described under an identifier of its own."""
+        parts = [numbers[at:at + 250] for at in range(0, len(numbers), 250)]
+        for at, part in enumerate(parts):
+            body = b"".join(number.to_bytes(2, "big") + (0xE000 | 0x100 + number % 0xE00).to_bytes(2, "big") for number in part)
+            self.add(0, section(0, 1, body, at, len(parts) - 1))
+
+    def add_streams(self, number, count):
+        body = b"".join(b"\x03" + (0xF000 + at).to_bytes(2, "big") + b"\xf0\0" for at in range(count))
+        self.add(0x100 + number % 0xE00, section(2, number, b"\xff\xff\xf0\0" + body))
 
 
 class Folder(unittest.TestCase):
@@ -256,7 +309,7 @@ class Endless(Folder):
     SECONDS = 5
     MOST_OUTPUT = 100_000
 
-    def check_bounded(self, name, data, length=None):
+    def check_bounded(self, name, data, length=None, most_output=MOST_OUTPUT):
         """The record of a file with this beginning, which is there in time."""
         path = self.folder / name
         path.write_bytes(data)
@@ -266,9 +319,18 @@ class Endless(Folder):
         record, = done.records()
         self.assertNotIn("takes longer", record.get("error", ""))
         self.assertNotIn("broke down", record.get("error", ""))
-        self.assertLess(len(done.output), self.MOST_OUTPUT)
+        self.assertLess(len(done.output), most_output)
         path.unlink()
         return record
+
+    def check_same_everywhere(self, name):
+        """Whatever process answers, each form is the same; all of them together, by their options."""
+        outputs = {}
+        for form in ("--text", "--json", "--ndjson", "--csv"):
+            runs = {tool.run(form, "--isolation", isolation, "--allow-unsandboxed", name, folder=self.folder).output
+                    for isolation in ("none", "worker", "strict")}
+            outputs[form], = runs
+        return outputs
 
     def with_movie(self, *additions, behind=b""):
         """The sample with its movie box first, boxes added to that, and bytes behind it in place of media data."""
@@ -301,6 +363,34 @@ class Endless(Folder):
         data = SAMPLE.read_bytes()
         start, _, end = mp4_boxes.find(data, b"moov", b"trak")
         self.check_bounded("tracks.mp4", self.with_movie(data[start:end] * 5000))
+
+    def test_programs_by_the_thousand(self):
+        """Each with the same 128 streams."""
+        numbers = range(1, 1001)
+        stream = TransportStream()
+        stream.add_programs(numbers)
+        for number in numbers:
+            stream.add_streams(number, 128)
+        record = self.check_bounded("programs.ts", stream.packets, most_output=1_000_000)
+        self.assertEqual(record["status"], "ok")
+        self.assertEqual({entry["id"] for entry in record["programs"][0]["audio"]}, set(range(0x1000, 0x1080)))
+
+    def test_programs_without_streams_by_the_thousand(self):
+        stream = TransportStream()
+        stream.add_programs(range(1, 64_001))
+        self.check_bounded("table.ts", stream.packets)
+
+    def test_long_texts_of_many_streams(self):
+        """The table has them on each row."""
+        maker.run_ffmpeg(self.folder / "many.mp4", [*maker.tone(seconds="0.1"), *["-map", "0:a"] * 60,
+                                                    "-metadata", "title=" + "t" * 120_000,
+                                                    "-metadata", "artist=" + "a" * 120_000], self.folder)
+        outputs = self.check_same_everywhere("many.mp4")
+        for form, output in outputs.items():
+            self.assertLess(len(output), 5_000_000, form)
+        rows = list(csv.DictReader(io.StringIO(outputs["--csv"].decode())))
+        self.assertEqual([row["index"] for row in rows], [str(index) for index in range(60)])
+        self.assertIn(b'"truncated":true', outputs["--ndjson"])
 
     def test_deep_nesting(self):
         nest = b""
