@@ -7,6 +7,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace mediaprobe {
@@ -33,7 +34,13 @@ std::optional<std::uint64_t> BytesRead() {
 DigestWatch::DigestWatch(std::uint64_t total, DigestReport report, std::chrono::milliseconds step)
     : total_(total), report_(std::move(report)) {
   report_(0, total_);
-  if (const auto start = BytesRead()) watcher_ = std::thread(&DigestWatch::Watch, this, *start, step);
+  const auto start = BytesRead();
+  if (!start) return;
+  try {
+    watcher_ = std::thread(&DigestWatch::Watch, this, *start, step);
+  } catch (const std::system_error&) {
+    // There are as many threads as the user may have: the digest does without being told of.
+  }
 }
 
 int DigestWatch::KeepCounters() { return kept_counters = OpenCounters(); }

@@ -14,7 +14,7 @@ using DigestReport = std::function<void(std::uint64_t done, std::uint64_t total)
 
 /// Tells how far the digest of a content is, at once and then every fifth of a second until it is destroyed, from a
 /// thread of its own. A service tells nothing while it digests, so what is counted is what the process has read;
-/// nothing else may read meanwhile. Where the system does not count, it tells the start only.
+/// nothing else may read meanwhile. Where the system does not count or has no thread to give, it tells the start only.
 class DigestWatch {
  public:
   static constexpr std::chrono::milliseconds kStep{200};

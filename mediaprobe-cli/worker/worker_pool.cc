@@ -78,6 +78,7 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
 }
 
 void WorkerPool::FillWorkers(InputSource& source) {
+  can_start_ = true;
   // Each worker gets its first input before any gets its second.
   const std::size_t most_appetite = MostAppetite(source);
   for (std::size_t share = 1; GiveEach(share, most_appetite, source); ++share) {
@@ -111,6 +112,7 @@ bool WorkerPool::GiveEach(std::size_t share, std::size_t most_appetite, InputSou
       worker = TakeSpare();
       continue;
     }
+    if (!worker && !can_start_) continue;
     auto request = NextRequest(source);
     if (!request) return false;
     if (worker && !Suits(*worker, *request)) {
@@ -123,8 +125,12 @@ bool WorkerPool::GiveEach(std::size_t share, std::size_t most_appetite, InputSou
     if (!worker) worker = StartWorker(*request);
     if (worker) {
       worker->Ask(std::move(*request));
+    } else if (const int error = errno; !HasWorkers()) {
+      Fail(*request, std::string("no process can be started: ") + std::strerror(error));
     } else {
-      Fail(*request, std::string("no process can be started: ") + std::strerror(errno));
+      // Those that there are answer it, or make room when they end.
+      can_start_ = false;
+      orphans_.push_front(std::move(*request));
     }
   }
   return wants_more;
@@ -169,7 +175,15 @@ void WorkerPool::DropSpare() {
   spare_.reset();
 }
 
-std::unique_ptr<Worker> WorkerPool::StartWorker(const Worker::Request& first) const {
+std::unique_ptr<Worker> WorkerPool::StartWorker(const Worker::Request& first) {
+  auto worker = TryToStart(first);
+  if (worker || retired_.empty()) return worker;
+  // What these still hold may be what is wanting.
+  retired_.clear();
+  return TryToStart(first);
+}
+
+std::unique_ptr<Worker> WorkerPool::TryToStart(const Worker::Request& first) const {
   std::vector<int> others;
   for (const auto& other : workers_) {
     if (other) others.push_back(other->descriptor());
@@ -183,6 +197,10 @@ std::unique_ptr<Worker> WorkerPool::StartWorker(const Worker::Request& first) co
     };
   };
   return Worker::Start(begin, first.company, settings_.memory_bytes, others);
+}
+
+bool WorkerPool::HasWorkers() const {
+  return std::ranges::any_of(workers_, [](const auto& worker) { return worker != nullptr; });
 }
 
 void WorkerPool::WaitForNews(const InputSource& source) {

@@ -63,7 +63,9 @@ class WorkerPool {
   /// Its input gets another worker.
   void DropSpare();
   /// Starts one that is confined to what the first of its inputs takes. Null when no process can be made.
-  std::unique_ptr<Worker> StartWorker(const Worker::Request& first) const;
+  std::unique_ptr<Worker> StartWorker(const Worker::Request& first);
+  std::unique_ptr<Worker> TryToStart(const Worker::Request& first) const;
+  bool HasWorkers() const;
   void WaitForNews(const InputSource& source);
   void ReadWorkers();
   /// Gives what waits behind an input that takes long to a worker that has nothing to do.
@@ -85,6 +87,7 @@ class WorkerPool {
   std::vector<std::unique_ptr<Worker>> workers_;
   std::optional<Spare> spare_;
   std::deque<std::unique_ptr<Worker>> retired_;  // that have been told to end
+  bool can_start_ = true;                        // another one, as far as this round knows
   InputSource::State source_state_ = InputSource::State::kInput;
   std::uint64_t next_number_ = 0;             // of the inputs, in the order of the source
   std::uint64_t next_out_ = 0;                // whose answer is given out next

@@ -1,6 +1,7 @@
 #include "probe/digest_watch.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <fstream>
 #include <iterator>
@@ -48,6 +49,21 @@ TEST(DigestWatch, CountsWhatTheProcessReads) {
   EXPECT_TRUE(seen.WaitUntilDone(1'000'000));
   EXPECT_EQ(seen.done.front(), 0u);
   EXPECT_EQ(seen.total, 5'000'000u);
+}
+
+TEST(DigestWatch, TellsTheStartWhereNoThreadCanBeMade) {
+  // Room for a stack that no address space has.
+  constexpr std::size_t kTooMuch = std::size_t{1} << 50;
+  pthread_attr_t before;
+  pthread_attr_t greedy;
+  pthread_getattr_default_np(&before);
+  pthread_getattr_default_np(&greedy);
+  pthread_attr_setstacksize(&greedy, kTooMuch);
+  pthread_setattr_default_np(&greedy);
+  Seen seen;
+  { const DigestWatch watch(100, seen.Report(), milliseconds(1)); }
+  pthread_setattr_default_np(&before);
+  EXPECT_EQ(seen.done, std::vector<std::uint64_t>{0});
 }
 
 TEST(DigestWatch, NeverTellsMoreThanThereIs) {

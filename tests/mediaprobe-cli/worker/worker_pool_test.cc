@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -440,6 +441,42 @@ TEST_F(WorkerPoolTest, LeavesNoProcessBehind) {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
   }
+}
+
+/// While it lives, no descriptor gets a number from there on.
+class FewDescriptors {
+ public:
+  explicit FewDescriptors(rlim_t most) {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit few{most, before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+  }
+  ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(WorkerPoolTest, GoesOnWithAsManyWorkersAsCanBeStarted) {
+  const std::vector<std::string> inputs(100, "a");
+  act_ = [](const std::string& input, const ReportDigest&) {
+    std::this_thread::sleep_for(5ms);
+    return Answer{input, ""};
+  };
+  const FewDescriptors few(20);
+  for (const Company company : {Company::kFiles, Company::kAlone}) {
+    company_ = [=](const Input&) { return company; };
+    taken_.clear();
+    EXPECT_EQ(Run(inputs, 50), inputs);
+  }
+}
+
+TEST_F(WorkerPoolTest, SaysWhyNoWorkerCanBeStarted) {
+  const FewDescriptors none(0);
+  EXPECT_THAT(Run({"a", "b"}), ElementsAre("a: no process can be started: Too many open files",
+                                           "b: no process can be started: Too many open files"));
 }
 
 /// Gives one input at once and the next when its pipe says so.
