@@ -265,7 +265,7 @@ void InputRun::Provide(Provisions& provisions) {
 
 Answer InputRun::TryOne(const Input& input, const ReportDigest& report, char* const* restart_line) {
   GiveUpChanges();
-  const FirstTry watch(restart_line, options_.memory_bytes);
+  const FirstTry watch(restart_line, options_.memory_bytes, TimeLimit(options_, input));
   try {
     return AnswerOne(input, report);
   } catch (const std::bad_alloc&) {
@@ -345,11 +345,12 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
 }
 
 /// Whether a command line asks for one file and nothing that starting over would spoil: an answer that takes long, a
-/// key that is no longer to be seen among the arguments, a file for the output or the log.
+/// key that is no longer to be seen among the arguments, a file for the output or the log. Where the kernel cannot keep
+/// this process from changing files, it probes none.
 bool StartsHere(const Options& options) {
   if (options.isolation || options.from_standard_input || options.walk || options.inputs.size() != 1) return false;
   if (options.uuid || !options.key.empty() || !options.output.empty() || !options.log_file.empty()) return false;
-  return !IsNetworkUrl(options.inputs.front());
+  return !IsNetworkUrl(options.inputs.front()) && MissingLayers().empty();
 }
 
 /// The same command line with workers asked for.

@@ -2,6 +2,8 @@
 
 #include <sys/resource.h>
 
+#include <chrono>
+#include <csignal>
 #include <cstdint>
 
 namespace mediaprobe {
@@ -13,8 +15,9 @@ namespace mediaprobe {
 /// One at a time in a process. While it lasts, fatal signals and SIGALRM are its own.
 class FirstTry {
  public:
-  /// `command_line` is what to start over with, as main gets it; it has to outlive this.
-  FirstTry(char* const* command_line, std::uint64_t memory_bytes);
+  /// `command_line` is what to start over with, as main gets it; it has to outlive this. `time_limit`: of a worker, if
+  /// that is shorter than a blink.
+  FirstTry(char* const* command_line, std::uint64_t memory_bytes, std::chrono::milliseconds time_limit);
   /// The probe is done: its answer counts, and what comes after has no limits.
   ~FirstTry();
   FirstTry(const FirstTry&) = delete;
@@ -24,6 +27,7 @@ class FirstTry {
 
  private:
   rlimit former_memory_{};
+  sigset_t former_mask_{};
 };
 
 }  // namespace mediaprobe

@@ -4,9 +4,9 @@
 /// one of a sequence, "movie" an animation, "torn" an image that is damaged; "drawing" is an SVG. Everything else is
 /// none of all that. What is asked to open "abort", "killed", "leave" or "hang" does so, "hoard" and "bloat" take 2 GB
 /// and say in words, and by throwing, that they cannot, "babble" writes into every open descriptor, "once" aborts the
-/// first time that the tool asks, "hostile_" and the name of a deed does that deed and says how it ended, and "huge"
-/// has a title of 6 MB. "slow" and "gone" are media whose UUID takes a minute, after a log line has told that it
-/// begins, and cannot be had.
+/// first time that the tool asks, "nap" takes a tenth of a second, "hostile_" and the name of a deed does that deed and
+/// says how it ended, and "huge" has a title of 6 MB. "slow" and "gone" are media whose UUID takes a minute, after a
+/// log line has told that it begins, and cannot be had.
 
 #include <signal.h>
 #include <sys/mman.h>
@@ -101,6 +101,7 @@ void GetIntoTrouble(const std::string& path) {
   if (name.starts_with("abort")) std::abort();
   if (name.starts_with("killed")) raise(SIGKILL);
   if (name.starts_with("leave")) _exit(3);
+  if (name.starts_with("nap")) std::this_thread::sleep_for(std::chrono::milliseconds(100));
   if (name.starts_with("hang")) std::this_thread::sleep_for(std::chrono::hours(1));
   if (name.starts_with("hoard") || name.starts_with("bloat")) {
     void* hoard = mmap(nullptr, kHoard, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -125,7 +126,7 @@ std::shared_ptr<FakeFile> Open(const std::string& url, const std::string& key) {
   if (name.starts_with("full")) return MakeFullFile();
   if (name.starts_with("huge")) return MakeHugeFile();
   if (name.starts_with("once") || name.starts_with("babble")) return MakePlainFile();
-  if (name.starts_with("plain")) return MakePlainFile();
+  if (name.starts_with("plain") || name.starts_with("nap")) return MakePlainFile();
   if (name.starts_with("odd")) return MakeOddFile();
   if (name.starts_with("slow") || name.starts_with("gone")) return MakePlainFile();
   if (name.starts_with("locked")) {

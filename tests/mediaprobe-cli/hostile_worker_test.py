@@ -133,11 +133,11 @@ class HostileWorkers(unittest.TestCase):
 
 
 class MissingLayers(unittest.TestCase):
-    def run_without(self, layers, *arguments):
+    def run_without(self, layers, *arguments, inputs=("plain.wav", "plain.mp4")):
         with tempfile.TemporaryDirectory() as folder:
-            for name in ("plain.wav", "plain.mp4"):
+            for name in inputs:
                 (pathlib.Path(folder) / name).write_text("x")
-            return subprocess.run([WITHOUT_LAYERS, layers, tool.MEDIAPROBE, "--ndjson", *arguments, "plain.wav", "plain.mp4"],
+            return subprocess.run([WITHOUT_LAYERS, layers, tool.MEDIAPROBE, "--ndjson", *arguments, *inputs],
                                   cwd=folder, capture_output=True, text=True, timeout=tool.HANG_SECONDS)
 
     def each(self):
@@ -152,6 +152,15 @@ class MissingLayers(unittest.TestCase):
             self.assertEqual((done.returncode, len(done.stdout.splitlines())), (0, 2))
             told = f"mediaprobe: this kernel has no {missing}: processes that probe are less confined\n" if missing else ""
             self.assertEqual(done.stderr, told)
+
+    def test_are_told_of_one_file_alone(self):
+        """Which is then probed in a worker as well."""
+        for layers, missing in self.each():
+            for name in ("plain.wav", "hostile_create.mp4"):
+                done = self.run_without(layers, inputs=(name,))
+                told = f"mediaprobe: this kernel has no {missing}: processes that probe are less confined\n" if missing else ""
+                self.assertTrue(done.stderr.startswith(told), done.stderr)
+                self.assertEqual(done.stderr.count("this kernel has no"), 1 if missing else 0)
 
     def test_end_a_strict_run(self):
         for layers, missing in self.each():

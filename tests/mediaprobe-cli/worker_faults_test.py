@@ -83,6 +83,20 @@ class Faults(tool.ScratchTest):
                 self.assertEqual((done.status, [record["error"] for record in done.records()]), (1, [why]))
                 self.assertEqual(done.complaint_lines(), [f"mediaprobe: {name}: {why}"])
 
+    def test_one_input_alone_has_no_more_time_than_among_others(self):
+        for options in ([], ["--isolation", "worker"]):
+            with self.subTest(options=options):
+                record, = self.probe("nap.wav", options=["--timeout", "0.02", *options]).records()
+                self.assertEqual(record["error"], "takes longer than 0.02 s")
+        self.assertEqual(self.probe("nap.wav", options=["--timeout", "5"]).status, 0)
+
+    def test_one_input_alone_ends_where_the_caller_has_blocked_the_clock(self):
+        (self.folder / "hang.mp4").write_text("x")
+        process = self.start("--ndjson", "--timeout", "1", "hang.mp4", stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                             preexec_fn=lambda: signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGALRM]))
+        record = json.loads(process.communicate(timeout=tool.HANG_SECONDS)[0])
+        self.assertEqual(record["error"], "takes longer than 1 s")
+
     def test_what_fails_once_is_answered_the_second_time(self):
         done = self.probe("once.wav")
         self.assertEqual((done.status, [record["status"] for record in done.records()]), (0, ["ok"]))
