@@ -47,7 +47,11 @@ class MovieReader {
       if (!ReadTopLevelBox(*box)) break;
       if (seen_fragment_) range.begin = std::max(range.begin, fragments_.IndexedEnd());
     }
-    if (movie_.has_fragments) movie_.fragment_duration = fragments_.Duration(movie_.tracks);
+    if (movie_.has_fragments) {
+      movie_.fragment_duration = fragments_.Duration(movie_.tracks);
+    } else {
+      std::ranges::for_each(movie_.tracks, &TimeBySamples);
+    }
     movie_.truncated = movie_.truncated || DataEndsEarly();
     movie_.incomplete = boxes_.BudgetSpent() || metadata_.BoundReached();
     return std::move(movie_);
@@ -129,6 +133,13 @@ class MovieReader {
     constexpr std::size_t kMostTracks = 1000;
     if (movie_.tracks.size() >= kMostTracks) return;
     movie_.tracks.push_back(ReadMp4Track(boxes_, box, input_size_));
+  }
+
+  /// Writers that could not go back leave the length of a track open. Samples in fragments are not in its table.
+  static void TimeBySamples(Mp4Track& track) {
+    const auto& times = track.decoding_times;
+    if (track.duration || track.timescale == 0 || !times || !times->complete || times->ticks == 0) return;
+    track.duration = Mp4Duration{times->ticks, track.timescale};
   }
 
   bool DataEndsEarly() const {

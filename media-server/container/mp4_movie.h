@@ -22,6 +22,8 @@ struct Mp4HeaderTimes {
 struct Mp4Duration {
   std::uint64_t value = 0;
   std::uint32_t timescale = 1;
+
+  double Seconds() const { return static_cast<double>(value) / timescale; }
 };
 
 /// The fractions of a `clap` box as they stand, in pixels; denominators may be 0 in a broken file.
@@ -39,6 +41,7 @@ struct Mp4CleanAperture {
 /// one.
 struct Mp4DecodingTimes {
   std::uint64_t sample_count = 0;
+  std::uint64_t ticks = 0;           ///< of all samples together
   std::uint32_t smallest_delta = 0;  ///< above 0 unless all deltas are 0; in units of the track's timescale
   bool constant = false;             ///< all deltas are equal
   bool complete = true;              ///< false: the table was longer than is read (65536 entries) or cut
@@ -46,10 +49,11 @@ struct Mp4DecodingTimes {
 
 struct Mp4Track {
   std::uint32_t id = 0;
-  std::optional<DisplayTurn> turn;      ///< tkhd
-  Mp4HeaderTimes times;                 ///< mdhd, else tkhd
-  std::uint32_t timescale = 0;          ///< mdhd, in 1/s; 0 when not told
-  std::optional<Mp4Duration> duration;  ///< mdhd; empty when 0 or unknown
+  std::optional<DisplayTurn> turn;  ///< tkhd
+  Mp4HeaderTimes times;             ///< mdhd, else tkhd
+  std::uint32_t timescale = 0;      ///< mdhd, in 1/s; 0 when not told
+  /// mdhd; where that is 0 or unknown, the samples of `decoding_times`; empty when neither tells it.
+  std::optional<Mp4Duration> duration;
   /// Length of the track in the movie where its edits (`elst`) begin late, stand still, change the speed or show
   /// several parts; empty where they choose one part at most, as that part's length is known without them.
   std::optional<std::uint64_t> edited_movie_ticks;

@@ -64,6 +64,8 @@ class TrackReader {
   };
   static const std::array<Row, 18> kRows;
 
+  static constexpr std::uint64_t kLongestRun = std::uint64_t{1} << 47;  // years at any timescale, and no sum overflows
+
   // The names are unique within a track, so one table serves all levels.
   void ReadChildren(const Mp4Box& box) {
     Mp4BoxRange range = boxes_.Children(box);
@@ -89,7 +91,6 @@ class TrackReader {
   void ReadEdits(const Mp4Box& box) {
     constexpr std::size_t kMostEntries = 1024;
     constexpr std::uint32_t kNormalSpeed = 0x10000;
-    constexpr std::uint64_t kLongest = std::uint64_t{1} << 48;  // years at any timescale, and no sum overflows
     const auto head = boxes_.Payload(box, kTableHead);
     ByteReader head_reader(head);
     const std::size_t width = head_reader.U8() == 0 ? 4 : 8;
@@ -104,7 +105,7 @@ class TrackReader {
     bool chooses_one_part = entries <= 1;
     std::uint64_t ticks = 0;
     for (std::size_t i = 0; i < entries; ++i) {
-      ticks += std::min(reader.BigEndian(width), kLongest);
+      ticks += std::min(reader.BigEndian(width), kLongestRun);
       if (reader.BigEndian(width) == nowhere) chooses_one_part = false;
       if (reader.Be32() != kNormalSpeed) chooses_one_part = false;
     }
@@ -267,6 +268,7 @@ class TrackReader {
       const std::uint32_t samples = reader.Be32();
       const std::uint32_t delta = reader.Be32();
       times.sample_count += samples;
+      times.ticks += std::min(std::uint64_t{samples} * delta, kLongestRun);
       const bool only_the_last_sample = i > 0 && i + 1 == entries && times.complete && samples == 1;
       if (samples == 0 || only_the_last_sample) continue;
       if (delta != 0 && (times.smallest_delta == 0 || delta < times.smallest_delta)) times.smallest_delta = delta;

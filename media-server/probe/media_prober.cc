@@ -104,14 +104,29 @@ void SetSecondsOfSound(double seconds, AVFormatContext& context) {
   for (AVStream* stream : Streams(context)) stream->duration = std::llround(seconds / av_q2d(stream->time_base));
 }
 
+// libavformat gives a track no length whose header leaves it open, or whose edit has none because it is to the end.
+// Edits may leave out a part of the samples: the movie's header tells the longest track.
+void SetLengthsOfTracks(const ContainerFacts& container, AVFormatContext& context) {
+  const auto& movie = container.movie->duration;
+  for (AVStream* stream : Streams(context)) {
+    const Mp4Track* track = container.TrackOf(*stream);
+    if (stream->duration > 0 || track == nullptr || !track->duration) continue;
+    double seconds = track->duration->Seconds();
+    if (movie) seconds = std::min(seconds, movie->Seconds());
+    stream->duration = std::llround(seconds / av_q2d(stream->time_base));
+  }
+  // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
+  context.duration = AV_NOPTS_VALUE;
+  if (movie && FileDuration(context) == 0) context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
+}
+
 // Puts right what libavformat tells of lengths where our readers or the budget of the source know better.
 void CorrectTimes(const ContainerFacts& container, const BoundedSource& source, AVFormatContext& context) {
   if (container.movie && container.movie->fragment_duration && source.Spent()) {
     SetEndOfFragments(*container.movie->fragment_duration, context);
   }
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
-  // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
-  if (container.movie && !container.movie->has_fragments) context.duration = AV_NOPTS_VALUE;
+  if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
   if (container.sound_seconds) SetSecondsOfSound(*container.sound_seconds, context);
 }

@@ -64,6 +64,9 @@ CONTAINERS = [
          lambda data: set_edits(data, (1000, 0, 1), (1000, 0, 1))),
     Case("slow_motion.mp4", pictures() + h264(), {"duration": 2, "0.frame_count": 25},
          lambda data: set_edits(data, (2000, 0, 0.5))),
+    # An edit without a length goes to the end.
+    Case("to_the_end.mp4", pictures() + h264(), {"duration": 1, "0.duration": 1},
+         lambda data: set_edits(data, (0, 0, 1))),
     Case("brazilian.mp4", tone() + [*AAC, "-metadata:s:a", "language=por"], {"0.language": "pt-BR"},
          lambda data: add_to_media(data, full_box(b"elng", b"pt-BR\0"))),
     # Pictures of 8 Mb/s are sent so far ahead that the first sound lies behind what is analysed of the start.

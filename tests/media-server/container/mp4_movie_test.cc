@@ -295,6 +295,21 @@ TEST(Mp4Movie, DecodingTimesAreConstantUpToTheLastSample) {
   EXPECT_EQ(single.decoding_times->smallest_delta, 10U);
 }
 
+TEST(Mp4Movie, SamplesTimeATrackThatItsHeaderDoesNot) {
+  const std::string times = FullBox("stts", Be(2, 4) + Be(9, 4) + Be(3000, 4) + Be(1, 4) + Be(500, 4));
+  const auto movie = [&](std::uint32_t told, const std::string& more) {
+    return ReadMoov(Box("trak", TrackHeader(7) + Box("mdia", MediaHeader(told) + SampleTable(times))) + more);
+  };
+  for (const std::uint32_t told : {0U, UINT32_MAX}) {
+    const auto duration = movie(told, "").tracks.at(0).duration;
+    ASSERT_TRUE(duration);
+    EXPECT_EQ(duration->value, 27500U);
+    EXPECT_EQ(duration->timescale, 90000U);
+    EXPECT_FALSE(movie(told, Box("mvex")).tracks.at(0).duration) << "more samples in fragments";
+  }
+  EXPECT_EQ(movie(30000, "").tracks.at(0).duration->value, 30000U);
+}
+
 TEST(Mp4Movie, ZeroDeltasAreNotTheSmallest) {
   const std::string zero = Be(2, 4) + Be(0, 4);
   const std::string other = Be(5, 4) + Be(100, 4);

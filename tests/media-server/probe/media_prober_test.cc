@@ -185,6 +185,45 @@ TEST(MediaProberTest, TracksThatAreNoStreamsMoveTheOthers) {
   }
 }
 
+// The file with other bytes at `offset` of the payload of each box of a type.
+std::vector<std::uint8_t> WithInEach(std::vector<std::uint8_t> file, std::string_view type, std::ptrdiff_t offset,
+                                     const std::string& bytes) {
+  constexpr std::ptrdiff_t kType = 4;
+  const auto next = [&](auto from) { return std::search(from, file.end(), type.begin(), type.end()); };
+  for (auto at = next(file.begin()); at != file.end(); at = next(at + kType)) {
+    std::ranges::copy(bytes, at + kType + offset);
+  }
+  return file;
+}
+
+TEST(MediaProberTest, TimesAnMp4FileWhoseTracksTellNoLength) {
+  constexpr std::ptrdiff_t kMediaDuration = 16;
+  constexpr std::ptrdiff_t kFirstEdit = 8;
+  const std::vector<std::uint8_t> told = ReadSample("upright.mp4");
+  const auto zero = WithInEach(told, "mdhd", kMediaDuration, Be(0, 4));
+  const auto unknown = WithInEach(told, "mdhd", kMediaDuration, Be(UINT32_MAX, 4));
+  const auto to_the_end = WithInEach(told, "elst", kFirstEdit, Be(0, 4));
+  for (const auto& file : {zero, unknown, to_the_end}) {
+    std::string reason;
+    const auto media = Probe(file, &reason);
+    ASSERT_NE(media, nullptr) << reason;
+    EXPECT_DOUBLE_EQ(media->duration, 2.002);
+    EXPECT_EQ(media->bit_rate, 196'371u);
+    ASSERT_EQ(media->streams.size(), 2u);
+    EXPECT_DOUBLE_EQ(media->streams[0].duration, 2.002);
+    EXPECT_NEAR(media->streams[1].duration, 2, 0.01);
+    EXPECT_NEAR(media->streams[0].properties.max_frame_rate.value_or(0), 29.97, 0.001);
+  }
+}
+
+TEST(MediaProberTest, TheMovieTellsTheLengthWhereNoTrackDoes) {
+  const auto without_samples = WithInEach(ReadSample("upright.mp4"), "stts", 4, Be(0, 4));
+  std::string reason;
+  const auto media = Probe(WithInEach(without_samples, "mdhd", 16, Be(0, 4)), &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_DOUBLE_EQ(media->duration, 2.002);
+}
+
 // A second of silence in front of which a recorder could not go back.
 std::string PipedWave(std::uint32_t form_size, std::uint32_t data_size) {
   const std::string format = Le(1, 2) + Le(1, 2) + Le(8000, 4) + Le(16'000, 4) + Le(2, 2) + Le(16, 2);
