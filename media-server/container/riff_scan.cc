@@ -94,9 +94,9 @@ class Scanner {
     if (!reader.Ok() || !IsPrintable(chunk.Id())) return std::nullopt;
     chunk.offset = offset + kChunkHead;
     const bool is_data = chunk.Id() == "data";
-    if (chunk.size == kUnknownSize && is_data && large_data_size_) {
-      chunk.size = *large_data_size_;
-    } else if (is_data && IsEndless(chunk)) {
+    const bool is_large = is_data && chunk.size == kUnknownSize && large_data_size_;
+    if (is_large) chunk.size = *large_data_size_;
+    if (is_data && (!is_large || chunk.size == 0) && IsEndless(chunk)) {
       scan_.endless_data.emplace();
       chunk.size = input_end_ - chunk.offset;
       if (input_end_ != kNoEnd) scan_.endless_data->size_bytes = chunk.size;

@@ -117,7 +117,7 @@ void SetLengthsOfTracks(const ContainerFacts& container, AVFormatContext& contex
   }
   // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
   context.duration = AV_NOPTS_VALUE;
-  if (movie && FileDuration(context) == 0) context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
+  if (movie && FileDuration(context, std::nullopt) == 0) context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
 }
 
 // Puts right what libavformat tells of lengths where our readers or the budget of the source know better.
@@ -262,7 +262,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   CorrectTimes(container, source, context);
   auto media = std::make_unique<MediaDescription>();
   media->file_size = size.value_or(0);
-  media->duration = FileDuration(context);
+  media->duration = FileDuration(context, size);
   if (container.movie) LengthenByEdits(*container.movie, media->duration);
   media->bit_rate = FileBitRate(context, size, media->duration);
   DescribeFormat(context, identity, container, *media);

@@ -59,6 +59,20 @@ bool IsTimed(const AVStream& stream) {
          type == AVMEDIA_TYPE_SUBTITLE;
 }
 
+// Demuxers that have libavformat note the places of packets know none themselves: behind a header one follows the
+// other.
+double DurationOfSound(const AVFormatContext& context, std::optional<std::uint64_t> size) {
+  if (!size || (context.iformat->flags & AVFMT_GENERIC_INDEX) == 0) return 0;
+  double bit_rate = 0;
+  for (const AVStream* stream : Streams(context)) {
+    if (!IsTimed(*stream)) continue;
+    const std::uint64_t rate = stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO ? StreamBitRate(*stream) : 0;
+    if (rate == 0) return 0;
+    bit_rate += static_cast<double>(rate);
+  }
+  return bit_rate > 0 ? static_cast<double>(*size) * 8 / bit_rate : 0;
+}
+
 bool IsMpegVideo(AVCodecID codec) { return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO; }
 
 // What the codec's headers tell. Where it sees few pictures, libavformat makes a rate of fields of it (r_frame_rate),
@@ -96,7 +110,7 @@ std::optional<double> StreamDuration(const AVStream& stream) {
   return duration;
 }
 
-double FileDuration(const AVFormatContext& context) {
+double FileDuration(const AVFormatContext& context, std::optional<std::uint64_t> size) {
   if (context.duration != AV_NOPTS_VALUE && context.duration > 0) {
     return static_cast<double>(context.duration) / AV_TIME_BASE;
   }
@@ -110,7 +124,7 @@ double FileDuration(const AVFormatContext& context) {
     start = std::min(start, stream_start);
     end = std::max(end, stream_start + *duration);
   }
-  return end > start ? end - start : 0;
+  return end > start ? end - start : DurationOfSound(context, size);
 }
 
 std::uint64_t FileBitRate(const AVFormatContext& context, std::optional<std::uint64_t> size, double duration) {

@@ -15,8 +15,9 @@ namespace media_server::probe {
 std::optional<std::string> StreamTag(const AVStream& stream, const char* key);
 
 /// Duration of the whole file in seconds; 0 unknown. What the container tells as a whole, else from the start of the
-/// earliest to the end of the latest sound, picture or subtitle stream.
-double FileDuration(const AVFormatContext& context);
+/// earliest to the end of the latest sound, picture or subtitle stream. Of a file that is a header and sound, where
+/// neither is told, from its size and the sound's bit rate.
+double FileDuration(const AVFormatContext& context, std::optional<std::uint64_t> size);
 
 /// Duration of a stream in seconds: its own, else the one its statistics tag tells ("01:02:03.004"), else empty.
 std::optional<double> StreamDuration(const AVStream& stream);

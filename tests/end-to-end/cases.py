@@ -159,6 +159,9 @@ CONTAINERS = [
          {"format": "ogv", "0.codec": "theora", "0.frame_count": 25, "1.codec": "vorbis", **SIZE}),
     Case("wav.wav", tone("8000") + ["-c:a", "pcm_s24le", "-ac", "2"],
          {"format": "wav", "fourcc": "WAV ", "0.bits_per_sample": 24, "0.bit_rate": 384000, "0.channels": 2}),
+    # libavformat takes the number of samples in the header for wrong.
+    Case("mp3.wav", tone("44100", "5") + ["-ac", "2", "-c:a", "libmp3lame", "-b:a", "320k"],
+         {"0.codec": "mp3", "0.bit_rate": 320000}),
     Case("float.wav", tone("8000") + ["-c:a", "pcm_f32le"], {"0.codec": "pcm_f32le", "0.bits_per_sample": 32}),
     Case("aiff.aiff", tone("22050") + ["-c:a", "pcm_s16be"], {"format": "aiff", "0.sample_rate": 22050}),
     Case("caf.caf", tone("22050") + ["-c:a", "pcm_s16be"], {"format": "caf", "0.sample_rate": 22050}),

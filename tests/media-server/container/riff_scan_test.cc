@@ -165,6 +165,11 @@ TEST(RiffScan, LargeFormsTakeTheDataSizeFromDs64) {
   EXPECT_FALSE(Scan(large(50)).truncated);
   EXPECT_TRUE(Scan(large(5000)).truncated);
   EXPECT_TRUE(Scan(large(UINT64_MAX)).truncated);
+  EXPECT_FALSE(Scan(large(50)).endless_data);
+  const RiffScan endless = Scan(large(0));
+  ASSERT_TRUE(endless.endless_data) << "never put right";
+  EXPECT_EQ(endless.endless_data->size_bytes, 60U);
+  EXPECT_FALSE(endless.truncated);
 }
 
 TEST(RiffScan, UnprintableChunkIdsEndTheWalk) {

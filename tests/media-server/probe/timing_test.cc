@@ -52,7 +52,7 @@ TEST_F(TimingTest, KnowsNoDurationFromGarbage) {
 TEST_F(TimingTest, FileDurationIsTheContainers) {
   context_->duration = 3 * AV_TIME_BASE;
   video_.duration = 1000;
-  EXPECT_EQ(FileDuration(*context_), 3);
+  EXPECT_EQ(FileDuration(*context_, std::nullopt), 3);
 }
 
 TEST_F(TimingTest, FileDurationSpansSoundPictureAndSubtitleStreams) {
@@ -64,17 +64,37 @@ TEST_F(TimingTest, FileDurationSpansSoundPictureAndSubtitleStreams) {
   AVStream& data = AddStream(AVMEDIA_TYPE_DATA);
   data.start_time = 0;
   data.duration = 90'000;
-  EXPECT_EQ(FileDuration(*context_), 2.5);
+  EXPECT_EQ(FileDuration(*context_, std::nullopt), 2.5);
   AVStream& subtitle = AddStream(AVMEDIA_TYPE_SUBTITLE);
   subtitle.start_time = 2000;
   subtitle.duration = 2000;
-  EXPECT_EQ(FileDuration(*context_), 3.5);
+  EXPECT_EQ(FileDuration(*context_, std::nullopt), 3.5);
 }
 
 TEST_F(TimingTest, ACoverDoesNotLengthenTheFile) {
   video_.disposition = AV_DISPOSITION_ATTACHED_PIC;
   video_.duration = 90'000;
-  EXPECT_EQ(FileDuration(*context_), 0);
+  EXPECT_EQ(FileDuration(*context_, std::nullopt), 0);
+}
+
+TEST_F(TimingTest, SoundOfAKnownRateTellsTheLengthOfAFileThatIsNothingElse) {
+  constexpr std::uint64_t kSize = 801'540;
+  context_->iformat = av_find_input_format("wav");
+  video_.disposition = AV_DISPOSITION_ATTACHED_PIC;
+  AVStream& sound = AddStream(AVMEDIA_TYPE_AUDIO);
+  EXPECT_EQ(FileDuration(*context_, kSize), 0) << "no rate";
+  sound.codecpar->bit_rate = 320'000;
+  EXPECT_DOUBLE_EQ(FileDuration(*context_, kSize), 20.0385);
+  EXPECT_EQ(FileDuration(*context_, std::nullopt), 0);
+  sound.duration = 5000;
+  EXPECT_EQ(FileDuration(*context_, kSize), 5);
+  sound.duration = AV_NOPTS_VALUE;
+  video_.disposition = 0;
+  EXPECT_EQ(FileDuration(*context_, kSize), 0) << "a film";
+  video_.disposition = AV_DISPOSITION_ATTACHED_PIC;
+  context_->iformat = av_find_input_format("matroska");
+  EXPECT_EQ(FileDuration(*context_, kSize), 0) << "what is no sound may be most of it";
+  context_->iformat = nullptr;  // or the demuxer would close what it never opened
 }
 
 TEST_F(TimingTest, FileBitRateComesFromSizeAndDuration) {
