@@ -128,6 +128,7 @@ void CorrectTimes(const ContainerFacts& container, const BoundedSource& source, 
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
   if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
+  SetRateOfFieldClock(context);
   if (container.sound_seconds) SetSecondsOfSound(*container.sound_seconds, context);
 }
 

@@ -148,6 +148,14 @@ std::uint64_t StreamBitRate(const AVStream& stream) {
   return NumberTag(stream, "BPS").value_or(0);
 }
 
+void SetRateOfFieldClock(AVFormatContext& context) {
+  if (std::string_view(context.iformat->name) != "gxf") return;
+  for (AVStream* stream : Streams(context)) {
+    if (stream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO) continue;
+    stream->avg_frame_rate = av_mul_q(av_inv_q(stream->time_base), {1, 2});
+  }
+}
+
 double FrameRate(const AVStream& stream) {
   if (IsCover(stream)) return 0;  // libavformat gives a cover the rate of its clock
   for (const AVRational rate : {stream.avg_frame_rate, CodedRate(*stream.codecpar), stream.r_frame_rate}) {

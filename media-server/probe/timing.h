@@ -28,6 +28,10 @@ std::uint64_t FileBitRate(const AVFormatContext& context, std::optional<std::uin
 /// Bit rate of a stream in bits/s; 0 unknown. Exact for uncompressed sound, else what header or statistics tags tell.
 std::uint64_t StreamBitRate(const AVStream& stream);
 
+/// Gives pictures of GXF the rate that the file tells: libavformat has it only in its clock, which counts two fields to
+/// each picture (SMPTE 360M), and takes it for that of pictures.
+void SetRateOfFieldClock(AVFormatContext& context);
+
 /// Frames per second; 0 unknown.
 double FrameRate(const AVStream& stream);
 

@@ -127,6 +127,8 @@ CONTAINERS = [
           "1.bit_rate": 6912000, "1.flags": ["lossless"]}),
     Case("aes3.ts", pictures() + tone() + [*h264(), "-c:a", "s302m", "-strict", "-2", "-ac", "2"],
          {"1.codec": "s302m", "1.sample_rate": 48000, "1.channels": 2, "1.bits_per_sample": 16, "1.flags": ["lossless"]}),
+    Case("server.gxf", pictures("720x576") + tone() + [*MPEG2, "-c:a", "pcm_s16le"],
+         {"format": "gxf", "0.frame_rate": {"num": 25, "den": 1}, "0.frame_count": 25}),
     Case("pal.dv", pictures("720x576") + tone() + ["-target", "pal-dv"],
          {"format": "dv", "duration": 1, "0.codec": "dvvideo", "0.width": 720, "0.height": 576,
           "0.frame_rate": {"num": 25, "den": 1}, "0.frame_count": 25, "0.field_order": "bottom_first",

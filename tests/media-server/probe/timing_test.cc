@@ -143,6 +143,19 @@ TEST_F(TimingTest, FrameRateIsTheAverageThenTheCodecsThenTheBase) {
   EXPECT_EQ(FrameRate(video_), 0) << "a cover has none";
 }
 
+TEST_F(TimingTest, TheClockOfGxfCountsFields) {
+  context_->iformat = av_find_input_format("gxf");
+  video_.time_base = {1001, 60'000};
+  video_.avg_frame_rate = video_.r_frame_rate = {60'000, 1001};
+  SetRateOfFieldClock(*context_);
+  EXPECT_DOUBLE_EQ(FrameRate(video_), 30000.0 / 1001);
+  context_->iformat = av_find_input_format("mxf");
+  video_.avg_frame_rate = {60'000, 1001};
+  SetRateOfFieldClock(*context_);
+  EXPECT_DOUBLE_EQ(FrameRate(video_), 60000.0 / 1001);
+  context_->iformat = nullptr;  // or the demuxer would close what it never opened
+}
+
 TEST_F(TimingTest, FramesAreCountedByTheContainer) {
   video_.nb_frames = 10;
   EXPECT_EQ(FrameCount(video_, 0, 1, 25), 10u);
