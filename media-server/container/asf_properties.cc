@@ -30,10 +30,18 @@ AsfFileProperties ReadProperties(ByteReader& reader) {
   reader.Skip(16);  // file id
   const std::uint64_t file_size = reader.Le64();
   const std::uint64_t creation_date = reader.Le64();
-  reader.Skip(32);  // packets, durations, preroll
+  reader.Skip(8);  // packets
+  const std::uint64_t play_duration = reader.Le64();
+  reader.Skip(8);  // send duration
+  const std::uint64_t preroll_ms = reader.Le64();
   const bool is_broadcast = (reader.Le32() & 1) != 0;
   AsfFileProperties properties;
-  if (!is_broadcast) properties.file_size_bytes = file_size;
+  if (!is_broadcast) {
+    properties.file_size_bytes = file_size;
+    const double seconds =
+        static_cast<double>(play_duration) / kTicksPerSecond - static_cast<double>(preroll_ms) / 1000;
+    if (seconds > 0) properties.duration_s = seconds;
+  }
   // Writers without a clock leave 0 in one of the two epochs, or what stood in memory.
   const std::int64_t creation = static_cast<std::int64_t>(creation_date / kTicksPerSecond) - kSecondsFrom1601To1970;
   if (creation > 0) properties.creation_unix_s = creation;

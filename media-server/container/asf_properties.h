@@ -12,6 +12,8 @@ namespace media_server {
 struct AsfFileProperties {
   /// Empty for a broadcast, whose sizes mean nothing.
   std::optional<std::uint64_t> file_size_bytes;
+  /// Without the time that players fill their buffers in. Empty for a broadcast, too, and for what is not above 0.
+  std::optional<double> duration_s;
   /// Seconds since 1970 UTC; the file counts 100 ns from 1601. Empty for what is not after 1970.
   std::optional<std::int64_t> creation_unix_s;
 };

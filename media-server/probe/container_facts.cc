@@ -161,7 +161,10 @@ ContainerFacts FactsOfRiff(IByteSource& source) {
 ContainerFacts FactsOfAsf(IByteSource& source) {
   ContainerFacts facts;
   facts.truncated = EndsEarly(source, "asf");
-  if (const auto properties = ReadAsfFileProperties(source)) facts.created = properties->creation_unix_s;
+  if (const auto properties = ReadAsfFileProperties(source)) {
+    facts.created = properties->creation_unix_s;
+    facts.told_seconds = properties->duration_s;
+  }
   facts.frame_times = ReadAsfFrameTimes(source);
   return facts;
 }

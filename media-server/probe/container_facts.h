@@ -25,6 +25,7 @@ struct ContainerFacts {
   std::optional<Id3v1Tag> id3v1;              ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
   std::optional<RiffDataToEnd> sound_to_end;  ///< of a WAV file whose writer could not go back, or that was cut
   std::optional<double> sound_seconds;        ///< of AMR, which libavformat estimates
+  std::optional<double> told_seconds;         ///< of ASF, which libavformat gives no length where it is cut
   std::vector<std::uint16_t> scrambled_pids;  ///< of a transport stream
   std::vector<AsfFrameTime> frame_times;      ///< of ASF
   bool is_flv = false;                        ///< has one stream of a kind, and no ids but their kinds

@@ -99,7 +99,7 @@ void SetLengthOfSound(std::optional<std::uint64_t> bytes, AVFormatContext& conte
   }
 }
 
-void SetSecondsOfSound(double seconds, AVFormatContext& context) {
+void SetSeconds(double seconds, AVFormatContext& context) {
   context.duration = std::llround(seconds * AV_TIME_BASE);
   for (AVStream* stream : Streams(context)) stream->duration = std::llround(seconds / av_q2d(stream->time_base));
 }
@@ -117,7 +117,8 @@ void SetLengthsOfTracks(const ContainerFacts& container, AVFormatContext& contex
   }
   // Where libavformat has summed up the tracks, it has left out subtitles that go on after the picture.
   context.duration = AV_NOPTS_VALUE;
-  if (movie && FileDuration(context, std::nullopt) == 0) context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
+  if (movie && FileDuration(context, std::nullopt) == 0)
+    context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
 }
 
 // Puts right what libavformat tells of lengths where our readers or the budget of the source know better.
@@ -129,7 +130,8 @@ void CorrectTimes(const ContainerFacts& container, const BoundedSource& source, 
   if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
   SetRateOfFieldClock(context);
-  if (container.sound_seconds) SetSecondsOfSound(*container.sound_seconds, context);
+  if (container.sound_seconds) SetSeconds(*container.sound_seconds, context);
+  if (container.told_seconds && context.duration <= 0) SetSeconds(*container.told_seconds, context);
 }
 
 // libavformat counts from the first sample on and each sample once. Edits are rounded to the movie's ticks: what is

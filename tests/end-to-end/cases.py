@@ -140,6 +140,10 @@ CONTAINERS = [
          {"format": "flv", "fourcc": "FLV ", "0.codec": "h264", "1.codec": "aac", **SIZE}),
     Case("wmv.wmv", pictures() + tone("44100") + ["-c:v", "wmv2", "-c:a", "wmav2", "-b:a", "64k"],
          {"format": "asf", "fourcc": "ASF ", "0.codec": "wmv2", "1.codec": "wmav2", "created": None, **SIZE}),
+    # Of a file that is shorter than it says, libavformat tells no length.
+    Case("cut.wmv", pictures(seconds="2") + ["-c:v", "wmv2"],
+         {"duration": 2, "0.frame_rate": {"num": 25, "den": 1}, "0.frame_count": 50},
+         lambda data: data[:len(data) // 2]),
     # Pictures at 0, 0.28 and 0.8 s.
     Case("uneven.wmv", pictures() + ["-vf", "select='eq(n,0)+eq(n,7)+eq(n,20)'", "-vsync", "vfr", "-c:v", "wmv2"],
          {"format": "asf", "0.frame_rate": {"num": 5, "den": 2}, "0.frame_count": 3}),

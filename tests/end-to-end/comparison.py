@@ -82,6 +82,7 @@ KNOWN_BETTER = {
     "brazilian.mp4": {"0.language": Better("pt-BR", "ffprobe passes over the extended language tag")},
     "pal.dv": {"0.bit_rate": Better(28800000, "ffprobe prints the nominal rate, whatever a frame takes")},
     "ntsc.dv": {"0.bit_rate": Better(28771229, "ffprobe prints the nominal rate, whatever a frame takes")},
+    "cut.wmv": {"0.frame_count": Better(50, "ffprobe knows no length; ours is that of the whole film")},
     "server.gxf": {"0.frame_rate": Better(25, "ffprobe takes fields for pictures")},
     "uneven.wmv": {"0.frame_rate": Better(2.5, "ffprobe guesses a rate that the packets do not have")},
     "mpeg1.mpg": {"0.bit_rate": Better(None, "ffprobe prints the mark of a variable rate as if it were a rate")},

@@ -17,11 +17,13 @@ const std::string kOtherId(16, 'x');
 // 2006-10-26 20:52:03 UTC, in units of 100 ns since 1601.
 constexpr std::uint64_t kCreation = 128'063'695'230'000'000;
 
-std::string Properties(std::uint64_t file_size, std::uint64_t creation, std::uint32_t flags) {
-  return kPropertiesId + Le(104, 8)      // id, size
-         + Zeros(16) + Le(file_size, 8)  // file id, file size
-         + Le(creation, 8) + Zeros(32)   // creation date; packets, durations, preroll
-         + Le(flags, 4) + Zeros(12);     // flags; packet sizes, bit rate
+std::string Properties(std::uint64_t file_size, std::uint64_t creation, std::uint32_t flags,
+                       std::uint64_t play_duration = 0, std::uint64_t preroll_ms = 0) {
+  return kPropertiesId + Le(104, 8)                             // id, size
+         + Zeros(16) + Le(file_size, 8)                         // file id, file size
+         + Le(creation, 8) + Zeros(8)                           // creation date, packets
+         + Le(play_duration, 8) + Zeros(8) + Le(preroll_ms, 8)  // send duration in between
+         + Le(flags, 4) + Zeros(12);                            // flags; packet sizes, bit rate
 }
 
 std::optional<AsfFileProperties> Read(const std::string& content) {
@@ -44,6 +46,13 @@ TEST(AsfPropertiesTest, ABroadcastHasNoSize) {
   const auto properties = Read(Properties(5000, kCreation, 1));
   ASSERT_TRUE(properties.has_value());
   EXPECT_EQ(properties->file_size_bytes, std::nullopt);
+}
+
+TEST(AsfPropertiesTest, PlaysForItsDurationWithoutThePreroll) {
+  constexpr std::uint64_t kSecond = 10'000'000;
+  EXPECT_EQ(Read(Properties(1, 0, 2, 7 * kSecond, 3100))->duration_s, 7 - 3.1);
+  EXPECT_EQ(Read(Properties(1, 0, 1, 7 * kSecond, 3100))->duration_s, std::nullopt) << "a broadcast";
+  EXPECT_EQ(Read(Properties(1, 0, 2, 3 * kSecond, 3100))->duration_s, std::nullopt);
 }
 
 TEST(AsfPropertiesTest, ZeroIsNoTime) { EXPECT_EQ(Read(Properties(1, 0, 0))->creation_unix_s, std::nullopt); }
