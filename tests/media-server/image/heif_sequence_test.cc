@@ -85,14 +85,20 @@ TEST(HeifSequence, VideoTracksCountAndSoundDoesNot) {
   EXPECT_FALSE(headers.animation);
 }
 
-TEST(HeifSequence, TheMovieTellsTheLengthWhereTheTrackDoesNot) {
+TEST(HeifSequence, ItsPicturesTellTheLengthWhereTheTrackDoesNot) {
   const PictureHeaders headers = Read(Sequence(HeifTrack{.duration = 0}.Bytes(), 2500));
+  ASSERT_TRUE(headers.animation);
+  EXPECT_DOUBLE_EQ(headers.animation->duration_s, 120 * 3600 / 90000.0);
+}
+
+TEST(HeifSequence, TheMovieTellsTheLengthWhereTheTrackDoesNot) {
+  const PictureHeaders headers = Read(Sequence(HeifTrack{.duration = 0, .decoding_times = Be(0, 4)}.Bytes(), 2500));
   ASSERT_TRUE(headers.animation);
   EXPECT_DOUBLE_EQ(headers.animation->duration_s, 2.5);
 }
 
 TEST(HeifSequence, WithoutALengthItIsAStill) {
-  EXPECT_FALSE(Read(Sequence(HeifTrack{.duration = 0}.Bytes())).animation);
+  EXPECT_FALSE(Read(Sequence(HeifTrack{.duration = 0, .decoding_times = Be(0, 4)}.Bytes())).animation);
 }
 
 TEST(HeifSequence, ASinglePictureIsAStill) {
