@@ -19,7 +19,8 @@ namespace {
 // No real file comes near it.
 constexpr int kMostTags = 512;
 // What one section of a program association table has room for (ISO/IEC 13818-1: 1,021 bytes behind the length, 9 of
-// them for the whole section, 4 for a program). A transponder carries some 60 Mb/s: that is 200 programs of sound alone.
+// them for the whole section, 4 for a program). A transponder carries some 60 Mb/s: that is 200 programs of sound
+// alone.
 constexpr unsigned kMostPrograms = 253;
 // Of all programs together: twice the streams that a file may have. Only a program's regional variants have streams in
 // common, some twenty of them with ten streams each.
