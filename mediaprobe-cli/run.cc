@@ -66,9 +66,11 @@ bool IsSet(const char* variable) {
   return value && *value;
 }
 
+bool GoesToTerminal(const Options& options) { return options.output.empty() && isatty(STDOUT_FILENO) != 0; }
+
 TextLayout LayoutFor(const Options& options) {
   TextLayout layout{.use_colors = false, .is_full = options.full, .columns = std::nullopt};
-  if (!options.output.empty() || !isatty(STDOUT_FILENO)) return layout;
+  if (!GoesToTerminal(options)) return layout;
   layout.use_colors = !IsSet("NO_COLOR");
   layout.columns = TerminalColumns(STDOUT_FILENO);
   return layout;
@@ -81,7 +83,7 @@ std::unique_ptr<RecordFormatter> MakeFormatter(const Options& options) {
     case OutputForm::kNdjson:
       return std::make_unique<NdjsonFormatter>();
     case OutputForm::kCsv:
-      return std::make_unique<CsvFormatter>();
+      return std::make_unique<CsvFormatter>(GoesToTerminal(options));
     case OutputForm::kText:
       break;
   }
@@ -184,8 +186,7 @@ InputRun::InputRun(const Options& options, const Host& host, const RecordFormatt
               {.service = options.service, .key = options.key, .wants_uuid = options.uuid}),
       progress_(ShowsProgress(options) ? stderr : nullptr),
       // A person at a terminal sees standard error beside the blocks and need not read the same failure twice.
-      failures_are_seen_(options.form == OutputForm::kText && options.output.empty() && isatty(STDOUT_FILENO) &&
-                         isatty(STDERR_FILENO)) {}
+      failures_are_seen_(options.form == OutputForm::kText && GoesToTerminal(options) && isatty(STDERR_FILENO)) {}
 
 Answer InputRun::AnswerFor(const Input& input, Record& record) const {
   if (input.found_by_walk && record.error && IsNothingToRead(*record.error)) return {};

@@ -7,6 +7,7 @@
 
 #include "output/json_text.h"
 #include "output/record_json.h"
+#include "output/terminal_text.h"
 #include "platform/text.h"
 
 namespace mediaprobe {
@@ -124,11 +125,14 @@ const Json* Find(const Column& column, const Json& record, const Json& row) {
   return Find(row, column.key);
 }
 
-std::string RowText(const Json& record, const Json& row) {
+std::string RowText(const Json& record, const Json& row, bool is_for_terminal) {
   std::string text;
   for (const Column& column : kColumns) {
     if (&column != kColumns) text += ',';
-    if (const Json* value = Find(column, record, row)) text += Quoted(CellOf(*value));
+    const Json* value = Find(column, record, row);
+    if (!value) continue;
+    const std::string cell = CellOf(*value);
+    text += Quoted(is_for_terminal ? TerminalText(cell) : cell);
   }
   return text + '\n';
 }
@@ -167,11 +171,11 @@ std::string CsvFormatter::Format(const Record& record) const {
   const Json* programs = Find(whole, "programs");
   if (!programs) {
     if (!record.error) whole["kind"] = whole.at("service");
-    return RowText(whole, whole);
+    return RowText(whole, whole, is_for_terminal_);
   }
   std::string text;
-  for (const Json& row : StreamRows(*programs)) text += RowText(whole, row);
-  return text.empty() ? RowText(whole, Json::object()) : text;
+  for (const Json& row : StreamRows(*programs)) text += RowText(whole, row, is_for_terminal_);
+  return text.empty() ? RowText(whole, Json::object(), is_for_terminal_) : text;
 }
 
 }  // namespace mediaprobe

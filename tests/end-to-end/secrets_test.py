@@ -8,6 +8,7 @@ import subprocess
 import tempfile
 import threading
 import time
+import tty
 import unicodedata
 import unittest
 
@@ -194,6 +195,28 @@ class Terminals(Scratch):
             kind = unicodedata.category(character)
             self.assertTrue(character == "\n" or kind not in ("Cc", "Cf", "Zl", "Zp"), f"U+{ord(character):04X}")
 
+    def on_terminal(self, *arguments):
+        """A run with its output on a terminal, and what that gets."""
+        reader, terminal = os.openpty()
+        tty.setraw(terminal)
+        shown = bytearray()
+
+        def drain():
+            with contextlib.suppress(OSError):
+                while piece := os.read(reader, 4096):
+                    shown.extend(piece)
+
+        drainer = threading.Thread(target=drain)
+        drainer.start()
+        try:
+            done = subprocess.run([tool.MEDIAPROBE, *arguments], env={**os.environ, "NO_COLOR": "1"}, stdout=terminal,
+                                  stderr=subprocess.PIPE, timeout=tool.HANG_SECONDS)
+        finally:
+            os.close(terminal)
+            drainer.join()
+            os.close(reader)
+        return tool.Run(done.returncode, bytes(shown), done.stderr)
+
     def tagged(self):
         """A file whose tags are as nasty as can be."""
         path = self.folder / "tagged.mp3"
@@ -216,12 +239,19 @@ class Terminals(Scratch):
         path = self.tagged()
         record = tool.record_of(path)
         self.assertIn("\x1b", record["metadata"]["MediaFile_Metedata_Title"])
-        for form in (("--text",), ("--text", "--full")):
+        for form, escape in ((("--text",), rb"\x1b"), (("--text", "--full"), rb"\x1b"), (("--csv",), rb"\x1b"),
+                             (("--json",), rb"\u001b"), (("--ndjson",), rb"\u001b")):
             with self.subTest(form=form):
-                done = tool.run(*form, path)
+                done = self.on_terminal(*form, path)
                 self.assertEqual(done.status, 0)
-                self.assertIn(b"\\x1b]0;owned", done.output)
+                self.assertIn(escape + b"]0;owned", done.output)
                 self.check_is_safe(done.output)
+                # What else reads CSV gets the text itself.
+                done = tool.run(*form, path)
+                if "--csv" in form:
+                    self.assertIn(b"\x1b]0;owned", done.output)
+                else:
+                    self.check_is_safe(done.output)
 
     def test_json_has_no_raw_ones(self):
         path = self.tagged()
@@ -236,7 +266,7 @@ class Terminals(Scratch):
 
     def test_names_reach_none_raw(self):
         name = f"missing {NASTY}.mp4".replace("/", "")
-        for arguments in ((), ("--csv",), ("--progress",), ("--log-level", "trace"), ("--isolation", "none"),
+        for arguments in ((), ("--csv",), ("--json",), ("--ndjson",), ("--progress",), ("--log-level", "trace"), ("--isolation", "none"),
                           ("-o", f"/missing{NASTY}/x"), ("--log-file", f"/missing{NASTY}/x"),
                           ("--key-file", f"/missing{NASTY}"), (f"--{NASTY}",), ("--jobs", NASTY), ("--service", NASTY),
                           ("--log-level", NASTY), ("--timeout", NASTY)):
@@ -246,6 +276,9 @@ class Terminals(Scratch):
                 self.check_is_safe(done.complaints)
                 if "--csv" not in arguments:
                     self.check_is_safe(done.output)
+                seen = self.on_terminal(*arguments, name)
+                self.assertEqual(seen.status, done.status)
+                self.check_is_safe(seen.output)
 
     def test_progress_shows_none_raw(self):
         name = f"slow{NASTY}.mp4"

@@ -13,6 +13,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 /// The rows of RFC 4180 text, each a list of cells.
 std::vector<std::vector<std::string>> Parse(std::string_view text) {
@@ -38,7 +39,7 @@ std::vector<std::vector<std::string>> Parse(std::string_view text) {
 
 /// The rows as maps from column to cell, empty cells left out.
 std::vector<std::map<std::string, std::string>> Rows(const Record& record) {
-  const CsvFormatter formatter;
+  const CsvFormatter formatter(/*is_for_terminal=*/false);
   const auto names = Parse(formatter.Frame().begin).at(0);
   std::vector<std::map<std::string, std::string>> rows;
   for (const auto& cells : Parse(formatter.Format(record))) {
@@ -140,8 +141,18 @@ TEST(CsvFormatter, IsValidUtf8) {
   EXPECT_EQ(Rows(record).at(0).at("input"), "a\xEF\xBF\xBD.mp4");
 }
 
+TEST(CsvFormatter, WritesOutWhatATerminalWouldActUpon) {
+  Record record;
+  record.input = "a\x1b[2J\n\xE2\x80\xAE, \xC3\xA4.mp4";
+  const CsvFormatter for_program(/*is_for_terminal=*/false);
+  const CsvFormatter for_terminal(/*is_for_terminal=*/true);
+  EXPECT_THAT(for_program.Format(record), StartsWith("\"" + record.input + "\","));
+  EXPECT_THAT(for_terminal.Format(record), StartsWith("\"a\\x1b[2J\\n\\u202e, \xC3\xA4.mp4\","));
+}
+
 TEST(CsvFormatter, QuotesOnlyWhatNeedsIt) {
-  EXPECT_TRUE(CsvFormatter().Format(TwoStreams()).starts_with("\"a, \"\"b\"\"\n.mp4\",media,ok,"));
+  EXPECT_TRUE(
+      CsvFormatter(/*is_for_terminal=*/false).Format(TwoStreams()).starts_with("\"a, \"\"b\"\"\n.mp4\",media,ok,"));
 }
 
 }  // namespace
