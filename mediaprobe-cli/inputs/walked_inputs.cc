@@ -10,7 +10,7 @@ namespace {
 
 bool IsFolder(const std::string& name) {
   std::error_code failure;
-  return std::filesystem::is_directory(name, failure);
+  return name.find('\0') == std::string::npos && std::filesystem::is_directory(name, failure);
 }
 
 }  // namespace

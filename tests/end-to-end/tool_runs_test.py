@@ -94,6 +94,19 @@ class StandardInput(Runs):
         done = self.probe(b"n" * 200_000 + b"\na.mp3\n")
         self.assertEqual([record["status"] for record in done.records()], ["error", "ok"])
 
+    def test_line_with_a_nul_is_a_failed_record(self):
+        """As where `find -print0` meets a tool without -0."""
+        self.add(b"a.mp3", b"b.mp3")
+        for isolation in ("none", "worker"):
+            for options in ((), ("-r",)):
+                with self.subTest(isolation=isolation, options=options):
+                    done = self.probe(b"./a.mp3\0./b.mp3\0.\0\n./b.mp3\n", "--isolation", isolation, *options)
+                    self.assertEqual(done.status, 1)
+                    self.assertEqual([(record["input"], record.get("error")) for record in done.records()],
+                                     [("./a.mp3\0", "the name holds a NUL (is -0 missing?)"), ("./b.mp3", None)])
+                    self.assertEqual(done.complaints,
+                                     b"mediaprobe: ./a.mp3\\x00: the name holds a NUL (is -0 missing?)\n")
+
     def test_that_cannot_be_read_is_told(self):
         folder = os.open("/", os.O_RDONLY)
         self.addCleanup(os.close, folder)

@@ -40,6 +40,14 @@ TEST(WalkedInputs, PutWhatLiesUnderFoldersInTheirPlace) {
   EXPECT_EQ(source.total(), std::nullopt);
 }
 
+TEST(WalkedInputs, LeaveANameWithANulAlone) {
+  const testing::ScratchFolder folder;
+  folder.AddFile("one.mp4");
+  const std::string name = folder.path() + '\0';
+  WalkedInputs source(std::make_unique<ListedInputs>(std::vector<std::string>{name}), {});
+  EXPECT_THAT(All(source), ElementsAre(name));
+}
+
 TEST(WalkedInputs, WaitForAStreamThatHasNoMore) {
   const testing::ScratchFolder folder;
   const std::string file = folder.AddFile("one.mp4");
