@@ -158,6 +158,7 @@ class InputRun {
   Answer TryOne(const Input& input, const ReportDigest& report, char* const* restart_line);
   Answer AnswerFor(const Input& input, Record& record) const;
   Answer Write(const Record& record) const;
+  Answer FailureOf(const Input& input, const std::string& reason) const;
   bool Take(const Answer& answer);
 
   const Options& options_;
@@ -203,7 +204,15 @@ Answer InputRun::Write(const Record& record) const {
   return answer;
 }
 
+Answer InputRun::FailureOf(const Input& input, const std::string& reason) const {
+  Record record;
+  record.input = platform::MaskUrl(input.name);
+  record.error = reason;
+  return AnswerFor(input, record);
+}
+
 Answer InputRun::AnswerOne(const Input& input, const ReportDigest& report) {
+  if (input.walk_error != 0) return FailureOf(input, ReasonOf(input.walk_error));
   Record record = prober_.Probe(input.name, report);
   return AnswerFor(input, record);
 }
@@ -226,12 +235,7 @@ bool InputRun::Take(const Answer& answer) {
 RunCallbacks InputRun::MakeCallbacks() {
   RunCallbacks callbacks;
   callbacks.answer = [this](const Input& input, const ReportDigest& report) { return AnswerOne(input, report); };
-  callbacks.fail = [this](const Input& input, const std::string& reason) {
-    Record record;
-    record.input = platform::MaskUrl(input.name);
-    record.error = reason;
-    return AnswerFor(input, record);
-  };
+  callbacks.fail = [this](const Input& input, const std::string& reason) { return FailureOf(input, reason); };
   callbacks.time_limit = [this](const Input& input) { return TimeLimit(options_, input); };
   callbacks.take = [this](const Answer& answer) { return Take(answer); };
   callbacks.wait = [this](const RunCallbacks::Progress& progress) {
@@ -281,11 +285,14 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
   const bool is_strict = options_.isolation == Isolation::kStrict;
   const std::vector<int> log = options_.log_file.empty() ? std::vector<int>() : DescriptorsOf(options_.log_file);
 
+  // A worker is told names only: what a walk failed with is known to a process that is started for it.
+  int walk_error = 0;
   callbacks.company = [is_strict](const Input& input) {
-    if (is_strict) return Company::kAlone;
+    if (is_strict || input.walk_error != 0) return Company::kAlone;
     return IsNetworkUrl(input.name) ? Company::kNetwork : Company::kFiles;
   };
   callbacks.enter = [&](const Input& input, Company company, int descriptor) {
+    walk_error = input.walk_error;
     provisions.WatchLoading();
     std::vector<int> kept = log;
     kept.push_back(descriptor);
@@ -293,6 +300,7 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
     return confinement.Enter(input, company, kept);
   };
   callbacks.answer = [&](const Input& input, const ReportDigest& report) {
+    if (walk_error != 0) return FailureOf(input, ReasonOf(walk_error));
     Record record = prober_.Probe(input.name, report);
     const auto& reason = record.error ? record.error : record.uuid_error;
     if (reason && IsOutOfReach(input.name, *reason)) LeaveWithWish(kWishForOwnProcess);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -44,14 +45,22 @@ bool Matches(const std::string& pattern, const std::string& name, std::string_vi
 FolderWalk::FolderWalk(std::string folder, WalkFilter filter) : filter_(std::move(filter)) {
   const std::string root = folder.ends_with('/') ? folder : folder + '/';
   root_size_ = root.size();
-  if (!Enter(root)) unreadable_root_ = std::move(folder);
+  if (const int error = Enter(root); error != 0) unreadable_root_ = Found{std::move(folder), error};
 }
 
-bool FolderWalk::Enter(const std::string& folder) {
+int FolderWalk::Enter(const std::string& folder) {
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(folder.c_str()), closedir);
-  if (!stream) return false;
+  if (!stream) return errno;
   Level level{folder, {}};
-  while (const dirent* entry = readdir(stream.get())) {
+  int error = 0;
+  while (true) {
+    // Only errno tells a failure from the end.
+    errno = 0;
+    const dirent* entry = readdir(stream.get());
+    if (!entry) {
+      error = errno;
+      break;
+    }
     const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
     const Kind kind = KindOf(*entry, folder + entry->d_name);
@@ -59,7 +68,7 @@ bool FolderWalk::Enter(const std::string& folder) {
   }
   std::ranges::sort(level.entries, std::greater<>(), &Entry::name);
   levels_.push_back(std::move(level));
-  return true;
+  return error;
 }
 
 bool FolderWalk::IsWanted(const Entry& entry, const std::string& path) const {
@@ -69,7 +78,7 @@ bool FolderWalk::IsWanted(const Entry& entry, const std::string& path) const {
   return entry.is_folder || filter_.include.empty() || std::ranges::any_of(filter_.include, matches);
 }
 
-std::optional<std::string> FolderWalk::Next() {
+std::optional<FolderWalk::Found> FolderWalk::Next() {
   if (unreadable_root_) return std::exchange(unreadable_root_, std::nullopt);
   while (!levels_.empty()) {
     Level& level = levels_.back();
@@ -81,7 +90,8 @@ std::optional<std::string> FolderWalk::Next() {
     level.entries.pop_back();
     std::string path = level.path + entry.name;
     if (!IsWanted(entry, path)) continue;
-    if (!entry.is_folder || !Enter(path + "/")) return path;
+    const int error = entry.is_folder ? Enter(path + "/") : 0;
+    if (!entry.is_folder || error != 0) return Found{std::move(path), error};
   }
   return std::nullopt;
 }

@@ -16,13 +16,18 @@ struct WalkFilter {
 
 /// The regular files under a folder, its folders' files included: files in the order of their names, byte by byte, and
 /// folders among them. Links to files are followed, links to folders are not, so that a walk ends. Folders that cannot
-/// be read are given as if they were files, the walked one as it was named, which lets their failure be told.
+/// be read to their end are given as well, the walked one as it was named, before what could be read of them.
 class FolderWalk {
  public:
+  struct Found {
+    std::string path;  ///< beginning with the walked folder's own name
+    int error = 0;     ///< why a folder cannot be read, as errno has it; 0 for a file
+  };
+
   FolderWalk(std::string folder, WalkFilter filter);
 
-  /// The path of the next file, beginning with the folder's own name; empty when there are no more.
-  std::optional<std::string> Next();
+  /// Empty when there are no more.
+  std::optional<Found> Next();
 
  private:
   struct Entry {
@@ -34,14 +39,14 @@ class FolderWalk {
     std::vector<Entry> entries;  // the next one last
   };
 
-  /// False when the folder cannot be read.
-  bool Enter(const std::string& folder);
+  /// Returns what the folder cannot be read to its end for, as errno has it; 0 when it has been.
+  int Enter(const std::string& folder);
   bool IsWanted(const Entry& entry, const std::string& path) const;
 
   std::size_t root_size_;
   WalkFilter filter_;
   std::vector<Level> levels_;
-  std::optional<std::string> unreadable_root_;
+  std::optional<Found> unreadable_root_;
 };
 
 }  // namespace mediaprobe

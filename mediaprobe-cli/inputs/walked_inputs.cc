@@ -22,7 +22,7 @@ InputSource::State WalkedInputs::Next(Input* input) {
   while (true) {
     if (walk_) {
       if (auto found = walk_->Next()) {
-        *input = {std::move(*found), /*found_by_walk=*/true};
+        *input = {std::move(found->path), /*found_by_walk=*/true, found->error};
         return State::kInput;
       }
       walk_.reset();

@@ -16,7 +16,20 @@ namespace {
 
 constexpr char kEmptyFile[] = "empty file";
 
-std::string WordsFor(int error) {
+/// Empty when nothing about the file itself is in the way.
+std::string FileReason(const std::string& path) {
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) return ReasonOf(errno);
+  if (S_ISDIR(status.st_mode)) return access(path.c_str(), R_OK | X_OK) == 0 ? "is a folder" : ReasonOf(errno);
+  if (!S_ISREG(status.st_mode)) return "not a regular file";
+  if (access(path.c_str(), R_OK) != 0) return ReasonOf(errno);
+  if (status.st_size == 0) return kEmptyFile;
+  return {};
+}
+
+}  // namespace
+
+std::string ReasonOf(int error) {
   switch (error) {
     case ENOENT:
     case ENOTDIR:
@@ -28,19 +41,6 @@ std::string WordsFor(int error) {
       return std::generic_category().message(error);
   }
 }
-
-/// Empty when nothing about the file itself is in the way.
-std::string FileReason(const std::string& path) {
-  struct stat status;
-  if (stat(path.c_str(), &status) != 0) return WordsFor(errno);
-  if (S_ISDIR(status.st_mode)) return access(path.c_str(), R_OK | X_OK) == 0 ? "is a folder" : WordsFor(errno);
-  if (!S_ISREG(status.st_mode)) return "not a regular file";
-  if (access(path.c_str(), R_OK) != 0) return WordsFor(errno);
-  if (status.st_size == 0) return kEmptyFile;
-  return {};
-}
-
-}  // namespace
 
 bool IsNothingToRead(std::string_view reason) {
   namespace refusals = media_server::refusals;

@@ -1,13 +1,16 @@
 """The tool's options, output forms and exit statuses on real files, as people and scripts use them."""
 import csv
 import ctypes
+import errno
 import io
 import json
 import os
 import pathlib
+import platform
 import re
 import shutil
 import signal
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -23,12 +26,28 @@ FORMS = ("--text", "--json", "--ndjson", "--csv")
 STREAM_KINDS = ("video", "audio", "subpicture")
 # <sys/prctl.h> and <linux/capability.h>
 PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH = 24, 1, 2
+# <sys/prctl.h> and <linux/seccomp.h>
+PR_SET_NO_NEW_PRIVS, PR_SET_SECCOMP, SECCOMP_MODE_FILTER = 38, 22, 2
 
 
 def respect_permissions():
     """What root starts after this may read no more than anybody else."""
     for capability in (CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH):
         ctypes.CDLL(None).prctl(PR_CAPBSET_DROP, capability, 0, 0, 0)
+
+
+def fail_to_list_folders():
+    """What is started after this can open folders, but reading them fails as it does on a broken disk."""
+    getdents64 = {"x86_64": 217, "aarch64": 61}[platform.machine()]
+    # <linux/filter.h>: load the number of the call, compare it, answer with EIO or let it pass.
+    instructions = ((0x20, 0, 0, 0), (0x15, 0, 1, getdents64), (0x06, 0, 0, 0x00050000 | errno.EIO),
+                    (0x06, 0, 0, 0x7FFF0000))
+    code = ctypes.create_string_buffer(b"".join(struct.pack("HBBI", *words) for words in instructions))
+    program = ctypes.create_string_buffer(struct.pack("HP", len(instructions), ctypes.addressof(code)))
+    libc = ctypes.CDLL(None)
+    libc.prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0)
+    if libc.prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, ctypes.byref(program), 0, 0) != 0:
+        raise OSError("the kernel has no seccomp filters")
 
 
 class Folder(unittest.TestCase):
@@ -539,6 +558,21 @@ class Folders(Folder):
                                   preexec_fn=respect_permissions, timeout=tool.HANG_SECONDS)
             record = json.loads(done.stdout)
             self.assertEqual((done.returncode, record["input"], record["error"]), (1, name, "no permission"))
+
+    def test_folder_that_fails_while_it_is_read_is_told(self):
+        self.add("folder/a.mp3", "b.mp3")
+        # A sanitizer that looks for leaks lists folders, too.
+        environment = {**os.environ, "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"}
+        for isolation in ("none", "worker", "strict"):
+            with self.subTest(isolation=isolation):
+                done = subprocess.run(
+                    [tool.MEDIAPROBE, "-r", "--ndjson", "--allow-unsandboxed", "--isolation", isolation, "folder",
+                     "b.mp3"], cwd=self.folder, env=environment, capture_output=True,
+                    preexec_fn=fail_to_list_folders, timeout=tool.HANG_SECONDS)
+                self.assertEqual((done.returncode, done.stderr), (1, b"mediaprobe: folder: Input/output error\n"))
+                records = [json.loads(line) for line in done.stdout.splitlines()]
+                self.assertEqual([(record["input"], record.get("error")) for record in records],
+                                 [("folder", "Input/output error"), ("b.mp3", None)])
 
     def test_files_and_folders_mix(self):
         self.add("one/a.mp3", "b.mp3", "two/c.mp3")

@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "scratch_folder.h"
@@ -25,9 +27,10 @@ class FolderWalkTest : public ::testing::Test {
   std::vector<std::string> Walk(const WalkFilter& filter = {}) {
     std::vector<std::string> found;
     FolderWalk walk(folder_.path(), filter);
-    while (const auto path = walk.Next()) {
-      EXPECT_TRUE(path->starts_with(folder_.path() + "/"));
-      found.push_back(path->substr(folder_.path().size() + 1));
+    while (const auto next = walk.Next()) {
+      EXPECT_TRUE(next->path.starts_with(folder_.path() + "/"));
+      EXPECT_EQ(next->error, 0);
+      found.push_back(next->path.substr(folder_.path().size() + 1));
     }
     return found;
   }
@@ -41,7 +44,7 @@ TEST_F(FolderWalkTest, GivesFilesInTheOrderOfTheirNames) {
 
 TEST_F(FolderWalkTest, KeepsTheSlashThatTheFolderWasGivenWith) {
   FolderWalk walk(folder_.path() + "/", {});
-  EXPECT_EQ(walk.Next(), folder_.path() + "/a.MP4");
+  EXPECT_EQ(walk.Next()->path, folder_.path() + "/a.MP4");
 }
 
 TEST_F(FolderWalkTest, TakesFilesThatAnIncludeNames) {
@@ -68,9 +71,25 @@ TEST_F(FolderWalkTest, FollowsLinksToFilesOnly) {
 TEST_F(FolderWalkTest, GivesAFolderThatCannotBeRead) {
   for (const std::string& name : {folder_.path() + "/missing", folder_.path() + "/missing/"}) {
     FolderWalk walk(name, {});
-    EXPECT_EQ(walk.Next(), name) << "as it was given";
+    const auto found = walk.Next();
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->path, name) << "as it was given";
+    EXPECT_EQ(found->error, ENOENT);
     EXPECT_FALSE(walk.Next());
   }
+}
+
+TEST_F(FolderWalkTest, TellsWhyAFolderBelowCannotBeRead) {
+  FolderWalk walk(folder_.path(), {.include = {}, .exclude = {"*.*"}});
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  const auto found = walk.Next();
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->path, folder_.path() + "/c");
+  EXPECT_EQ(found->error, EMFILE);
 }
 
 TEST_F(FolderWalkTest, FindsNothingInAnEmptyFolder) {
