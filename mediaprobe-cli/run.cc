@@ -243,7 +243,11 @@ RunCallbacks InputRun::MakeCallbacks() {
     if (progress.digest) now.digest = {progress.digest->done, progress.digest->total};
     progress_.Show(std::move(now));
   };
-  callbacks.stop = [this] { return interrupts_.happened(); };
+  callbacks.stop = [this] {
+    // A wait that has something to tell at once lets no signal through.
+    { const InterruptsPass pass(interrupts_); }
+    return interrupts_.happened();
+  };
   callbacks.wait_mask = interrupts_.wait_mask();
   return callbacks;
 }

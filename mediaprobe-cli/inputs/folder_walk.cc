@@ -90,8 +90,9 @@ std::optional<FolderWalk::Found> FolderWalk::Next() {
     level.entries.pop_back();
     std::string path = level.path + entry.name;
     if (!IsWanted(entry, path)) continue;
-    const int error = entry.is_folder ? Enter(path + "/") : 0;
-    if (!entry.is_folder || error != 0) return Found{std::move(path), error};
+    if (!entry.is_folder) return Found{std::move(path)};
+    if (const int error = Enter(path + "/"); error != 0) return Found{std::move(path), error};
+    return std::nullopt;
   }
   return std::nullopt;
 }

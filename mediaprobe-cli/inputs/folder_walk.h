@@ -26,8 +26,9 @@ class FolderWalk {
 
   FolderWalk(std::string folder, WalkFilter filter);
 
-  /// Empty when there are no more.
+  /// Looks into one more folder at most. Empty when nothing was found so far; there is more to come until `is_done`.
   std::optional<Found> Next();
+  bool is_done() const { return levels_.empty() && !unreadable_root_; }
 
  private:
   struct Entry {

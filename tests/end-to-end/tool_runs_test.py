@@ -1,13 +1,17 @@
 """Runs over many inputs: names from standard input, order, memory, the processes behind the tool, interrupts."""
 import contextlib
+import fcntl
 import json
 import os
 import pathlib
 import random
+import select
 import selectors
 import shutil
 import signal
+import struct
 import subprocess
+import termios
 import threading
 import time
 import unittest
@@ -140,6 +144,37 @@ class StandardInput(Runs):
                     records = json.loads(output) if form == "--json" else [json.loads(output)]
                     self.assertEqual([record["input"] for record in records], [str(MP3)])
                     self.assertTrue(output.strip().endswith(end))
+
+    def test_interrupt_while_a_walk_finds_nothing(self):
+        (self.folder / "empty").mkdir()
+        for isolation in ("none", "worker"):
+            with self.subTest(isolation=isolation):
+                names = subprocess.Popen(["yes", "empty"], stdout=subprocess.PIPE)
+                self.addCleanup(names.wait)
+                self.addCleanup(names.kill)
+                process = self.start("-r", "--json", "--stdin", "--isolation", isolation, stdin=names.stdout,
+                                     stdout=subprocess.PIPE)
+                names.stdout.close()
+                time.sleep(0.5)
+                process.send_signal(signal.SIGINT)
+                self.assertEqual(process.wait(tool.HANG_SECONDS), 130)
+                self.assertEqual(json.loads(process.stdout.read()), [])
+
+    def test_second_interrupt_ends_a_tool_whose_output_nobody_reads(self):
+        for first, second in ((signal.SIGINT, signal.SIGTERM), (signal.SIGTERM, signal.SIGHUP)):
+            with self.subTest(first=first, second=second):
+                process = self.start("--ndjson", *[MP4] * 1000, stdout=subprocess.PIPE)
+                self.assertTrue(self.wait_for(lambda: self.is_full(process.stdout)))
+                for number in (first, second):
+                    time.sleep(0.3)
+                    process.send_signal(number)
+                self.assertEqual(process.wait(tool.HANG_SECONDS), -second)
+
+    @staticmethod
+    def is_full(pipe):
+        """Whether its writer waits for the reader."""
+        unread = struct.unpack("i", fcntl.ioctl(pipe, termios.FIONREAD, bytes(4)))[0]
+        return unread >= fcntl.fcntl(pipe, fcntl.F_GETPIPE_SZ) - select.PIPE_BUF
 
     def test_interrupt_leaves_no_output_file(self):
         process = self.start("--stdin", "--json", "-o", "list", stdin=subprocess.PIPE)

@@ -27,7 +27,9 @@ class FolderWalkTest : public ::testing::Test {
   std::vector<std::string> Walk(const WalkFilter& filter = {}) {
     std::vector<std::string> found;
     FolderWalk walk(folder_.path(), filter);
-    while (const auto next = walk.Next()) {
+    while (!walk.is_done()) {
+      const auto next = walk.Next();
+      if (!next) continue;
       EXPECT_TRUE(next->path.starts_with(folder_.path() + "/"));
       EXPECT_EQ(next->error, 0);
       found.push_back(next->path.substr(folder_.path().size() + 1));
@@ -75,7 +77,7 @@ TEST_F(FolderWalkTest, GivesAFolderThatCannotBeRead) {
     ASSERT_TRUE(found);
     EXPECT_EQ(found->path, name) << "as it was given";
     EXPECT_EQ(found->error, ENOENT);
-    EXPECT_FALSE(walk.Next());
+    EXPECT_TRUE(walk.is_done());
   }
 }
 
@@ -96,6 +98,17 @@ TEST_F(FolderWalkTest, FindsNothingInAnEmptyFolder) {
   const testing::ScratchFolder empty;
   FolderWalk walk(empty.path(), {});
   EXPECT_FALSE(walk.Next());
+  EXPECT_TRUE(walk.is_done());
+}
+
+TEST_F(FolderWalkTest, LooksIntoOneFolderAtATime) {
+  FolderWalk walk(folder_.path(), {.include = {"nothing"}, .exclude = {}});
+  for (const char* entered : {"c", "c/e"}) {
+    EXPECT_FALSE(walk.Next());
+    EXPECT_FALSE(walk.is_done()) << entered;
+  }
+  EXPECT_FALSE(walk.Next());
+  EXPECT_TRUE(walk.is_done());
 }
 
 }  // namespace

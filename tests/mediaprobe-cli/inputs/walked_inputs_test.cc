@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -19,11 +20,19 @@ namespace {
 using ::testing::ElementsAre;
 using State = InputSource::State;
 
-/// Names of inputs that were found by walking have a plus before them.
+bool IsReadable(int descriptor) {
+  pollfd watched{descriptor, POLLIN, 0};
+  return poll(&watched, 1, /*timeout=*/0) == 1;
+}
+
+/// What can be had without waiting. Names of inputs that were found by walking have a plus before them.
 std::vector<std::string> All(InputSource& source) {
   std::vector<std::string> names;
   Input input;
-  while (source.Next(&input) == State::kInput) names.push_back((input.found_by_walk ? "+" : "") + input.name);
+  State state = State::kInput;
+  while ((state = source.Next(&input)) == State::kInput || (state == State::kWait && IsReadable(source.descriptor()))) {
+    if (state == State::kInput) names.push_back((input.found_by_walk ? "+" : "") + input.name);
+  }
   return names;
 }
 
@@ -46,6 +55,21 @@ TEST(WalkedInputs, LeaveANameWithANulAlone) {
   const std::string name = folder.path() + '\0';
   WalkedInputs source(std::make_unique<ListedInputs>(std::vector<std::string>{name}), {});
   EXPECT_THAT(All(source), ElementsAre(name));
+}
+
+TEST(WalkedInputs, ReturnAfterEachFolderThatHoldsNone) {
+  const testing::ScratchFolder folder;
+  folder.AddFile("a/b/one.txt");
+  WalkedInputs source(std::make_unique<ListedInputs>(std::vector<std::string>(2, folder.path())),
+                      {.include = {"*.mp4"}, .exclude = {}});
+  Input input;
+  for (int i = 0; i < 2; ++i) {
+    for (const char* looked_into : {"the folder", "a", "b"}) {
+      EXPECT_EQ(source.Next(&input), State::kWait) << looked_into;
+      EXPECT_TRUE(IsReadable(source.descriptor())) << looked_into;
+    }
+  }
+  EXPECT_EQ(source.Next(&input), State::kEnd);
 }
 
 TEST(WalkedInputs, WaitForAStreamThatHasNoMore) {
