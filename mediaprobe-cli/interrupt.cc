@@ -9,6 +9,16 @@ constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 
 volatile sig_atomic_t interrupted = 0;
 
+void Remember(int) {
+  interrupted = 1;
+  // The next one, whichever of them it is, ends the process.
+  for (const int signal : kSignals) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    if (action.sa_handler == Remember) std::signal(signal, SIG_DFL);
+  }
+}
+
 }  // namespace
 
 Interrupts::Interrupts() {
@@ -18,8 +28,7 @@ Interrupts::Interrupts() {
     sigaction(kSignals[i], nullptr, &previous_[i]);
     if (previous_[i].sa_handler == SIG_IGN) continue;
     struct sigaction remember {};
-    remember.sa_handler = [](int) { interrupted = 1; };
-    remember.sa_flags = static_cast<int>(SA_RESETHAND);
+    remember.sa_handler = Remember;
     sigaction(kSignals[i], &remember, nullptr);
   }
 }

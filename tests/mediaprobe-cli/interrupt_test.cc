@@ -19,13 +19,15 @@ TEST(Interrupts, AreRemembered) {
 }
 
 TEST(Interrupts, SecondOneEndsTheProcess) {
-  EXPECT_EXIT(
-      {
-        const Interrupts interrupts;
-        raise(SIGINT);
-        raise(SIGINT);
-      },
-      ::testing::KilledBySignal(SIGINT), "");
+  for (const int second : {SIGINT, SIGTERM, SIGHUP}) {
+    EXPECT_EXIT(
+        {
+          const Interrupts interrupts;
+          raise(SIGINT);
+          raise(second);
+        },
+        ::testing::KilledBySignal(second), "");
+  }
 }
 
 TEST(Interrupts, EndTheProcessAgainAfterwards) {
@@ -62,6 +64,9 @@ TEST(Interrupts, IgnoredOnesStayIgnored) {
     const Interrupts interrupts;
     raise(SIGINT);
     EXPECT_FALSE(interrupts.happened());
+    raise(SIGTERM);
+    raise(SIGINT);
+    EXPECT_TRUE(interrupts.happened());
   }
   std::signal(SIGINT, SIG_DFL);
 }
