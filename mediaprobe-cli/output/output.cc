@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace mediaprobe {
@@ -19,20 +21,28 @@ mode_t NewFileMode() {
   return 0666 & ~mask;
 }
 
-bool IsSpecial(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-}
-
 bool IsPipe(int descriptor) {
   struct stat status {};
   return fstat(descriptor, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
 }
 
-/// The file that a path leads to through links: what is put in its place is not to take that of a link.
+/// The file that a path leads to through links, whether it is there or not: what is put in its place is not to take
+/// that of a link.
 std::string WithoutLinks(const std::string& path) {
-  const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
-  return real ? real.get() : path;
+  constexpr int kMostLinks = 40;  // as many as the system follows
+  std::filesystem::path file = path;
+  for (int i = 0; i < kMostLinks; ++i) {
+    std::error_code is_no_link;
+    const std::filesystem::path target = std::filesystem::read_symlink(file, is_no_link);
+    if (is_no_link) break;
+    file = file.parent_path() / target;
+  }
+  return file.native();
+}
+
+/// Beside that file, under a name that is not too long where the file's own is as long as may be.
+std::string UnfinishedName(const std::string& file) {
+  return file.substr(0, file.rfind('/') + 1) + ".mediaprobe-XXXXXX";
 }
 
 }  // namespace
@@ -48,17 +58,20 @@ Output::Output(OutputFrame frame, int descriptor, std::string path, std::string 
       is_pipe_(IsPipe(descriptor)) {}
 
 std::unique_ptr<Output> Output::ToFile(OutputFrame frame, const std::string& path) {
-  if (IsSpecial(path)) {
+  struct stat status {};
+  const bool is_there = stat(path.c_str(), &status) == 0;
+  if (!is_there && errno != ENOENT) return nullptr;
+  if (is_there && !S_ISREG(status.st_mode)) {
     // A device or a pipe cannot be put in place at the end.
     const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor < 0) return nullptr;
     return std::unique_ptr<Output>(new Output(std::move(frame), descriptor, path, {}));
   }
   const std::string real_path = WithoutLinks(path);
-  std::string unfinished = real_path + ".XXXXXX";
+  std::string unfinished = UnfinishedName(real_path);
   const int descriptor = mkostemp(unfinished.data(), O_CLOEXEC);
   if (descriptor < 0) return nullptr;
-  fchmod(descriptor, NewFileMode());
+  fchmod(descriptor, is_there ? status.st_mode & 0777 : NewFileMode());
   return std::unique_ptr<Output>(new Output(std::move(frame), descriptor, real_path, std::move(unfinished)));
 }
 

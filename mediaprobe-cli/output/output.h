@@ -14,7 +14,7 @@ class Output {
   /// Standard output.
   explicit Output(OutputFrame frame);
   /// A file that holds the whole output once End has succeeded, and that nothing has happened to before; of a link what
-  /// it leads to. Null, with errno, when no file can be written beside it.
+  /// it leads to. One that is there keeps its permissions. Null, with errno, when no file can be written beside it.
   static std::unique_ptr<Output> ToFile(OutputFrame frame, const std::string& path);
   ~Output();
   Output(const Output&) = delete;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -73,6 +74,40 @@ TEST_F(OutputTest, GivesTheFileTheUsualPermissions) {
   struct stat status {};
   ASSERT_EQ(stat(path_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0640u);
+}
+
+TEST_F(OutputTest, KeepsThePermissionsOfAFileThatIsThere) {
+  folder_.AddFile("list");
+  ASSERT_EQ(chmod(path_.c_str(), 0600), 0);
+  EXPECT_TRUE(Open()->End());
+  struct stat status {};
+  ASSERT_EQ(stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0600u);
+}
+
+TEST_F(OutputTest, MayHaveTheLongestName) {
+  path_ = folder_.path() + "/" + std::string(NAME_MAX, 'n');
+  EXPECT_TRUE(Open()->End());
+  EXPECT_EQ(Written(), "()");
+  path_ += 'n';
+  EXPECT_EQ(Open(), nullptr);
+  EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+TEST_F(OutputTest, GoesWhereALinkLeadsThatHasNoFileYet) {
+  std::filesystem::create_directory(folder_.path() + "/below");
+  std::filesystem::create_symlink("below/second", path_);
+  std::filesystem::create_symlink("../real", folder_.path() + "/below/second");
+  EXPECT_TRUE(Open()->End());
+  EXPECT_TRUE(std::filesystem::is_symlink(path_));
+  EXPECT_EQ(Written(), "()");
+  EXPECT_THAT(FilesInFolder(), ::testing::UnorderedElementsAre("below", "list", "real"));
+}
+
+TEST_F(OutputTest, IsRefusedWhereALinkLeadsNowhere) {
+  std::filesystem::create_symlink("list", path_);
+  EXPECT_EQ(Open(), nullptr);
+  EXPECT_EQ(errno, ELOOP);
 }
 
 TEST_F(OutputTest, GoesWhereALinkLeads) {
