@@ -5,7 +5,7 @@
 namespace mediaprobe {
 namespace {
 
-constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 volatile sig_atomic_t interrupted = 0;
 

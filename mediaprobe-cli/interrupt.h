@@ -4,9 +4,9 @@
 
 namespace mediaprobe {
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP do not end the process but are remembered, so that the output gets a
-/// valid end. One that comes after the first ends the process. Signals that were ignored, as in a background job, stay
-/// ignored. One object at a time.
+/// While it lives, SIGINT, SIGTERM, SIGHUP and SIGQUIT do not end the process but are remembered, so that the output
+/// gets a valid end. One that comes after the first ends the process. Signals that were ignored, as in a background
+/// job, stay ignored. One object at a time.
 class Interrupts {
  public:
   Interrupts();
@@ -23,7 +23,7 @@ class Interrupts {
 
  private:
   sigset_t before_{};  // signals that were blocked
-  struct sigaction previous_[3]{};
+  struct sigaction previous_[4]{};
 };
 
 }  // namespace mediaprobe

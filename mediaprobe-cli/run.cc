@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -59,6 +60,13 @@ void ComplainOfOutput(const std::string& file, int error) {
   // A reader that has seen enough is no failure to talk about.
   if (error == EPIPE) return;
   Complain("cannot write " + (file.empty() ? "the output" : TerminalText(file)) + ": " + std::strerror(error));
+}
+
+/// The exit status, once all that is to be written has been.
+int Interrupted() {
+  // The shell's next prompt is to start a line of its own.
+  if (isatty(STDERR_FILENO)) std::fputs("\n", stderr);
+  return kExitInterrupted;
 }
 
 bool IsSet(const char* variable) {
@@ -345,11 +353,7 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
   const bool keeps_output = options_.output.empty() || !was_interrupted;
   if (is_written_ && keeps_output) is_written_ = output_.End();
   // A signal that comes later finds everything done.
-  if (was_interrupted) {
-    // The shell's next prompt is to start a line of its own.
-    if (isatty(STDERR_FILENO)) std::fputs("\n", stderr);
-    return kExitInterrupted;
-  }
+  if (was_interrupted) return Interrupted();
   if (!is_written_) {
     ComplainOfOutput(options_.output, output_.error());
     return options_.output.empty() ? kExitFailed : kExitUsage;
@@ -437,10 +441,13 @@ int Run(const Options& options, char* const* argv) {
   // Before the output, so that no signal ends the program while an unfinished file is there.
   Interrupts interrupts;
   const auto output = OpenOutput(options, *formatter);
+  if (!output && interrupts.happened()) return Interrupted();
   if (!output) {
     ComplainOfOutput(options.output, errno);
     return kExitUsage;
   }
+  // That nobody reads the complaints is no reason to leave an unfinished file behind.
+  if (output->is_put_in_place()) std::signal(SIGPIPE, SIG_IGN);
   const auto source = MakeSource(options);
   const std::vector<char*> restart_line = starts_here ? RestartLine(argv) : std::vector<char*>();
   return InputRun(options, host, *formatter, interrupts, *output)

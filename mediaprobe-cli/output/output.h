@@ -29,6 +29,8 @@ class Output {
   /// Where it goes: to a terminal, or to a pipe or socket, whose reader may write on one.
   bool is_terminal() const { return is_terminal_; }
   bool is_pipe() const { return is_pipe_; }
+  /// Whether it is a file that End puts in place, under another name until then.
+  bool is_put_in_place() const { return !unfinished_path_.empty(); }
   /// Whether the last line that was written lacks its end.
   bool is_line_open() const { return is_line_open_; }
 

@@ -177,13 +177,32 @@ class StandardInput(Runs):
         return unread >= fcntl.fcntl(pipe, fcntl.F_GETPIPE_SZ) - select.PIPE_BUF
 
     def test_interrupt_leaves_no_output_file(self):
-        process = self.start("--stdin", "--json", "-o", "list", stdin=subprocess.PIPE)
-        process.stdin.write(os.fsencode(MP3) + b"\n")
-        process.stdin.flush()
-        self.assertTrue(self.wait_for(lambda: os.listdir(self.folder)))
-        process.send_signal(signal.SIGTERM)
+        for number in (signal.SIGTERM, signal.SIGQUIT):
+            with self.subTest(number=number):
+                process = self.start("--stdin", "--json", "-o", "list", stdin=subprocess.PIPE)
+                process.stdin.write(os.fsencode(MP3) + b"\n")
+                process.stdin.flush()
+                self.assertTrue(self.wait_for(lambda: os.listdir(self.folder)))
+                process.send_signal(number)
+                self.assertEqual(process.wait(tool.HANG_SECONDS), 130)
+                self.assertEqual(os.listdir(self.folder), [])
+
+    def test_interrupt_while_nobody_reads_the_output(self):
+        os.mkfifo(self.folder / "fifo")
+        process = self.start("-o", "fifo", MP3, stderr=subprocess.PIPE)
+        time.sleep(0.5)
+        process.send_signal(signal.SIGINT)
         self.assertEqual(process.wait(tool.HANG_SECONDS), 130)
-        self.assertEqual(os.listdir(self.folder), [])
+        self.assertEqual(process.stderr.read(), b"")
+
+    def test_output_file_is_whole_where_nobody_reads_the_complaints(self):
+        process = self.start("--stdin", "--ndjson", "-o", "list", stdin=subprocess.PIPE, stderr=subprocess.PIPE)
+        process.stderr.close()
+        process.communicate(b"missing\n" + os.fsencode(MP3) + b"\n", tool.HANG_SECONDS)
+        self.assertEqual(process.returncode, 1)
+        self.assertEqual(os.listdir(self.folder), ["list"])
+        records = [json.loads(line) for line in (self.folder / "list").read_bytes().splitlines()]
+        self.assertEqual([record["input"] for record in records], ["missing", str(MP3)])
 
     def wait_for(self, condition):
         end = time.monotonic() + tool.HANG_SECONDS

@@ -10,7 +10,7 @@ namespace mediaprobe {
 namespace {
 
 TEST(Interrupts, AreRemembered) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     const Interrupts interrupts;
     EXPECT_FALSE(interrupts.happened());
     raise(signal);
@@ -19,7 +19,7 @@ TEST(Interrupts, AreRemembered) {
 }
 
 TEST(Interrupts, SecondOneEndsTheProcess) {
-  for (const int second : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int second : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     EXPECT_EXIT(
         {
           const Interrupts interrupts;
