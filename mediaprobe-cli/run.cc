@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "bounded_record.h"
+#include "core/error_text.h"
 #include "core/log.h"
 #include "host.h"
 #include "inputs/listed_inputs.h"
@@ -424,7 +425,7 @@ int Run(const Options& options, char* const* argv) {
   CoreLogSetLevel(options.log_level);
   CoreLogProtect(options.key.c_str());
   if (!CoreLogSetFile(options.log_file.c_str())) {
-    Complain("cannot write the log file " + TerminalText(options.log_file));
+    Complain("cannot write the log file " + TerminalText(options.log_file) + ": " + CoreErrorText());
     return kExitUsage;
   }
   const Host host(LibraryFolder());

@@ -5,8 +5,10 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <exception>
 #include <string>
 
+#include "core/error_text.h"
 #include "log_writer.h"
 
 namespace {
@@ -67,7 +69,8 @@ bool CoreLogSetFile(const char* path) {
   try {
     Writer().SetFile(path ? path : "");
     return true;
-  } catch (...) {
+  } catch (const std::exception& failure) {
+    CoreSetErrorText(failure.what());
     return false;
   }
 }

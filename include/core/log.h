@@ -35,7 +35,8 @@ CORE_API void CoreLogSetLevel(int level);
 CORE_API bool CoreLogSetFolder(const char* folder);
 
 /// From now on lines go to the end of the file at `path` (UTF-8) instead of standard error; null or an empty text
-/// brings standard error back. Returns false, and changes nothing, when the file cannot be opened.
+/// brings standard error back. Returns false, with the reason in CoreErrorText, and changes nothing, when the file
+/// cannot be opened.
 CORE_API bool CoreLogSetFile(const char* path);
 
 /// From now on every occurrence of `text` (UTF-8) in a line is written as "***". Null and empty texts are ignored.

@@ -131,8 +131,9 @@ class WrongUsage(Folder):
 
     def test_log_file_that_cannot_be_written(self):
         (self.folder / "log").mkdir()
-        self.assert_refused(self.run_tool("--log-file", "log", MP4), "cannot write the log file log")
-        self.assert_refused(self.run_tool("--log-file", "no/log", MP4), "cannot write the log file no/log")
+        self.assert_refused(self.run_tool("--log-file", "log", MP4), "cannot write the log file log: Is a directory")
+        self.assert_refused(self.run_tool("--log-file", "no/log", MP4),
+                            "cannot write the log file no/log: No such file or directory")
         self.assertEqual(os.listdir(self.folder), ["log"])
 
     def test_files_to_write_that_are_inputs(self):

@@ -15,6 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include "core/error_text.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -211,6 +213,7 @@ TEST_F(LogTest, FileTakesThePlaceOfStandardError) {
 
 TEST_F(LogTest, FileMakesNoFolder) {
   EXPECT_FALSE(CoreLogSetFile((folder_ / "tool.log").c_str()));
+  EXPECT_STREQ(CoreErrorText(), "No such file or directory");
   EXPECT_FALSE(fs::exists(folder_));
 }
 
