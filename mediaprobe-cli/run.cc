@@ -36,6 +36,7 @@
 #include "output/terminal_text.h"
 #include "output/text_formatter.h"
 #include "platform/url_text.h"
+#include "platform/utf8.h"
 #include "probe/digest_watch.h"
 #include "probe/failure_reason.h"
 #include "probe/input_path.h"
@@ -114,10 +115,18 @@ milliseconds TimeLimit(const Options& options, const Input& input) {
   return options.timeout.value_or(IsNetworkUrl(input.name) ? kNetworkTimeout : kFileTimeout);
 }
 
-/// The line on standard error that a record calls for, empty for none.
+/// An input's name in a line on standard error, cut where it is longer than paths are.
+std::string ShownName(const std::string& input) {
+  constexpr std::size_t kMostBytes = 8 * 1024;
+  const std::string name = TerminalText(input);
+  return name.size() <= kMostBytes ? name : std::string(platform::CutUtf8(name, kMostBytes)) + "...";
+}
+
+/// The line on standard error that a record calls for, empty for none. What comes from a worker is cut at its end,
+/// where the reason stands.
 std::string Complaint(const Record& record) {
-  if (record.error) return TerminalText(record.input) + ": " + TerminalText(*record.error);
-  if (record.uuid_error) return TerminalText(record.input) + ": no UUID: " + TerminalText(*record.uuid_error);
+  if (record.error) return ShownName(record.input) + ": " + TerminalText(*record.error);
+  if (record.uuid_error) return ShownName(record.input) + ": no UUID: " + TerminalText(*record.uuid_error);
   return {};
 }
 

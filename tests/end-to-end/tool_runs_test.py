@@ -95,8 +95,11 @@ class StandardInput(Runs):
 
     def test_long_name_is_a_failed_record(self):
         self.add(b"a.mp3")
-        done = self.probe(b"n" * 200_000 + b"\na.mp3\n")
-        self.assertEqual([record["status"] for record in done.records()], ["error", "ok"])
+        for length, reason in ((20_000, b"File name too long"), (200_000, b"the name is too long")):
+            done = self.probe(b"n" * length + b"\na.mp3\n")
+            self.assertEqual([record["status"] for record in done.records()], ["error", "ok"])
+            self.assertEqual(done.records()[0]["input"], "n" * length)
+            self.assertRegex(done.complaints, b"^mediaprobe: n{8192}[.]{3}: " + reason + b"\n$")
 
     def test_line_with_a_nul_is_a_failed_record(self):
         """As where `find -print0` meets a tool without -0."""
