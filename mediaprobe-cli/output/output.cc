@@ -1,6 +1,7 @@
 #include "output/output.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -105,6 +106,10 @@ bool Output::Write(std::string_view text) {
     const ssize_t written = write(descriptor_, text.data(), text.size());
     if (written >= 0) {
       text.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN) {
+      // Whoever has the other end, or this one as well, may have made it one that does not wait.
+      pollfd watched{descriptor_, POLLOUT, 0};
+      poll(&watched, 1, /*timeout=*/-1);
     } else if (errno != EINTR) {
       error_ = errno;
     }

@@ -284,6 +284,19 @@ class ProgressLine(Runs):
         self.assertEqual(written.count(self.FRESH_LINE + b"\n"), self.NAMES)
 
 
+class Pipe(Runs):
+    def test_that_does_not_wait_gets_all(self):
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        process = self.start("--ndjson", *[MP4] * 300, stdout=writer, stderr=subprocess.PIPE)
+        os.close(writer)
+        time.sleep(0.5)
+        with open(reader, "rb") as stream:
+            records = [json.loads(line) for line in stream]
+        self.assertEqual((process.wait(tool.HANG_SECONDS), process.stderr.read()), (0, b""))
+        self.assertEqual([record["status"] for record in records], ["ok"] * 300)
+
+
 class Many(Runs):
     def peak_of(self, count):
         """Most memory, in KiB, that the tool has taken when it has answered `count` names."""
