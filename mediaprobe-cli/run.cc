@@ -230,7 +230,7 @@ Answer InputRun::FailureOf(const Input& input, const std::string& reason) const 
 }
 
 Answer InputRun::AnswerOne(const Input& input, const ReportDigest& report) {
-  if (input.walk_error != 0) return FailureOf(input, ReasonOf(input.walk_error));
+  if (!input.failure.empty()) return FailureOf(input, input.failure);
   Record record = prober_.Probe(input.name, report);
   return AnswerFor(input, record);
 }
@@ -307,14 +307,11 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
   const bool is_strict = options_.isolation == Isolation::kStrict;
   const std::vector<int> log = options_.log_file.empty() ? std::vector<int>() : DescriptorsOf(options_.log_file);
 
-  // A worker is told names only: what a walk failed with is known to a process that is started for it.
-  int walk_error = 0;
   callbacks.company = [is_strict](const Input& input) {
-    if (is_strict || input.walk_error != 0) return Company::kAlone;
+    if (is_strict) return Company::kAlone;
     return IsNetworkUrl(input.name) ? Company::kNetwork : Company::kFiles;
   };
   callbacks.enter = [&](const Input& input, Company company, int descriptor) {
-    walk_error = input.walk_error;
     provisions.WatchLoading();
     std::vector<int> kept = log;
     kept.push_back(descriptor);
@@ -322,7 +319,6 @@ void InputRun::RunInWorkers(InputSource& source, RunCallbacks callbacks) {
     return confinement.Enter(input, company, kept);
   };
   callbacks.answer = [&](const Input& input, const ReportDigest& report) {
-    if (walk_error != 0) return FailureOf(input, ReasonOf(walk_error));
     Record record = prober_.Probe(input.name, report);
     const auto& reason = record.error ? record.error : record.uuid_error;
     if (reason && IsOutOfReach(input.name, *reason)) LeaveWithWish(kWishForOwnProcess);

@@ -10,7 +10,7 @@ namespace mediaprobe {
 struct Input {
   std::string name;            ///< as given, or the path found while walking
   bool found_by_walk = false;  ///< nobody asked for it: it is passed over when it is nothing that the services read
-  int walk_error = 0;          ///< what a folder could not be read for, as errno has it; 0 for all that is to be probed
+  std::string failure;         ///< why there is nothing to probe, in words for a person; empty for all else
 };
 
 /// Where inputs come from, one after another.

@@ -8,7 +8,7 @@ ListedInputs::ListedInputs(std::vector<std::string> names) : names_(std::move(na
 
 InputSource::State ListedInputs::Next(Input* input) {
   if (next_ == names_.size()) return State::kEnd;
-  *input = {std::move(names_[next_++]), /*found_by_walk=*/false};
+  *input = {.name = std::move(names_[next_++])};
   return State::kInput;
 }
 

@@ -47,10 +47,13 @@ bool StreamedInputs::TakeName(Input* input) {
       if (!ended_ && searched_ - start_ < kLongestName) return false;
       end = read_.size();
     }
-    *input = {read_.substr(start_, end - start_), /*found_by_walk=*/false};
+    *input = {.name = read_.substr(start_, end - start_)};
     start_ = searched_ = std::min(end + 1, read_.size());
     // Most likely a list of names that end with it, all of them in one line: one is enough to fail by.
-    if (const std::size_t nul = input->name.find('\0'); nul != std::string::npos) input->name.resize(nul + 1);
+    if (const std::size_t nul = input->name.find('\0'); nul != std::string::npos) {
+      input->name.resize(nul + 1);
+      input->failure = "the name holds a NUL (is -0 missing?)";
+    }
     if (!input->name.empty()) return true;
   }
   return false;

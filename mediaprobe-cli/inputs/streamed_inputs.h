@@ -7,7 +7,7 @@
 namespace mediaprobe {
 
 /// Inputs that a descriptor gives, each ended by `separator` or by the end of the stream; empty ones are passed over.
-/// One that holds a NUL, which no name does, is cut behind that.
+/// One that holds a NUL, which no name does, is cut behind that and has failed.
 /// Reads only what has arrived, so that nobody waits for the next name with a known answer in hand.
 class StreamedInputs final : public InputSource {
  public:

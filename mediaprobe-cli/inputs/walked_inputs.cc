@@ -8,12 +8,14 @@
 #include <system_error>
 #include <utility>
 
+#include "probe/failure_reason.h"
+
 namespace mediaprobe {
 namespace {
 
 bool IsFolder(const std::string& name) {
   std::error_code failure;
-  return name.find('\0') == std::string::npos && std::filesystem::is_directory(name, failure);
+  return std::filesystem::is_directory(name, failure);
 }
 
 }  // namespace
@@ -30,7 +32,8 @@ InputSource::State WalkedInputs::Next(Input* input) {
     if (walk_ && walk_->is_done()) walk_.reset();
     if (walk_) {
       if (auto found = walk_->Next()) {
-        *input = {std::move(found->path), /*found_by_walk=*/true, found->error};
+        *input = {.name = std::move(found->path), .found_by_walk = true};
+        if (found->error != 0) input->failure = ReasonOf(found->error);
         return State::kInput;
       }
       // Without the descriptor nobody could wait for what is there already.
@@ -38,7 +41,7 @@ InputSource::State WalkedInputs::Next(Input* input) {
       continue;
     }
     const State state = inputs_->Next(input);
-    if (state != State::kInput || !IsFolder(input->name)) return state;
+    if (state != State::kInput || !input->failure.empty() || !IsFolder(input->name)) return state;
     walk_.emplace(std::move(input->name), filter_);
   }
 }

@@ -93,12 +93,6 @@ Record Prober::ProbeByContent(InputPath& path) {
 }
 
 Record Prober::Probe(const std::string& input, const DigestReport& report) {
-  if (input.find('\0') != std::string::npos) {
-    // The system would take it for the name up to there.
-    Record record = Unanswered<MediaRecord>("the name holds a NUL (is -0 missing?)");
-    record.input = platform::MaskUrl(input);
-    return record;
-  }
   InputPath path = ToInputPath(input);
   Record record;
   switch (settings_.service) {

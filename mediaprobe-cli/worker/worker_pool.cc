@@ -71,8 +71,11 @@ std::optional<Worker::Request> WorkerPool::NextRequest(InputSource& source) {
     const auto time_limit = callbacks_.time_limit(input);
     const Company company = callbacks_.company ? callbacks_.company(input) : Company::kFiles;
     Worker::Request request{next_number_++, std::move(input), time_limit, company, settings_.wants_digests};
-    if (request.input.name.size() <= frame::kMostInputBytes) return request;
-    Fail(request, "the name is too long");
+    if (request.input.failure.empty() && request.input.name.size() > frame::kMostInputBytes) {
+      request.input.failure = "the name is too long";
+    }
+    if (request.input.failure.empty()) return request;
+    Fail(request, request.input.failure);
   }
   return std::nullopt;
 }

@@ -4,10 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "inputs/listed_inputs.h"
@@ -49,12 +52,33 @@ TEST(WalkedInputs, PutWhatLiesUnderFoldersInTheirPlace) {
   EXPECT_EQ(source.total(), std::nullopt);
 }
 
-TEST(WalkedInputs, LeaveANameWithANulAlone) {
+TEST(WalkedInputs, LeaveWhatHasFailedAlone) {
   const testing::ScratchFolder folder;
   folder.AddFile("one.mp4");
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
   const std::string name = folder.path() + '\0';
-  WalkedInputs source(std::make_unique<ListedInputs>(std::vector<std::string>{name}), {});
+  ASSERT_EQ(write(ends[1], name.data(), name.size()), static_cast<ssize_t>(name.size()));
+  close(ends[1]);
+  WalkedInputs source(std::make_unique<StreamedInputs>(ends[0], '\n'), {});
   EXPECT_THAT(All(source), ElementsAre(name));
+  close(ends[0]);
+}
+
+TEST(WalkedInputs, TellWhyAFolderCannotBeRead) {
+  const testing::ScratchFolder folder;
+  const std::string gone = folder.path() + "/x";
+  std::filesystem::create_directory(gone);
+  WalkedInputs source(std::make_unique<ListedInputs>(std::vector<std::string>{gone}), {});
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit no_descriptors{0, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &no_descriptors);
+  Input input;
+  EXPECT_EQ(source.Next(&input), State::kInput);
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(input.name, gone);
+  EXPECT_EQ(input.failure, std::generic_category().message(EMFILE));
 }
 
 TEST(WalkedInputs, ReturnAfterEachFolderThatHoldsNone) {

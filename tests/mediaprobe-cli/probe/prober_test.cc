@@ -241,15 +241,5 @@ TEST_F(ProberTest, DigestIsReportedWithTheSizeOfTheFile) {
   EXPECT_EQ(reports.front(), std::pair(std::uint64_t{0}, std::uint64_t{0}));
 }
 
-TEST_F(ProberTest, AsksNobodyAboutANameWithANul) {
-  using namespace std::string_literals;
-  for (const auto choice : {ServiceChoice::kAuto, ServiceChoice::kMedia, ServiceChoice::kImage, ServiceChoice::kSvg}) {
-    const Record record = Probe("http://user@host/a.mp4\0b.mp4"s, choice);
-    EXPECT_EQ(record.input, "http://***@host/a.mp4\0b.mp4"s);
-    EXPECT_EQ(record.error, "the name holds a NUL (is -0 missing?)");
-  }
-  EXPECT_THAT(acquired_, IsEmpty());
-}
-
 }  // namespace
 }  // namespace mediaprobe
