@@ -29,10 +29,10 @@ bool IsPicture(const AVPacket& packet, const AVStream& stream) {
 
 // For how many frame times a packet is shown: half of one where H.264 codes the fields of a picture one by one, of
 // which libavformat makes packets; one and a half where MPEG-2 shows a field of a film again. Three at most.
-double FrameTimesOf(const AVPacket& packet, const AVStream& stream, double rate) {
+double FrameTimesOf(double ticks, const AVStream& stream, double rate) {
   const AVCodecID codec = stream.codecpar->codec_id;
-  if ((codec != AV_CODEC_ID_H264 && codec != AV_CODEC_ID_MPEG2VIDEO) || packet.duration <= 0) return 1;
-  const double fields = 2 * static_cast<double>(packet.duration) * av_q2d(stream.time_base) * rate;
+  if ((codec != AV_CODEC_ID_H264 && codec != AV_CODEC_ID_MPEG2VIDEO) || ticks <= 0) return 1;
+  const double fields = 2 * ticks * av_q2d(stream.time_base) * rate;
   return std::clamp(std::round(fields), 1.0, 6.0) / 2;
 }
 
@@ -40,10 +40,13 @@ Count CountPictures(AVFormatContext& context, const PacketSum& taken, double rat
   const AVStream& stream = *context.streams[0];
   PacketWalk walk(context, {.bytes = kMostBytesCounted});
   Count count;
-  count.pictures = count.times = static_cast<double>(taken.packets);
+  const auto packets = static_cast<double>(taken.packets);
+  const double times_of_taken = FrameTimesOf(static_cast<double>(taken.ticks) / std::max(packets, 1.0), stream, rate);
+  count.pictures = packets * std::min(times_of_taken, 1.0);
+  count.times = packets * times_of_taken;
   while (const AVPacket* packet = walk.Next()) {
     if (!IsPicture(*packet, stream)) continue;
-    const double times = FrameTimesOf(*packet, stream, rate);
+    const double times = FrameTimesOf(static_cast<double>(packet->duration), stream, rate);
     count.pictures += std::min(times, 1.0);
     count.times += times;
   }

@@ -29,6 +29,7 @@ const AVPacket* PacketWalk::Next() {
   }
   ++packets_seen_;
   bytes_seen_ += BytesOf(*packet_).size();
+  ticks_seen_ = av_sat_add64(ticks_seen_, packet_->duration);
   return packet_.get();
 }
 

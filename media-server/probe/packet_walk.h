@@ -16,10 +16,11 @@ struct PacketBounds {
   std::uint64_t bytes = std::numeric_limits<std::uint64_t>::max();  ///< in the packets
 };
 
-/// How many packets, and how large they are together.
+/// How many packets, and what they come to.
 struct PacketSum {
   std::uint64_t packets = 0;
   std::uint64_t bytes = 0;
+  std::int64_t ticks = 0;  ///< for which they are shown; means something where all are of one stream
 };
 
 /// Reads the packets of a file from where reading stands, a bounded number. Borrows the context. What it passes is lost
@@ -36,7 +37,7 @@ class PacketWalk {
   /// `kNone` as long as `Next` may give more.
   End ReachedEnd() const { return end_; }
   /// Of the packets given so far.
-  PacketSum Seen() const { return {static_cast<std::uint64_t>(packets_seen_), bytes_seen_}; }
+  PacketSum Seen() const { return {static_cast<std::uint64_t>(packets_seen_), bytes_seen_, ticks_seen_}; }
 
  private:
   AVFormatContext& context_;
@@ -44,6 +45,7 @@ class PacketWalk {
   PacketHandle packet_;
   int packets_seen_ = 0;
   std::uint64_t bytes_seen_ = 0;
+  std::int64_t ticks_seen_ = 0;
   End end_ = End::kNone;
 };
 

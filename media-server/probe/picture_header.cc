@@ -115,6 +115,13 @@ PictureParameters GenericAvcIntra(PictureParameters camera) {
   return camera;
 }
 
+// Whether the first sample has to tell which field comes first: without an index it costs more, and analysis or the
+// container may know it.
+bool AsksForFieldOrder(const PictureParameters& picture, AVStream& stream, const SampleReader& samples) {
+  if (picture.progressive_only.value_or(true)) return false;
+  return samples.SampleCount(stream) > 0 || NumberIn(stream.codecpar->field_order) == AV_FIELD_UNKNOWN;
+}
+
 // The configuration, completed or replaced by the parameter sets of the first sample where those are the ones that
 // count.
 std::optional<codec::NalConfiguration> ReadH264Configuration(AVStream& stream, const SampleReader& samples) {
@@ -141,9 +148,10 @@ PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
   if (!configuration) return {};
   const int length_size = configuration->nal_length_size;
   PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
-  if (!header.parameters.progressive_only.value_or(true) && samples.SampleCount(stream) > 0) {
+  if (AsksForFieldOrder(header.parameters, stream, samples)) {
     header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadFirst(stream), length_size);
   }
+  if (samples.SampleCount(stream) == 0) codec::ReadH264Sei(samples.ReadFirst(stream), length_size, header.sei);
   bool is_first = true;
   header.full_idr = AllKeySamplesAre(
       [&](Bytes sample) {
@@ -159,9 +167,10 @@ PictureHeader ReadHevc(AVStream& stream, const SampleReader& samples) {
   if (!configuration) return {};
   const int length_size = configuration->nal_length_size;
   PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
-  if (!header.parameters.progressive_only.value_or(true) && samples.SampleCount(stream) > 0) {
+  if (AsksForFieldOrder(header.parameters, stream, samples)) {
     header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadFirst(stream), length_size);
   }
+  if (samples.SampleCount(stream) == 0) codec::ReadHevcSei(samples.ReadFirst(stream), length_size, header.sei);
   bool is_first = true;
   header.full_idr = AllKeySamplesAre(
       [&](Bytes sample) -> std::optional<bool> {
@@ -178,8 +187,7 @@ PictureHeader ReadProRes(AVStream& stream, const SampleReader& samples) {
   PictureHeader header;
   header.parameters = codec::ProResFormat(stream.codecpar->codec_tag).value_or(PictureParameters());
   header.parameters.color.full_range = false;  // the codec knows no other range
-  if (samples.SampleCount(stream) == 0) return header;
-  const auto frame = codec::ReadProResFrame(samples.ReadStart(stream, 0, kSampleStart));
+  const auto frame = codec::ReadProResFrame(samples.ReadFirst(stream));
   if (!frame) return header;
   const PictureParameters format = header.parameters;
   header.parameters = *frame;

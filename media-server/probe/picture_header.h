@@ -19,8 +19,8 @@ struct PictureHeader {
   std::optional<bool> full_idr;                        ///< whether every key frame seen is an IDR picture
 };
 
-/// Reads the header of a stream: from the container's copy of it, from a cover's own bytes, or from the first samples
-/// where the container's index places them. Empty facts for codecs without a reader.
+/// Reads the header of a stream: from the container's copy of it, from a cover's own bytes, or from the first samples,
+/// of which there is one where no index places them. Empty facts for codecs without a reader.
 PictureHeader ReadPictureHeader(AVStream& stream, const SampleReader& samples);
 
 }  // namespace media_server::probe

@@ -4,8 +4,10 @@
 #include <string_view>
 
 #include "media-server/codec/vp9.h"
+#include "media-server/container/transport_pes.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/ffmpeg.h"
+#include "media-server/probe/late_streams.h"
 #include "media-server/probe/packet_walk.h"
 #include "media-server/probe/streams.h"
 
@@ -17,9 +19,18 @@ constexpr int kMostPackets = 160;
 
 bool IsPicture(const AVStream& stream) { return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !IsCover(stream); }
 
+// Pictures of these are found without libavformat, which has forgotten what it read of a transport stream when it has
+// measured that and would parse it anew.
+bool IsReadFromTransport(const AVFormatContext& context, const AVStream& stream) {
+  const AVCodecID codec = stream.codecpar->codec_id;
+  return std::string_view(context.iformat->name) == kTransportStreamDemuxer &&
+         (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC);
+}
+
 // Whether somebody asks for the first packet: pictures, and sound whose frames nobody has seen.
-bool IsWanted(const AVStream& stream) {
-  return IsPicture(stream) || (IsMpegAudio(stream) && stream.codecpar->bit_rate == 0);
+bool IsWanted(const AVFormatContext& context, const AVStream& stream) {
+  return (IsPicture(stream) && !IsReadFromTransport(context, stream)) ||
+         (IsMpegAudio(stream) && stream.codecpar->bit_rate == 0);
 }
 
 // Frames of VP9 that lean on others do not tell their format.
@@ -56,6 +67,9 @@ std::vector<std::uint8_t> SampleReader::ReadStart(AVStream& stream, int sample, 
 
 std::vector<std::uint8_t> SampleReader::ReadFirst(AVStream& stream) const {
   if (has_sample_index_) return ReadStart(stream, FirstToTellFormat(stream), kSampleStart);
+  if (IsReadFromTransport(context_, stream)) {
+    return ReadFirstPes(source_, static_cast<std::uint16_t>(stream.id), kSampleStart);
+  }
   if (!first_packets_) first_packets_ = ReadPackets();
   const auto packet = std::ranges::find(*first_packets_, stream.index, &Packet::stream);
   return packet != first_packets_->end() ? packet->start : std::vector<std::uint8_t>();
@@ -74,7 +88,7 @@ std::string_view SampleReader::Demuxer() const { return context_.iformat->name; 
 std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
   std::vector<Packet> packets;
   const auto wanted = static_cast<std::size_t>(
-      std::ranges::count_if(Streams(context_), [](const AVStream* stream) { return IsWanted(*stream); }));
+      std::ranges::count_if(Streams(context_), [this](const AVStream* stream) { return IsWanted(context_, *stream); }));
   PacketWalk walk(context_, {.packets = kMostPackets});
   while (packets.size() < wanted) {
     const AVPacket* packet = walk.Next();
@@ -83,7 +97,7 @@ std::vector<SampleReader::Packet> SampleReader::ReadPackets() const {
     const AVStream& stream = *context_.streams[index];
     const bool is_first = std::ranges::find(packets, index, &Packet::stream) == packets.end();
     const auto bytes = BytesOf(*packet);
-    if (is_first && IsWanted(stream) && !bytes.empty() && MayTellFormat(stream, *packet)) {
+    if (is_first && IsWanted(context_, stream) && !bytes.empty() && MayTellFormat(stream, *packet)) {
       const auto start = bytes.first(std::min(bytes.size(), kSampleStart));
       packets.push_back({index, {start.begin(), start.end()}});
     }

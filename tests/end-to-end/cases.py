@@ -272,6 +272,14 @@ COLOURS = [
         *hevc("yuv420p10le", "colorprim=bt2020:transfer=arib-std-b67:colormatrix=bt2020nc"),
         "-color_primaries", "bt2020", "-color_trc", "arib-std-b67", "-colorspace", "bt2020nc"],
          {"0.color_primaries": "bt2020", "0.flags": ["hdr"]}),
+    # The record in front of the samples has the transfer function that old screens understand.
+    *[Case(name, pictures("128x96") + hevc("yuv420p10le", "colorprim=bt2020:transfer=bt2020-10:colormatrix=bt2020nc:"
+                                           "atc-sei=18"), {"0.color_primaries": "bt2020", "0.flags": ["hdr"]})
+      for name in ("hlg_message.ts", "hlg_message.mkv", "hlg_message.mp4")],
+    Case("prores_colours.mkv", pictures("96x64", seconds="0.2") + [
+        "-c:v", "prores_ks", "-bsf:v",
+        "prores_metadata=color_primaries=bt2020:color_trc=arib-std-b67:colorspace=bt2020nc"],
+         {"0.color_primaries": "bt2020", "0.flags": ["hdr"]}),
     Case("vp9_colours.webm", pictures() + [*VP9, *BT709, "-color_range", "tv"], {"0.color_primaries": "bt709"}),
     Case("av1_colours.mp4", pictures(seconds="0.2") + [*AV1, *BT709], {"0.color_primaries": "bt709"}),
 ]
