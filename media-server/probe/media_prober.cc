@@ -130,6 +130,7 @@ void CorrectTimes(const ContainerFacts& container, const BoundedSource& source, 
   if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
   SetRateOfFieldClock(context);
+  CompleteLastPicture(context);
   if (container.sound_seconds) SetSeconds(*container.sound_seconds, context);
   if (container.told_seconds && context.duration <= 0) SetSeconds(*container.told_seconds, context);
 }

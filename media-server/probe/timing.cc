@@ -156,6 +156,22 @@ void SetRateOfFieldClock(AVFormatContext& context) {
   }
 }
 
+void CompleteLastPicture(AVFormatContext& context) {
+  if (context.duration_estimation_method != AVFMT_DURATION_FROM_PTS) return;
+  for (AVStream* stream : Streams(context)) {
+    const double rate = FrameRate(*stream);
+    if (stream->codecpar->codec_id != AV_CODEC_ID_MPEG1VIDEO || stream->duration <= 0 || rate <= 0) continue;
+    const double pictures = Seconds(stream->duration, stream->time_base) * rate;
+    constexpr double kInexactness = 0.05;
+    if (std::abs(pictures - std::floor(pictures) - 0.5) > kInexactness) continue;
+    stream->duration += std::llround(0.5 / rate / av_q2d(stream->time_base));
+    if (stream->start_time == AV_NOPTS_VALUE || context.start_time == AV_NOPTS_VALUE) continue;
+    const std::int64_t end = av_sat_add64(stream->start_time, stream->duration);
+    const std::int64_t end_of_file = av_rescale_q(end, stream->time_base, {1, AV_TIME_BASE});
+    context.duration = std::max(context.duration, av_sat_sub64(end_of_file, context.start_time));
+  }
+}
+
 double FrameRate(const AVStream& stream) {
   if (IsCover(stream)) return 0;  // libavformat gives a cover the rate of its clock
   for (const AVRational rate : {stream.avg_frame_rate, CodedRate(*stream.codecpar), stream.r_frame_rate}) {

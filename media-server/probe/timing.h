@@ -32,6 +32,10 @@ std::uint64_t StreamBitRate(const AVStream& stream);
 /// each picture (SMPTE 360M), and takes it for that of pictures.
 void SetRateOfFieldClock(AVFormatContext& context);
 
+/// Makes the last picture of MPEG-1 a whole one where the times of packets tell the length: libavformat takes its
+/// packets for half as long as they are.
+void CompleteLastPicture(AVFormatContext& context);
+
 /// Frames per second; 0 unknown.
 double FrameRate(const AVStream& stream);
 

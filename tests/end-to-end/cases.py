@@ -208,6 +208,7 @@ CODECS = [
     Case("av1.mp4", pictures(seconds="0.2") + AV1, {"0.codec": "av1", "0.bit_depth": 8, "0.frame_count": 5}),
     Case("av1_10.mkv", pictures(seconds="0.2") + [*AV1, "-pix_fmt", "yuv420p10le"],
          {"0.codec": "av1", "0.bit_depth": 10}),
+    Case("mpeg1.ts", pictures() + ["-c:v", "mpeg1video"], {"duration": 1, "0.duration": 1, "0.frame_count": 25}),
     Case("mpeg1.mpg", pictures() + ["-c:v", "mpeg1video"], {"0.codec": "mpeg1video", **SIZE}),
     Case("mpeg2_422.mkv", pictures() + [*MPEG2, "-pix_fmt", "yuv422p"], {"0.codec": "mpeg2video", "0.chroma": "4:2:2"}),
     Case("mpeg2_interlaced.ts", pictures() + [*MPEG2, "-flags:v", "+ilme+ildct", "-top", "1"],

@@ -156,6 +156,29 @@ TEST_F(TimingTest, TheClockOfGxfCountsFields) {
   context_->iformat = nullptr;  // or the demuxer would close what it never opened
 }
 
+TEST_F(TimingTest, TheLastPictureOfMpeg1IsAWholeOne) {
+  const auto duration_of = [this](std::int64_t told_ms) {
+    video_.start_time = 540;
+    video_.duration = told_ms;
+    context_->start_time = 500'000;
+    context_->duration = 3'000'000;
+    CompleteLastPicture(*context_);
+    return video_.duration;
+  };
+  video_.codecpar->codec_id = AV_CODEC_ID_MPEG1VIDEO;
+  video_.avg_frame_rate = {25, 1};
+  context_->duration_estimation_method = AVFMT_DURATION_FROM_STREAM;
+  EXPECT_EQ(duration_of(3980), 3980) << "the container tells it";
+  context_->duration_estimation_method = AVFMT_DURATION_FROM_PTS;
+  EXPECT_EQ(duration_of(3980), 4000);
+  EXPECT_EQ(context_->duration, 4'040'000);
+  EXPECT_EQ(duration_of(4000), 4000);
+  EXPECT_EQ(duration_of(980), 1000);
+  EXPECT_EQ(context_->duration, 3'000'000) << "other streams are longer";
+  video_.codecpar->codec_id = AV_CODEC_ID_MPEG2VIDEO;
+  EXPECT_EQ(duration_of(3980), 3980);
+}
+
 TEST_F(TimingTest, FramesAreCountedByTheContainer) {
   video_.nb_frames = 10;
   EXPECT_EQ(FrameCount(video_, 0, 1, 25), 10u);
