@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fnmatch.h>
+#include <locale.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -35,7 +36,25 @@ Kind KindOf(const dirent& entry, const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) ? Kind::kFile : Kind::kOther;
 }
 
+/// While it lives, this thread takes text for UTF-8, whatever the user's locale says; for bytes where the system has no
+/// such locale.
+class Utf8Characters {
+ public:
+  Utf8Characters() {
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    before_ = uselocale(utf8);
+  }
+  ~Utf8Characters() { uselocale(before_); }
+  Utf8Characters(const Utf8Characters&) = delete;
+  Utf8Characters& operator=(const Utf8Characters&) = delete;
+
+ private:
+  locale_t before_;
+};
+
+/// By characters; by bytes, too, since the C library tries that for names that are no UTF-8 and for all others.
 bool Matches(const std::string& pattern, const std::string& name, std::string_view path_below) {
+  const Utf8Characters characters;
   const bool has_slash = pattern.find('/') != std::string::npos;
   return fnmatch(pattern.c_str(), has_slash ? std::string(path_below).c_str() : name.c_str(), 0) == 0;
 }

@@ -57,6 +57,13 @@ TEST_F(FolderWalkTest, HoldsAPatternWithASlashAgainstThePath) {
   EXPECT_THAT(Walk({.include = {"c/*.mp4"}, .exclude = {}}), ElementsAre("c/e/f.mp4"));
 }
 
+TEST_F(FolderWalkTest, MatchesCharactersWhereANameHasThem) {
+  for (const char* name : {"u/\xC3\xA4.x", "u/\xC3\xA4\xC3\xB6.x", "u/\xFF.x", "u/\xFF\xFE.x"}) folder_.AddFile(name);
+  EXPECT_THAT(Walk({.include = {"?.x"}, .exclude = {}}), ElementsAre("u/\xC3\xA4.x", "u/\xFF.x"));
+  EXPECT_THAT(Walk({.include = {"[\xC3\xA4-\xC3\xBC].x"}, .exclude = {}}), ElementsAre("u/\xC3\xA4.x"));
+  EXPECT_THAT(Walk({.include = {"u/?.x"}, .exclude = {}}), ElementsAre("u/\xC3\xA4.x", "u/\xFF.x"));
+}
+
 TEST_F(FolderWalkTest, LeavesOutWhatAnExcludeNames) {
   EXPECT_THAT(Walk({.include = {}, .exclude = {"*.txt", "e"}}), ElementsAre("a.MP4", "b.mp4", "c/d.jpg"));
   EXPECT_THAT(Walk({.include = {"*.mp4"}, .exclude = {"b*"}}), ElementsAre("c/e/f.mp4"));
