@@ -17,7 +17,6 @@
 #include <utility>
 #include <vector>
 
-#include "bounded_record.h"
 #include "core/error_text.h"
 #include "core/log.h"
 #include "host.h"
@@ -32,6 +31,7 @@
 #include "output/json_formatter.h"
 #include "output/output.h"
 #include "output/progress_line.h"
+#include "output/record_limit.h"
 #include "output/terminal_columns.h"
 #include "output/terminal_text.h"
 #include "output/text_formatter.h"

@@ -13,4 +13,12 @@ inline constexpr std::size_t kMostRecordBytes = 4 * 1024 * 1024;
 /// are cut to the same length, so that short ones stay whole.
 void LimitRecord(Record& record, std::size_t most = kMostRecordBytes);
 
+/// Sees to it that no output form makes much of a record: cuts its texts, the one-line JSON form to kMostRecordBytes
+/// and what the table has on every stream's row to as much for all rows. One that is longer without them becomes an
+/// error.
+void BoundRecord(Record& record);
+
+/// What a record is that cannot be written out.
+Record TooLong(const Record& record);
+
 }  // namespace mediaprobe
