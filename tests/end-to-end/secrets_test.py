@@ -197,24 +197,10 @@ class Terminals(Scratch):
 
     def on_terminal(self, *arguments):
         """A run with its output on a terminal, and what that gets."""
-        reader, terminal = os.openpty()
-        tty.setraw(terminal)
-        shown = bytearray()
-
-        def drain():
-            with contextlib.suppress(OSError):
-                while piece := os.read(reader, 4096):
-                    shown.extend(piece)
-
-        drainer = threading.Thread(target=drain)
-        drainer.start()
-        try:
+        with tool.terminal() as (terminal, shown):
+            tty.setraw(terminal)
             done = subprocess.run([tool.MEDIAPROBE, *arguments], env={**os.environ, "NO_COLOR": "1"}, stdout=terminal,
                                   stderr=subprocess.PIPE, timeout=tool.HANG_SECONDS)
-        finally:
-            os.close(terminal)
-            drainer.join()
-            os.close(reader)
         return tool.Run(done.returncode, bytes(shown), done.stderr)
 
     def tagged(self):

@@ -1,10 +1,12 @@
 """Runs the built tool as a user does."""
+import contextlib
 import json
 import os
 import pathlib
 import signal
 import subprocess
 import tempfile
+import threading
 import unittest
 
 # The command under test; the build sets it.
@@ -14,6 +16,27 @@ HANG_SECONDS = 60
 # Shells start what runs in the background with this signal ignored, which the tool would inherit and respect.
 signal.signal(signal.SIGINT, signal.default_int_handler)
 SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
+
+
+@contextlib.contextmanager
+def terminal():
+    """A terminal's descriptor, and what has been written there, which is all of it once this has ended."""
+    reader, descriptor = os.openpty()
+    shown = bytearray()
+
+    def drain():
+        with contextlib.suppress(OSError):
+            while piece := os.read(reader, 4096):
+                shown.extend(piece)
+
+    drainer = threading.Thread(target=drain)
+    drainer.start()
+    try:
+        yield descriptor, shown
+    finally:
+        os.close(descriptor)
+        drainer.join()
+        os.close(reader)
 
 
 def samples():

@@ -1,5 +1,4 @@
 """Runs over many inputs: names from standard input, order, memory, the processes behind the tool, interrupts."""
-import contextlib
 import fcntl
 import json
 import os
@@ -254,22 +253,8 @@ class ProgressLine(Runs):
 
     def on_terminal(self, *arguments):
         """Standard error of a run with its output on a terminal, and that output."""
-        reader, terminal = os.openpty()
-        output = bytearray()
-
-        def drain():
-            with contextlib.suppress(OSError):
-                while piece := os.read(reader, 4096):
-                    output.extend(piece)
-
-        drainer = threading.Thread(target=drain)
-        drainer.start()
-        try:
+        with tool.terminal() as (terminal, output):
             written = self.written_by(*arguments, name=MP3, output=terminal)
-        finally:
-            os.close(terminal)
-            drainer.join()
-            os.close(reader)
         return written, bytes(output)
 
     def test_is_back_behind_each_record_on_a_terminal(self):
