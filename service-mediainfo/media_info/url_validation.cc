@@ -45,13 +45,22 @@ void SwapExtensionCase(char* path) {
 
 /// Why a path is no file.
 std::string ReasonOf(const FileQuery& query) {
-  if (query.type == fs::file_type::directory) return "is a folder";
-  // The status does not tell a link that leads nowhere from one in a circle or one into a closed folder.
-  std::error_code error;
-  fs::file_size(query.path, error);
-  if (error == std::errc::no_such_file_or_directory) return kNoSuchFile;
-  if (error == std::errc::permission_denied) return media_server::refusals::kNoPermission;
-  return error ? error.message() : "not a regular file";
+  std::error_code error = query.error;
+  switch (query.type) {
+    case fs::file_type::not_found:
+      return kNoSuchFile;
+    case fs::file_type::directory:
+      return "is a folder";
+    case fs::file_type::symlink:
+      // The status does not tell a link that leads nowhere from one in a circle or one into a closed folder.
+      fs::file_size(query.path, error);
+      [[fallthrough]];
+    case fs::file_type::none:
+      if (!error || error == std::errc::no_such_file_or_directory) return kNoSuchFile;
+      return error == std::errc::permission_denied ? media_server::refusals::kNoPermission : error.message();
+    default:
+      return "not a regular file";
+  }
 }
 
 }  // namespace

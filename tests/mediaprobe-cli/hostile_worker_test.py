@@ -1,5 +1,6 @@
 """Workers that an input has taken over, and kernels that cannot confine them. The module behind the tool is
 fake_module.cc, which does the deeds of hostile_deeds.cc; the inputs are named after these."""
+import contextlib
 import fcntl
 import json
 import os
@@ -96,7 +97,11 @@ class HostileWorkers(unittest.TestCase):
                                    preexec_fn=lambda: fcntl.ioctl(2, termios.TIOCSCTTY, 0))
         os.close(end)
         output, _ = process.communicate(timeout=tool.HANG_SECONDS)
-        return json.loads(output), os.read(terminal, 65536).decode()
+        shown = b""
+        with contextlib.suppress(OSError):  # which ends what a terminal shows that nobody has open any more
+            while piece := os.read(terminal, 65536):
+                shown += piece
+        return json.loads(output), shown.decode()
 
     def test_the_terminal_is_out_of_reach(self):
         """Of files and of URLs, for which other calls are allowed; also where log lines are written to it."""
