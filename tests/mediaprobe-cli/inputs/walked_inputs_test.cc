@@ -4,13 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "inputs/listed_inputs.h"
@@ -63,22 +60,6 @@ TEST(WalkedInputs, LeaveWhatHasFailedAlone) {
   WalkedInputs source(std::make_unique<StreamedInputs>(ends[0], '\n'), {});
   EXPECT_THAT(All(source), ElementsAre(name));
   close(ends[0]);
-}
-
-TEST(WalkedInputs, TellWhyAFolderCannotBeRead) {
-  const testing::ScratchFolder folder;
-  const std::string gone = folder.path() + "/x";
-  std::filesystem::create_directory(gone);
-  WalkedInputs source(std::make_unique<ListedInputs>(std::vector<std::string>{gone}), {});
-  rlimit before{};
-  getrlimit(RLIMIT_NOFILE, &before);
-  const rlimit no_descriptors{0, before.rlim_max};
-  setrlimit(RLIMIT_NOFILE, &no_descriptors);
-  Input input;
-  EXPECT_EQ(source.Next(&input), State::kInput);
-  setrlimit(RLIMIT_NOFILE, &before);
-  EXPECT_EQ(input.name, gone);
-  EXPECT_EQ(input.failure, std::generic_category().message(EMFILE));
 }
 
 TEST(WalkedInputs, ReturnAfterEachFolderThatHoldsNone) {
