@@ -2,11 +2,11 @@
 
 #include <dirent.h>
 #include <fnmatch.h>
-#include <locale.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <functional>
 #include <memory>
 #include <string_view>
