@@ -122,8 +122,7 @@ std::string ShownName(const std::string& input) {
   return name.size() <= kMostBytes ? name : std::string(platform::CutUtf8(name, kMostBytes)) + "...";
 }
 
-/// The line on standard error that a record calls for, empty for none. What comes from a worker is cut at its end,
-/// where the reason stands.
+/// The line on standard error that a record calls for, empty for none.
 std::string Complaint(const Record& record) {
   if (record.error) return ShownName(record.input) + ": " + TerminalText(*record.error);
   if (record.uuid_error) return ShownName(record.input) + ": no UUID: " + TerminalText(*record.uuid_error);
@@ -176,7 +175,6 @@ class InputRun {
   Answer TryOne(const Input& input, const ReportDigest& report, char* const* restart_line);
   Answer AnswerFor(const Input& input, Record& record) const;
   Answer Write(const Record& record) const;
-  Answer FailureOf(const Input& input, const std::string& reason) const;
   bool Take(const Answer& answer);
 
   const Options& options_;
@@ -222,15 +220,7 @@ Answer InputRun::Write(const Record& record) const {
   return answer;
 }
 
-Answer InputRun::FailureOf(const Input& input, const std::string& reason) const {
-  Record record;
-  record.input = platform::MaskUrl(input.name);
-  record.error = reason;
-  return AnswerFor(input, record);
-}
-
 Answer InputRun::AnswerOne(const Input& input, const ReportDigest& report) {
-  if (!input.failure.empty()) return FailureOf(input, input.failure);
   Record record = prober_.Probe(input.name, report);
   return AnswerFor(input, record);
 }
@@ -253,7 +243,12 @@ bool InputRun::Take(const Answer& answer) {
 RunCallbacks InputRun::MakeCallbacks() {
   RunCallbacks callbacks;
   callbacks.answer = [this](const Input& input, const ReportDigest& report) { return AnswerOne(input, report); };
-  callbacks.fail = [this](const Input& input, const std::string& reason) { return FailureOf(input, reason); };
+  callbacks.fail = [this](const Input& input, const std::string& reason) {
+    Record record;
+    record.input = platform::MaskUrl(input.name);
+    record.error = reason;
+    return AnswerFor(input, record);
+  };
   callbacks.time_limit = [this](const Input& input) { return TimeLimit(options_, input); };
   callbacks.take = [this](const Answer& answer) { return Take(answer); };
   callbacks.wait = [this](const RunCallbacks::Progress& progress) {

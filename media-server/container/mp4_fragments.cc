@@ -122,8 +122,7 @@ std::optional<Mp4Duration> Mp4FragmentTimes::Duration(const std::vector<Mp4Track
     const auto begin = std::ranges::find(first, last.track_id, &TrackSpan::track_id);
     if (track == tracks.end() || track->timescale == 0 || begin == first.end() || last.end <= begin->begin) continue;
     const Mp4Duration length{last.end - begin->begin, track->timescale};
-    const auto seconds = [](const Mp4Duration& d) { return static_cast<double>(d.value) / d.timescale; };
-    if (!longest || seconds(length) > seconds(*longest)) longest = length;
+    if (!longest || length.Seconds() > longest->Seconds()) longest = length;
   }
   return longest;
 }

@@ -6,6 +6,7 @@
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/frame_sync.h"
+#include "media-server/container/transport_packet.h"
 
 namespace media_server {
 namespace {
@@ -18,25 +19,11 @@ constexpr std::size_t kPacket = 188;
 constexpr std::size_t kProof = 5;             // packets
 constexpr std::size_t kLongestPesHead = 264;  // 9 bytes, and the 255 that they may tell of
 
-/// The fields of a packet's head (ISO/IEC 13818-1, 2.4.3.2).
-struct Packet {
-  explicit Packet(Bytes packet) : bytes(packet) {}
-
-  bool IsOf(std::uint16_t pid) const {
-    const bool is_broken = bytes[0] != 0x47 || (bytes[1] & 0x80) != 0;
-    return !is_broken && ((bytes[1] & 0x1F) << 8 | bytes[2]) == pid;
-  }
-  bool BeginsPes() const { return (bytes[1] & 0x40) != 0; }
-  bool IsScrambled() const { return (bytes[3] & 0xC0) != 0; }
-  Bytes Payload() const {
-    constexpr std::size_t kHead = 4;
-    const bool has_payload = (bytes[3] & 0x10) != 0;
-    const std::size_t adaptation = (bytes[3] & 0x20) != 0 ? std::size_t{1} + bytes[kHead] : 0;
-    return has_payload ? bytes.subspan(std::min(kHead + adaptation, kPacket)) : Bytes();
-  }
-
-  Bytes bytes;
-};
+Bytes PayloadOf(Bytes packet, const TransportPacketHead& head) {
+  const std::size_t adaptation = head.HasAdaptation() ? std::size_t{1} + packet[TransportPacketHead::kSize] : 0;
+  const std::size_t start = std::min(TransportPacketHead::kSize + adaptation, kPacket);
+  return head.HasPayload() ? packet.subspan(start) : Bytes();
+}
 
 std::vector<std::uint8_t> ContentOf(Bytes pes, std::size_t most) {
   ByteReader reader(pes);
@@ -57,12 +44,12 @@ std::vector<std::uint8_t> ReadFirstPes(IByteSource& source, std::uint16_t pid, s
   std::vector<std::uint8_t> pes;
   std::array<std::uint8_t, kPacket> bytes;
   for (std::size_t at = packets->start; at < kWindow && source.ReadAt(at, bytes) == kPacket; at += packets->pitch) {
-    const Packet packet(bytes);
-    if (!packet.IsOf(pid)) continue;
-    if (packet.IsScrambled()) return {};
-    if (packet.BeginsPes() && !pes.empty()) break;
-    if (!packet.BeginsPes() && pes.empty()) continue;
-    const Bytes payload = packet.Payload();
+    const TransportPacketHead head(bytes);
+    if (head.IsBroken() || head.Pid() != pid) continue;
+    if (head.Scrambling() != 0) return {};
+    if (head.BeginsPes() && !pes.empty()) break;
+    if (!head.BeginsPes() && pes.empty()) continue;
+    const Bytes payload = PayloadOf(bytes, head);
     pes.insert(pes.end(), payload.begin(), payload.end());
     if (pes.size() >= kLongestPesHead + most) break;
   }

@@ -21,7 +21,7 @@ std::optional<Animation> AnimationOf(const Mp4Movie& movie, const Mp4Track& trac
                                                   : movie.duration;
   if (!duration) return std::nullopt;
   Animation animation;
-  animation.duration_s = static_cast<double>(duration->value) / duration->timescale;
+  animation.duration_s = duration->Seconds();
   const auto& times = track.decoding_times;
   if (times && times->constant && times->complete && times->smallest_delta > 0 && track.timescale > 0) {
     const std::uint32_t divisor = std::gcd(track.timescale, times->smallest_delta);

@@ -71,20 +71,14 @@ int FolderWalk::Enter(const std::string& folder) {
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(folder.c_str()), closedir);
   if (!stream) return errno;
   Level level{folder, {}};
-  int error = 0;
-  while (true) {
-    // Only errno tells a failure from the end.
-    errno = 0;
-    const dirent* entry = readdir(stream.get());
-    if (!entry) {
-      error = errno;
-      break;
-    }
+  // Only errno tells a failure from the end.
+  for (errno = 0; const dirent* entry = readdir(stream.get()); errno = 0) {
     const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
     const Kind kind = KindOf(*entry, folder + entry->d_name);
     if (kind != Kind::kOther) level.entries.push_back({entry->d_name, kind == Kind::kFolder});
   }
+  const int error = errno;
   std::ranges::sort(level.entries, std::greater<>(), &Entry::name);
   levels_.push_back(std::move(level));
   return error;

@@ -15,7 +15,7 @@ Answer AnswerOrFail(const Input& input, const RunCallbacks& callbacks, const Run
     callbacks.wait(now);
   };
   try {
-    return callbacks.answer(input, report);
+    return input.failure.empty() ? callbacks.answer(input, report) : callbacks.fail(input, input.failure);
   } catch (const std::bad_alloc&) {
     return callbacks.fail(input, "out of memory");
   }
