@@ -74,8 +74,7 @@ RSVG_SIZES = (
     'width="-5" height="10" viewBox="0 0 10 20"',
 )
 
-# What a probe may cost beyond one of a small SVG, which takes some 12 MB, whatever the file.
-MOST_SECONDS = 1
+# What a probe may take beyond one of a small SVG, which takes some 12 MB, whatever the file.
 MOST_MEGABYTES = 88
 
 
@@ -177,25 +176,17 @@ class Documents(Folder):
 
 
 class HostileDocuments(Folder):
-    def run_costs(self, path):
-        """The record of a file, the seconds of the processor that it took and its peak of memory in MB."""
-        # A sanitizer's record of freed memory is not the tool's own.
-        options = os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=8"
-        costs = self.folder / "costs"
-        done = subprocess.run(
-            ["/usr/bin/time", "-q", "-f", "%U %S %M", "-o", costs,
-             tool.MEDIAPROBE, "--ndjson", "--service", "svg", path],
-            env={**os.environ, "ASAN_OPTIONS": options}, capture_output=True, timeout=tool.HANG_SECONDS)
-        record, = tool.Run(done.returncode, done.stdout, done.stderr).records()
-        user_seconds, system_seconds, kilobytes = map(float, costs.read_text().split())
-        return record, user_seconds + system_seconds, kilobytes / 1000
+    def probe(self, path):
+        """The record of a file, and the peak of memory in MB."""
+        done, peak = tool.run_with_peak("--ndjson", "--service", "svg", path)
+        record, = done.records()
+        return record, peak / 10**6
 
     def check_cost(self, content, words=None, name="drawing.svg"):
-        """Answered, or refused in `words`, in bounded time and memory."""
-        _, start_seconds, start_megabytes = self.run_costs(self.make(drawing(""), "small.svg"))
-        record, seconds, megabytes = self.run_costs(self.make(content, name))
+        """Answered, or refused in `words`, in bounded memory. What is not refused where it has to be ends in a hang."""
+        _, start_megabytes = self.probe(self.make(drawing(""), "small.svg"))
+        record, megabytes = self.probe(self.make(content, name))
         self.assertEqual(record.get("error"), words)
-        self.assertLess(seconds, start_seconds + MOST_SECONDS)
         self.assertLess(megabytes, start_megabytes + MOST_MEGABYTES)
 
     def test_entities_that_unfold_without_end(self):

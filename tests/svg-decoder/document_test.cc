@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <string>
 
 #include "core/error_text.h"
@@ -192,22 +191,7 @@ TEST(ReadDocumentTest, FailsWithItsSource) {
 
 TEST(ReadDocumentTest, CountsDepthAndNotElements) { ExpectRead(Whole(Repeated("<g><g/></g>", 100'000))); }
 
-/// Each test takes less than a second of the processor.
-class HostileDocumentTest : public testing::Test {
- protected:
-  ~HostileDocumentTest() override { EXPECT_LT(std::clock() - start_, kMostSeconds * CLOCKS_PER_SEC); }
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  static constexpr int kMostSeconds = 10;
-#else
-  static constexpr int kMostSeconds = 1;
-#endif
-
- private:
-  std::clock_t start_ = std::clock();
-};
-
-TEST_F(HostileDocumentTest, StopsABillionLaughs) {
+TEST(HostileDocumentTest, StopsABillionLaughs) {
   std::string document = "<!DOCTYPE svg [<!ENTITY a0 \"ha\">";
   for (int level = 1; level < 12; ++level) {
     document +=
@@ -219,12 +203,12 @@ TEST_F(HostileDocumentTest, StopsABillionLaughs) {
   ExpectRead(document + Whole(""));
 }
 
-TEST_F(HostileDocumentTest, StopsOneLongEntityThatIsNamedOften) {
+TEST(HostileDocumentTest, StopsOneLongEntityThatIsNamedOften) {
   ExpectRefused("<!DOCTYPE svg [<!ENTITY a \"" + std::string(1 << 20, 'x') + "\">]>" + Whole(Repeated("&a;", 10'000)),
                 "an SVG whose entities unfold without end");
 }
 
-TEST_F(HostileDocumentTest, StopsAtAThousandEntities) {
+TEST(HostileDocumentTest, StopsAtAThousandEntities) {
   const auto chain = [](int length, const std::string& sign, const std::string& reference) {
     std::string document = "<!DOCTYPE svg [<!ENTITY " + sign + "e0 ''>";
     for (int i = 1; i < length; ++i) {
@@ -238,28 +222,28 @@ TEST_F(HostileDocumentTest, StopsAtAThousandEntities) {
   ExpectRefused(chain(100'000, "% ", "&#37;") + Whole(""), "an SVG with more than 1000 entities");
 }
 
-TEST_F(HostileDocumentTest, StopsAnEntityThatContainsItself) {
+TEST(HostileDocumentTest, StopsAnEntityThatContainsItself) {
   ExpectRefused("<!DOCTYPE svg [<!ENTITY a \"&b;\"><!ENTITY b \"&a;\">]>" + Whole("&a;"),
                 "damaged SVG: line 1: an entity that contains itself");
 }
 
-TEST_F(HostileDocumentTest, ReadsALongAttribute) {
+TEST(HostileDocumentTest, ReadsALongAttribute) {
   ExpectRead(Whole("<image href=\"data:image/png;base64," + std::string(20 << 20, 'A') + "\"/>"));
 }
 
-TEST_F(HostileDocumentTest, StopsAtALongerOne) {
+TEST(HostileDocumentTest, StopsAtALongerOne) {
   ExpectRefused(Whole("<image href=\"" + std::string(30 << 20, 'A') + "\"/>"),
                 "an SVG with too many or too large parts");
 }
 
-TEST_F(HostileDocumentTest, StopsAtTooManyDeclaredAttributes) {
+TEST(HostileDocumentTest, StopsAtTooManyDeclaredAttributes) {
   std::string declarations = "<!DOCTYPE svg [";
   for (int i = 0; i < 1'000; ++i) declarations += "<!ATTLIST g a" + std::to_string(i) + " CDATA 'x'>";
   ExpectRead(declarations + "]>" + Whole("<g/>"));
   ExpectRefused(declarations + "<!ATTLIST g b CDATA 'x'>]>" + Whole("<g/>"), "an SVG with too many default attributes");
 }
 
-TEST_F(HostileDocumentTest, StopsAtAMillionDefaults) {
+TEST(HostileDocumentTest, StopsAtAMillionDefaults) {
   std::string declarations = "<!DOCTYPE svg [";
   for (int i = 0; i < 1'000; ++i) declarations += "<!ATTLIST g a" + std::to_string(i) + " CDATA 'x'>";
   declarations += "]>";
@@ -267,13 +251,13 @@ TEST_F(HostileDocumentTest, StopsAtAMillionDefaults) {
   ExpectRefused(declarations + Whole(Repeated("<g/>", 1'001)), "an SVG with too many default attributes");
 }
 
-TEST_F(HostileDocumentTest, StopsAtTooManyNames) {
+TEST(HostileDocumentTest, StopsAtTooManyNames) {
   std::string attributes;
   for (int i = 0; i < 100'000; ++i) attributes += " a" + std::to_string(i) + "=''";
   ExpectRefused(Whole("<g" + attributes + "/>"), "an SVG with too many or too large parts");
 }
 
-TEST_F(HostileDocumentTest, LeavesTheParsersMemoryWholeAfterAFailure) {
+TEST(HostileDocumentTest, LeavesTheParsersMemoryWholeAfterAFailure) {
   ExpectRefused(Whole(Repeated("<g>", 1000)), "an SVG with more than 1000 elements one in another");
   ExpectRead(Whole("<image href=\"" + std::string(20 << 20, 'A') + "\"/>"));
 }

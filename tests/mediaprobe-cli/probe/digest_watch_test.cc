@@ -88,9 +88,8 @@ TEST(DigestWatch, UnknownTotalBoundsNothing) {
 
 TEST(DigestWatch, EndsAtOnceAndTellsNothingMore) {
   Seen seen;
-  const auto start = std::chrono::steady_clock::now();
-  { const DigestWatch watch(7, seen.Report(), milliseconds(60'000)); }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(30'000));
+  // One that waits for its next look does not end before the test's time is up.
+  { const DigestWatch watch(7, seen.Report(), std::chrono::hours(1)); }
   EXPECT_EQ(seen.done, std::vector<std::uint64_t>{0});
 }
 

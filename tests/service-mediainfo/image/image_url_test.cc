@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <optional>
 #include <string>
 
@@ -142,10 +141,11 @@ TEST(CountFrames, IsOneWithoutABracketPart) {
 }
 
 TEST(CountFrames, CountsBillionsAtOnce) {
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(CountFrames(u"[1-4000000000]"), 4'000'000'000u);
-  EXPECT_EQ(CountFrames(u"[0-4294967294]"), 4'294'967'295u);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+  // Counted one by one, this would not end before the test's time is up.
+  for (int repeat = 0; repeat < 1'000; ++repeat) {
+    ASSERT_EQ(CountFrames(u"[1-4000000000]"), 4'000'000'000u);
+    ASSERT_EQ(CountFrames(u"[0-4294967294]"), 4'294'967'295u);
+  }
 }
 
 TEST(CountFrames, WrapsAt32Bits) {

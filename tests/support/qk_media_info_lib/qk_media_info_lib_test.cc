@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -126,9 +125,8 @@ TEST_F(QkMediaInfoLibTest, TellsTheFirstFrameAndTheNumberOfFrames) {
 
 TEST_F(QkMediaInfoLibTest, OpensNoFrameButTheFirst) {
   Write("f_1.qoi", QoiHeader(8, 80));
-  const auto start = std::chrono::steady_clock::now();
+  // With every frame opened, this would not end before the test's time is up.
   EXPECT_EQ(SequenceSize("f_[1-4294967295].qoi"), (Answer{true, 8, 80, 4'294'967'295}));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
 TEST_F(QkMediaInfoLibTest, TakesAFileForASequenceOfOne) {
