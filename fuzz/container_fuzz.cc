@@ -10,6 +10,7 @@
 #include "media-server/container/asf_properties.h"
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/format_identity.h"
+#include "media-server/container/frame_length.h"
 #include "media-server/container/guess.h"
 #include "media-server/container/id3v1.h"
 #include "media-server/container/matroska_frames.h"
@@ -105,6 +106,11 @@ void CheckSmallReaders(FuzzedSource& source) {
     FUZZ_CHECK(header->size_bytes >= kMpegAudioHeaderSize);
   }
   FUZZ_CHECK(source.TakeBytesRead() <= 1024);
+  if (const auto length = MeasureFrames(source)) {
+    constexpr std::uint64_t kMostBitRate = 7'000'000;  // of 8 KB in 1,024 samples at 96 kHz
+    FUZZ_CHECK(length->seconds > 0 && length->bit_rate <= kMostBitRate);
+  }
+  FUZZ_CHECK(source.TakeBytesRead() <= 512 * 1024);
 }
 
 void CheckIdentity(FuzzedSource& source) {

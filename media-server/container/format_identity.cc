@@ -11,6 +11,7 @@
 #include "media-server/container/format_magic.h"
 #include "media-server/container/frame_sync.h"
 #include "media-server/container/gzip.h"
+#include "media-server/container/id3v2.h"
 #include "media-server/container/picture_identity.h"
 #include "media-server/container/xml_start.h"
 
@@ -348,21 +349,6 @@ std::optional<FormatIdentity> IdentifyContent(IByteSource& source, std::uint64_t
   return std::nullopt;
 }
 
-constexpr std::uint32_t kId3HeaderSize = 10;
-
-/// Size of the ID3v2 tag that starts here, header and footer included (ID3v2.4 section 3.1); empty when none does.
-std::optional<std::uint32_t> Id3v2Size(Bytes head) {
-  if (head.size() < kId3HeaderSize || !Holds(head, 0, "ID3"sv) || head[3] == 0xFF || head[4] == 0xFF)
-    return std::nullopt;
-  std::uint32_t size = 0;
-  for (const std::uint8_t byte : head.subspan(6, 4)) {
-    if ((byte & 0x80) != 0) return std::nullopt;
-    size = size << 7 | byte;
-  }
-  const bool has_footer = (head[5] & 0x10) != 0;
-  return size + kId3HeaderSize * (has_footer ? 2 : 1);
-}
-
 /// Where several formats share a demuxer, the one that stands for it.
 constexpr std::array kDemuxerDefaults = {kMatroska, kMp4,  kOgg, kMpegPs, kMpegVideo, kMpegTs, kMp3,
                                          kAdts,     kLoas, kAc3, kEac3,   kDts,       kSubRip, kFlashMovie};
@@ -379,13 +365,7 @@ bool ListHolds(std::string_view list, std::string_view name) {
 }  // namespace
 
 std::optional<FormatIdentity> IdentifyFormat(IByteSource& source) {
-  constexpr int kMostTags = 16;
-  std::uint64_t offset = 0;
-  for (int tags = 0; tags < kMostTags; ++tags) {
-    const auto size = Id3v2Size(ReadBytes(source, offset, kId3HeaderSize));
-    if (!size) break;
-    offset += *size;
-  }
+  std::uint64_t offset = SkipId3v2(source);
   auto identity = IdentifyContent(source, offset);
   if (!identity && offset > 0) {
     offset = SkipPadding(source, offset);

@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "media-server/container/adts_header.h"
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/mpeg_audio_header.h"
 
@@ -36,15 +37,10 @@ std::optional<Frame> ParseMpegAudio(Bytes bytes) {
   return Frame{kStreams[static_cast<std::size_t>(header->layer - 1)], header->size_bytes, word & kConstantBits};
 }
 
-std::optional<Frame> ParseAdts(Bytes header) {
-  ByteReader reader(header);
-  const std::uint64_t bits = reader.BigEndian(7);
-  const std::uint32_t size = static_cast<std::uint32_t>(bits >> 13 & 0x1FFF);
-  const std::uint32_t rate_index = static_cast<std::uint32_t>(bits >> 34 & 15);
-  const bool sync_and_layer = (bits >> 40 & 0xFFF6) == 0xFFF0;
-  if (!reader.Ok() || !sync_and_layer || rate_index > 12 || size < 7) return std::nullopt;
-  const auto profile_and_rate = static_cast<std::uint32_t>(bits >> 34 & 0x3F);
-  return Frame{FrameStream::kAdts, size, profile_and_rate};
+std::optional<Frame> ParseAdts(Bytes bytes) {
+  const auto header = ReadAdtsHeader(bytes);
+  if (!header) return std::nullopt;
+  return Frame{FrameStream::kAdts, header->size_bytes, header->profile << 24 | header->sample_rate_hz};
 }
 
 std::optional<Frame> ParseLoas(Bytes header) {

@@ -43,7 +43,8 @@ std::optional<MpegAudioHeader> ReadMpegAudioHeader(std::span<const std::uint8_t>
   const std::uint32_t slots_factor = layer == 1 ? 12 : (layer == 3 && !mpeg1) ? 72 : 144;
   const std::uint32_t slot_bytes = layer == 1 ? 4 : 1;
   const std::uint32_t size = (slots_factor * bit_rate / sample_rate + padding) * slot_bytes;
-  return MpegAudioHeader{static_cast<int>(layer), sample_rate, is_mono ? 1U : 2U, bit_rate, size};
+  const std::uint32_t samples = slots_factor * slot_bytes * 8;
+  return MpegAudioHeader{static_cast<int>(layer), sample_rate, is_mono ? 1U : 2U, bit_rate, size, samples};
 }
 
 }  // namespace media_server

@@ -13,6 +13,7 @@ struct MpegAudioHeader {
   std::uint32_t channels = 0;    ///< 1 or 2
   std::uint32_t bit_rate = 0;    ///< of this frame, in bits per second
   std::uint32_t size_bytes = 0;  ///< of the whole frame
+  std::uint32_t samples = 0;     ///< of each channel
 };
 
 inline constexpr std::size_t kMpegAudioHeaderSize = 4;

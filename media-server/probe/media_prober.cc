@@ -10,6 +10,7 @@
 #include "core/log.h"
 #include "media-server/container/flac_blocks.h"
 #include "media-server/container/format_identity.h"
+#include "media-server/container/frame_length.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/container_facts.h"
@@ -121,8 +122,22 @@ void SetLengthsOfTracks(const ContainerFacts& container, AVFormatContext& contex
     context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
 }
 
+// Where no header tells the length, libavformat takes the bit rate of the first frames for that of all.
+void MeasureSound(IByteSource& source, AVFormatContext& context) {
+  const std::string_view demuxer = context.iformat->name;
+  const bool is_guessed = context.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+  if (!is_guessed || (demuxer != "aac" && demuxer != "mp3")) return;
+  const auto length = MeasureFrames(source);
+  if (!length) return;
+  SetSeconds(length->seconds, context);
+  for (AVStream* stream : Streams(context)) {
+    const bool is_sound = stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+    if (is_sound) stream->codecpar->bit_rate = static_cast<std::int64_t>(length->bit_rate);
+  }
+}
+
 // Puts right what libavformat tells of lengths where our readers or the budget of the source know better.
-void CorrectTimes(const ContainerFacts& container, const BoundedSource& source, AVFormatContext& context) {
+void CorrectTimes(const ContainerFacts& container, BoundedSource& source, AVFormatContext& context) {
   if (container.movie && container.movie->fragment_duration && source.Spent()) {
     SetEndOfFragments(*container.movie->fragment_duration, context);
   }
@@ -131,6 +146,7 @@ void CorrectTimes(const ContainerFacts& container, const BoundedSource& source, 
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
   SetRateOfFieldClock(context);
   CompleteLastPicture(context);
+  MeasureSound(source, context);
   if (container.sound_seconds) SetSeconds(*container.sound_seconds, context);
   if (container.told_seconds && context.duration <= 0) SetSeconds(*container.told_seconds, context);
 }

@@ -15,6 +15,11 @@ def tone(rate="48000", seconds="1", frequency="440"):
     return ["-f", "lavfi", "-i", f"sine=frequency={frequency}:sample_rate={rate}:duration={seconds}"]
 
 
+def quiet_start(seconds):
+    """ffmpeg's arguments for an input of noise behind as much silence, `seconds` long in all."""
+    return ["-f", "lavfi", "-i", f"aevalsrc='if(lt(t,{seconds / 2}),0,random(0)-0.5)':sample_rate=44100:duration={seconds}"]
+
+
 def run(command, folder):
     done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True)
     if done.returncode != 0:

@@ -85,6 +85,19 @@ class MediaFacts(unittest.TestCase):
             metadata = tool.streams_of(self.our_record(name))[0]["metadata"]
             self.assertEqual(metadata.get("MediaFile_Metedata_Video_Format_Settings_Gop"), "M=3, N=12", name)
 
+    def test_length_that_nothing_tells_and_the_start_does_not_show(self):
+        for name, encoder in (("quiet.aac", ["-c:a", "aac", "-b:a", "96k"]),
+                              ("quiet.mp3", ["-c:a", "libmp3lame", "-q:a", "4", "-write_xing", "0"])):
+            with self.subTest(name=name), tempfile.TemporaryDirectory() as folder:
+                path = pathlib.Path(folder, name)
+                maker.run_ffmpeg(path, [*maker.quiet_start(20), *encoder], folder)
+                record = tool.record_of(path)
+                self.assertAlmostEqual(record["duration"], 20, delta=0.06)  # what encoders put in front
+                self.assertAlmostEqual(tool.streams_of(record)[0]["duration"], record["duration"], delta=1e-4)
+                bit_rate = path.stat().st_size * 8 / record["duration"]
+                self.assertAlmostEqual(record["bit_rate"], bit_rate, delta=1)
+                self.assertAlmostEqual(tool.streams_of(record)[0]["bit_rate"], bit_rate, delta=100)  # ID3v2 is no sound
+
     def test_json_is_the_array_of_the_same_records(self):
         some = [Made.paths["mp4.mp4"], Made.paths["programs.ts"]]
         done = tool.run("--json", *some)

@@ -115,6 +115,15 @@ class Costs(unittest.TestCase):
         data = (tool.SAMPLES / "languages.mkv").read_bytes()
         self.assertLessEqual(self.requests_for("long.mkv", data + bytes(8_000_000))[1], 3)
 
+    def test_sound_whose_start_does_not_show_how_long_it_is(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "quiet.aac"
+            maker.run_ffmpeg(path, [*maker.quiet_start(80), "-c:a", "aac", "-b:a", "128k"], folder)
+            remote, requests = self.requests_for(path.name, path.read_bytes())
+            self.assertAlmostEqual(tool.record_of(path)["duration"], 80, delta=0.06)
+        self.assertAlmostEqual(remote["duration"], 80, delta=8)
+        self.assertLessEqual(requests, 8)
+
 
 class Unserved(unittest.TestCase):
     def check_fails(self, url):

@@ -32,6 +32,14 @@ TEST(MpegAudioHeaderTest, HalvesTheRatesOfLaterVersions) {
   EXPECT_EQ(ReadMpegAudioHeader(Bytes{0xFF, 0xE3, 0x90, 0x64})->sample_rate_hz, 11'025u);  // MPEG-2.5
 }
 
+TEST(MpegAudioHeaderTest, TellsHowManySamplesAFrameHas) {
+  EXPECT_EQ(ReadMpegAudioHeader(Bytes{0xFF, 0xFF, 0x90, 0x64})->samples, 384u);    // layer I
+  EXPECT_EQ(ReadMpegAudioHeader(Bytes{0xFF, 0xFD, 0x90, 0x64})->samples, 1'152u);  // layer II
+  EXPECT_EQ(ReadMpegAudioHeader(Bytes{0xFF, 0xF5, 0x90, 0x64})->samples, 1'152u);  // of MPEG-2
+  EXPECT_EQ(ReadMpegAudioHeader(Bytes{0xFF, 0xFB, 0x90, 0x64})->samples, 1'152u);  // layer III
+  EXPECT_EQ(ReadMpegAudioHeader(Bytes{0xFF, 0xF3, 0x90, 0x64})->samples, 576u);    // of MPEG-2
+}
+
 TEST(MpegAudioHeaderTest, CountsTwoChannelsOfDualSound) {
   EXPECT_EQ(ReadMpegAudioHeader(Bytes{0xFF, 0xFB, 0x90, 0x84})->channels, 2u);
 }
