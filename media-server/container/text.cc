@@ -68,6 +68,17 @@ char32_t FromWindows1252(std::uint8_t byte) {
   return byte >= 0x80 && byte < 0xA0 ? kWindows1252[byte - 0x80U] : char32_t{byte};
 }
 
+/// Valid UTF-8 with printable characters in place of U+0080 to U+009F: somebody took Windows-1252 for ISO 8859-1.
+std::string WithoutUpperControls(const std::string& text) {
+  std::string printable;
+  for (auto at = text.cbegin(); at != text.cend();) {
+    const char32_t code_point = utf8::unchecked::next(at);
+    const bool is_control = code_point >= 0x80 && code_point < 0xA0;
+    utf8::append(is_control ? kWindows1252[code_point - 0x80U] : code_point, std::back_inserter(printable));
+  }
+  return printable;
+}
+
 /// Whether all that is wrong with the bytes is that their last character is cut: a single letter of another character
 /// set at the end looks alike, unless whole characters of UTF-8 stand before it.
 bool IsCutUtf8(Bytes bytes, std::size_t valid_size) {
@@ -135,7 +146,7 @@ std::string TextFromUtf8OrWindows1252(Bytes bytes) {
   const auto valid_size =
       static_cast<std::size_t>(utf8::find_invalid(content.begin(), content.end()) - content.begin());
   if (valid_size == content.size() || IsCutUtf8(content, valid_size)) {
-    return FromUtf8(AsText(content.first(valid_size)));
+    return WithoutUpperControls(FromUtf8(AsText(content.first(valid_size))));
   }
   return FromSingleBytes(content, FromWindows1252);
 }

@@ -22,7 +22,8 @@ std::string TextFromUtf8OrMacRoman(std::span<const std::uint8_t> bytes);
 
 /// UTF-8 where the bytes are valid UTF-8, also where a field's end cuts its last character, which goes then;
 /// Windows-1252 otherwise: ISO 8859-1 with printable characters at 80 to 9F, where that has control characters that no
-/// text means. For formats that never said which, or say ISO 8859-1 and are not heeded.
+/// text means; in UTF-8 the same stand for these. For formats that never said which, or say ISO 8859-1 and are not
+/// heeded, whoever made UTF-8 of it.
 std::string TextFromUtf8OrWindows1252(std::span<const std::uint8_t> bytes);
 
 /// Whether the bytes are valid UTF-8 without control characters other than tab and line ends.

@@ -484,6 +484,11 @@ class HostileTags(unittest.TestCase):
         record = self.bounded_record(Made.write("windows.wav", self.titled("wav", "Für “Élise” €".encode("cp1252"))))
         self.assertEqual(record["metadata"][KEY + "Title"], "Für “Élise” €")
 
+    def test_id3v2_that_says_iso_8859_1_and_means_windows_1252(self):
+        title = carriers.id3v2_frame(b"TIT2", b"\0" + "Für “Élise” €".encode("cp1252"), 4)
+        record = self.bounded_record(Made.write("windows.mp3", carriers.id3v2_tag(title) + Made.base["mp3"]))
+        self.assertEqual(record["metadata"][KEY + "Title"], "Für “Élise” €")
+
     def test_embedded_nul_ends_or_leaves_the_text(self):
         for name in ("mp3", "flac", "mp4", "wav"):
             with self.subTest(name=name):

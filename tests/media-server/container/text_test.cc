@@ -68,6 +68,9 @@ TEST(ContainerText, Windows1252HasPrintableCharactersWhereLatin1HasNone) {
             "“Größe” €");
   EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("\x9F\xA0\xFF"sv)), "\u0178\u00A0\u00FF");
   EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("\x81"sv)), "\uFFFD") << "means nothing";
+  EXPECT_EQ(TextFromUtf8OrWindows1252(Bytes("don\u0092t \u0085\u00A0é€\U0001F3B5\u0093 ")),
+            "don’t …\u00A0é€\U0001F3B5“")
+      << "read as ISO 8859-1 by somebody";
 }
 
 TEST(ContainerText, Utf8MayBeCutByTheEndOfItsField) {
