@@ -17,6 +17,7 @@
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
 #include "media-server/container/mpeg_audio_header.h"
+#include "media-server/container/ogg_chain.h"
 #include "media-server/container/riff_scan.h"
 #include "media-server/container/transport_scrambling.h"
 #include "media-server/container/truncation.h"
@@ -111,6 +112,9 @@ void CheckSmallReaders(FuzzedSource& source) {
     FUZZ_CHECK(length->seconds > 0 && length->bit_rate <= kMostBitRate);
   }
   FUZZ_CHECK(source.TakeBytesRead() <= 512 * 1024);
+  const auto chain = ReadOggChain(source);
+  FUZZ_CHECK(!chain || chain->seconds.value_or(0) >= 0);
+  FUZZ_CHECK(source.TakeBytesRead() <= 3 * kMiB);
 }
 
 void CheckIdentity(FuzzedSource& source) {

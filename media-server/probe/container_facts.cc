@@ -181,6 +181,12 @@ ContainerFacts FactsOfAmr(IByteSource& source) {
   return facts;
 }
 
+ContainerFacts FactsOfOgg(IByteSource& source) {
+  ContainerFacts facts;
+  facts.ogg_chain = ReadOggChain(source);
+  return facts;
+}
+
 ContainerFacts FactsOfTransportStream(IByteSource& source) {
   ContainerFacts facts;
   facts.scrambled_pids = ReadScrambledPids(source);
@@ -195,6 +201,7 @@ struct Reader {
 constexpr Reader kReaders[] = {
     {"mov", &FactsOfMp4}, {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff}, {"avi", &FactsOfRiff},
     {"asf", &FactsOfAsf}, {"mp3", &FactsOfMpegAudio},     {"amr", &FactsOfAmr},  {"mpegts", &FactsOfTransportStream},
+    {"ogg", &FactsOfOgg},
 };
 
 }  // namespace

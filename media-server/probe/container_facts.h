@@ -10,6 +10,7 @@
 #include "media-server/container/id3v1.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
+#include "media-server/container/ogg_chain.h"
 #include "media-server/container/riff_scan.h"
 #include "media-server/io/byte_source.h"
 #include "media-server/probe/track_facts.h"
@@ -25,6 +26,7 @@ struct ContainerFacts {
   std::optional<Id3v1Tag> id3v1;              ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
   std::optional<RiffDataToEnd> sound_to_end;  ///< of a WAV file whose writer could not go back, or that was cut
   std::optional<double> sound_seconds;        ///< of AMR, which libavformat estimates
+  std::optional<OggChain> ogg_chain;          ///< of Ogg whose links libavformat takes for the last one
   std::optional<double> told_seconds;         ///< of ASF, which libavformat gives no length where it is cut
   std::vector<std::uint16_t> scrambled_pids;  ///< of a transport stream
   std::vector<AsfFrameTime> frame_times;      ///< of ASF

@@ -76,12 +76,20 @@ void SetEndOfFragments(const Mp4Duration& duration, AVFormatContext& context) {
   for (AVStream* stream : Streams(context)) stream->duration = av_rescale_q(ticks, seconds, stream->time_base);
 }
 
+void SetSeconds(std::optional<double> seconds, AVFormatContext& context) {
+  const auto in_ticks = [&](double ticks_per_second) -> std::int64_t {
+    constexpr double kMost = 9e18;  // a file may claim more than 64 bits hold
+    return seconds ? std::llround(std::min(*seconds * ticks_per_second, kMost)) : AV_NOPTS_VALUE;
+  };
+  context.duration = in_ticks(AV_TIME_BASE);
+  for (AVStream* stream : Streams(context)) stream->duration = in_ticks(1 / av_q2d(stream->time_base));
+}
+
 // libavformat takes the latest time that it has seen for the end where the end itself cannot be read.
 void ForgetTimesOfEnd(AVFormatContext& context) {
   if (context.duration_estimation_method != AVFMT_DURATION_FROM_PTS) return;
-  context.duration = AV_NOPTS_VALUE;
+  SetSeconds(std::nullopt, context);
   context.bit_rate = 0;
-  for (AVStream* stream : Streams(context)) stream->duration = AV_NOPTS_VALUE;
 }
 
 // The length of sound that reaches to the end of the file, whatever its header says; of none where that is not known.
@@ -98,11 +106,6 @@ void SetLengthOfSound(std::optional<std::uint64_t> bytes, AVFormatContext& conte
     stream->duration = av_rescale_q(bits, seconds_per_bit, stream->time_base);
     context.duration = av_rescale_q(bits, seconds_per_bit, {1, AV_TIME_BASE});
   }
-}
-
-void SetSeconds(double seconds, AVFormatContext& context) {
-  context.duration = std::llround(seconds * AV_TIME_BASE);
-  for (AVStream* stream : Streams(context)) stream->duration = std::llround(seconds / av_q2d(stream->time_base));
 }
 
 // libavformat gives a track no length whose header leaves it open, or whose edit has none because it is to the end.
@@ -148,6 +151,7 @@ void CorrectTimes(const ContainerFacts& container, BoundedSource& source, AVForm
   CompleteLastPicture(context);
   MeasureSound(source, context);
   if (container.sound_seconds) SetSeconds(*container.sound_seconds, context);
+  if (container.ogg_chain) SetSeconds(container.ogg_chain->seconds, context);
   if (container.told_seconds && context.duration <= 0) SetSeconds(*container.told_seconds, context);
 }
 

@@ -98,6 +98,17 @@ class MediaFacts(unittest.TestCase):
                 self.assertAlmostEqual(record["bit_rate"], bit_rate, delta=1)
                 self.assertAlmostEqual(tool.streams_of(record)[0]["bit_rate"], bit_rate, delta=100)  # ID3v2 is no sound
 
+    def test_length_of_sound_in_links_one_behind_the_other(self):
+        with tempfile.TemporaryDirectory() as folder:
+            parts = [pathlib.Path(folder, name) for name in ("first.ogg", "second.ogg")]
+            for part, rate, seconds in zip(parts, ("44100", "48000"), ("3", "2")):
+                maker.run_ffmpeg(part, [*maker.tone(rate, seconds), "-c:a", "libvorbis"], folder)
+            chain = pathlib.Path(folder, "chain.ogg")
+            chain.write_bytes(b"".join(part.read_bytes() for part in parts))
+            record = tool.record_of(chain)
+        self.assertAlmostEqual(record["duration"], 5, delta=0.001)
+        self.assertAlmostEqual(tool.streams_of(record)[0]["duration"], 5, delta=0.001)
+
     def test_json_is_the_array_of_the_same_records(self):
         some = [Made.paths["mp4.mp4"], Made.paths["programs.ts"]]
         done = tool.run("--json", *some)
