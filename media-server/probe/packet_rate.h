@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 struct AVFormatContext;
@@ -7,13 +8,13 @@ struct AVStream;
 
 namespace media_server::probe {
 
-/// Whether libavformat has measured no frame rate of `stream` and would give that of the container's clock, which
-/// counts milliseconds in ASF.
-bool HasRateOfClock(const AVFormatContext& context, const AVStream& stream);
+/// The frame rate that the container tells of a stream, in frames per second.
+using ToldRate = std::function<std::optional<double>(const AVStream& stream)>;
 
-/// Gives `stream` the frame rate that its container tells (`told_rate`, frames per second) or, where it tells none, the
-/// mean one of its next packets, and none where these do not tell either. Where the file's packets end before a bound,
-/// they are the stream's number of frames. Reads packets unless the rate is told.
-void SetRateOfPackets(AVFormatContext& context, std::optional<double> told_rate, AVStream& stream);
+/// Gives the picture streams of ASF the frame rate that their container tells or, where it tells none, the mean one of
+/// their next packets, and none where these do not tell either: libavformat gives those of which it has measured none
+/// the rate of the container's clock, which counts milliseconds. Where the file's packets end before a bound, they are
+/// the streams' numbers of frames. Reads packets unless all rates are told.
+void SetRatesOfPackets(AVFormatContext& context, const ToldRate& told_rate);
 
 }  // namespace media_server::probe

@@ -56,59 +56,90 @@ StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVSt
   return description;
 }
 
+/// Where the facts of streams come from.
+struct Sources {
+  AVFormatContext& context;
+  IByteSource& source;
+  const ContainerFacts& container;
+  const SampleReader samples;
+  bool packets_are_read = false;  // reading them for one stream passes those of the others
+};
+
+/// A stream that is described, and what its first packet tells.
+struct KnownStream {
+  AVStream* stream;
+  StreamKind kind;
+  TrackFacts track;
+  std::optional<PictureHeader> header;  // of pictures
+};
+
+std::vector<KnownStream> ReadFirstPackets(const Sources& from) {
+  // Streams that first appear in packets read here are described by nothing, and their coming moves the others' list.
+  const std::vector<AVStream*> streams(Streams(from.context).begin(), Streams(from.context).end());
+  std::vector<KnownStream> known;
+  for (AVStream* stream : streams) {
+    const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
+    if (!kind) continue;
+    KnownStream next{stream, *kind, from.container.FactsOf(*stream), {}};
+    if (!next.track.encrypted) DescribeMpegAudio(from.samples, *stream);
+    const bool is_picture = stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
+    if (is_picture) next.header = ReadPictureHeader(*stream, from.samples);
+    known.push_back(std::move(next));
+  }
+  return known;
+}
+
+PictureFacts ReadPictureFacts(Sources& from, const KnownStream& known, std::uint64_t file_size) {
+  AVStream& stream = *known.stream;
+  // Edits that show a part again put it into the index again: there the sample tables count.
+  const bool index_counts = !from.container.movie || from.container.movie->has_fragments;
+  PictureFacts facts{.header = *known.header,
+                     .track = known.track,
+                     .file_is_truncated = from.container.truncated,
+                     .aspect_is_of_display = from.samples.Demuxer() == "mxf",
+                     .sample_count = index_counts ? static_cast<std::uint32_t>(from.samples.SampleCount(stream)) : 0};
+  if (IsUnsizedDv(stream) && !from.packets_are_read) {
+    facts.header.parameters = ReadNextDvFrame(from.context, stream);
+    from.packets_are_read = true;
+  }
+  if (const Mp4Track* mp4_track = from.container.TrackOf(stream)) {
+    facts.gop = GopOfTrack(stream, *mp4_track, from.samples);
+  } else if (IsElementaryPictureStream(from.context)) {
+    facts.timing = TimeElementaryStream(from.context, from.samples.TakenPackets(),
+                                        NumberOf(facts.header.parameters.frame_rate, /*unknown=*/0), file_size);
+  } else if (TellsGopInPackets(stream) && from.container.matroska && known.track.id && !from.source.IsRemote()) {
+    facts.gop = GopOfFrames(from.source, *known.track.id);  // at a server each frame would cost a request
+  } else if (TellsGopInPackets(stream) && !from.packets_are_read) {
+    facts.gop = GopOfPackets(from.context, stream);
+    from.packets_are_read = true;
+  }
+  return facts;
+}
+
+StreamDescription Describe(Sources& from, const KnownStream& known, MediaDescription& media) {
+  std::optional<PictureFacts> picture;
+  if (known.header) picture = ReadPictureFacts(from, known, media.file_size);
+  StreamDescription description = DescribeCommonFacts(from.context, *known.stream, known.kind, media.duration);
+  if (known.track.id) description.id = *known.track.id;
+  if (known.track.language) description.language = *known.track.language;
+  if (picture && picture->timing) {
+    media.duration = description.duration = picture->timing->duration;
+    media.bit_rate = FileBitRate(from.context, media.file_size, media.duration);
+  }
+  if (picture) DescribePicture(*known.stream, *picture, description);
+  if (known.kind == StreamKind::kSound) DescribeSound(*known.stream, known.track.encrypted, description);
+  return description;
+}
+
 }  // namespace
 
 void DescribeStreams(AVFormatContext& context, IByteSource& source, const ContainerFacts& container,
                      MediaDescription& media) {
-  const SampleReader samples(context, source);
-  // Edits that show a part again put it into the index again: there the sample tables count.
-  const bool index_counts = !container.movie || container.movie->has_fragments;
+  Sources from{context, source, container, SampleReader(context, source)};
   DescribePackedPcm(context);
-  bool packets_are_read = false;  // reading them for one stream passes those of the others
-  // Streams that first appear in packets read here are described by nothing, and their coming moves the others' list.
-  const std::vector<AVStream*> streams(Streams(context).begin(), Streams(context).end());
-  for (AVStream* stream : streams) {
-    const auto kind = KindOf(*stream, stream->codecpar->codec_tag);
-    if (!kind) continue;
-    const TrackFacts track = container.FactsOf(*stream);
-    if (!track.encrypted) DescribeMpegAudio(samples, *stream);
-    StreamDescription description = DescribeCommonFacts(context, *stream, *kind, media.duration);
-    if (track.id) description.id = *track.id;
-    if (track.language) description.language = *track.language;
-    if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
-      PictureFacts facts{.header = ReadPictureHeader(*stream, samples),
-                         .track = track,
-                         .file_is_truncated = container.truncated,
-                         .aspect_is_of_display = samples.Demuxer() == "mxf",
-                         .sample_count = index_counts ? static_cast<std::uint32_t>(samples.SampleCount(*stream)) : 0};
-      if (IsUnsizedDv(*stream) && !packets_are_read) {
-        facts.header.parameters = ReadNextDvFrame(context, *stream);
-        description.bit_rate = Saturated(StreamBitRate(*stream));
-        packets_are_read = true;
-      }
-      if (HasRateOfClock(context, *stream)) SetRateOfPackets(context, track.frame_rate, *stream);
-      if (const Mp4Track* mp4_track = container.TrackOf(*stream)) {
-        facts.gop = GopOfTrack(*stream, *mp4_track, samples);
-      } else if (IsElementaryPictureStream(context)) {
-        facts.timing =
-            TimeElementaryStream(context, samples.TakenPackets(),
-                                 NumberOf(facts.header.parameters.frame_rate, /*unknown=*/0), media.file_size);
-      } else if (TellsGopInPackets(*stream) && container.matroska && track.id && !source.IsRemote()) {
-        facts.gop = GopOfFrames(source, *track.id);  // at a server each frame would cost a request
-      } else if (TellsGopInPackets(*stream) && !packets_are_read) {
-        facts.gop = GopOfPackets(context, *stream);
-        packets_are_read = true;
-      }
-      if (facts.timing) {
-        media.duration = description.duration = facts.timing->duration;
-        media.bit_rate = FileBitRate(context, media.file_size, media.duration);
-      }
-      DescribePicture(*stream, facts, description);
-    } else if (*kind == StreamKind::kSound) {
-      DescribeSound(*stream, track.encrypted, description);
-    }
-    media.streams.push_back(std::move(description));
-  }
+  const std::vector<KnownStream> known = ReadFirstPackets(from);
+  SetRatesOfPackets(context, [&](const AVStream& stream) { return container.FactsOf(stream).frame_rate; });
+  for (const KnownStream& stream : known) media.streams.push_back(Describe(from, stream, media));
 }
 
 }  // namespace media_server::probe

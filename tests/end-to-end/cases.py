@@ -147,6 +147,10 @@ CONTAINERS = [
     # Pictures at 0, 0.28 and 0.8 s.
     Case("uneven.wmv", pictures() + ["-vf", "select='eq(n,0)+eq(n,7)+eq(n,20)'", "-vsync", "vfr", "-c:v", "wmv2"],
          {"format": "asf", "0.frame_rate": {"num": 5, "den": 2}, "0.frame_count": 3}),
+    Case("two_slow.wmv", pictures(rate="1/5", seconds="30") + pictures(rate="1/2", seconds="30") + [
+        "-map", "0", "-map", "1", "-c:v", "msmpeg4"],
+         {"0.frame_rate": {"num": 1, "den": 5}, "0.frame_count": 6,
+          "1.frame_rate": {"num": 1, "den": 2}, "1.frame_count": 15}),
     Case("wma.wma", tone("44100") + ["-c:a", "wmav2", "-b:a", "64k"], {"format": "asf", "0.codec": "wmav2"}),
     Case("cover.mp3", tone("44100", "3") + pictures("96x80") + [
         *COVER, "-c:a", "libmp3lame", "-b:a", "64k", "-c:v", "png"],
