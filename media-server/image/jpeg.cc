@@ -12,9 +12,11 @@
 
 #include "media-server/codec/picture_parameters.h"
 #include "media-server/container/byte_reader.h"
+#include "media-server/image/exif_payload.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/header_window.h"
 #include "media-server/image/photoshop_resources.h"
+#include "media-server/image/segment_names.h"
 
 namespace media_server::image {
 namespace {
@@ -40,8 +42,6 @@ constexpr int kMostSegments = 2048;
 
 constexpr std::string_view kExif = "Exif\0"sv;  // padded to six bytes, not always with a zero
 constexpr std::size_t kExifSize = 6;
-constexpr std::string_view kXmp = "http://ns.adobe.com/xap/1.0/\0"sv;
-constexpr std::string_view kPhotoshop = "Photoshop 3.0\0"sv;
 
 bool StandsAlone(std::uint8_t marker) {
   return marker == kTemporary || (marker >= kFirstRestart && marker <= kStartOfImage);
@@ -182,22 +182,21 @@ class JpegWalk {
   }
 
   void TakeApp1(std::uint64_t offset, std::size_t size) {
-    const std::string_view name = AsText(window_.View(offset, std::min(size, kXmp.size())));
+    const std::string_view name = AsText(window_.View(offset, std::min(size, kXmpSegment.size())));
     EmbeddedMetadata& metadata = headers_.metadata;
     if (name.starts_with(kExif) && size > kExifSize && metadata.exif.empty()) {
-      auto exif = window_.Copy(offset + kExifSize, size - kExifSize);
-      if (AsText(exif).starts_with("II") || AsText(exif).starts_with("MM")) metadata.exif = std::move(exif);
+      metadata.exif = TiffOfExifBlock(window_.Copy(offset + kExifSize, size - kExifSize), ExifPrefix::kNone);
       return;
     }
-    if (name != kXmp) return;
-    const auto packet = window_.Copy(offset + kXmp.size(), size - kXmp.size());
+    if (name != kXmpSegment) return;
+    const auto packet = window_.Copy(offset + kXmpSegment.size(), size - kXmpSegment.size());
     metadata.AddXmp(AsText(packet));
   }
 
   /// Image resources that do not fit into one segment go on in the next (Adobe, "Photoshop 3.0" segments).
   void TakeApp13(std::uint64_t offset, std::size_t size) {
-    if (AsText(window_.View(offset, std::min(size, kPhotoshop.size()))) != kPhotoshop) return;
-    const auto blocks = window_.Copy(offset + kPhotoshop.size(), size - kPhotoshop.size());
+    if (AsText(window_.View(offset, std::min(size, kPhotoshopSegment.size()))) != kPhotoshopSegment) return;
+    const auto blocks = window_.Copy(offset + kPhotoshopSegment.size(), size - kPhotoshopSegment.size());
     photoshop_.insert(photoshop_.end(), blocks.begin(), blocks.end());
   }
 

@@ -9,6 +9,7 @@
 
 #include "media-server/codec/picture_parameters.h"
 #include "media-server/container/byte_reader.h"
+#include "media-server/image/exif_payload.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/frame_delays.h"
 #include "media-server/image/header_window.h"
@@ -162,9 +163,8 @@ class PngWalk {
 
   /// eXIf (11.3.5.5) holds over what stands in a text.
   void TakeExif(const Chunk& chunk) {
-    const auto exif = window_.Copy(chunk.offset, chunk.size);
-    const Bytes payload = WithoutExifName(exif);
-    if (!payload.empty()) headers_.metadata.exif.assign(payload.begin(), payload.end());
+    auto exif = TiffOfExifBlock(window_.Copy(chunk.offset, chunk.size), ExifPrefix::kNone);
+    if (!exif.empty()) headers_.metadata.exif = std::move(exif);
   }
 
   void TakeText(const Chunk& chunk) {

@@ -10,7 +10,9 @@
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/text.h"
+#include "media-server/image/exif_payload.h"
 #include "media-server/image/photoshop_resources.h"
+#include "media-server/image/segment_names.h"
 #include "media-server/metadata/timestamp.h"
 
 namespace media_server::image {
@@ -22,9 +24,6 @@ using Bytes = std::span<const std::uint8_t>;
 // A profile of the greatest length in hexadecimal digits.
 constexpr std::size_t kMostTextBytes = 2 * kMostMetadataBytes;
 
-constexpr std::string_view kExifName = "Exif\0\0"sv;
-constexpr std::string_view kXmpName = "http://ns.adobe.com/xap/1.0/\0"sv;
-constexpr std::string_view kPhotoshopName = "Photoshop 3.0\0"sv;
 constexpr std::string_view kCreationTime = "Creation Time";
 constexpr std::string_view kRawProfile = "Raw profile type ";
 
@@ -104,12 +103,12 @@ void Keep(Bytes payload, std::vector<std::uint8_t>& place) {
 void TakeProfile(Bytes profile, EmbeddedMetadata& metadata) {
   constexpr std::uint8_t kIptcTagMarker = 0x1C;
   const std::string_view text = AsText(profile);
-  if (text.starts_with(kExifName)) return Keep(WithoutExifName(profile), metadata.exif);
-  if (text.starts_with("II*\0"sv) || text.starts_with("MM\0*"sv)) return Keep(profile, metadata.exif);
-  if (text.starts_with(kPhotoshopName)) profile = profile.subspan(kPhotoshopName.size());
+  const auto exif = TiffOfExifBlock({profile.begin(), profile.end()}, ExifPrefix::kNone);
+  if (!exif.empty()) return Keep(exif, metadata.exif);
+  if (text.starts_with(kPhotoshopSegment)) profile = profile.subspan(kPhotoshopSegment.size());
   if (AsText(profile).starts_with("8BIM")) profile = FindPhotoshopResource(profile, kIptcResource);
   if (!profile.empty() && profile[0] == kIptcTagMarker) return Keep(profile, metadata.iptc);
-  if (text.starts_with(kXmpName)) return metadata.AddXmp(text.substr(kXmpName.size()));
+  if (text.starts_with(kXmpSegment)) return metadata.AddXmp(text.substr(kXmpSegment.size()));
   if (text.starts_with('<')) metadata.AddXmp(text);
 }
 
@@ -150,10 +149,6 @@ void TakePngText(const PngText& text, EmbeddedMetadata& metadata) {
   if (text.keyword != "AIGC" || !metadata.aigc.empty()) return;
   // ISO 8859-1 by the standard (PNG 11.3.3.2), UTF-8 by most writers.
   metadata.aigc = TextFromUtf8OrWindows1252(AsBytes(text.text));
-}
-
-Bytes WithoutExifName(Bytes exif) {
-  return AsText(exif).starts_with(kExifName) ? exif.subspan(kExifName.size()) : exif;
 }
 
 }  // namespace media_server::image

@@ -27,7 +27,4 @@ std::optional<PngText> ReadPngText(std::string_view type, std::span<const std::u
 /// hexadecimal digits ("Raw profile type exif") with Exif, XMP or IPTC in it. What is there already stays.
 void TakePngText(const PngText& text, EmbeddedMetadata& metadata);
 
-/// Exif data as some writers put them into chunks of their own: without the name that stands before them in JPEG.
-std::span<const std::uint8_t> WithoutExifName(std::span<const std::uint8_t> exif);
-
 }  // namespace media_server::image

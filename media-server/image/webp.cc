@@ -9,10 +9,10 @@
 
 #include "media-server/codec/picture_parameters.h"
 #include "media-server/container/byte_reader.h"
+#include "media-server/image/exif_payload.h"
 #include "media-server/image/fourcc.h"
 #include "media-server/image/frame_delays.h"
 #include "media-server/image/header_window.h"
-#include "media-server/image/png_text.h"
 
 namespace media_server::image {
 namespace {
@@ -154,9 +154,8 @@ class WebpWalk {
   }
 
   void TakeExif(const Chunk& chunk) {
-    const auto exif = window_.Copy(chunk.offset, chunk.size);
-    const Bytes payload = WithoutExifName(exif);
-    if (headers_.metadata.exif.empty()) headers_.metadata.exif.assign(payload.begin(), payload.end());
+    if (!headers_.metadata.exif.empty()) return;
+    headers_.metadata.exif = TiffOfExifBlock(window_.Copy(chunk.offset, chunk.size), ExifPrefix::kNone);
   }
 
   HeaderWindow window_;

@@ -131,6 +131,7 @@ TEST(Png, FindsExifBeforeAndBehindThePictureData) {
   EXPECT_EQ(ExifOf(ReadPng, Still(Chunk("eXIf", "II*\0exif"s))), "II*\0exif"s);
   EXPECT_EQ(ExifOf(ReadPng, Still("", Chunk("eXIf", "MM\0*exif"s))), "MM\0*exif"s);
   EXPECT_EQ(ExifOf(ReadPng, Still(Chunk("eXIf", "Exif\0\0II*\0exif"s))), "II*\0exif"s);
+  EXPECT_EQ(ExifOf(ReadPng, Still(Chunk("eXIf", "\0\0\0\0II*\0exif"s))), "II*\0exif"s) << "as HEIF has it";
 }
 
 TEST(Png, FindsXmpAndTheLabelInEveryKindOfText) {
@@ -196,6 +197,7 @@ TEST(Png, PrefersTheExifChunkToARawProfile) {
   const std::string chunk = Chunk("eXIf", "II*\0chunk"s);
   EXPECT_EQ(ExifOf(ReadPng, Still(raw + chunk)), "II*\0chunk"s);
   EXPECT_EQ(ExifOf(ReadPng, Still(chunk + raw)), "II*\0chunk"s);
+  EXPECT_EQ(ExifOf(ReadPng, Still(raw + Chunk("eXIf", "rubbish"))), "II*\0text"s) << "one that can be read";
 }
 
 TEST(Png, LeavesOutProfilesAndTextsThatAreDamaged) {
