@@ -1,15 +1,13 @@
 #include "interrupt.h"
 
-#include <array>
-
 namespace mediaprobe {
 namespace {
 
-constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-
 volatile sig_atomic_t interrupted = 0;
 
-void Remember(int) {
+}  // namespace
+
+void Interrupts::Remember(int) {
   interrupted = 1;
   // The next one, whichever of them it is, ends the process.
   for (const int signal : kSignals) {
@@ -18,8 +16,6 @@ void Remember(int) {
     if (action.sa_handler == Remember) std::signal(signal, SIG_DFL);
   }
 }
-
-}  // namespace
 
 Interrupts::Interrupts() {
   interrupted = 0;

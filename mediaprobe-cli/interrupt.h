@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <csignal>
 
 namespace mediaprobe {
@@ -22,8 +23,12 @@ class Interrupts {
   const sigset_t& wait_mask() const { return before_; }
 
  private:
+  static constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+  static void Remember(int signal);
+
   sigset_t before_{};  // signals that were blocked
-  struct sigaction previous_[4]{};
+  std::array<struct sigaction, kSignals.size()> previous_{};
 };
 
 }  // namespace mediaprobe

@@ -242,7 +242,6 @@ bool InputRun::Take(const Answer& answer) {
 
 RunCallbacks InputRun::MakeCallbacks() {
   RunCallbacks callbacks;
-  callbacks.answer = [this](const Input& input, const ReportDigest& report) { return AnswerOne(input, report); };
   callbacks.fail = [this](const Input& input, const std::string& reason) {
     Record record;
     record.input = platform::MaskUrl(input.name);
@@ -250,7 +249,11 @@ RunCallbacks InputRun::MakeCallbacks() {
     return AnswerFor(input, record);
   };
   callbacks.time_limit = [this](const Input& input) { return TimeLimit(options_, input); };
-  callbacks.take = [this](const Answer& answer) { return Take(answer); };
+  // The reader of the output may take its time: nobody is to wait for that who wants to end the run.
+  callbacks.take = [this](const Answer& answer) {
+    const InterruptsPass pass(interrupts_);
+    return Take(answer);
+  };
   callbacks.wait = [this](const RunCallbacks::Progress& progress) {
     RunProgress now{.answered = progress.answered, .total = total_, .current = platform::MaskUrl(progress.current)};
     if (progress.digest) now.digest = {progress.digest->done, progress.digest->total};
@@ -329,11 +332,6 @@ int InputRun::Run(InputSource& source, char* const* restart_line) {
   total_ = source.total();
   interrupts_.HoldBack();
   RunCallbacks callbacks = MakeCallbacks();
-  // The reader of the output may take its time: nobody is to wait for that who wants to end the run.
-  callbacks.take = [this](const Answer& answer) {
-    const InterruptsPass pass(interrupts_);
-    return Take(answer);
-  };
   if (options_.isolation == Isolation::kNone || restart_line != nullptr) {
     callbacks.answer = [&](const Input& input, const ReportDigest& report) {
       const InterruptsPass pass(interrupts_);

@@ -54,8 +54,7 @@ void LimitThisProcess(std::uint64_t memory_bytes) {
 
 /// What a terminal sends reaches every process of the group: the parent decides what becomes of it.
 void LeaveInterruptsToTheParent() {
-  signal(SIGINT, SIG_IGN);
-  signal(SIGHUP, SIG_IGN);
+  for (const int interrupt : {SIGINT, SIGHUP, SIGQUIT}) signal(interrupt, SIG_IGN);
   signal(SIGTERM, SIG_DFL);
   signal(SIGPIPE, SIG_IGN);
   sigset_t none;

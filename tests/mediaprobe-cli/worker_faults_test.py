@@ -32,10 +32,12 @@ def is_alive(process):
         return False
 
 
-def is_pending(status, number):
-    """Whether a signal still waits for the process that a /proc file tells of."""
-    pending, = (line.split()[1] for line in status.read_text().splitlines() if line.startswith("ShdPnd:"))
-    return bool(int(pending, 16) >> (number - 1) & 1)
+def has_signal(process, field, number):
+    """Whether a signal is among those that a field of the process's status names: "SigIgn", those that it ignores;
+    "ShdPnd", those that still wait for it."""
+    status = pathlib.Path(f"/proc/{process}/status").read_text()
+    signals, = (line.split()[1] for line in status.splitlines() if line.startswith(f"{field}:"))
+    return bool(int(signals, 16) >> (number - 1) & 1)
 
 
 FAULTS = {
@@ -196,12 +198,16 @@ class Faults(tool.ScratchTest):
     def test_interrupt_of_the_whole_group_reaches_the_user_once(self):
         """As a terminal sends it: to the workers too."""
         (self.folder / "hang.mp4").write_text("x")
-        process = self.start("--ndjson", "hang.mp4", stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                             start_new_session=True)
-        self.wait_for(lambda: children_of(process.pid))
-        os.killpg(process.pid, signal.SIGINT)
-        output, complaints = process.communicate(timeout=tool.HANG_SECONDS)
-        self.assertEqual((process.returncode, output, complaints), (130, b"", b""))
+        for number in (signal.SIGINT, signal.SIGHUP, signal.SIGQUIT):
+            with self.subTest(number=number):
+                process = self.start("--ndjson", "hang.mp4", stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                     start_new_session=True)
+                self.wait_for(lambda: children_of(process.pid))
+                worker, = children_of(process.pid)
+                self.wait_for(lambda: has_signal(worker, "SigIgn", number))
+                os.killpg(process.pid, number)
+                output, complaints = process.communicate(timeout=tool.HANG_SECONDS)
+                self.assertEqual((process.returncode, output, complaints), (130, b"", b""))
 
     def test_second_interrupt_ends_what_nobody_reads(self):
         (self.folder / "huge.wav").write_text("x")
@@ -210,8 +216,7 @@ class Faults(tool.ScratchTest):
 
         process.send_signal(signal.SIGINT)
         # One signal at a time is kept for a process: the second counts when the first has arrived.
-        status = pathlib.Path(f"/proc/{process.pid}/status")
-        self.wait_for(lambda: not is_pending(status, signal.SIGINT))
+        self.wait_for(lambda: not has_signal(process.pid, "ShdPnd", signal.SIGINT))
         process.send_signal(signal.SIGINT)
         self.assertEqual(process.wait(tool.HANG_SECONDS), -signal.SIGINT)
         process.stdout.close()
