@@ -7,12 +7,10 @@ import pathlib
 import subprocess
 import tempfile
 import threading
-import time
 import tty
 import unicodedata
 import unittest
 
-import mp4_boxes
 import tool
 
 KEY = "5eC12e7Ca4a21e50c0ffee0123456789"  # hexadecimal, as keys are

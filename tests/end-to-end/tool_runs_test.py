@@ -330,7 +330,7 @@ class Many(Runs):
         self.assertEqual(len(outputs), 1)
 
     def test_stopped_tool_goes_on(self):
-        process = self.start("--stdin", "--ndjson", "--timeout", "1", stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+        process = self.start("--stdin", "--ndjson", "--timeout", "3", stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                              bufsize=0)
         process.send_signal(signal.SIGSTOP)
         process.stdin.write((os.fsencode(MP4) + b"\n") * 100)
@@ -339,7 +339,7 @@ class Many(Runs):
         process.send_signal(signal.SIGCONT)
         self.read_line(process.stdout)
         process.send_signal(signal.SIGSTOP)
-        time.sleep(1.5)
+        time.sleep(3.5)
         process.send_signal(signal.SIGCONT)
         records = [json.loads(line) for line in process.stdout.read().splitlines()]
         self.assertEqual([record["status"] for record in records], ["ok"] * 99)
