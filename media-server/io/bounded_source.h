@@ -59,8 +59,6 @@ class BoundedSource final : public IByteSource {
   void KeepEnd(std::uint64_t bytes) { kept_end_ = bytes; }
   /// What was read so far, without what was told of.
   std::uint64_t BytesRead() const { return bytes_read_ - std::min(bytes_read_, told_of_); }
-  /// What may still be read before the end of the input.
-  std::uint64_t BytesLeft() const { return bytes_left_; }
 
   /// True once a read was refused.
   bool Spent() const { return spent_; }

@@ -14,7 +14,6 @@ class AvIo {
   explicit AvIo(BoundedSource& source);
 
   AVIOContext* Context() const { return context_.get(); }
-  const BoundedSource& Source() const { return source_; }
 
  private:
   static int Read(void* opaque, std::uint8_t* buffer, int size);

@@ -92,33 +92,30 @@ class Dictionary {
 std::unique_ptr<Demuxer> Demuxer::Open(BoundedSource& source, const DemuxerOptions& options, std::string* reason) {
   SetUpLibraries();
   std::unique_ptr<Demuxer> demuxer(new Demuxer(source));
-  AVFormatContext* context = avformat_alloc_context();
-  if (context == nullptr || demuxer->io_.Context() == nullptr) {
-    avformat_free_context(context);
+  FormatContextHandle context(avformat_alloc_context());
+  if (!context || demuxer->io_.Context() == nullptr) {
     *reason = "out of memory";
     return nullptr;
   }
   context->pb = demuxer->io_.Context();
   context->flags |= AVFMT_FLAG_CUSTOM_IO;
-  context->interrupt_callback = {&Interrupted, const_cast<BoundedSource*>(&demuxer->io_.Source())};
+  context->interrupt_callback = {&Interrupted, &source};
   context->io_open = &RefuseToOpen;
   context->probesize = options.probe_size;
   context->max_probe_packets = kMostProbePackets;
   context->max_streams = static_cast<int>(kMostStreams);
 
   const AVInputFormat* format = FindDemuxer(options.demuxer);
-  if (format == nullptr && (format = GuessDemuxer(*context, source, reason)) == nullptr) {
-    avformat_free_context(context);
-    return nullptr;
-  }
+  if (format == nullptr && (format = GuessDemuxer(*context, source, reason)) == nullptr) return nullptr;
   Dictionary demuxer_options;
   if (!options.decryption_key.empty()) demuxer_options.Set("decryption_key", options.decryption_key);
-  const int status = avformat_open_input(&context, /*url=*/"", format, demuxer_options.Put());
+  AVFormatContext* opened = context.release();
+  const int status = avformat_open_input(&opened, /*url=*/"", format, demuxer_options.Put());
   if (status < 0) {  // the context is freed already
     *reason = status == AVERROR_INVALIDDATA && options.demuxer.empty() ? refusals::kNotMedia : ReasonOf(status, source);
     return nullptr;
   }
-  demuxer->context_.reset(context);
+  demuxer->context_.reset(opened);
   return demuxer;
 }
 

@@ -50,6 +50,7 @@ void LeavesFilesAlone(Subject& subject) {
   Tour(subject).Unload();
   Demand(stat(path.c_str(), &after) == 0, "the media file is gone");
   DemandEqual(after.st_size, before.st_size, "the size of the media file");
+  DemandEqual(after.st_mtim.tv_sec, before.st_mtim.tv_sec, "the second of its modification");
   DemandEqual(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec, "its time of modification");
   DemandEqual(after.st_mode, before.st_mode, "its mode");
 }
