@@ -13,7 +13,8 @@ namespace media_server {
 namespace {
 
 constexpr double kSecondsPerFrame = 0.02;
-constexpr std::size_t kCountedBytes = 64 * 1024;
+constexpr std::size_t kCountedBytes = 4 << 20;
+constexpr std::size_t kCountedRemoteBytes = 128 * 1024;
 
 struct Kind {
   std::string_view magic;
@@ -32,7 +33,8 @@ constexpr Kind kKinds[] = {
 std::optional<double> ReadAmrSeconds(IByteSource& source) {
   const auto size = source.Size();
   if (!size) return std::nullopt;
-  const auto bytes = ReadBytes(source, 0, kCountedBytes);
+  const std::uint64_t counted = std::min<std::uint64_t>(*size, source.IsRemote() ? kCountedRemoteBytes : kCountedBytes);
+  const auto bytes = ReadBytes(source, 0, static_cast<std::size_t>(counted));
   const auto* kind =
       std::ranges::find_if(kKinds, [&](const Kind& known) { return AsText(bytes).starts_with(known.magic); });
   if (kind == std::end(kKinds)) return std::nullopt;

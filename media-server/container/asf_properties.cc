@@ -14,6 +14,9 @@ constexpr std::string_view kFileProperties = "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x
 constexpr std::string_view kHeaderExtension = "\xB5\x03\xBF\x5F\x2E\xA9\xCF\x11\x8E\xE3\x00\xC0\x0C\x20\x53\x65"sv;
 constexpr std::string_view kExtendedStreamProperties =
     "\xCB\xA5\xE6\x14\x72\xC6\x32\x43\x83\x99\xA9\x69\x52\x06\x5B\x5A"sv;
+constexpr std::string_view kContentEncryption = "\xFB\xB3\x11\x22\x23\xBD\xD2\x11\xB4\xB7\x00\xA0\xC9\x55\xFC\x6E"sv;
+constexpr std::string_view kExtendedContentEncryption =
+    "\x14\xE6\x8A\x29\x22\x26\x17\x4C\xB9\x35\xDA\xE0\x7E\xE9\x28\x9C"sv;
 constexpr std::uint64_t kHeaderHead = 30;     // the header object's own id, size, count and two reserved bytes
 constexpr std::uint64_t kObjectHead = 24;     // id and size
 constexpr std::size_t kFlagsEnd = 92;         // of the file properties object
@@ -104,6 +107,15 @@ std::vector<AsfFrameTime> ReadAsfFrameTimes(IByteSource& source) {
     return true;
   });
   return times;
+}
+
+bool IsProtectedAsf(IByteSource& source) {
+  bool is_protected = false;
+  ForEachObject(source, kHeaderHead, kNoEnd, [&](std::string_view id, std::uint64_t, std::uint64_t) {
+    is_protected = id == kContentEncryption || id == kExtendedContentEncryption;
+    return is_protected;
+  });
+  return is_protected;
 }
 
 double AsfFrameTime::FramesPerSecond() const {

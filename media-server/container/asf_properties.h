@@ -32,4 +32,7 @@ struct AsfFrameTime {
 /// The frame times in the header extension object, of at most 64 streams; those that are not possible are left out.
 std::vector<AsfFrameTime> ReadAsfFrameTimes(IByteSource& source);
 
+/// Whether the header has an object that tells how the content is encrypted.
+bool IsProtectedAsf(IByteSource& source);
+
 }  // namespace media_server

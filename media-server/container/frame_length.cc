@@ -25,7 +25,6 @@ struct Span {
 struct Frame {
   std::uint32_t size_bytes = 0;
   std::uint32_t constants = 0;  // the bits of the header that all frames of a stream share
-  std::uint32_t bit_rate = 0;   // 0 where frames do not tell it
   double seconds = 0;
 };
 
@@ -37,11 +36,10 @@ std::optional<Frame> ReadFrame(Bytes bytes) {
   constexpr std::uint32_t kAdtsConstants = 0xFFFEFC00;  // sync, version, layer, profile, sample rate
   const std::uint32_t word = ByteReader(bytes).Be32();
   if (const auto mpeg = ReadMpegAudioHeader(bytes)) {
-    return Frame{mpeg->size_bytes, word & kMpegConstants, mpeg->bit_rate,
-                 static_cast<double>(mpeg->samples) / mpeg->sample_rate_hz};
+    return Frame{mpeg->size_bytes, word & kMpegConstants, static_cast<double>(mpeg->samples) / mpeg->sample_rate_hz};
   }
   if (const auto adts = ReadAdtsHeader(bytes)) {
-    return Frame{adts->size_bytes, word & kAdtsConstants, 0, static_cast<double>(adts->samples) / adts->sample_rate_hz};
+    return Frame{adts->size_bytes, word & kAdtsConstants, static_cast<double>(adts->samples) / adts->sample_rate_hz};
   }
   return std::nullopt;
 }
@@ -49,22 +47,24 @@ std::optional<Frame> ReadFrame(Bytes bytes) {
 // Counts frames piece by piece.
 class FrameCounter {
  public:
-  explicit FrameCounter(IByteSource& source) : source_(source) {}
+  /// Borrows `source`, which is `size` bytes long.
+  FrameCounter(IByteSource& source, std::uint64_t size) : source_(source), size_(size) {}
 
-  /// Counts the frames that begin in `piece`, which may begin and end within one.
-  void Count(Span piece) {
+  /// Counts the frames that begin in `piece`, which may begin and end within one, but for one that is cut by the end of
+  /// the input. False where bytes could not be read.
+  bool Count(Span piece) {
     std::optional<std::uint64_t> first;
     std::optional<std::uint32_t> constants;  // of the stream that is followed
     std::uint64_t at = piece.begin;
     while (at < piece.end) {
       const Bytes bytes = At(at, piece.end);
-      if (bytes.empty()) break;
+      if (bytes.empty()) return false;
       const auto frame = ReadFrame(bytes);
       const bool follows = frame && (constants ? frame->constants == *constants : IsProven(*frame, bytes));
       if (follows) {
         if (!first) first = at;
         constants = frame->constants;
-        Add(*frame);
+        Add(*frame, at);
         at += frame->size_bytes;
       } else if (constants) {
         constants.reset();  // another stream may begin here
@@ -74,28 +74,28 @@ class FrameCounter {
       }
     }
     seen_bytes_ += at - first.value_or(piece.begin);
+    return true;
   }
 
   double Seconds() const { return seconds_; }
   double FrameBytes() const { return static_cast<double>(frame_bytes_); }
   /// Of the pieces, with what is no frame, without what of a frame that began before stands in front.
   double SeenBytes() const { return static_cast<double>(seen_bytes_); }
-  bool HasOneBitRate() const { return bit_rate_.value_or(0) > 0; }
 
  private:
-  /// What stands at `offset`: the next frame's header is among it, unless the input ends before.
+  /// What stands at `offset`: the next frame's header is among it, unless the input ends before. Empty where it could
+  /// not be read.
   Bytes At(std::uint64_t offset, std::uint64_t end_of_piece) {
-    constexpr std::size_t kMost = 64 * 1024;
-    const bool within = offset >= window_start_ && offset - window_start_ <= window_.size();
-    const std::size_t skipped = within ? static_cast<std::size_t>(offset - window_start_) : 0;
-    if (!within || (!window_ends_ && window_.size() - skipped < kLookAhead)) {
-      const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(kMost, end_of_piece - offset + kLookAhead));
-      window_ = ReadBytes(source_, offset, size);
+    constexpr std::uint64_t kMost = 64 * 1024;
+    const std::uint64_t window_end = window_start_ + window_.size();
+    const bool is_within = offset >= window_start_ && offset < window_end;
+    if (!is_within || (window_end < size_ && window_end - offset < kLookAhead)) {
+      const std::uint64_t wanted = std::min({kMost, end_of_piece - offset + kLookAhead, size_ - offset});
+      window_ = ReadBytes(source_, offset, static_cast<std::size_t>(wanted));
       window_start_ = offset;
-      window_ends_ = window_.size() < size;
-      return window_;
+      if (window_.size() < wanted) window_.clear();
     }
-    return Bytes(window_).subspan(skipped);
+    return Bytes(window_).subspan(window_.empty() ? 0 : static_cast<std::size_t>(offset - window_start_));
   }
 
   /// Whether another frame of the same stream follows, or nothing.
@@ -105,49 +105,36 @@ class FrameCounter {
     return next && next->constants == frame.constants;
   }
 
-  void Add(const Frame& frame) {
-    const bool is_first = !bit_rate_;
-    if (is_first) bit_rate_ = frame.bit_rate;
-    if (*bit_rate_ != frame.bit_rate) bit_rate_ = 0;
+  void Add(const Frame& frame, std::uint64_t at) {
+    if (at + frame.size_bytes > size_) return;
     frame_bytes_ += frame.size_bytes;
     seconds_ += frame.seconds;
   }
 
   IByteSource& source_;
+  const std::uint64_t size_;
   std::vector<std::uint8_t> window_;
   std::uint64_t window_start_ = 0;
-  bool window_ends_ = false;
   double seconds_ = 0;
   std::uint64_t frame_bytes_ = 0;
   std::uint64_t seen_bytes_ = 0;
-  std::optional<std::uint32_t> bit_rate_;  // 0 once frames have told several
 };
 
 // How much is read.
 struct Effort {
-  std::size_t places;         // where frames are looked at to see whether they have one bit rate
   std::uint64_t all_bytes;    // of inputs whose frames are all counted
   std::uint64_t start_bytes;  // of longer ones in which all are: silence in front is much time in few bytes
   std::size_t pieces;         // of what lies behind
 };
-constexpr Effort kEffort{.places = 16, .all_bytes = 4 << 20, .start_bytes = 512 << 10, .pieces = 64};
-constexpr Effort kRemoteEffort{.places = 4, .all_bytes = 128 << 10, .start_bytes = 128 << 10, .pieces = 4};
-constexpr std::uint64_t kPlaceBytes = 4 * 1024;
+constexpr Effort kEffort{.all_bytes = 4 << 20, .start_bytes = 512 << 10, .pieces = 64};
+constexpr Effort kRemoteEffort{.all_bytes = 128 << 10, .start_bytes = 128 << 10, .pieces = 8};
 constexpr std::uint64_t kPieceBytes = 32 * 1024;
 
-// The piece of `size` bytes at the start of each of `count` equal parts.
-Span PieceOf(Span whole, std::size_t index, std::size_t count, std::uint64_t size) {
-  const std::uint64_t begin = whole.begin + whole.Size() / count * index;
-  return {begin, std::min(begin + size, whole.end)};
-}
-
-bool HasOneBitRate(IByteSource& source, Span whole, std::size_t places) {
-  FrameCounter counter(source);
-  for (std::size_t i = 0; i < places; ++i) {
-    counter.Count(PieceOf(whole, i, places, kPlaceBytes));
-    if (!counter.HasOneBitRate()) return false;
-  }
-  return true;
+// The piece in the middle of one of `count` equal parts.
+Span PieceOf(Span whole, std::size_t index, std::size_t count) {
+  const std::uint64_t part = whole.Size() / count;
+  const std::uint64_t begin = whole.begin + part * index + (part - std::min(part, kPieceBytes)) / 2;
+  return {begin, std::min(begin + kPieceBytes, whole.end)};
 }
 
 }  // namespace
@@ -155,16 +142,16 @@ bool HasOneBitRate(IByteSource& source, Span whole, std::size_t places) {
 std::optional<FrameLength> MeasureFrames(IByteSource& source) {
   const Effort& effort = source.IsRemote() ? kRemoteEffort : kEffort;
   const Span whole{SkipId3v2(source), source.Size().value_or(0)};
-  if (whole.begin >= whole.end || HasOneBitRate(source, whole, effort.places)) return std::nullopt;
+  if (whole.begin >= whole.end) return std::nullopt;
   const std::uint64_t start_size = whole.Size() <= effort.all_bytes ? whole.Size() : effort.start_bytes;
   const Span start{whole.begin, whole.begin + start_size};
-  FrameCounter counted(source);
-  counted.Count(start);
+  FrameCounter counted(source, whole.end);
+  if (!counted.Count(start)) return std::nullopt;
 
   const Span rest{start.end, whole.end};
-  FrameCounter samples(source);
+  FrameCounter samples(source, whole.end);
   for (std::size_t i = 0; i < effort.pieces && rest.Size() > 0; ++i) {
-    samples.Count(PieceOf(rest, i, effort.pieces, kPieceBytes));
+    if (!samples.Count(PieceOf(rest, i, effort.pieces))) return std::nullopt;
   }
   const double factor = samples.SeenBytes() > 0 ? static_cast<double>(rest.Size()) / samples.SeenBytes() : 0;
   const double seconds = counted.Seconds() + samples.Seconds() * factor;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "media-server/container/amr.h"
+#include "media-server/container/dsf.h"
 #include "media-server/container/transport_scrambling.h"
 #include "media-server/container/truncation.h"
 #include "media-server/probe/ffmpeg.h"
@@ -103,8 +104,9 @@ TrackFacts FactsOfFlvStream(const AVStream& stream) {
   return facts;
 }
 
-TrackFacts FactsOfAsfStream(std::span<const AsfFrameTime> frame_times, const AVStream& stream) {
+TrackFacts FactsOfAsfStream(std::span<const AsfFrameTime> frame_times, bool is_protected, const AVStream& stream) {
   TrackFacts facts;
+  facts.encrypted = is_protected;
   const auto told =
       std::ranges::find(frame_times, stream.id, [](const AsfFrameTime& time) { return time.stream_number; });
   if (told != frame_times.end()) facts.frame_rate = told->FramesPerSecond();
@@ -166,6 +168,7 @@ ContainerFacts FactsOfAsf(IByteSource& source) {
     facts.told_seconds = properties->duration_s;
   }
   facts.frame_times = ReadAsfFrameTimes(source);
+  facts.is_protected_asf = IsProtectedAsf(source);
   return facts;
 }
 
@@ -178,6 +181,13 @@ ContainerFacts FactsOfMpegAudio(IByteSource& source) {
 ContainerFacts FactsOfAmr(IByteSource& source) {
   ContainerFacts facts;
   facts.sound_seconds = ReadAmrSeconds(source);
+  return facts;
+}
+
+ContainerFacts FactsOfDsf(IByteSource& source) {
+  ContainerFacts facts;
+  facts.truncated = EndsEarly(source, "dsf");
+  facts.sound_seconds = ReadDsfSeconds(source);
   return facts;
 }
 
@@ -201,7 +211,7 @@ struct Reader {
 constexpr Reader kReaders[] = {
     {"mov", &FactsOfMp4}, {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff}, {"avi", &FactsOfRiff},
     {"asf", &FactsOfAsf}, {"mp3", &FactsOfMpegAudio},     {"amr", &FactsOfAmr},  {"mpegts", &FactsOfTransportStream},
-    {"ogg", &FactsOfOgg},
+    {"ogg", &FactsOfOgg}, {"dsf", &FactsOfDsf},
 };
 
 }  // namespace
@@ -214,14 +224,14 @@ bool ContainerFacts::HasStackedAlpha() const {
 // Scrambled packets of a transport stream do not count: with their heads scrambled, too, none of them reaches a
 // decoder.
 bool ContainerFacts::AnyEncrypted() const {
-  return (movie && std::ranges::any_of(movie->tracks, &Mp4Track::is_protected)) ||
+  return is_protected_asf || (movie && std::ranges::any_of(movie->tracks, &Mp4Track::is_protected)) ||
          (matroska && std::ranges::any_of(matroska->tracks, &MatroskaTrack::encrypted));
 }
 
 TrackFacts ContainerFacts::FactsOf(const AVStream& stream) const {
   if (matroska) return FactsOfTrack(*matroska, stream);
   if (is_flv) return FactsOfFlvStream(stream);
-  if (!frame_times.empty()) return FactsOfAsfStream(frame_times, stream);
+  if (!frame_times.empty() || is_protected_asf) return FactsOfAsfStream(frame_times, is_protected_asf, stream);
   if (!scrambled_pids.empty()) return FactsOfScrambledStream(scrambled_pids, stream);
   const Mp4Track* track = TrackOf(stream);
   return track != nullptr ? FactsOfTrack(*track) : TrackFacts();

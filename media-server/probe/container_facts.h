@@ -25,11 +25,12 @@ struct ContainerFacts {
   std::optional<MatroskaScan> matroska;       ///< of Matroska and WebM
   std::optional<Id3v1Tag> id3v1;              ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
   std::optional<RiffDataToEnd> sound_to_end;  ///< of a WAV file whose writer could not go back, or that was cut
-  std::optional<double> sound_seconds;        ///< of AMR, which libavformat estimates
+  std::optional<double> sound_seconds;        ///< of AMR and DSF, which libavformat estimates
   std::optional<OggChain> ogg_chain;          ///< of Ogg whose links libavformat takes for the last one
   std::optional<double> told_seconds;         ///< of ASF, which libavformat gives no length where it is cut
   std::vector<std::uint16_t> scrambled_pids;  ///< of a transport stream
   std::vector<AsfFrameTime> frame_times;      ///< of ASF
+  bool is_protected_asf = false;              ///< all its streams are encrypted
   bool is_flv = false;                        ///< has one stream of a kind, and no ids but their kinds
   std::optional<bool> truncated;              ///< the file is shorter than its container says
   std::optional<std::string> refusal;         ///< why the file must not be opened, in words

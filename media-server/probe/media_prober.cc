@@ -11,6 +11,7 @@
 #include "media-server/container/flac_blocks.h"
 #include "media-server/container/format_identity.h"
 #include "media-server/container/frame_length.h"
+#include "media-server/container/id3v2.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/container_facts.h"
@@ -44,7 +45,13 @@ constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20, /*goes
 // the most by then, for the latest time.
 constexpr std::array<std::uint64_t, 3> kEndsOfTransportStream = {250'000, 500'000, 1'000'000};
 
+// Covers in them are as large as any, and libavformat reads them.
+constexpr std::uint64_t kMostOfId3v2 = std::uint64_t{32} << 20;
+
 void LimitBytes(std::string_view demuxer, BoundedSource& source) {
+  if (const std::uint64_t tags = SkipId3v2(source); tags > 0) {
+    source.Limit(ReadBudget().bytes + std::min(tags, kMostOfId3v2));
+  }
   const auto* limit = std::ranges::find(kByteLimits, demuxer, &ByteLimit::demuxer);
   if (limit != std::end(kByteLimits)) {
     source.Limit(limit->bytes);

@@ -24,7 +24,17 @@ int CodecProperties(AVCodecID codec) {
   return descriptor != nullptr ? descriptor->props : 0;
 }
 
+// libavformat counts bytes of eight samples.
+constexpr std::uint32_t kDsdBitsPerByte = 8;
+
+bool IsDsd(AVCodecID codec) {
+  constexpr AVCodecID kDsd[] = {AV_CODEC_ID_DSD_LSBF, AV_CODEC_ID_DSD_MSBF, AV_CODEC_ID_DSD_LSBF_PLANAR,
+                                AV_CODEC_ID_DSD_MSBF_PLANAR};
+  return std::ranges::find(kDsd, codec) != std::end(kDsd);
+}
+
 std::uint32_t BitsPerSample(const AVCodecParameters& codec, bool may_be_lossless) {
+  if (IsDsd(codec.codec_id)) return 1;
   if (const int bits = av_get_bits_per_sample(codec.codec_id); bits > 0) return static_cast<std::uint32_t>(bits);
   if (!may_be_lossless) return 0;
   return static_cast<std::uint32_t>(
@@ -64,6 +74,7 @@ void DescribeSound(const AVStream& stream, bool encrypted, StreamDescription& de
   SoundFormat& sound = description.sound;
   sound.sample_rate = header.sample_rate_hz.value_or(static_cast<std::uint32_t>(std::max(codec.sample_rate, 0)));
   if (codec.codec_id == AV_CODEC_ID_OPUS) sound.sample_rate = kOpusRate;
+  if (IsDsd(codec.codec_id)) sound.sample_rate *= kDsdBitsPerByte;
   sound.sample_rate_hz = sound.sample_rate;
   sound.channels = header.channels.value_or(static_cast<std::uint32_t>(std::max(codec.ch_layout.nb_channels, 0)));
   sound.bits_per_sample = header.bits_per_sample.value_or(BitsPerSample(codec, may_be_lossless));

@@ -1,9 +1,13 @@
 #include "media-server/probe/stream_describer.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/codec_tags.h"
 #include "media-server/probe/dv_frame.h"
 #include "media-server/probe/elementary_stream.h"
@@ -39,12 +43,31 @@ std::optional<StreamKind> KindOf(const AVStream& stream, std::uint32_t codec_tag
   }
 }
 
+// libavformat knows these sample entries of timed text not (ISO/IEC 14496-30; ISO/IEC 14496-12, 12.6.3).
+void NameTextTracks(AVFormatContext& context) {
+  struct Row {
+    std::uint32_t sample_entry;
+    AVCodecID codec;
+  };
+  constexpr Row kRows[] = {{MKTAG('w', 'v', 't', 't'), AV_CODEC_ID_WEBVTT},
+                           {MKTAG('s', 'b', 't', 't'), AV_CODEC_ID_TEXT},
+                           {MKTAG('s', 't', 'x', 't'), AV_CODEC_ID_TEXT}};
+  if (std::string_view(context.iformat->name) != kMp4Demuxer) return;
+  for (AVStream* stream : Streams(context)) {
+    AVCodecParameters& codec = *stream->codecpar;
+    const auto* row = std::ranges::find(kRows, codec.codec_tag, &Row::sample_entry);
+    if (codec.codec_id != AV_CODEC_ID_NONE || row == std::end(kRows)) continue;
+    codec.codec_type = AVMEDIA_TYPE_SUBTITLE;
+    codec.codec_id = row->codec;
+  }
+}
+
 StreamDescription DescribeCommonFacts(const AVFormatContext& context, const AVStream& stream, StreamKind kind,
                                       double file_duration) {
   StreamDescription description;
   description.kind = kind;
   description.index = static_cast<std::uint32_t>(stream.index);
-  description.id = static_cast<std::uint32_t>(stream.id);
+  description.id = static_cast<std::uint32_t>(std::max(stream.id, 0));
   description.codec_tag = CodecTag(context, *stream.codecpar);
   description.bit_rate = Saturated(StreamBitRate(stream));
   description.codec_name = avcodec_get_name(stream.codecpar->codec_id);
@@ -137,6 +160,7 @@ void DescribeStreams(AVFormatContext& context, IByteSource& source, const Contai
                      MediaDescription& media) {
   Sources from{context, source, container, SampleReader(context, source)};
   DescribePackedPcm(context);
+  NameTextTracks(context);
   const std::vector<KnownStream> known = ReadFirstPackets(from);
   SetRatesOfPackets(context, [&](const AVStream& stream) { return container.FactsOf(stream).frame_rate; });
   for (const KnownStream& stream : known) media.streams.push_back(Describe(from, stream, media));

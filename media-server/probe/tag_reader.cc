@@ -36,8 +36,8 @@ constexpr std::string_view kArtistKeys[] = {"artist", "com.apple.quicktime.artis
 constexpr std::string_view kAlbumKeys[] = {"album", "com.apple.quicktime.album", "\u00A9alb", "albm", "product"};
 constexpr std::string_view kTrackKeys[] = {"track", "trkn", "tracknumber", "track number"};
 constexpr std::string_view kGenreKeys[] = {"genre", "com.apple.quicktime.genre", "\u00A9gen", "gnre"};
-constexpr std::string_view kPublisherKeys[] = {"publisher", "com.apple.quicktime.publisher", "\u00A9pub",
-                                               "organization", "label"};
+constexpr std::string_view kPublisherKeys[] = {
+    "publisher", "com.apple.quicktime.publisher", "\u00A9pub", "organization", "label", "TPB"};
 constexpr std::string_view kActorKeys[] = {"actor", "performer", "\u00A9prf"};
 constexpr std::string_view kMakerKeys[] = {
     "make", "com.apple.quicktime.make", "com.android.manufacturer", "\u00A9mak", "manu", "maker", "manufacturer"};

@@ -60,9 +60,10 @@ bool IsTimed(const AVStream& stream) {
 }
 
 // Demuxers that have libavformat note the places of packets know none themselves: behind a header one follows the
-// other.
+// other. The rates of sound in Ogg are what its encoder was asked for.
 double DurationOfSound(const AVFormatContext& context, std::optional<std::uint64_t> size) {
   if (!size || (context.iformat->flags & AVFMT_GENERIC_INDEX) == 0) return 0;
+  if (std::string_view(context.iformat->name) == "ogg") return 0;
   double bit_rate = 0;
   for (const AVStream* stream : Streams(context)) {
     if (!IsTimed(*stream)) continue;

@@ -1,5 +1,6 @@
 """The files that the media facts are checked on: how each is made and what has to be said of it."""
 import dataclasses
+import struct
 
 from maker import pictures, tone
 from mp4_boxes import add_to_media, full_box, set_edits, set_matrix
@@ -38,6 +39,14 @@ def groups(rate):
 
 
 MPEG4 = ["-c:v", "mpeg4", "-q:v", "20"]
+def protected_asf(data):
+    """An ASF file with an object in front of the others of its header that tells how it is encrypted."""
+    texts = b"".join(struct.pack("<I", len(text)) + text for text in (b"key", b"DRM\0", b"id\0", b"url\0"))
+    encryption = bytes.fromhex("fbb3112223bdd211b4b700a0c955fc6e") + struct.pack("<Q", 24 + len(texts)) + texts
+    size, count = struct.unpack_from("<QI", data, 16)
+    return data[:16] + struct.pack("<QI", size + len(encryption), count + 1) + data[28:30] + encryption + data[30:]
+
+
 MPEG2 = ["-c:v", "mpeg2video", "-q:v", "20"]
 VP8 = ["-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8"]
 VP9 = ["-c:v", "libvpx-vp9", "-deadline", "realtime", "-cpu-used", "8"]
@@ -53,6 +62,8 @@ CONTAINERS = [
          {"format": "mp4", "fourcc": "MP4 ", "0.codec": "h264", "0.fourcc": "avc1", "0.frame_count": 25, **SIZE,
           "1.codec": "aac", "1.language": "swe", "2.codec": "mov_text", "2.language": "jpn"}),
     # Subtitles that go on after the picture belong to the film, as its header has it. The second one is analysed.
+    Case("webvtt.mp4", ["-i", "words.srt", "-c:s", "mov_text"], {"format": "mp4", "0.codec": "webvtt"},
+         lambda data: data.replace(b"tx3g", b"wvtt")),
     Case("late_words.mp4", pictures() + ["-itsoffset", "5", "-i", "words.srt", *h264(), "-c:s", "mov_text"],
          {"duration": 5.9, "0.duration": 1}),
     Case("late_words_mpeg2.mp4", pictures() + ["-itsoffset", "5", "-i", "words.srt", *MPEG2, "-c:s", "mov_text"],
@@ -147,6 +158,8 @@ CONTAINERS = [
     # Pictures at 0, 0.28 and 0.8 s.
     Case("uneven.wmv", pictures() + ["-vf", "select='eq(n,0)+eq(n,7)+eq(n,20)'", "-vsync", "vfr", "-c:v", "wmv2"],
          {"format": "asf", "0.frame_rate": {"num": 5, "den": 2}, "0.frame_count": 3}),
+    Case("protected.wmv", pictures(seconds="2") + tone("44100", "2") + ["-c:v", "wmv2", "-c:a", "wmav2"],
+         {"0.flags": ["encrypted"], "1.flags": ["encrypted"], **SIZE}, protected_asf),
     Case("two_slow.wmv", pictures(rate="1/5", seconds="30") + pictures(rate="1/2", seconds="30") + [
         "-map", "0", "-map", "1", "-c:v", "msmpeg4"],
          {"0.frame_rate": {"num": 1, "den": 5}, "0.frame_count": 6,

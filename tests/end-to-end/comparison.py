@@ -85,6 +85,8 @@ KNOWN_BETTER = {
     "cut.wmv": {"0.frame_count": Better(50, "ffprobe knows no length; ours is that of the whole film")},
     "server.gxf": {"0.frame_rate": Better(25, "ffprobe takes fields for pictures")},
     "hlg_message.ts": {"0.transfer": Better(14, "ffprobe has that of the message here, but not from other containers")},
+    "webvtt.mp4": {"programs": Better({1: [0]}, "ffprobe does not know the track"),
+                   "streams": Better([0], "ffprobe does not know the track")},
     "two_slow.wmv": {"0.frame_rate": Better(0.2, "ffprobe guesses a rate that the packets do not have"),
                      "1.frame_rate": Better(0.5, "ffprobe guesses a rate that the packets do not have")},
     "uneven.wmv": {"0.frame_rate": Better(2.5, "ffprobe guesses a rate that the packets do not have")},

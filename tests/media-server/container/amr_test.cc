@@ -34,8 +34,23 @@ TEST(AmrTest, AFrameThatIsCutDoesNotCount) {
   EXPECT_FALSE(Seconds("#!AMR\n"));
 }
 
+TEST(AmrTest, CountsSilenceInFront) {
+  EXPECT_NEAR(Seconds("#!AMR\n" + Frames(60'000, 0x7C, 1) + Frames(60'000, 0x3C, 32)).value(), 2400, 1e-6);
+}
+
 TEST(AmrTest, TheRestOfALongFileGoesOnAsItBegan) {
-  EXPECT_NEAR(Seconds("#!AMR\n" + Frames(60'000, 0x3C, 32)).value(), 1200, 1e-6);
+  EXPECT_NEAR(Seconds("#!AMR\n" + Frames(180'000, 0x3C, 32)).value(), 3600, 1e-3);
+}
+
+TEST(AmrTest, AServerGivesLess) {
+  class RemoteSource final : public MemorySource {
+   public:
+    using MemorySource::MemorySource;
+    bool IsRemote() const override { return true; }
+  };
+  RemoteSource source("#!AMR\n" + Frames(60'000, 0x3C, 32));
+  EXPECT_NEAR(ReadAmrSeconds(source).value(), 1200, 1e-1);
+  EXPECT_LE(source.BytesRead(), 128u * 1024);
 }
 
 TEST(AmrTest, OtherFilesTellNothing) {

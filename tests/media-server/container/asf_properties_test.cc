@@ -42,6 +42,19 @@ TEST(AsfPropertiesTest, FindsTheObjectBehindOthers) {
   EXPECT_TRUE(Read(kOtherId + Le(100, 8) + Zeros(76) + Properties(1, kCreation, 0)).has_value());
 }
 
+TEST(AsfPropertiesTest, TellsWhetherTheHeaderSpeaksOfEncryption) {
+  const auto is_protected = [](const std::string& content) {
+    MemorySource source(kHeaderHead + content);
+    return IsProtectedAsf(source);
+  };
+  const std::string content_encryption = "\xFB\xB3\x11\x22\x23\xBD\xD2\x11\xB4\xB7" + Zeros(1) + "\xA0\xC9\x55\xFC\x6E";
+  const std::string extended_encryption = "\x14\xE6\x8A\x29\x22\x26\x17\x4C\xB9\x35\xDA\xE0\x7E\xE9\x28\x9C";
+  EXPECT_FALSE(is_protected(""));
+  EXPECT_FALSE(is_protected(Properties(1, kCreation, 0)));
+  EXPECT_TRUE(is_protected(Properties(1, kCreation, 0) + content_encryption + Le(24, 8)));
+  EXPECT_TRUE(is_protected(extended_encryption + Le(24, 8) + Properties(1, kCreation, 0)));
+}
+
 TEST(AsfPropertiesTest, ABroadcastHasNoSize) {
   const auto properties = Read(Properties(5000, kCreation, 1));
   ASSERT_TRUE(properties.has_value());

@@ -358,6 +358,47 @@ TEST(MediaProberTest, ReadsPlaceCameraAndTime) {
   EXPECT_LT(hdr.location.value().latitude, 0);
 }
 
+TEST(MediaProberTest, ReadsSoundBehindALargeCover) {
+  constexpr std::size_t kCover = 12'000'000;
+  const auto in_sevens = [](std::size_t size) {
+    return Be((size >> 21 & 0x7F) << 24 | (size >> 14 & 0x7F) << 16 | (size >> 7 & 0x7F) << 8 | (size & 0x7F), 4);
+  };
+  const std::string cover = Be(0, 1) + "image/jpeg" + Be(0x000300, 3) + "\xFF\xD8\xFF\xE0" + Zeros(kCover);
+  const std::string frame = "APIC" + Be(cover.size(), 4) + Zeros(2) + cover;
+  const std::vector<std::uint8_t> song = ReadSample("song.mp3");
+  const std::string bytes =
+      "ID3" + Be(0x0300, 2) + Zeros(1) + in_sevens(frame.size()) + frame + std::string(song.begin(), song.end());
+  std::string reason;
+  const auto media = Probe({bytes.begin(), bytes.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_EQ(media->streams.size(), 3u) << "the sound, this cover and the sample's own";
+  EXPECT_EQ(media->streams.at(0).sound.sample_rate, 44'100u);
+}
+
+TEST(MediaProberTest, TellsNoLengthOfAChainOfOggWhereItIsNotKnown) {
+  class RemoteSource final : public MemorySource {
+   public:
+    using MemorySource::MemorySource;
+    bool IsRemote() const override { return true; }
+  };
+  std::vector<std::uint8_t> bytes = ReadSample("song.opus");
+  std::vector<std::uint8_t> other = bytes;
+  for (std::size_t at = 0; at + 18 < other.size(); ++at) {
+    const bool is_page = std::equal(other.begin() + static_cast<std::ptrdiff_t>(at),
+                                    other.begin() + static_cast<std::ptrdiff_t>(at + 4), "OggS");
+    if (is_page) ++other[at + 14];  // the number of its stream
+  }
+  bytes.insert(bytes.end(), other.begin(), other.end());
+  RemoteSource source(bytes);
+  BoundedSource bounded(source, ReadBudget());
+  std::string reason;
+  const auto media = ProbeMedia(bounded, "", &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_EQ(media->duration, 0);
+  EXPECT_EQ(media->streams.at(0).duration, 0);
+  EXPECT_NEAR(Probe(bytes, &reason)->duration, 2 * ProbeSample("song.opus").duration, 0.05);
+}
+
 TEST(MediaProberTest, TakesFromId3v1WhatId3v2DoesNotTell) {
   const std::vector<std::uint8_t> song = ReadSample("song.mp3");
   std::string bytes(song.begin(), song.end());
