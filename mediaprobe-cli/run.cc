@@ -445,6 +445,7 @@ int Run(const Options& options, char* const* argv) {
     ComplainOfOutput(options.output, errno);
     return kExitUsage;
   }
+  output->GiveUpAfter(interrupts);
   // That nobody reads the complaints is no reason to leave an unfinished file behind.
   if (output->is_put_in_place()) std::signal(SIGPIPE, SIG_IGN);
   const auto source = MakeSource(options);

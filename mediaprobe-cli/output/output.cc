@@ -5,9 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -102,19 +105,36 @@ bool Output::End() {
 
 bool Output::Write(std::string_view text) {
   if (!text.empty()) is_line_open_ = !text.ends_with('\n');
+  const bool has_reader = is_pipe_ || is_terminal_;
+  // There is room for so much where there is any.
+  const std::size_t most = has_reader ? PIPE_BUF : text.size();
   while (error_ == 0 && !text.empty()) {
-    const ssize_t written = write(descriptor_, text.data(), text.size());
+    if (has_reader && !WaitForRoom()) {
+      error_ = ETIMEDOUT;
+      break;
+    }
+    const ssize_t written = write(descriptor_, text.data(), std::min(text.size(), most));
     if (written >= 0) {
       text.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno == EAGAIN) {
-      // Whoever has the other end, or this one as well, may have made it one that does not wait.
-      pollfd watched{descriptor_, POLLOUT, 0};
-      poll(&watched, 1, /*timeout=*/-1);
-    } else if (errno != EINTR) {
+    } else if (errno != EINTR && errno != EAGAIN) {
       error_ = errno;
     }
   }
   return error_ == 0;
+}
+
+bool Output::WaitForRoom() const {
+  constexpr timespec kPatience{.tv_sec = 5, .tv_nsec = 0};
+  pollfd watched{descriptor_, POLLOUT, 0};
+  while (true) {
+    // None may come between the look and the wait.
+    if (interrupts_ != nullptr) interrupts_->HoldBack();
+    const bool is_hurried = interrupts_ != nullptr && interrupts_->happened();
+    const int ready = ppoll(&watched, 1, is_hurried ? &kPatience : nullptr,
+                            interrupts_ != nullptr ? &interrupts_->wait_mask() : nullptr);
+    if (interrupts_ != nullptr) interrupts_->LetThrough();
+    if (ready >= 0 || errno != EINTR) return ready != 0;
+  }
 }
 
 }  // namespace mediaprobe

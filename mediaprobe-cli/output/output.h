@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "interrupt.h"
 #include "output/record_formatter.h"
 
 namespace mediaprobe {
@@ -20,6 +21,9 @@ class Output {
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
+  /// From now on a reader that takes nothing for some seconds is not waited for once an interrupt has happened. Borrows
+  /// `interrupts`, which lets them through while something is written.
+  void GiveUpAfter(Interrupts& interrupts) { interrupts_ = &interrupts; }
   /// Empty texts are passed over. False when something could not be written; nothing is written after that.
   bool Add(std::string_view text);
   /// Writes what closes the output; the last call. False on the same terms.
@@ -37,8 +41,11 @@ class Output {
  private:
   Output(OutputFrame frame, int descriptor, std::string path, std::string unfinished_path);
   bool Write(std::string_view text);
+  /// Whether something can be written without a wait; false where that is given up.
+  bool WaitForRoom() const;
 
   OutputFrame frame_;
+  Interrupts* interrupts_ = nullptr;
   int descriptor_;
   std::string path_;             // of the file, empty for standard output
   std::string unfinished_path_;  // under which it is written

@@ -172,6 +172,16 @@ class StandardInput(Runs):
                     process.send_signal(number)
                 self.assertEqual(process.wait(tool.HANG_SECONDS), -second)
 
+    def test_one_interrupt_ends_a_tool_whose_reader_has_stopped(self):
+        for isolation in ("none", "worker", "strict"):
+            with self.subTest(isolation=isolation):
+                process = self.start("--ndjson", "--isolation", isolation, *[MP4] * 1000, stdout=subprocess.PIPE,
+                                     stderr=subprocess.PIPE)
+                self.assertTrue(self.wait_for(lambda: self.is_full(process.stdout)))
+                process.send_signal(signal.SIGTERM)
+                self.assertEqual(process.wait(tool.HANG_SECONDS), 130)
+                self.assertEqual(process.stderr.read(), b"")
+
     @staticmethod
     def is_full(pipe):
         """Whether its writer waits for the reader."""
