@@ -128,6 +128,7 @@ std::size_t BoundedSource::Read(std::uint64_t offset, std::span<std::uint8_t> ou
     spent_ = true;
     return 0;
   }
+  source_.WillReadAtMost(AllowedAt(offset));
   const std::size_t got = source_.ReadAt(offset, out);
   const std::uint64_t of_end = IsAtEnd(offset) ? std::min<std::uint64_t>(got, end_bytes_left_) : 0;
   bytes_read_ += got;

@@ -34,6 +34,10 @@ class IByteSource {
   /// Tells that these bytes will be wanted soon, so that a source whose bytes lie on a slow disk may fetch them
   /// meanwhile. Changes no answer.
   virtual void WillRead(std::uint64_t /*offset*/, std::uint64_t /*size*/) {}
+
+  /// Tells that no more than `bytes` will be read from now on where reading stands, so that a source that reads ahead
+  /// ends there. Changes no answer.
+  virtual void WillReadAtMost(std::uint64_t /*bytes*/) {}
 };
 
 }  // namespace media_server

@@ -27,7 +27,7 @@ using Clock = std::chrono::steady_clock;
 
 // A request asks for this much at least: another one takes longer. Where reading goes on, the pieces grow.
 constexpr std::size_t kFirstPiece = 64 * 1024;
-constexpr std::size_t kLargestPiece = 512 * 1024;
+constexpr std::size_t kLargestPiece = 256 * 1024;
 // Of a server that only gives the whole from the start on so much is read, and kept, since readers go back.
 constexpr std::uint64_t kMostFromStart = std::uint64_t{8} << 20;
 
@@ -108,11 +108,19 @@ class NetworkSource final : public IByteSource {
 
   const char* ReadFailure() const override { return failure_; }
   bool IsRemote() const override { return true; }
+  void WillReadAtMost(std::uint64_t bytes) override { most_ = bytes; }
   bool LeftOutOfReach() const override { return left_out_of_reach_; }
 
   std::optional<std::uint64_t> Size() const override { return size_; }
 
  private:
+  struct Piece {
+    std::uint64_t begin = 0;
+    std::vector<std::uint8_t> bytes;
+
+    std::uint64_t End() const { return begin + bytes.size(); }
+  };
+
   /// Asks for the bytes from `begin` to `end`, or for the whole without a range; an error of libavformat's, or 0.
   int Request(std::uint64_t begin, std::optional<std::uint64_t> end) {
     avio_closep(&context_);
@@ -137,33 +145,41 @@ class NetworkSource final : public IByteSource {
   }
 
   std::size_t CopyPiece(std::uint64_t offset, std::span<std::uint8_t> out) const {
-    if (offset < piece_begin_ || offset - piece_begin_ >= piece_.size()) return 0;
-    const auto held = std::span(piece_).subspan(static_cast<std::size_t>(offset - piece_begin_));
-    const std::size_t size = std::min(held.size(), out.size());
-    std::copy_n(held.begin(), size, out.begin());
-    return size;
+    for (const Piece* piece : {&piece_, &earlier_piece_}) {
+      if (offset < piece->begin || offset >= piece->End()) continue;
+      const auto held = std::span(piece->bytes).subspan(static_cast<std::size_t>(offset - piece->begin));
+      const std::size_t size = std::min(held.size(), out.size());
+      std::copy_n(held.begin(), size, out.begin());
+      return size;
+    }
+    return 0;
   }
 
   /// Reads a piece that begins at `offset`. Pieces that follow one another grow, since more of them will be wanted.
   /// False on failure, or when the server turns out to give no ranges.
   bool FetchPiece(std::uint64_t offset, std::size_t least) {
-    const bool follows = !piece_.empty() && offset == piece_begin_ + piece_.size();
+    // Of a look at the end one comes back.
+    if (offset == earlier_piece_.End()) std::swap(piece_, earlier_piece_);
+    const bool follows = !piece_.bytes.empty() && offset == piece_.End();
     piece_size_ = follows ? std::min(piece_size_ * 2, kLargestPiece) : kFirstPiece;
-    const std::uint64_t end = std::min(offset + std::max<std::uint64_t>(piece_size_, least), *size_);
-    const bool is_open = piece_.empty() && offset == 0 && end <= kFirstPiece;  // the first request asked for it
-    piece_.clear();
-    piece_begin_ = offset;
+    const std::uint64_t ahead = std::min<std::uint64_t>(piece_size_, most_);
+    const std::uint64_t end = std::min(offset + std::max<std::uint64_t>(ahead, least), *size_);
+    const bool is_open = piece_.bytes.empty() && offset == 0 && end <= kFirstPiece;  // the first request asked for it
+    if (!follows && !piece_.bytes.empty()) std::swap(piece_, earlier_piece_);
+    piece_.bytes.clear();
+    piece_.begin = offset;
     int status = is_open ? 0 : Request(offset, end);
     if (status == kOtherBytes) {
       gives_ranges_ = false;
-      piece_begin_ = 0;
+      piece_.begin = 0;
+      earlier_piece_.bytes.clear();
       status = Request(0, kMostFromStart);
     }
     if (status < 0) KeepFailure(status);
     if (status < 0 || !gives_ranges_) return false;
-    piece_.resize(static_cast<std::size_t>(end - offset));
-    const std::size_t got = ReadNext(piece_);
-    piece_.resize(got);
+    piece_.bytes.resize(static_cast<std::size_t>(end - offset));
+    const std::size_t got = ReadNext(piece_.bytes);
+    piece_.bytes.resize(got);
     return got > 0 && failure_ == nullptr;
   }
 
@@ -172,10 +188,11 @@ class NetworkSource final : public IByteSource {
     const std::uint64_t wanted = offset + out.size();
     if (size_ && wanted > kMostFromStart) left_out_of_reach_ = true;
     const auto end = static_cast<std::size_t>(std::min(wanted, kMostFromStart));
-    if (offset < end && piece_.size() < end && context_ != nullptr) {
-      const std::size_t begin = piece_.size();
-      piece_.resize(end);
-      piece_.resize(begin + ReadNext(std::span(piece_).subspan(begin)));
+    std::vector<std::uint8_t>& bytes = piece_.bytes;
+    if (offset < end && bytes.size() < end && context_ != nullptr) {
+      const std::size_t begin = bytes.size();
+      bytes.resize(end);
+      bytes.resize(begin + ReadNext(std::span(bytes).subspan(begin)));
     }
     return CopyPiece(offset, out);
   }
@@ -210,9 +227,10 @@ class NetworkSource final : public IByteSource {
   AVIOContext* context_ = nullptr;
   std::optional<std::uint64_t> size_;
   bool gives_ranges_ = false;
-  std::uint64_t piece_begin_ = 0;
   std::size_t piece_size_ = 0;
-  std::vector<std::uint8_t> piece_;  // read last
+  std::uint64_t most_ = std::numeric_limits<std::uint64_t>::max();  // will be read
+  Piece piece_;          // read last
+  Piece earlier_piece_;  // read before that jumped
   bool left_out_of_reach_ = false;
   const char* failure_ = nullptr;
 };

@@ -78,6 +78,7 @@ class Costs(unittest.TestCase):
     def requests_for(self, name, data):
         RangeHandler.files[name] = data
         RangeHandler.requests.clear()
+        RangeHandler.ranges.clear()
         record = tool.record_of(f"{Served.root}/made/{name}")
         self.assertEqual(record["size"], len(data))
         return record, len(RangeHandler.requests)
@@ -102,6 +103,18 @@ class Costs(unittest.TestCase):
             local = tool.record_of(path)
         self.assertEqual({**remote, "input": None}, {**local, "input": None})
         self.assertLessEqual(requests, 12)
+
+    def test_a_megabyte_tells_a_transport_stream_and_matroska(self):
+        with tempfile.TemporaryDirectory() as folder:
+            maker.run_ffmpeg("noise.ts", [*maker.pictures("640x480", seconds="4"), *maker.tone(seconds="4"), "-vf",
+                                          "noise=alls=60:allf=t", "-c:v", "mpeg2video", "-b:v", "15M", "-c:a", "mp2"], folder)
+            stream = pathlib.Path(folder, "noise.ts").read_bytes()
+        matroska = (tool.SAMPLES / "languages.mkv").read_bytes()
+        for name, data in (("noise.ts", stream), ("long.mkv", matroska + bytes(60_000_000))):
+            with self.subTest(name=name):
+                self.assertGreater(len(data), 5_000_000)
+                self.requests_for(name, data)
+                self.assertLessEqual(sum(RangeHandler.ranges), 1 << 20)
 
     def test_mp4_with_its_index_at_the_start(self):
         data = (tool.SAMPLES / "song.m4a").read_bytes()

@@ -10,6 +10,7 @@ class RangeHandler(http.server.BaseHTTPRequestHandler):
     """Serves the samples, whole or from a byte on; paths below /plain/ whole only."""
     protocol_version = "HTTP/1.1"
     requests = []
+    ranges = []  # as many bytes as were asked for at once
     # Files that exist nowhere else, by name.
     files = {}
 
@@ -42,6 +43,7 @@ class RangeHandler(http.server.BaseHTTPRequestHandler):
             self.send_response(206)
             self.send_header("Content-Range", f"bytes {first}-{last}/{len(data)}")
             data = data[first:last + 1]
+            RangeHandler.ranges.append(len(data))
         else:
             self.send_response(200)
         if not self.path.startswith("/plain/"):

@@ -36,9 +36,16 @@ TEST(UrlTextTest, HidesTheFragment) {
 
 TEST(UrlTextTest, LeavesOtherThingsAlone) {
   for (const char* text : {"", "a.mp4", "http://host/a.mp4", "file:///a?b=c#d", "FILES://u:p@h/x_[1-2].png",
-                           "a b://c?d=e", "://x?y=z", "/folder/http:/a?b=c", "c:/a?b=c"}) {
+                           "://x?y=z", "/folder/http:/a?b=c", "c:/a?b=c"}) {
     EXPECT_EQ(MaskUrl(text), text);
   }
+}
+
+TEST(UrlTextTest, KnowsAUrlBehindOtherCharacters) {
+  EXPECT_EQ(MaskUrl("\xEF\xBB\xBFhttp://u:p@h/a?b=c"), "\xEF\xBB\xBFhttp://***@h/a?b=***");
+  EXPECT_EQ(MaskUrl("  \"http://u:p@h/a?b=c\""), "  \"http://***@h/a?b=***");
+  EXPECT_EQ(MaskUrl("<http://u:p@h/>"), "<http://***@h/>");
+  EXPECT_EQ(MaskUrl("a b://c?d=e"), "a b://c?d=***");
 }
 
 TEST(UrlTextTest, KnowsAnyScheme) { EXPECT_EQ(MaskUrl("HTTP+x://u:p@h/?a=b"), "HTTP+x://***@h/?a=***"); }
