@@ -2,6 +2,9 @@
 
 #include <zlib.h>
 
+#include <memory>
+#include <new>
+
 #include "media-server/container/format_magic.h"
 
 namespace media_server {
@@ -13,16 +16,17 @@ bool IsGzip(std::span<const std::uint8_t> head) {
 
 std::vector<std::uint8_t> InflateGzip(std::span<const std::uint8_t> compressed, std::size_t most) {
   constexpr int kGzipWrapping = 16;
-  z_stream stream{};
-  if (inflateInit2(&stream, MAX_WBITS + kGzipWrapping) != Z_OK) return {};
   std::vector<std::uint8_t> inflated(most);
+  z_stream stream{};
+  if (inflateInit2(&stream, MAX_WBITS + kGzipWrapping) != Z_OK) throw std::bad_alloc();
+  const std::unique_ptr<z_stream, int (*)(z_stream*)> owner(&stream, &inflateEnd);
   stream.next_in = const_cast<Bytef*>(compressed.data());  // zlib does not write there
   stream.avail_in = static_cast<uInt>(compressed.size());
   stream.next_out = inflated.data();
   stream.avail_out = static_cast<uInt>(most);
-  inflate(&stream, Z_SYNC_FLUSH);  // what came out counts, whatever became of the rest
+  // What came out counts, whatever became of the rest.
+  if (inflate(&stream, Z_SYNC_FLUSH) == Z_MEM_ERROR) throw std::bad_alloc();
   inflated.resize(most - stream.avail_out);
-  inflateEnd(&stream);
   return inflated;
 }
 

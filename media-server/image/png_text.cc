@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <memory>
+#include <new>
 #include <vector>
 
 #include "media-server/container/byte_reader.h"
@@ -30,7 +32,8 @@ constexpr std::string_view kRawProfile = "Raw profile type ";
 /// A zlib stream, all of it; empty when it is damaged or comes out longer than kMostTextBytes.
 std::optional<std::string> Inflate(Bytes compressed) {
   z_stream stream{};
-  if (inflateInit(&stream) != Z_OK) return std::nullopt;
+  if (inflateInit(&stream) != Z_OK) throw std::bad_alloc();
+  const std::unique_ptr<z_stream, int (*)(z_stream*)> owner(&stream, &inflateEnd);
   std::string text;
   int status = Z_OK;
   stream.next_in = compressed.data();
@@ -42,7 +45,7 @@ std::optional<std::string> Inflate(Bytes compressed) {
     status = inflate(&stream, Z_NO_FLUSH);
     text.append(out.data(), out.size() - stream.avail_out);
   }
-  inflateEnd(&stream);
+  if (status == Z_MEM_ERROR) throw std::bad_alloc();
   if (status != Z_STREAM_END || text.size() > kMostTextBytes) return std::nullopt;
   return text;
 }

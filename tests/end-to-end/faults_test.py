@@ -140,7 +140,7 @@ class Descriptors(Faults):
         sound = tool.probe(*names).records()
         statuses = []
         for most in range(self.FEWEST, 40):
-            for isolation in ("worker", "none"):
+            for isolation in ("worker", "strict", "none"):
                 with self.subTest(most=most, isolation=isolation):
                     done = subprocess.run(
                         [tool.MEDIAPROBE, "--ndjson", "-j", "4", "--isolation", isolation, *map(str, names)],

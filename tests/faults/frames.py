@@ -51,6 +51,8 @@ def _owner_of_frame(frame):
         return None
     if _OUR_NAMES.match(name):
         return OURS
+    if name.startswith("Brotli"):
+        return "libbrotlidec"
     if module.startswith("libMediaServer") and "::" not in name:
         return "libavformat"
     return module.split(".so")[0]

@@ -9,8 +9,11 @@
 #include <string>
 
 #include "core/log.h"
+#include "mediainfo/iimage_info.h"
 #include "mediainfo/imedia_file_info.h"
+#include "mediainfo/isvg_info.h"
 #include "mediainfo/service_ids.h"
+#include "mediauuid/imedia_uuid.h"
 #include "service/configuration.h"
 #include "service/module_descriptor.h"
 
@@ -43,7 +46,26 @@ struct Footprint {
   }
 };
 
-/// Loads the module, opens a file in a session of its first service, gives everything back and unloads it.
+/// Has a session do what its service is for.
+void Work(service::ISession* session) {
+  if (auto* file = dynamic_cast<service::mediainfo::IMediaFileInfo*>(session)) {
+    std::string url = SAMPLE_FOLDER "/upright.mp4";
+    EXPECT_EQ(file->SetURL(url.data()), 0U);
+  } else if (auto* image = dynamic_cast<service::mediainfo::IImageInfo*>(session)) {
+    EXPECT_TRUE(image->SetPath("file:///" SAMPLE_FOLDER "/pictures/upright.jpg"));
+  } else if (auto* svg = dynamic_cast<service::mediainfo::ISvgInfo*>(session)) {
+    // There is no decoder: its service is another module's.
+    std::string path = SAMPLE_FOLDER "/pictures/upright.jpg";
+    EXPECT_FALSE(svg->SetPath(path.data()));
+  } else if (auto* media = dynamic_cast<service::mediauuid::IMediaUuid*>(session)) {
+    core::Uuid uuid{};
+    EXPECT_TRUE(media->GetUuid(SAMPLE_FOLDER "/voice.wav", &uuid));
+  } else {
+    ADD_FAILURE() << "a session of no known kind";
+  }
+}
+
+/// Loads the module, has a session of each service work, gives everything back and unloads it.
 void UseOnce(service::Configuration& configuration) {
   void* module = dlopen(LIBRARY_FOLDER "/service-mediainfo.so", RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(module, nullptr) << dlerror();
@@ -60,10 +82,7 @@ void UseOnce(service::Configuration& configuration) {
     ASSERT_NE(service, nullptr) << table[i].name;
     service::ISession* session = service->CreateSession();
     ASSERT_NE(session, nullptr) << table[i].name;
-    if (auto* file = dynamic_cast<service::mediainfo::IMediaFileInfo*>(session)) {
-      std::string url = SAMPLE_FOLDER "/upright.mp4";
-      EXPECT_EQ(file->SetURL(url.data()), 0U);
-    }
+    Work(session);
     service->DestroySession(session);
     table[i].release(service);
   }
