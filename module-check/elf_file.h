@@ -19,7 +19,7 @@ struct ElfFile {
   };
 
   std::uint16_t machine = 0;
-  bool is_program = false;  ///< has a program's flag or asks for a loader
+  bool is_program = false;  ///< has the flag of a program that is loaded anywhere
   bool has_stack_flags = false;
   bool has_executable_stack = false;
   bool has_writable_code = false;

@@ -14,7 +14,8 @@ class IMetedataInfo {
   /// long as the store. False, and `out` as it was, when there is none. The four date keys are answered as kInt64
   /// seconds since 1970 from the combined date text; core::AnyBadAccess when that is no text.
   virtual bool GetValue(const char* key, core::ValAny* out) = 0;
-  /// Stores a copy of `value`; a malloc'ed buffer passes into the store's keeping. False for a null or empty key.
+  /// Stores a copy of `value`; a malloc'ed buffer passes into the store's keeping. False for a null or
+  /// empty key, a null value, and without memory.
   virtual bool SetValue(const char* key, const core::ValAny* value) = 0;
 };
 

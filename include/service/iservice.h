@@ -27,7 +27,10 @@ class IService {
   /// must outlive it.
   virtual std::shared_ptr<ISession> CreateSharedSession(std::uintptr_t reserved) = 0;
 
+  /// No service of this module knows any keys. The answer is 0; all but the media file service store 0 in `*result`,
+  /// which may be null.
   virtual std::uint32_t KeyedQuery(std::uintptr_t first, std::uintptr_t second, std::uint32_t* result) = 0;
+  /// The same without an answer to store: 0 from the SVG service, 1 from the others.
   virtual std::uint32_t KeyedRequest(std::uintptr_t first, std::uintptr_t second, std::uintptr_t third,
                                      std::uint32_t* result) = 0;
   /// Drops the reference passed in; move it in to give up the last one.

@@ -14,7 +14,7 @@ namespace media_server::image {
 bool QueryImage(IByteSource& source, imagecore::QkImageInfo& info, std::string* reason);
 
 /// Sets exactly the flags of what `headers` and `tags` tell, and the fields that they stand for. A turn and a label
-/// that the container itself tells hold over those of `tags`, the time of modification of `tags` over the container's.
+/// that the container itself tells hold over those of `tags`, the times of `tags` over the container's.
 /// Frees the label that `info` held before.
 ///
 /// A duration goes into the field of the picture's format: WebP's, AVIF's also for other HEIF sequences, and GIF's for

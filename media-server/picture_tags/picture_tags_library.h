@@ -9,8 +9,8 @@ namespace media_server {
 /// function: fills the empty fields of `*tags`, the label aside, with what those payloads of `metadata` tell, XMP
 /// before IPTC. What cannot be decoded tells nothing. Safe to call from any thread.
 ///
-/// A library of its own, as loading Exiv2 costs more than a whole probe: only pictures pay for it whose Exif leaves
-/// open what their XMP or IPTC tell.
+/// A library of its own, as loading Exiv2 costs more than a whole probe: only files pay for it whose Exif or
+/// container leaves open what their XMP or IPTC tell.
 inline constexpr char kPictureTagsLibraryName[] = "libMediaServerPictureTags.so";
 inline constexpr char kReadPictureTags[] = "ReadMediaServerPictureTags";
 using ReadPictureTagsFunction = void (*)(const image::EmbeddedMetadata& metadata, image::PictureTags* tags);

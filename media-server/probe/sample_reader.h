@@ -14,7 +14,7 @@ struct AVStream;
 
 namespace media_server::probe {
 
-/// Reads the beginning of single samples where the container's index tells their places (MP4 and MOV), without
+/// Reads the beginning of single samples: where the container's index tells their places (MP4 and MOV) without
 /// demuxing. Borrows context and source.
 class SampleReader {
  public:
@@ -27,7 +27,7 @@ class SampleReader {
   std::vector<std::uint8_t> ReadStart(AVStream& stream, int sample, std::size_t size) const;
   /// The first bytes of the first sample that tells the format of its pictures (of VP9, a key frame), at most
   /// kSampleStart. Without an index it is taken from the packets that come next, which are those that analysis has read
-  /// where there was one. Empty when there is none.
+  /// where there was one; H.264 and HEVC of a transport stream are read from its start. Empty when there is none.
   std::vector<std::uint8_t> ReadFirst(AVStream& stream) const;
   /// The packets that `ReadFirst` took from those that come next, and that nobody else gets.
   PacketSum TakenPackets() const { return taken_packets_; }

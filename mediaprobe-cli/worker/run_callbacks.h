@@ -14,8 +14,8 @@
 
 namespace mediaprobe {
 
-/// What a run over many inputs asks of whoever started it. All but `answer` and `enter` run in the process of the
-/// run.
+/// What a run over many inputs asks of whoever started it. All but `answer`, `fail` and `enter` run in the
+/// process of the run, `fail` there or where the input is answered.
 struct RunCallbacks {
   struct Progress {
     std::uint64_t answered = 0;

@@ -9,8 +9,8 @@ namespace mediaprobe::sandbox {
 bool HasFileAccess();
 
 /// What a process may still open, which is nothing at first, for reading. Nothing can be written, made, removed, listed
-/// or run; where the kernel knows of it, no TCP port can be taken or connected to, and no signal reaches a process
-/// outside.
+/// or, but with `kEverythingAndRunning`, run; where the kernel knows of it, no TCP port can be taken or, but with
+/// `kConnects`, connected to, and no signal reaches a process outside.
 class FileAccess {
  public:
   enum class Reading { kNamedPlaces, kEverything, kEverythingAndRunning };
