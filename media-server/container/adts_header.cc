@@ -17,14 +17,15 @@ std::optional<AdtsHeader> ReadAdtsHeader(std::span<const std::uint8_t> frame) {
   ByteReader reader(frame);
   const std::uint64_t bits = reader.BigEndian(kAdtsHeaderSize);
   const bool sync_and_layer = (bits >> 40 & 0xFFF6) == 0xFFF0;
-  const auto profile = static_cast<std::uint32_t>(bits >> 38 & 3);
   const auto rate_index = static_cast<std::size_t>(bits >> 34 & 15);
   const auto size = static_cast<std::uint32_t>(bits >> 13 & 0x1FFF);
   const auto blocks = static_cast<std::uint32_t>(bits & 3) + 1;
   if (!reader.Ok() || !sync_and_layer || rate_index >= kSampleRates.size() || size < kAdtsHeaderSize) {
     return std::nullopt;
   }
-  return AdtsHeader{kSampleRates[rate_index], profile, size, blocks * kSamplesOfABlock};
+  constexpr std::uint32_t kConstants = 0xFFF6FC00;
+  return AdtsHeader{kSampleRates[rate_index], size, blocks * kSamplesOfABlock,
+                    static_cast<std::uint32_t>(bits >> 24) & kConstants};
 }
 
 }  // namespace media_server

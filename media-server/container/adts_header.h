@@ -10,9 +10,9 @@ namespace media_server {
 /// What the header of an ADTS frame of AAC tells (ISO/IEC 13818-7, 6.2).
 struct AdtsHeader {
   std::uint32_t sample_rate_hz = 0;  ///< of the core, half of what is heard where the bands above are told otherwise
-  std::uint32_t profile = 0;         ///< the audio object type less 1
   std::uint32_t size_bytes = 0;      ///< of the whole frame
   std::uint32_t samples = 0;         ///< of each channel, at that rate
+  std::uint32_t constants = 0;       ///< the bits that all frames of a stream share: sync, layer, profile, sample rate
 };
 
 inline constexpr std::size_t kAdtsHeaderSize = 7;

@@ -32,14 +32,11 @@ struct Frame {
 constexpr std::size_t kLookAhead = (1U << 13) + kAdtsHeaderSize;
 
 std::optional<Frame> ReadFrame(Bytes bytes) {
-  constexpr std::uint32_t kMpegConstants = 0xFFFE0C00;  // sync, version, layer, sample rate
-  constexpr std::uint32_t kAdtsConstants = 0xFFFEFC00;  // sync, version, layer, profile, sample rate
-  const std::uint32_t word = ByteReader(bytes).Be32();
   if (const auto mpeg = ReadMpegAudioHeader(bytes)) {
-    return Frame{mpeg->size_bytes, word & kMpegConstants, static_cast<double>(mpeg->samples) / mpeg->sample_rate_hz};
+    return Frame{mpeg->size_bytes, mpeg->constants, static_cast<double>(mpeg->samples) / mpeg->sample_rate_hz};
   }
   if (const auto adts = ReadAdtsHeader(bytes)) {
-    return Frame{adts->size_bytes, word & kAdtsConstants, static_cast<double>(adts->samples) / adts->sample_rate_hz};
+    return Frame{adts->size_bytes, adts->constants, static_cast<double>(adts->samples) / adts->sample_rate_hz};
   }
   return std::nullopt;
 }

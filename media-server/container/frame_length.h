@@ -14,9 +14,9 @@ struct FrameLength {
 };
 
 /// Measures the frames of ADTS or MPEG audio behind the ID3v2 tags. In inputs of up to 4 MiB all are counted; of longer
-/// ones those of the first 512 KiB, and of 64 pieces of 32 KiB that stand for the rest. Where requests to a server would
-/// be made, 128 KiB and 8 pieces. Empty without any frame, where bytes could not be read, and where the length of the
-/// input is not known.
+/// ones those of the first 512 KiB, and of 64 pieces of 32 KiB that stand for the rest. Where requests to a server
+/// would be made, 128 KiB and 8 pieces. Empty without any frame, where bytes could not be read, and where the length of
+/// the input is not known.
 std::optional<FrameLength> MeasureFrames(IByteSource& source);
 
 }  // namespace media_server

@@ -32,15 +32,13 @@ std::optional<Frame> ParseMpegAudio(Bytes bytes) {
   const auto header = ReadMpegAudioHeader(bytes);
   if (!header) return std::nullopt;
   constexpr std::array kStreams = {FrameStream::kMpegLayer1, FrameStream::kMpegLayer2, FrameStream::kMpegLayer3};
-  constexpr std::uint32_t kConstantBits = 0xFFFE0C00;  // sync, version, layer, sample rate
-  const std::uint32_t word = ByteReader(bytes).Be32();
-  return Frame{kStreams[static_cast<std::size_t>(header->layer - 1)], header->size_bytes, word & kConstantBits};
+  return Frame{kStreams[static_cast<std::size_t>(header->layer - 1)], header->size_bytes, header->constants};
 }
 
 std::optional<Frame> ParseAdts(Bytes bytes) {
   const auto header = ReadAdtsHeader(bytes);
   if (!header) return std::nullopt;
-  return Frame{FrameStream::kAdts, header->size_bytes, header->profile << 24 | header->sample_rate_hz};
+  return Frame{FrameStream::kAdts, header->size_bytes, header->constants};
 }
 
 std::optional<Frame> ParseLoas(Bytes header) {

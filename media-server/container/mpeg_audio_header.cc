@@ -44,7 +44,9 @@ std::optional<MpegAudioHeader> ReadMpegAudioHeader(std::span<const std::uint8_t>
   const std::uint32_t slot_bytes = layer == 1 ? 4 : 1;
   const std::uint32_t size = (slots_factor * bit_rate / sample_rate + padding) * slot_bytes;
   const std::uint32_t samples = slots_factor * slot_bytes * 8;
-  return MpegAudioHeader{static_cast<int>(layer), sample_rate, is_mono ? 1U : 2U, bit_rate, size, samples};
+  constexpr std::uint32_t kConstants = 0xFFFE0C00;
+  return MpegAudioHeader{static_cast<int>(layer), sample_rate, is_mono ? 1U : 2U, bit_rate, size, samples,
+                         word & kConstants};
 }
 
 }  // namespace media_server

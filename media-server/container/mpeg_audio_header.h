@@ -14,6 +14,7 @@ struct MpegAudioHeader {
   std::uint32_t bit_rate = 0;    ///< of this frame, in bits per second
   std::uint32_t size_bytes = 0;  ///< of the whole frame
   std::uint32_t samples = 0;     ///< of each channel
+  std::uint32_t constants = 0;   ///< the bits that all frames of a stream share: sync, version, layer, sample rate
 };
 
 inline constexpr std::size_t kMpegAudioHeaderSize = 4;

@@ -143,44 +143,44 @@ std::optional<codec::NalConfiguration> ReadH264Configuration(AVStream& stream, c
   return configuration;
 }
 
-PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
-  const auto configuration = ReadH264Configuration(stream, samples);
+/// How samples of a codec that is cut into NAL units are read.
+struct NalReaders {
+  void (*read_sei)(Bytes sample, int length_size, codec::SeiFacts& facts);
+  std::optional<bool> (*is_idr)(Bytes sample, int length_size);
+};
+
+PictureHeader ReadNalSamples(const std::optional<codec::NalConfiguration>& configuration, const NalReaders& read,
+                             AVStream& stream, const SampleReader& samples) {
   if (!configuration) return {};
   const int length_size = configuration->nal_length_size;
   PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
   if (AsksForFieldOrder(header.parameters, stream, samples)) {
     header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadFirst(stream), length_size);
   }
-  if (samples.SampleCount(stream) == 0) codec::ReadH264Sei(samples.ReadFirst(stream), length_size, header.sei);
+  if (samples.SampleCount(stream) == 0) read.read_sei(samples.ReadFirst(stream), length_size, header.sei);
   bool is_first = true;
   header.full_idr = AllKeySamplesAre(
       [&](Bytes sample) {
-        if (std::exchange(is_first, false)) codec::ReadH264Sei(sample, length_size, header.sei);
-        return codec::IsH264Idr(sample, length_size);
+        if (std::exchange(is_first, false)) read.read_sei(sample, length_size, header.sei);
+        return read.is_idr(sample, length_size);
       },
       stream, samples);
   return header;
 }
 
+PictureHeader ReadH264(AVStream& stream, const SampleReader& samples) {
+  constexpr NalReaders kReaders{&codec::ReadH264Sei, &codec::IsH264Idr};
+  return ReadNalSamples(ReadH264Configuration(stream, samples), kReaders, stream, samples);
+}
+
+std::optional<bool> IsHevcIdr(Bytes sample, int length_size) {
+  const auto kind = codec::KindOfHevcPicture(sample, length_size);
+  return kind ? std::optional(*kind == codec::HevcPictureKind::kIdr) : std::nullopt;
+}
+
 PictureHeader ReadHevc(AVStream& stream, const SampleReader& samples) {
-  const auto configuration = codec::ReadHevcConfiguration(Extradata(stream));
-  if (!configuration) return {};
-  const int length_size = configuration->nal_length_size;
-  PictureHeader header{.parameters = configuration->picture, .sei = configuration->sei};
-  if (AsksForFieldOrder(header.parameters, stream, samples)) {
-    header.parameters.field_order = FieldOrderOfSample(stream, samples.ReadFirst(stream), length_size);
-  }
-  if (samples.SampleCount(stream) == 0) codec::ReadHevcSei(samples.ReadFirst(stream), length_size, header.sei);
-  bool is_first = true;
-  header.full_idr = AllKeySamplesAre(
-      [&](Bytes sample) -> std::optional<bool> {
-        if (std::exchange(is_first, false)) codec::ReadHevcSei(sample, length_size, header.sei);
-        const auto kind = codec::KindOfHevcPicture(sample, length_size);
-        if (!kind) return std::nullopt;
-        return *kind == codec::HevcPictureKind::kIdr;
-      },
-      stream, samples);
-  return header;
+  constexpr NalReaders kReaders{&codec::ReadHevcSei, &IsHevcIdr};
+  return ReadNalSamples(codec::ReadHevcConfiguration(Extradata(stream)), kReaders, stream, samples);
 }
 
 PictureHeader ReadProRes(AVStream& stream, const SampleReader& samples) {

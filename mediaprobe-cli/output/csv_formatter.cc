@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "mediainfo/metedata_keys.h"
 #include "output/json_text.h"
 #include "output/record_json.h"
 #include "output/terminal_text.h"
@@ -12,6 +13,8 @@
 
 namespace mediaprobe {
 namespace {
+
+namespace keys = service::mediainfo::metedata_keys;
 
 using Json = nlohmann::ordered_json;
 
@@ -40,10 +43,10 @@ constexpr Column kColumns[] = {
     {"modified", Part::kRecord, "modified"},
     {"latitude", Part::kLocation, "latitude"},
     {"longitude", Part::kLocation, "longitude"},
-    {"maker", Part::kMetadata, "MediaFile_Metedata_Maker", "Image_Metedata_CameraMaker"},
-    {"model", Part::kMetadata, "MediaFile_Metedata_Model", "Image_Metedata_CameraModel"},
-    {"title", Part::kMetadata, "MediaFile_Metedata_Title"},
-    {"artist", Part::kMetadata, "MediaFile_Metedata_Artist"},
+    {"maker", Part::kMetadata, keys::kMaker, keys::kImageCameraMaker},
+    {"model", Part::kMetadata, keys::kModel, keys::kImageCameraModel},
+    {"title", Part::kMetadata, keys::kTitle},
+    {"artist", Part::kMetadata, keys::kArtist},
     {"format", Part::kRecord, "format"},
     {"size", Part::kRecord, "size"},
     {"duration", Part::kRecord, "duration"},

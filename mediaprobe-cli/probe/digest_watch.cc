@@ -31,7 +31,7 @@ std::optional<std::uint64_t> BytesRead() {
 
 }  // namespace
 
-DigestWatch::DigestWatch(std::uint64_t total, DigestReport report, std::chrono::milliseconds step)
+DigestWatch::DigestWatch(std::uint64_t total, ReportDigest report, std::chrono::milliseconds step)
     : total_(total), report_(std::move(report)) {
   report_(0, total_);
   const auto start = BytesRead();

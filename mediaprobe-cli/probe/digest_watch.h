@@ -3,14 +3,12 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <thread>
 
-namespace mediaprobe {
+#include "report_digest.h"
 
-/// Told while an input's content is digested: bytes done, and bytes in all, 0 where that is not known.
-using DigestReport = std::function<void(std::uint64_t done, std::uint64_t total)>;
+namespace mediaprobe {
 
 /// Tells how far the digest of a content is, at once and then every fifth of a second until it is destroyed, from a
 /// thread of its own. A service tells nothing while it digests, so what is counted is what the process has read;
@@ -20,7 +18,7 @@ class DigestWatch {
   static constexpr std::chrono::milliseconds kStep{200};
 
   /// `report` must not be empty.
-  DigestWatch(std::uint64_t total, DigestReport report, std::chrono::milliseconds step = kStep);
+  DigestWatch(std::uint64_t total, ReportDigest report, std::chrono::milliseconds step = kStep);
   ~DigestWatch();
   DigestWatch(const DigestWatch&) = delete;
   DigestWatch& operator=(const DigestWatch&) = delete;
@@ -33,7 +31,7 @@ class DigestWatch {
   void Watch(std::uint64_t start, std::chrono::milliseconds step);
 
   std::uint64_t total_;
-  DigestReport report_;
+  ReportDigest report_;
   std::mutex mutex_;
   std::condition_variable ended_changed_;
   bool ended_ = false;

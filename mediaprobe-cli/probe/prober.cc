@@ -92,7 +92,7 @@ Record Prober::ProbeByContent(InputPath& path) {
   return record;
 }
 
-Record Prober::Probe(const std::string& input, const DigestReport& report) {
+Record Prober::Probe(const std::string& input, const ReportDigest& report) {
   InputPath path = ToInputPath(input);
   Record record;
   switch (settings_.service) {
@@ -116,7 +116,7 @@ Record Prober::Probe(const std::string& input, const DigestReport& report) {
   return record;
 }
 
-void Prober::AddUuid(const InputPath& path, const DigestReport& report, Record& record) {
+void Prober::AddUuid(const InputPath& path, const ReportDigest& report, Record& record) {
   service::IService* service = Service(service::mediainfo::kMediaUuidServiceName);
   if (!service) {
     record.uuid_error = "the media UUID service cannot be started";

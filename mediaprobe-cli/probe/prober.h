@@ -37,7 +37,7 @@ class Prober {
 
   /// Never fails: what cannot be answered becomes a record with an error. `report`, which may be empty, is called when
   /// only the digest is left, and from then on as that goes on, from another thread. One thread at a time.
-  Record Probe(const std::string& input, const DigestReport& report);
+  Record Probe(const std::string& input, const ReportDigest& report);
 
  private:
   /// Null when the service cannot be had.
@@ -46,7 +46,7 @@ class Prober {
   Record ProbeMedia(InputPath& path);
   Record ProbeImage(const InputPath& path);
   Record ProbeSvg(InputPath& path);
-  void AddUuid(const InputPath& path, const DigestReport& report, Record& record);
+  void AddUuid(const InputPath& path, const ReportDigest& report, Record& record);
 
   ServiceSource source_;
   Settings settings_;

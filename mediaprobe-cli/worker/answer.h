@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 
 #include "inputs/input_source.h"
+#include "report_digest.h"
 
 namespace mediaprobe {
 
@@ -13,9 +13,6 @@ struct Answer {
   std::string text;   ///< the record in the chosen output form
   std::string error;  ///< why there is no answer, in words; empty when there is one
 };
-
-/// Told while an input's content is digested: bytes done, and bytes in all.
-using ReportDigest = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 /// Answers one input. Calls `report` when the probe is done and only the digest is left, and from then on as it likes.
 using AnswerInput = std::function<Answer(const Input& input, const ReportDigest& report)>;

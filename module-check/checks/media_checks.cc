@@ -9,6 +9,7 @@
 #include "checks/known_session.h"
 #include "core/error_text.h"
 #include "mediainfo/imedia_file_info.h"
+#include "mediainfo/metedata_keys.h"
 #include "mediainfo/result.h"
 #include "mediainfo/service_ids.h"
 #include "process_state.h"
@@ -61,7 +62,7 @@ void HasEmptyStore(Subject& subject) {
     const std::shared_ptr<IMetedataInfo> store = session.GetMetadata();
     Demand(store != nullptr, "GetMetadata gives no store");
     core::ValAny value;
-    DemandEqual(store->GetValue("MediaFile_Metedata_Title", &value), false, "GetValue of the title");
+    DemandEqual(store->GetValue(service::mediainfo::metedata_keys::kTitle, &value), false, "GetValue of the title");
   });
 }
 

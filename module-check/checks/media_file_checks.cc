@@ -8,6 +8,7 @@
 #include "checks/areas.h"
 #include "checks/known_session.h"
 #include "mediainfo/imedia_file_info.h"
+#include "mediainfo/metedata_keys.h"
 #include "mediainfo/result.h"
 #include "mediainfo/service_ids.h"
 #include "sample_files.h"
@@ -216,7 +217,7 @@ void StoreOutlivesAll(Subject& subject) {
   std::shared_ptr<IMetedataInfo> store;
   WithOpenSession(subject, [&](IMediaFileInfo& session) { store = session.GetMetadata(); });
   core::ValAny value;
-  store->GetValue("MediaFile_Metedata_Title", &value);
+  store->GetValue(service::mediainfo::metedata_keys::kTitle, &value);
   value = core::ValAny::FromInt32(5);
   Demand(store->SetValue("key", &value), "a store takes no value after its session is gone");
   store.reset();

@@ -21,7 +21,7 @@ struct Seen {
   std::vector<std::uint64_t> done;
   std::uint64_t total = 0;
 
-  DigestReport Report() {
+  ReportDigest Report() {
     return [this](std::uint64_t done_now, std::uint64_t total_now) {
       const std::lock_guard lock(mutex);
       done.push_back(done_now);

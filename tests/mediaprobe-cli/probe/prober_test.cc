@@ -225,7 +225,7 @@ TEST_F(ProberTest, OtherLetterCaseOfTheMediaServiceHoldsForTheServicesAfterIt) {
 TEST_F(ProberTest, DigestIsReportedWithTheSizeOfTheFile) {
   std::vector<std::pair<std::uint64_t, std::uint64_t>> reports;
   std::mutex mutex;
-  const DigestReport report = [&](std::uint64_t done, std::uint64_t total) {
+  const ReportDigest report = [&](std::uint64_t done, std::uint64_t total) {
     const std::lock_guard lock(mutex);
     reports.emplace_back(done, total);
   };
