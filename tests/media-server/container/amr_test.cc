@@ -43,11 +43,6 @@ TEST(AmrTest, TheRestOfALongFileGoesOnAsItBegan) {
 }
 
 TEST(AmrTest, AServerGivesLess) {
-  class RemoteSource final : public MemorySource {
-   public:
-    using MemorySource::MemorySource;
-    bool IsRemote() const override { return true; }
-  };
   RemoteSource source("#!AMR\n" + Frames(60'000, 0x3C, 32));
   EXPECT_NEAR(ReadAmrSeconds(source).value(), 1200, 1e-1);
   EXPECT_LE(source.BytesRead(), 128u * 1024);

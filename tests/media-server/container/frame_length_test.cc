@@ -35,13 +35,6 @@ std::string Mp3(unsigned kbps) {
   return std::string("\xFF\xFB") + bit_rate + '\x44' + Zeros(kbps * 3 - 4);
 }
 
-/// As if its bytes lay with a server.
-class RemoteSource final : public MemorySource {
- public:
-  using MemorySource::MemorySource;
-  bool IsRemote() const override { return true; }
-};
-
 std::optional<FrameLength> Measure(const std::string& content) {
   MemorySource source(content);
   return MeasureFrames(source);

@@ -44,6 +44,13 @@ class MemorySource : public IByteSource {
   std::uint64_t reads_ = 0;
 };
 
+/// One whose bytes lie with a server, as it says.
+class RemoteSource final : public MemorySource {
+ public:
+  using MemorySource::MemorySource;
+  bool IsRemote() const override { return true; }
+};
+
 /// `value` in `width` bytes, most significant first.
 inline std::string Be(std::uint64_t value, int width) {
   std::string bytes;

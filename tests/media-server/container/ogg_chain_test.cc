@@ -112,11 +112,6 @@ TEST(OggChainTest, UnknownWhereItWouldTakeTooMuch) {
   EXPECT_DOUBLE_EQ(Seconds(links), 24);
   EXPECT_EQ(Seconds(links + Link(25, Vorbis(1'000), 10)), -1);
 
-  class RemoteSource final : public MemorySource {
-   public:
-    using MemorySource::MemorySource;
-    bool IsRemote() const override { return true; }
-  };
   RemoteSource remote(Link(1, Vorbis(1'000), 10) + Link(2, Vorbis(1'000), 10));
   const auto chain = ReadOggChain(remote);
   ASSERT_TRUE(chain);

@@ -376,11 +376,6 @@ TEST(MediaProberTest, ReadsSoundBehindALargeCover) {
 }
 
 TEST(MediaProberTest, TellsNoLengthOfAChainOfOggWhereItIsNotKnown) {
-  class RemoteSource final : public MemorySource {
-   public:
-    using MemorySource::MemorySource;
-    bool IsRemote() const override { return true; }
-  };
   std::vector<std::uint8_t> bytes = ReadSample("song.opus");
   std::vector<std::uint8_t> other = bytes;
   for (std::size_t at = 0; at + 18 < other.size(); ++at) {
