@@ -26,7 +26,36 @@ std::optional<std::uint32_t> TagSize(std::span<const std::uint8_t> header) {
   return size + static_cast<std::uint32_t>(kHeaderSize) * (has_footer ? 2 : 1);
 }
 
+std::uint64_t InSevens(std::uint64_t bits) {
+  return (bits >> 24 & 0x7F) << 21 | (bits >> 16 & 0x7F) << 14 | (bits >> 8 & 0x7F) << 7 | (bits & 0x7F);
+}
+
 }  // namespace
+
+std::uint64_t LargeId3v2Frames(IByteSource& source) {
+  constexpr int kMostFrames = 64;
+  constexpr std::uint64_t kLarge = 64 * 1024;
+  const auto header = ReadBytes(source, 0, kHeaderSize);
+  const auto end = TagSize(header);
+  if (!end || (header[5] & 0x40) != 0) return 0;
+  const int version = header[3];
+  const std::size_t name_size = version == 2 ? 3 : 4;
+  const std::size_t frame_header = version == 2 ? 6 : 10;
+  std::uint64_t large = 0;
+  std::uint64_t offset = kHeaderSize;
+  for (int i = 0; i < kMostFrames && offset < *end; ++i) {
+    const auto bytes = ReadBytes(source, offset, frame_header);
+    ByteReader reader(bytes);
+    const bool is_padding = reader.U8() == 0;
+    reader.Skip(name_size - 1);
+    const std::uint64_t bits = reader.BigEndian(name_size);
+    if (!reader.Ok() || is_padding) break;
+    const std::uint64_t size = version == 4 ? InSevens(bits) : bits;
+    if (size >= kLarge) large += size;
+    offset += frame_header + size;
+  }
+  return large;
+}
 
 std::uint64_t SkipId3v2(IByteSource& source) {
   constexpr int kMostTags = 16;

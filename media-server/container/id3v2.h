@@ -9,4 +9,8 @@ namespace media_server {
 /// Where the content of `source` begins: behind the ID3v2 tags that stand in front, up to 16 in a row.
 std::uint64_t SkipId3v2(IByteSource& source);
 
+/// Bytes in frames of 64 KiB and more, as covers are, among the first 64 frames of the tag that `source` begins with.
+/// 0 without a tag, and for one with an extended header.
+std::uint64_t LargeId3v2Frames(IByteSource& source);
+
 }  // namespace media_server

@@ -45,12 +45,12 @@ constexpr ByteLimit kByteLimits[] = {{"matroska", std::uint64_t{1} << 20, /*goes
 // the most by then, for the latest time.
 constexpr std::array<std::uint64_t, 3> kEndsOfTransportStream = {250'000, 500'000, 1'000'000};
 
-// Covers in them are as large as any, and libavformat reads them.
-constexpr std::uint64_t kMostOfId3v2 = std::uint64_t{32} << 20;
+// libavformat reads covers whole.
+constexpr std::uint64_t kMostOfCovers = std::uint64_t{32} << 20;
 
 void LimitBytes(std::string_view demuxer, BoundedSource& source) {
-  if (const std::uint64_t tags = SkipId3v2(source); tags > 0) {
-    source.Limit(ReadBudget().bytes + std::min(tags, kMostOfId3v2));
+  if (const std::uint64_t covers = LargeId3v2Frames(source); covers > 0) {
+    source.Limit(ReadBudget().bytes + std::min(covers, kMostOfCovers));
   }
   const auto* limit = std::ranges::find(kByteLimits, demuxer, &ByteLimit::demuxer);
   if (limit != std::end(kByteLimits)) {

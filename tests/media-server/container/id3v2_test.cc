@@ -32,6 +32,37 @@ TEST(Id3v2Test, SixteenTagsAreEnough) {
   EXPECT_EQ(Skip(tags), 160u);
 }
 
+std::uint64_t Large(int version, const std::string& frames, std::uint64_t flags = 0) {
+  const std::size_t size = frames.size();
+  const std::uint64_t in_sevens =
+      (size >> 21 & 0x7F) << 24 | (size >> 14 & 0x7F) << 16 | (size >> 7 & 0x7F) << 8 | (size & 0x7F);
+  MemorySource source("ID3" + Be(static_cast<std::uint64_t>(version), 1) + Be(0, 1) + Be(flags, 1) + Be(in_sevens, 4) +
+                      frames);
+  return LargeId3v2Frames(source);
+}
+
+TEST(Id3v2Test, CoversAreItsLargeFrames) {
+  const std::string title = "TIT2" + Be(5, 4) + Zeros(2) + "title";
+  const std::string cover = "APIC" + Be(100'000, 4) + Zeros(2) + Zeros(100'000);
+  EXPECT_EQ(Large(3, title), 0u);
+  EXPECT_EQ(Large(3, title + cover + title + cover + Zeros(1000)), 200'000u);
+  EXPECT_EQ(Large(2, "TT2" + Be(5, 3) + "title" + "PIC" + Be(100'000, 3) + Zeros(100'000)), 100'000u);
+  const std::uint64_t in_sevens = (100'000 >> 14) << 16 | (100'000 >> 7 & 0x7F) << 8 | (100'000 & 0x7F);
+  EXPECT_EQ(Large(4, title + "APIC" + Be(in_sevens, 4) + Zeros(2) + Zeros(100'000)), 100'000u);
+}
+
+TEST(Id3v2Test, NotAllFramesAreLookedAt) {
+  const std::string title = "TIT2" + Be(5, 4) + Zeros(2) + "title";
+  const std::string cover = "APIC" + Be(100'000, 4) + Zeros(2) + Zeros(100'000);
+  std::string titles;
+  for (int i = 0; i < 63; ++i) titles += title;
+  EXPECT_EQ(Large(3, titles + cover), 100'000u);
+  EXPECT_EQ(Large(3, titles + title + cover), 0u);
+  EXPECT_EQ(Large(3, cover, 0x40), 0u) << "an extended header";
+  MemorySource none("noise");
+  EXPECT_EQ(LargeId3v2Frames(none), 0u);
+}
+
 TEST(Id3v2Test, OtherBytesAreNoTag) {
   EXPECT_EQ(Skip(""), 0u);
   EXPECT_EQ(Skip("ID3"), 0u);
