@@ -229,8 +229,8 @@ class NetworkSource final : public IByteSource {
   bool gives_ranges_ = false;
   std::size_t piece_size_ = 0;
   std::uint64_t most_ = std::numeric_limits<std::uint64_t>::max();  // will be read
-  Piece piece_;          // read last
-  Piece earlier_piece_;  // read before that jumped
+  Piece piece_;                                                     // read last
+  Piece earlier_piece_;                                             // read before that jumped
   bool left_out_of_reach_ = false;
   const char* failure_ = nullptr;
 };
