@@ -74,7 +74,8 @@ void AppendMasked(std::string_view rest, std::string& shown) {
 std::string MaskUrl(std::string_view url) {
   const std::size_t separator = url.find(kSeparator);
   if (separator == std::string_view::npos) return std::string(url);
-  // What a list has in front of a URL, such as a byte order mark or a quotation mark, makes it none, but not less secret.
+  // What a list has in front of a URL, such as a byte order mark or a quotation mark, makes it none, but not less
+  // secret.
   const std::string_view front = url.substr(0, separator);
   const std::size_t scheme_length = SchemeLength(front);
   if (scheme_length == 0 || IsLocal(front.substr(front.size() - scheme_length))) return std::string(url);

@@ -35,8 +35,8 @@ TEST(UrlTextTest, HidesTheFragment) {
 }
 
 TEST(UrlTextTest, LeavesOtherThingsAlone) {
-  for (const char* text : {"", "a.mp4", "http://host/a.mp4", "file:///a?b=c#d", "FILES://u:p@h/x_[1-2].png",
-                           "://x?y=z", "/folder/http:/a?b=c", "c:/a?b=c"}) {
+  for (const char* text : {"", "a.mp4", "http://host/a.mp4", "file:///a?b=c#d", "FILES://u:p@h/x_[1-2].png", "://x?y=z",
+                           "/folder/http:/a?b=c", "c:/a?b=c"}) {
     EXPECT_EQ(MaskUrl(text), text);
   }
 }
