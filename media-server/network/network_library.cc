@@ -159,7 +159,7 @@ class NetworkSource final : public IByteSource {
   /// False on failure, or when the server turns out to give no ranges.
   bool FetchPiece(std::uint64_t offset, std::size_t least) {
     // Of a look at the end one comes back.
-    if (offset == earlier_piece_.End()) std::swap(piece_, earlier_piece_);
+    if (!earlier_piece_.bytes.empty() && offset == earlier_piece_.End()) std::swap(piece_, earlier_piece_);
     const bool follows = !piece_.bytes.empty() && offset == piece_.End();
     piece_size_ = follows ? std::min(piece_size_ * 2, kLargestPiece) : kFirstPiece;
     const std::uint64_t ahead = std::min<std::uint64_t>(piece_size_, most_);

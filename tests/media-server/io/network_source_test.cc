@@ -46,6 +46,17 @@ TEST(NetworkSourceTest, ReadsByPosition) {
   EXPECT_EQ(ReadText(*source, 300'000, 1), "");
 }
 
+TEST(NetworkSourceTest, ComesBackToTheStart) {
+  const HttpServer server(Digits(200'000));
+  std::string reason;
+  const auto source = OpenNetworkSource(server.Url("/file"), "", &reason);
+  ASSERT_NE(source, nullptr) << reason;
+  EXPECT_EQ(ReadText(*source, 150'001, 4), "1234");
+  EXPECT_EQ(ReadText(*source, 0, 3), "012");
+  EXPECT_EQ(ReadText(*source, 65'536, 3), "678");
+  EXPECT_EQ(ReadText(*source, 150'002, 3), "234");
+}
+
 constexpr char kHeadOf100Bytes[] =
     "HTTP/1.1 206 Partial Content\r\nContent-Range: bytes 0-99/100\r\nContent-Length: 100\r\n\r\n";
 constexpr char kServerError[] = "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\n\r\n";
