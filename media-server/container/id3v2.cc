@@ -12,22 +12,20 @@ namespace {
 
 constexpr std::size_t kHeaderSize = 10;
 
+/// A number of which each byte has seven bits.
+std::uint32_t FromSevens(std::uint32_t bits) {
+  return (bits >> 24 & 0x7F) << 21 | (bits >> 16 & 0x7F) << 14 | (bits >> 8 & 0x7F) << 7 | (bits & 0x7F);
+}
+
 /// Size of the tag that starts here, header and footer included (ID3v2.4 section 3.1); empty when none does.
 std::optional<std::uint32_t> TagSize(std::span<const std::uint8_t> header) {
   if (header.size() < kHeaderSize || !AsText(header).starts_with("ID3") || header[3] == 0xFF || header[4] == 0xFF) {
     return std::nullopt;
   }
-  std::uint32_t size = 0;
-  for (const std::uint8_t byte : header.subspan(6, 4)) {
-    if ((byte & 0x80) != 0) return std::nullopt;
-    size = size << 7 | byte;
-  }
+  const std::uint32_t bits = ByteReader(header.subspan(6)).Be32();
+  if ((bits & 0x80808080) != 0) return std::nullopt;
   const bool has_footer = (header[5] & 0x10) != 0;
-  return size + static_cast<std::uint32_t>(kHeaderSize) * (has_footer ? 2 : 1);
-}
-
-std::uint64_t InSevens(std::uint64_t bits) {
-  return (bits >> 24 & 0x7F) << 21 | (bits >> 16 & 0x7F) << 14 | (bits >> 8 & 0x7F) << 7 | (bits & 0x7F);
+  return FromSevens(bits) + static_cast<std::uint32_t>(kHeaderSize) * (has_footer ? 2 : 1);
 }
 
 }  // namespace
@@ -48,9 +46,9 @@ std::uint64_t LargeId3v2Frames(IByteSource& source) {
     ByteReader reader(bytes);
     const bool is_padding = reader.U8() == 0;
     reader.Skip(name_size - 1);
-    const std::uint64_t bits = reader.BigEndian(name_size);
+    const auto bits = static_cast<std::uint32_t>(reader.BigEndian(name_size));
     if (!reader.Ok() || is_padding) break;
-    const std::uint64_t size = version == 4 ? InSevens(bits) : bits;
+    const std::uint64_t size = version == 4 ? FromSevens(bits) : bits;
     if (size >= kLarge) large += size;
     offset += frame_header + size;
   }

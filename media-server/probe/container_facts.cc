@@ -172,15 +172,11 @@ ContainerFacts FactsOfAsf(IByteSource& source) {
   return facts;
 }
 
-ContainerFacts FactsOfMpegAudio(IByteSource& source) {
+// What one reader tells, where that is all.
+template <auto kField, auto kRead>
+ContainerFacts FactOf(IByteSource& source) {
   ContainerFacts facts;
-  facts.id3v1 = ReadId3v1(source);
-  return facts;
-}
-
-ContainerFacts FactsOfAmr(IByteSource& source) {
-  ContainerFacts facts;
-  facts.sound_seconds = ReadAmrSeconds(source);
+  facts.*kField = kRead(source);
   return facts;
 }
 
@@ -191,27 +187,22 @@ ContainerFacts FactsOfDsf(IByteSource& source) {
   return facts;
 }
 
-ContainerFacts FactsOfOgg(IByteSource& source) {
-  ContainerFacts facts;
-  facts.ogg_chain = ReadOggChain(source);
-  return facts;
-}
-
-ContainerFacts FactsOfTransportStream(IByteSource& source) {
-  ContainerFacts facts;
-  facts.scrambled_pids = ReadScrambledPids(source);
-  return facts;
-}
-
 struct Reader {
   std::string_view demuxer;
   ContainerFacts (*read)(IByteSource& source);
 };
 
 constexpr Reader kReaders[] = {
-    {"mov", &FactsOfMp4}, {"matroska", &FactsOfMatroska}, {"wav", &FactsOfRiff}, {"avi", &FactsOfRiff},
-    {"asf", &FactsOfAsf}, {"mp3", &FactsOfMpegAudio},     {"amr", &FactsOfAmr},  {"mpegts", &FactsOfTransportStream},
-    {"ogg", &FactsOfOgg}, {"dsf", &FactsOfDsf},
+    {"mov", &FactsOfMp4},
+    {"matroska", &FactsOfMatroska},
+    {"wav", &FactsOfRiff},
+    {"avi", &FactsOfRiff},
+    {"asf", &FactsOfAsf},
+    {"mp3", &FactOf<&ContainerFacts::id3v1, &ReadId3v1>},
+    {"amr", &FactOf<&ContainerFacts::sound_seconds, &ReadAmrSeconds>},
+    {"mpegts", &FactOf<&ContainerFacts::scrambled_pids, &ReadScrambledPids>},
+    {"ogg", &FactOf<&ContainerFacts::ogg_chain, &ReadOggChain>},
+    {"dsf", &FactsOfDsf},
 };
 
 }  // namespace

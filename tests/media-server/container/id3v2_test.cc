@@ -10,7 +10,7 @@ namespace media_server {
 namespace {
 
 std::string Tag(std::size_t size, std::uint64_t flags = 0) {
-  return "ID3" + Be(4, 1) + Be(0, 1) + Be(flags, 1) + Be(size >> 7, 3) + Be(size & 0x7F, 1) + Zeros(size);
+  return "ID3" + Be(4, 1) + Be(0, 1) + Be(flags, 1) + InSevens(size) + Zeros(size);
 }
 
 std::uint64_t Skip(const std::string& content) {
@@ -33,11 +33,8 @@ TEST(Id3v2Test, SixteenTagsAreEnough) {
 }
 
 std::uint64_t Large(int version, const std::string& frames, std::uint64_t flags = 0) {
-  const std::size_t size = frames.size();
-  const std::uint64_t in_sevens =
-      (size >> 21 & 0x7F) << 24 | (size >> 14 & 0x7F) << 16 | (size >> 7 & 0x7F) << 8 | (size & 0x7F);
-  MemorySource source("ID3" + Be(static_cast<std::uint64_t>(version), 1) + Be(0, 1) + Be(flags, 1) + Be(in_sevens, 4) +
-                      frames);
+  MemorySource source("ID3" + Be(static_cast<std::uint64_t>(version), 1) + Be(0, 1) + Be(flags, 1) +
+                      InSevens(frames.size()) + frames);
   return LargeId3v2Frames(source);
 }
 
@@ -47,8 +44,7 @@ TEST(Id3v2Test, CoversAreItsLargeFrames) {
   EXPECT_EQ(Large(3, title), 0u);
   EXPECT_EQ(Large(3, title + cover + title + cover + Zeros(1000)), 200'000u);
   EXPECT_EQ(Large(2, "TT2" + Be(5, 3) + "title" + "PIC" + Be(100'000, 3) + Zeros(100'000)), 100'000u);
-  const std::uint64_t in_sevens = (100'000 >> 14) << 16 | (100'000 >> 7 & 0x7F) << 8 | (100'000 & 0x7F);
-  EXPECT_EQ(Large(4, title + "APIC" + Be(in_sevens, 4) + Zeros(2) + Zeros(100'000)), 100'000u);
+  EXPECT_EQ(Large(4, title + "APIC" + InSevens(100'000) + Zeros(2) + Zeros(100'000)), 100'000u);
 }
 
 TEST(Id3v2Test, NotAllFramesAreLookedAt) {

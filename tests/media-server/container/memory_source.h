@@ -65,6 +65,11 @@ inline std::string Le(std::uint64_t value, int width) {
   return bytes;
 }
 
+/// `value` in four bytes of seven bits, most significant first, as ID3v2 has sizes.
+inline std::string InSevens(std::uint64_t value) {
+  return Be((value >> 21 & 0x7F) << 24 | (value >> 14 & 0x7F) << 16 | (value >> 7 & 0x7F) << 8 | (value & 0x7F), 4);
+}
+
 inline std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
 
 }  // namespace media_server

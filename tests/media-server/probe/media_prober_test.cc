@@ -26,11 +26,15 @@ constexpr const char* kSamples[] = {"upright.mp4", "hdr.mov",   "languages.mkv",
                                     "tape.avi",    "live.flv",  "song.mp3",      "song.flac", "song.opus",
                                     "song.m4a",    "voice.wav", "surround.ac3"};
 
+std::unique_ptr<MediaDescription> ProbeSource(IByteSource& source, std::string* reason, const std::string& key = "") {
+  BoundedSource bounded(source, ReadBudget());
+  return ProbeMedia(bounded, key, reason);
+}
+
 std::unique_ptr<MediaDescription> Probe(std::vector<std::uint8_t> bytes, std::string* reason,
                                         const std::string& key = "") {
   MemorySource source(std::move(bytes));
-  BoundedSource bounded(source, ReadBudget());
-  return ProbeMedia(bounded, key, reason);
+  return ProbeSource(source, reason, key);
 }
 
 MediaDescription ProbeSample(const std::string& name) {
@@ -265,9 +269,8 @@ TEST(MediaProberTest, TimesAmrByItsFrames) {
 TEST(MediaProberTest, ClaimsNoLengthWhereTheFilesIsUnknown) {
   MemorySource source(PipedWave(0x80000024, 0x80000000));
   source.ForgetSize();
-  BoundedSource bounded(source, ReadBudget());
   std::string reason;
-  const auto media = ProbeMedia(bounded, "", &reason);
+  const auto media = ProbeSource(source, &reason);
   ASSERT_NE(media, nullptr) << reason;
   EXPECT_EQ(media->duration, 0);
   EXPECT_EQ(media->streams.at(0).duration, 0);
@@ -360,14 +363,11 @@ TEST(MediaProberTest, ReadsPlaceCameraAndTime) {
 
 TEST(MediaProberTest, ReadsSoundBehindALargeCover) {
   constexpr std::size_t kCover = 12'000'000;
-  const auto in_sevens = [](std::size_t size) {
-    return Be((size >> 21 & 0x7F) << 24 | (size >> 14 & 0x7F) << 16 | (size >> 7 & 0x7F) << 8 | (size & 0x7F), 4);
-  };
   const std::string cover = Be(0, 1) + "image/jpeg" + Be(0x000300, 3) + "\xFF\xD8\xFF\xE0" + Zeros(kCover);
   const std::string frame = "APIC" + Be(cover.size(), 4) + Zeros(2) + cover;
   const std::vector<std::uint8_t> song = ReadSample("song.mp3");
   const std::string bytes =
-      "ID3" + Be(0x0300, 2) + Zeros(1) + in_sevens(frame.size()) + frame + std::string(song.begin(), song.end());
+      "ID3" + Be(0x0300, 2) + Zeros(1) + InSevens(frame.size()) + frame + std::string(song.begin(), song.end());
   std::string reason;
   const auto media = Probe({bytes.begin(), bytes.end()}, &reason);
   ASSERT_NE(media, nullptr) << reason;
@@ -385,9 +385,8 @@ TEST(MediaProberTest, TellsNoLengthOfAChainOfOggWhereItIsNotKnown) {
   }
   bytes.insert(bytes.end(), other.begin(), other.end());
   RemoteSource source(bytes);
-  BoundedSource bounded(source, ReadBudget());
   std::string reason;
-  const auto media = ProbeMedia(bounded, "", &reason);
+  const auto media = ProbeSource(source, &reason);
   ASSERT_NE(media, nullptr) << reason;
   EXPECT_EQ(media->duration, 0);
   EXPECT_EQ(media->streams.at(0).duration, 0);
