@@ -22,6 +22,9 @@ constexpr std::size_t kLargestTextSum = std::size_t{16} << 20;
 constexpr std::uint64_t kChunkHead = 8;
 // What a WAVE form without a sample counts: such a size was written before the first one and never put right.
 constexpr std::uint32_t kSmallestWave = 36;
+// A frame takes as many bytes as the 16-bit samples of two channels that it stands for, of which there are 1,024 at
+// most: one begins in here.
+constexpr std::size_t kTwoDtsFrames = std::size_t{2} * 1024 * 2 * 2;
 constexpr std::uint32_t kUnknownSize = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint64_t kNoEnd = std::numeric_limits<std::uint64_t>::max();
 
@@ -32,6 +35,15 @@ struct Chunk {
 
   std::string_view Id() const { return {id.data(), id.size()}; }
 };
+
+/// Whether a DTS frame may begin in the bytes (ETSI TS 102 114): with words of 16 or 14 bits, the higher or the lower
+/// byte first. Any samples may look so by chance.
+bool HasDtsSync(Bytes samples) {
+  constexpr std::string_view kSyncs[] = {"\x7F\xFE\x80\x01"sv, "\xFE\x7F\x01\x80"sv, "\x1F\xFF\xE8\x00\x07"sv,
+                                         "\xFF\x1F\x00\xE8"sv};
+  return std::ranges::any_of(
+      kSyncs, [text = AsText(samples)](std::string_view sync) { return text.find(sync) != std::string_view::npos; });
+}
 
 bool IsPrintable(std::string_view id) {
   return std::ranges::all_of(id, [](char character) { return character >= 0x20 && character < 0x7F; });
@@ -140,6 +152,7 @@ class Scanner {
     if (chunk.Id() == "bext" && !scan_.broadcast) scan_.broadcast = ReadBroadcast(chunk);
     if (chunk.Id() == "AIGC") KeepFirst(chunk, scan_.aigc);
     if (chunk.Id() == "_PMX") KeepFirst(chunk, scan_.xmp);
+    if (chunk.Id() == "data") scan_.has_dts_sync = HasDtsSync(ReadBytes(source_, chunk.offset, kTwoDtsFrames));
   }
 
   /// EBU Tech 3306: the 64-bit sizes of the form and of its data chunk.

@@ -27,6 +27,7 @@ struct RiffScan {
   std::optional<std::string> xmp;             ///< "_PMX" chunk
   std::optional<RiffDataToEnd> endless_data;  ///< its size is one that writers of unknown lengths put there
   std::optional<RiffDataToEnd> cut_data;      ///< it ends behind the input
+  bool has_dts_sync = false;                  ///< the samples may be DTS, which passes for 16-bit ones on a CD
   bool truncated = false;                     ///< a chunk, or the whole form, ends behind the input
 };
 

@@ -64,7 +64,12 @@ bool KnowsSoundOf(const AVStream& stream) { return KnowsSound(*stream.codecpar);
 
 bool NoPicture(const AVStream& stream) { return IsCover(stream); }
 
-bool KnowsMp4(const AVFormatContext& context) { return AllKnown(context, &KnowsMp4Picture, &KnowsSoundOf); }
+// Depth of TrueHD, for which a sample entry always says 16 bits, and profile of DTS stand in their frames.
+bool KnowsMp4Sound(const AVStream& stream) {
+  return KnowsSound(*stream.codecpar) && !IsOneOf(stream.codecpar->codec_id, {AV_CODEC_ID_DTS, AV_CODEC_ID_TRUEHD});
+}
+
+bool KnowsMp4(const AVFormatContext& context) { return AllKnown(context, &KnowsMp4Picture, &KnowsMp4Sound); }
 
 bool KnowsMatroska(const AVFormatContext& context) {
   return context.duration > 0 && AllKnown(context, &KnowsMatroskaPicture, &KnowsMatroskaSound);

@@ -11,6 +11,7 @@
 #include "media-server/container/dsf.h"
 #include "media-server/container/transport_scrambling.h"
 #include "media-server/container/truncation.h"
+#include "media-server/container/wavpack.h"
 #include "media-server/probe/ffmpeg.h"
 
 namespace media_server::probe {
@@ -153,6 +154,7 @@ ContainerFacts FactsOfRiff(IByteSource& source) {
   RiffScan scan = ScanRiff(source);
   ContainerFacts facts;
   facts.truncated = scan.truncated;
+  facts.may_be_dts = scan.has_dts_sync;
   facts.aigc = std::move(scan.aigc).value_or("");
   facts.xmp = std::move(scan.xmp).value_or("");
   facts.sound_to_end = scan.endless_data ? scan.endless_data : scan.cut_data;
@@ -203,6 +205,7 @@ constexpr Reader kReaders[] = {
     {"mpegts", &FactOf<&ContainerFacts::scrambled_pids, &ReadScrambledPids>},
     {"ogg", &FactOf<&ContainerFacts::ogg_chain, &ReadOggChain>},
     {"dsf", &FactsOfDsf},
+    {"wv", &FactOf<&ContainerFacts::is_lossless, &IsLosslessWavPack>},
 };
 
 }  // namespace
@@ -223,6 +226,7 @@ TrackFacts ContainerFacts::FactsOf(const AVStream& stream) const {
   if (matroska) return FactsOfTrack(*matroska, stream);
   if (is_flv) return FactsOfFlvStream(stream);
   if (!frame_times.empty() || is_protected_asf) return FactsOfAsfStream(frame_times, is_protected_asf, stream);
+  if (is_lossless) return {.lossless = is_lossless};
   if (!scrambled_pids.empty()) return FactsOfScrambledStream(scrambled_pids, stream);
   const Mp4Track* track = TrackOf(stream);
   return track != nullptr ? FactsOfTrack(*track) : TrackFacts();

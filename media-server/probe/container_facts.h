@@ -32,6 +32,8 @@ struct ContainerFacts {
   std::vector<AsfFrameTime> frame_times;      ///< of ASF
   bool is_protected_asf = false;              ///< all its streams are encrypted
   bool is_flv = false;                        ///< has one stream of a kind, and no ids but their kinds
+  std::optional<bool> is_lossless;            ///< of WavPack
+  bool may_be_dts = false;                    ///< what a WAV file calls samples
   std::optional<bool> truncated;              ///< the file is shorter than its container says
   std::optional<std::string> refusal;         ///< why the file must not be opened, in words
   /// What stands in places that libavformat does not read: the AI-generated-content label, an XMP packet, the creation

@@ -198,9 +198,17 @@ bool LearnFromEnds(BoundedSource& source, AVFormatContext& context) {
   });
 }
 
+enum class Analysis : std::uint8_t { kNever, kWhereNeeded, kAlways };
+
+// Analysis would hand scrambled samples to decoders, which may invent facts.
+Analysis AnalysisOf(const ContainerFacts& container) {
+  if (container.AnyEncrypted()) return Analysis::kNever;
+  return container.may_be_dts ? Analysis::kAlways : Analysis::kWhereNeeded;
+}
+
 // Opens the file and reads as far as its streams' facts need. libavformat cannot analyse twice, so more is read by
 // opening anew. What the first limit was too small for is worth the budget of files that nothing describes.
-std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions options, bool may_analyse,
+std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions options, Analysis analysis,
                                         std::string* reason) {
   std::unique_ptr<Demuxer> demuxer;
   for (const std::int64_t probe_size : kProbeSizes) {
@@ -208,7 +216,8 @@ std::unique_ptr<Demuxer> OpenAndAnalyse(BoundedSource& source, DemuxerOptions op
     auto opened = Demuxer::Open(source, options, reason);
     if (!opened) break;
     demuxer = std::move(opened);
-    if (!may_analyse || !NeedsAnalysis(demuxer->Context())) break;
+    if (analysis == Analysis::kNever) break;
+    if (analysis == Analysis::kWhereNeeded && !NeedsAnalysis(demuxer->Context())) break;
     demuxer->Analyse();
     const bool all_read = source.Size().value_or(0) <= static_cast<std::uint64_t>(probe_size);
     if (all_read || !LacksFacts(demuxer->Context())) break;
@@ -279,11 +288,10 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
     CoreLogPrint("media server", kCoreLogError, "%s", reason->c_str());
     return nullptr;
   }
-  // The key is for protected files only: libavformat refuses to open others with it. Analysis would hand scrambled
-  // samples to decoders, which may invent facts.
+  // The key is for protected files only: libavformat refuses to open others with it.
   const auto demuxer =
       OpenAndAnalyse(source, {.demuxer = named_demuxer, .decryption_key = encrypted ? decryption_key : ""},
-                     /*may_analyse=*/!encrypted, reason);
+                     AnalysisOf(container), reason);
   if (!demuxer) {
     if (container.truncated.value_or(false)) *reason = "file ends early";
     return nullptr;

@@ -19,9 +19,20 @@ using codec::SoundConfiguration;
 // Opus is always decoded at this rate; the rate that some containers store beside it is the encoder's input.
 constexpr std::uint32_t kOpusRate = 48'000;
 
-int CodecProperties(AVCodecID codec) {
+bool HasProperty(AVCodecID codec, int property) {
   const AVCodecDescriptor* descriptor = avcodec_descriptor_get(codec);
-  return descriptor != nullptr ? descriptor->props : 0;
+  return descriptor != nullptr && (descriptor->props & property) != 0;
+}
+
+bool MayBeLossless(AVCodecID codec) { return HasProperty(codec, AV_CODEC_PROP_LOSSLESS); }
+
+bool IsLosslessDts(int profile) {
+  return profile == AV_PROFILE_DTS_HD_MA || profile == AV_PROFILE_DTS_HD_MA_X || profile == AV_PROFILE_DTS_HD_MA_X_IMAX;
+}
+
+bool IsAlwaysLossless(const AVCodecParameters& codec) {
+  if (codec.codec_id == AV_CODEC_ID_DTS) return IsLosslessDts(codec.profile);
+  return MayBeLossless(codec.codec_id) && !HasProperty(codec.codec_id, AV_CODEC_PROP_LOSSY);
 }
 
 // libavformat counts bytes of eight samples.
@@ -36,7 +47,8 @@ bool IsDsd(AVCodecID codec) {
 std::uint32_t BitsPerSample(const AVCodecParameters& codec, bool may_be_lossless) {
   if (IsDsd(codec.codec_id)) return 1;
   if (const int bits = av_get_bits_per_sample(codec.codec_id); bits > 0) return static_cast<std::uint32_t>(bits);
-  if (!may_be_lossless) return 0;
+  // Of DTS a container has the depth of what was encoded, or of the samples that it passes for.
+  if (!may_be_lossless || codec.codec_id == AV_CODEC_ID_DTS) return 0;
   return static_cast<std::uint32_t>(
       std::max(0, codec.bits_per_raw_sample > 0 ? codec.bits_per_raw_sample : codec.bits_per_coded_sample));
 }
@@ -61,11 +73,10 @@ SoundConfiguration ReadConfiguration(const AVCodecParameters& codec) {
 
 }  // namespace
 
-void DescribeSound(const AVStream& stream, bool encrypted, StreamDescription& description) {
+void DescribeSound(const AVStream& stream, const TrackFacts& track, StreamDescription& description) {
   const AVCodecParameters& codec = *stream.codecpar;
-  const int properties = CodecProperties(codec.codec_id);
-  const bool may_be_lossless = (properties & AV_CODEC_PROP_LOSSLESS) != 0;
-  const bool lossless = may_be_lossless && (properties & AV_CODEC_PROP_LOSSY) == 0;
+  const bool may_be_lossless = MayBeLossless(codec.codec_id);
+  const bool lossless = may_be_lossless && track.lossless.value_or(IsAlwaysLossless(codec));
   const bool uncompressed = av_get_exact_bits_per_sample(codec.codec_id) > 0 || PcmCarrierOf(codec).has_value();
   const bool variable_bit_rate = (lossless && !uncompressed) || codec.codec_id == AV_CODEC_ID_VORBIS;
 
@@ -81,7 +92,7 @@ void DescribeSound(const AVStream& stream, bool encrypted, StreamDescription& de
   sound.bit_rate = description.bit_rate;
   if (variable_bit_rate) sound.flags |= service::mediainfo::kAudioVariableBitRate;
   if (lossless) sound.flags |= service::mediainfo::kAudioLossless;
-  if (encrypted) sound.flags |= service::mediainfo::kAudioEncrypted;
+  if (track.encrypted) sound.flags |= service::mediainfo::kAudioEncrypted;
 }
 
 }  // namespace media_server::probe

@@ -150,7 +150,7 @@ StreamDescription Describe(Sources& from, const KnownStream& known, MediaDescrip
     media.bit_rate = FileBitRate(from.context, media.file_size, media.duration);
   }
   if (picture) DescribePicture(*known.stream, *picture, description);
-  if (known.kind == StreamKind::kSound) DescribeSound(*known.stream, known.track.encrypted, description);
+  if (known.kind == StreamKind::kSound) DescribeSound(*known.stream, known.track, description);
   return description;
 }
 

@@ -11,6 +11,7 @@ struct TrackFacts {
   bool encrypted = false;
   std::optional<std::uint32_t> id;          ///< the container's own id of the track
   std::optional<std::string> language;      ///< in place of what libavformat tells
+  std::optional<bool> lossless;             ///< of sound whose codec can be both
   std::optional<double> frame_rate;         ///< that the track's header tells
   std::optional<double> max_frame_rate;     ///< from the shortest sample
   std::optional<bool> constant_frame_rate;  ///< whether all samples but the last take the same time

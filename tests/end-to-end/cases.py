@@ -38,7 +38,11 @@ def groups(rate):
             "-maxrate", rate, "-bufsize", "1M"]
 
 
-MPEG4 = ["-c:v", "mpeg4", "-q:v", "20"]
+def pass_for_samples(data):
+    """A WAV file of something else that calls it 16-bit samples of two channels, as a CD has them."""
+    return data[:20] + struct.pack("<HHIIHH", 1, 2, 44100, 176400, 4, 16) + data[36:]
+
+
 def protected_asf(data):
     """An ASF file with an object in front of the others of its header that tells how it is encrypted."""
     texts = b"".join(struct.pack("<I", len(text)) + text for text in (b"key", b"DRM\0", b"id\0", b"url\0"))
@@ -48,9 +52,12 @@ def protected_asf(data):
 
 
 MPEG2 = ["-c:v", "mpeg2video", "-q:v", "20"]
+MPEG4 = ["-c:v", "mpeg4", "-q:v", "20"]
 VP8 = ["-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8"]
 VP9 = ["-c:v", "libvpx-vp9", "-deadline", "realtime", "-cpu-used", "8"]
 AV1 = ["-c:v", "libaom-av1", "-cpu-used", "8", "-usage", "realtime"]
+DTS = ["-c:a", "dca", "-strict", "experimental"]
+TRUEHD = ["-c:a", "truehd", "-sample_fmt", "s32", "-strict", "experimental"]
 AAC = ["-c:a", "aac", "-b:a", "64k"]
 COVER = ["-map", "0", "-map", "1", "-frames:v", "1", "-disposition:v", "attached_pic"]
 BT709 = ["-color_primaries", "bt709", "-color_trc", "bt709", "-colorspace", "bt709"]
@@ -101,6 +108,10 @@ CONTAINERS = [
     Case("alac.m4a", tone("44100") + ["-c:a", "alac", "-sample_fmt", "s16p"],
          {"format": "m4a", "0.codec": "alac", "0.sample_rate": 44100,
           "0.flags": ["variable_bit_rate", "lossless"]}),
+    Case("truehd.mp4", tone() + ["-ac", "2", *TRUEHD],
+         {"0.codec": "truehd", "0.bits_per_sample": 24, "0.flags": ["variable_bit_rate", "lossless"]}),
+    Case("dts.mp4", tone() + ["-ac", "2", *DTS],
+         {"0.codec": "dts", "0.profile": "DTS", "0.bits_per_sample": None, "0.flags": []}),
     Case("mkv.mkv", pictures() + tone() + tone("44100", frequency="660") + [
         "-i", "words.srt", "-i", "words.ass", "-map", "0", "-map", "1", "-map", "2", "-map", "3", "-map", "4", *h264(),
         "-c:a:0", "aac", "-c:a:1", "ac3", "-c:s:0", "srt", "-c:s:1", "ass", "-metadata:s:a:0", "language=eng",
@@ -180,11 +191,16 @@ CONTAINERS = [
          {"format": "opus", "0.codec": "opus", "0.sample_rate": 48000}),
     Case("theora.ogv", pictures() + tone() + ["-c:v", "libtheora", "-c:a", "libvorbis"],
          {"format": "ogv", "0.codec": "theora", "0.frame_count": 25, "1.codec": "vorbis", **SIZE}),
+    Case("wavpack.wv", tone("44100") + ["-c:a", "wavpack"],
+         {"0.codec": "wavpack", "0.bits_per_sample": 16, "0.flags": ["variable_bit_rate", "lossless"]}),
     Case("wav.wav", tone("8000") + ["-c:a", "pcm_s24le", "-ac", "2"],
          {"format": "wav", "fourcc": "WAV ", "0.bits_per_sample": 24, "0.bit_rate": 384000, "0.channels": 2}),
     # libavformat takes the number of samples in the header for wrong.
     Case("mp3.wav", tone("44100", "5") + ["-ac", "2", "-c:a", "libmp3lame", "-b:a", "320k"],
          {"0.codec": "mp3", "0.bit_rate": 320000}),
+    Case("dts.wav", tone("44100") + ["-ac", "2", *DTS, "-b:a", "1411200"],
+         {"0.codec": "dts", "0.sample_rate": 44100, "0.channels": 2, "0.bits_per_sample": None, "0.flags": []},
+         change=pass_for_samples),
     Case("float.wav", tone("8000") + ["-c:a", "pcm_f32le"], {"0.codec": "pcm_f32le", "0.bits_per_sample": 32}),
     Case("aiff.aiff", tone("22050") + ["-c:a", "pcm_s16be"], {"format": "aiff", "0.sample_rate": 22050}),
     Case("caf.caf", tone("22050") + ["-c:a", "pcm_s16be"], {"format": "caf", "0.sample_rate": 22050}),

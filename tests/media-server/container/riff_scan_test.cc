@@ -39,6 +39,17 @@ TEST(RiffScan, PlainWaveHasNothingOfNote) {
   EXPECT_FALSE(scan.truncated);
 }
 
+TEST(RiffScan, SamplesMayBeDts) {
+  const auto has_sync = [](const std::string& samples) { return Scan(Wave(Chunk("data", samples))).has_dts_sync; };
+  EXPECT_FALSE(has_sync(std::string(20'000, '\x7F')));
+  for (const std::string& sync :
+       {"\x7F\xFE\x80\x01"s, "\xFE\x7F\x01\x80"s, "\x1F\xFF\xE8\x00\x07"s, "\xFF\x1F\x00\xE8"s}) {
+    EXPECT_TRUE(has_sync(sync));
+    EXPECT_TRUE(has_sync(Zeros(4'096) + sync));
+    EXPECT_FALSE(has_sync(Zeros(8'192) + sync));
+  }
+}
+
 TEST(RiffScan, BroadcastExtensionTellsWhen) {
   const auto field = [](const std::string& text, std::size_t size) { return text + Zeros(size - text.size()); };
   const RiffScan scan = Scan(Wave(

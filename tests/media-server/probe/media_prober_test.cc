@@ -11,6 +11,7 @@
 
 #include "mediainfo/iaudio_info.h"
 #include "mediainfo/ivideo_info.h"
+#include "tests/media-server/codec/bit_writer.h"
 #include "tests/media-server/container/memory_source.h"
 #include "tests/media-server/sample_file.h"
 
@@ -226,6 +227,35 @@ TEST(MediaProberTest, TheMovieTellsTheLengthWhereNoTrackDoes) {
   const auto media = Probe(WithInEach(without_samples, "mdhd", 16, Be(0, 4)), &reason);
   ASSERT_NE(media, nullptr) << reason;
   EXPECT_DOUBLE_EQ(media->duration, 2.002);
+}
+
+// A frame of DTS for two channels, as long as the 16-bit samples that it stands for.
+std::string DtsFrame() {
+  constexpr std::size_t kSamplesOfFrame = 512;
+  constexpr std::size_t kFrameSize = kSamplesOfFrame * 2 * 2;
+  codec::BitWriter header;
+  header.Bits(0x7FFE8001, 32);
+  header.Bits(1, 1).Bits(31, 5).Bits(0, 1);  // a normal frame, of whole blocks, without a checksum
+  header.Bits(kSamplesOfFrame / 32 - 1, 7).Bits(kFrameSize - 1, 14);
+  header.Bits(2, 6).Bits(8, 4).Bits(22, 5);  // stereo, 44.1 kHz, 1411.2 kb/s
+  const auto& bytes = header.Bytes();
+  return std::string(bytes.begin(), bytes.end()) + Zeros(kFrameSize - bytes.size());
+}
+
+TEST(MediaProberTest, KnowsDtsThatPassesForSamples) {
+  std::string frames;
+  for (int i = 0; i < 100; ++i) frames += DtsFrame();
+  const std::string format = Le(1, 2) + Le(2, 2) + Le(44'100, 4) + Le(176'400, 4) + Le(4, 2) + Le(16, 2);
+  const std::string wave =
+      "RIFF" + Le(frames.size() + 36, 4) + "WAVEfmt " + Le(16, 4) + format + "data" + Le(frames.size(), 4) + frames;
+  std::string reason;
+  const auto media = Probe({wave.begin(), wave.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  const StreamDescription& sound = media->streams.at(0);
+  EXPECT_EQ(sound.codec_name, "dts");
+  EXPECT_EQ(sound.sound.bits_per_sample, 0u);
+  EXPECT_EQ(sound.sound.flags & kAudioLossless, 0u);
+  EXPECT_NEAR(media->duration, 100 * 512 / 44'100.0, 1e-3);
 }
 
 // A second of silence in front of which a recorder could not go back.

@@ -4,13 +4,17 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "media-server/probe/av_handles.h"
 #include "media-server/probe/ffmpeg.h"
+#include "mediainfo/iaudio_info.h"
 #include "tests/media-server/codec/bit_writer.h"
 
 namespace media_server::probe {
 namespace {
+
+using service::mediainfo::kAudioLossless;
 
 void ExpectSound(const SoundFormat& sound, std::uint32_t sample_rate, std::uint32_t channels, std::uint32_t bits) {
   EXPECT_EQ(sound.sample_rate, sample_rate);
@@ -36,13 +40,14 @@ class SoundDescriberTest : public testing::Test {
 
   const SoundFormat& Describe(AVCodecID codec) {
     codec_.codec_id = codec;
-    DescribeSound(stream_, /*encrypted=*/false, description_);
+    DescribeSound(stream_, track_, description_);
     return description_.sound;
   }
 
   FormatContextHandle context_{avformat_alloc_context()};
   AVStream& stream_ = *avformat_new_stream(context_.get(), nullptr);
   AVCodecParameters& codec_ = *stream_.codecpar;
+  TrackFacts track_;
   StreamDescription description_;
 };
 
@@ -71,6 +76,25 @@ TEST_F(SoundDescriberTest, ParametricStereoOfOneChannelIsTwo) {
   SetHeader("eb098800");
   EXPECT_EQ(Describe(AV_CODEC_ID_AAC).channels, 2u);
   EXPECT_EQ(description_.profile, 28);
+}
+
+TEST_F(SoundDescriberTest, ACodecThatCanBeBothIsLosslessWhereTheTrackSaysSo) {
+  Describe(AV_CODEC_ID_WAVPACK);
+  EXPECT_EQ(description_.sound.flags & kAudioLossless, 0u);
+  track_.lossless = true;
+  ExpectSound(Describe(AV_CODEC_ID_WAVPACK), 44'100u, 1u, 16u);
+  EXPECT_NE(std::exchange(description_.sound, {}).flags & kAudioLossless, 0u);
+  Describe(AV_CODEC_ID_VORBIS);
+  EXPECT_EQ(description_.sound.flags & kAudioLossless, 0u);
+}
+
+TEST_F(SoundDescriberTest, DtsIsLosslessInOneProfileAndHasNoDepthOfAContainer) {
+  codec_.profile = AV_PROFILE_DTS;
+  ExpectSound(Describe(AV_CODEC_ID_DTS), 44'100u, 1u, 0u);
+  EXPECT_EQ(description_.sound.flags & kAudioLossless, 0u);
+  codec_.profile = AV_PROFILE_DTS_HD_MA;
+  Describe(AV_CODEC_ID_DTS);
+  EXPECT_NE(description_.sound.flags & kAudioLossless, 0u);
 }
 
 TEST_F(SoundDescriberTest, AnalysisKnowsTheProfileBetter) {
