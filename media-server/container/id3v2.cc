@@ -30,6 +30,29 @@ std::optional<std::uint32_t> TagSize(std::span<const std::uint8_t> header) {
 
 }  // namespace
 
+std::string ResynchronisedId3v2(IByteSource& source) {
+  constexpr std::uint32_t kMost = std::uint32_t{2} << 20;
+  constexpr std::size_t kFlags = 5;
+  constexpr std::uint8_t kUnsynchronised = 0x80;
+  const auto header = ReadBytes(source, 0, kHeaderSize);
+  const auto size = TagSize(header);
+  const bool has_zeros = size && header[3] < 4 && (header[kFlags] & kUnsynchronised) != 0;
+  if (!has_zeros || *size > kMost) return {};
+  const auto written = ReadBytes(source, 0, *size);
+  if (written.size() < *size) return {};
+  std::string tag;
+  tag.reserve(written.size());
+  bool is_behind_ff = false;
+  for (const std::uint8_t byte : written) {
+    const bool is_put_in = is_behind_ff && byte == 0;
+    if (!is_put_in) tag += static_cast<char>(byte);
+    is_behind_ff = byte == 0xFF;
+  }
+  tag[kFlags] = static_cast<char>(header[kFlags] & ~kUnsynchronised);
+  tag.resize(written.size(), '\0');
+  return tag;
+}
+
 std::uint64_t LargeId3v2Frames(IByteSource& source) {
   constexpr int kMostFrames = 64;
   constexpr std::uint64_t kLarge = 64 * 1024;

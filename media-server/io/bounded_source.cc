@@ -40,11 +40,11 @@ std::size_t BoundedSource::ReadSome(std::uint64_t offset, std::span<std::uint8_t
 std::size_t BoundedSource::ReadPiece(std::uint64_t offset, std::span<std::uint8_t> out) {
   const std::size_t got = ReadPieceOfInput(offset, out);
   for (const auto& [start, bytes] : replaced_) {
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      const std::uint64_t at = start + i;
-      if (at >= offset && at - offset < got)
-        out[static_cast<std::size_t>(at - offset)] = static_cast<std::uint8_t>(bytes[i]);
-    }
+    const std::uint64_t begin = std::max(start, offset);
+    const std::uint64_t end = std::min(start + bytes.size(), offset + got);
+    if (begin >= end) continue;
+    const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(begin - start);
+    std::copy_n(first, end - begin, out.begin() + static_cast<std::ptrdiff_t>(begin - offset));
   }
   return got;
 }

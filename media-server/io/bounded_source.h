@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "media-server/io/byte_source.h"
@@ -49,7 +49,7 @@ class BoundedSource final : public IByteSource {
   void WillRead(std::uint64_t offset, std::uint64_t size) override;
 
   /// From now on the input reads as if `bytes` stood at `offset`.
-  void Replace(std::uint64_t offset, std::string_view bytes) { replaced_.push_back({offset, std::string(bytes)}); }
+  void Replace(std::uint64_t offset, std::string bytes) { replaced_.push_back({offset, std::move(bytes)}); }
 
   /// From now on `bytes` may be read in all, those before included and those told of apart. Of 768 KiB or more a part
   /// is kept for the end of the input, which tells how long it is where no header does.

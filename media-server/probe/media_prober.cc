@@ -48,6 +48,11 @@ constexpr std::array<std::uint64_t, 3> kEndsOfTransportStream = {250'000, 500'00
 // libavformat reads covers whole.
 constexpr std::uint64_t kMostOfCovers = std::uint64_t{32} << 20;
 
+// libavformat takes the sizes of frames for those that they have in the file.
+void ResynchroniseTag(BoundedSource& source) {
+  if (std::string tag = ResynchronisedId3v2(source); !tag.empty()) source.Replace(0, std::move(tag));
+}
+
 void LimitBytes(std::string_view demuxer, BoundedSource& source) {
   if (const std::uint64_t covers = LargeId3v2Frames(source); covers > 0) {
     source.Limit(ReadBudget().bytes + std::min(covers, kMostOfCovers));
@@ -272,6 +277,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   }
 
   const std::string_view named_demuxer = identity ? identity->demuxer : std::string_view();
+  ResynchroniseTag(source);
   LimitBytes(named_demuxer, source);
   const ContainerFacts container = ReadContainerFacts(source, named_demuxer);
   if (container.movie) {

@@ -9,9 +9,12 @@
 namespace media_server {
 namespace {
 
-std::string Tag(std::size_t size, std::uint64_t flags = 0) {
-  return "ID3" + Be(4, 1) + Be(0, 1) + Be(flags, 1) + InSevens(size) + Zeros(size);
+std::string TagOf(int version, std::uint64_t flags, const std::string& frames) {
+  return "ID3" + Be(static_cast<std::uint64_t>(version), 1) + Be(0, 1) + Be(flags, 1) + InSevens(frames.size()) +
+         frames;
 }
+
+std::string Tag(std::size_t size, std::uint64_t flags = 0) { return TagOf(4, flags, Zeros(size)); }
 
 std::uint64_t Skip(const std::string& content) {
   MemorySource source(content);
@@ -33,8 +36,7 @@ TEST(Id3v2Test, SixteenTagsAreEnough) {
 }
 
 std::uint64_t Large(int version, const std::string& frames, std::uint64_t flags = 0) {
-  MemorySource source("ID3" + Be(static_cast<std::uint64_t>(version), 1) + Be(0, 1) + Be(flags, 1) +
-                      InSevens(frames.size()) + frames);
+  MemorySource source(TagOf(version, flags, frames));
   return LargeId3v2Frames(source);
 }
 
@@ -57,6 +59,25 @@ TEST(Id3v2Test, NotAllFramesAreLookedAt) {
   EXPECT_EQ(Large(3, cover, 0x40), 0u) << "an extended header";
   MemorySource none("noise");
   EXPECT_EQ(LargeId3v2Frames(none), 0u);
+}
+
+std::string Resynchronised(const std::string& content) {
+  MemorySource source(content);
+  return ResynchronisedId3v2(source);
+}
+
+TEST(Id3v2Test, ZerosThatWerePutInAreTakenOut) {
+  using namespace std::string_literals;
+  const std::string written = "a\xFF\0\xE0\xFF\0\0b\xFF"s;
+  const std::string meant = "a\xFF\xE0\xFF\0b\xFF"s + Zeros(2);
+  for (const int version : {2, 3}) {
+    EXPECT_EQ(Resynchronised(TagOf(version, 0x80, written) + "\0sound"s), TagOf(version, 0, meant));
+    EXPECT_EQ(Resynchronised(TagOf(version, 0xC0, written)), TagOf(version, 0x40, meant));
+    EXPECT_EQ(Resynchronised(TagOf(version, 0, written)), "");
+  }
+  EXPECT_EQ(Resynchronised(TagOf(4, 0x80, written)), "") << "frames count them";
+  EXPECT_EQ(Resynchronised(TagOf(3, 0x80, written).substr(0, 15)), "") << "cut";
+  EXPECT_EQ(Resynchronised(TagOf(3, 0x80, Zeros(2 << 20))), "");
 }
 
 TEST(Id3v2Test, OtherBytesAreNoTag) {

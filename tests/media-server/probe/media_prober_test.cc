@@ -405,6 +405,35 @@ TEST(MediaProberTest, ReadsSoundBehindALargeCover) {
   EXPECT_EQ(media->streams.at(0).sound.sample_rate, 44'100u);
 }
 
+TEST(MediaProberTest, ReadsAnUnsynchronisedTagWhoseFramesDoNotCountTheZeros) {
+  using namespace std::string_literals;
+  const auto frame = [](const std::string& id, const std::string& utf16, const std::string& written) {
+    return id + Be(utf16.size() + 1, 4) + Zeros(2) + "\1" + written;
+  };
+  const std::string frames = frame("TIT2",
+                                   "\xFF\xFE"
+                                   "A\0B\0"s,
+                                   "\xFF\0\xFE"
+                                   "A\0B\0"s) +
+                             frame("TPE1",
+                                   "\xFF\xFE"
+                                   "C\0D\0"s,
+                                   "\xFF\0\xFE"
+                                   "C\0D\0"s) +
+                             Zeros(20);
+  const std::vector<std::uint8_t> song = ReadSample("song.mp3");
+  const auto tag_size = static_cast<std::ptrdiff_t>(10 + song[8] * 128 + song[9]);
+  ASSERT_LT(song[7], 1) << "a small tag";
+  const std::string bytes = "ID3" + Be(0x0300, 2) + "\x80" + InSevens(frames.size()) + frames +
+                            std::string(song.begin() + tag_size, song.end());
+  std::string reason;
+  const auto media = Probe({bytes.begin(), bytes.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_EQ(media->tags.title, "AB");
+  EXPECT_EQ(media->tags.artist, "CD");
+  EXPECT_EQ(media->streams.at(0).codec_name, "mp3");
+}
+
 TEST(MediaProberTest, TellsNoLengthOfAChainOfOggWhereItIsNotKnown) {
   std::vector<std::uint8_t> bytes = ReadSample("song.opus");
   std::vector<std::uint8_t> other = bytes;
