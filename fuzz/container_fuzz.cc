@@ -7,12 +7,14 @@
 #include "fuzz/check.h"
 #include "fuzz/fuzzed_source.h"
 #include "media-server/container/amr.h"
+#include "media-server/container/ape_tag.h"
 #include "media-server/container/asf_properties.h"
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/format_identity.h"
 #include "media-server/container/frame_length.h"
 #include "media-server/container/guess.h"
 #include "media-server/container/id3v1.h"
+#include "media-server/container/id3v2.h"
 #include "media-server/container/matroska_frames.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
@@ -99,9 +101,6 @@ void CheckSmallReaders(FuzzedSource& source) {
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   FUZZ_CHECK(std::ranges::is_sorted(ReadScrambledPids(source)));
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
-  if (const auto tag = ReadId3v1(source)) {
-    for (const std::string& text : {tag->title, tag->artist, tag->album}) RequireText(text, 30);
-  }
   if (const auto header = ReadMpegAudioHeader(ReadBytes(source, 0, kMpegAudioHeaderSize))) {
     FUZZ_CHECK(header->layer >= 1 && header->layer <= 3 && (header->channels == 1 || header->channels == 2));
     FUZZ_CHECK(header->sample_rate_hz >= 8000 && header->sample_rate_hz <= 48'000);
@@ -116,6 +115,22 @@ void CheckSmallReaders(FuzzedSource& source) {
   const auto chain = ReadOggChain(source);
   FUZZ_CHECK(!chain || chain->seconds.value_or(0) >= 0);
   FUZZ_CHECK(source.TakeBytesRead() <= 3 * kMiB);
+}
+
+void CheckTags(FuzzedSource& source) {
+  if (const auto tag = ReadId3v1(source)) {
+    for (const std::string& text : {tag->title, tag->artist, tag->album}) RequireText(text, 30);
+  }
+  for (const ApeText& text : ReadApeTag(source)) FUZZ_CHECK((text.key + text.value).find('\0') == std::string::npos);
+  FUZZ_CHECK(source.TakeBytesRead() <= kMiB + 1024);
+  if (const std::string tag = ResynchronisedId3v2(source); !tag.empty()) {
+    FuzzedSource resynchronised({reinterpret_cast<const std::uint8_t*>(tag.data()), tag.size()});
+    FUZZ_CHECK(ResynchronisedId3v2(resynchronised).empty());
+    FUZZ_CHECK(SkipId3v2(resynchronised) == tag.size());
+  }
+  FUZZ_CHECK(source.TakeBytesRead() <= 2 * kMiB + 1024);
+  LargeId3v2Frames(source);
+  FUZZ_CHECK(source.TakeBytesRead() <= 1024);
 }
 
 void CheckIdentity(FuzzedSource& source) {
@@ -140,6 +155,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckMatroska(source);
   CheckRiff(source);
   CheckSmallReaders(source);
+  CheckTags(source);
   CheckIdentity(source);
   return 0;
 }

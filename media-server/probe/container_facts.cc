@@ -9,6 +9,7 @@
 
 #include "media-server/container/amr.h"
 #include "media-server/container/dsf.h"
+#include "media-server/container/id3v2.h"
 #include "media-server/container/transport_scrambling.h"
 #include "media-server/container/truncation.h"
 #include "media-server/container/wavpack.h"
@@ -174,6 +175,14 @@ ContainerFacts FactsOfAsf(IByteSource& source) {
   return facts;
 }
 
+// Of the tags at the end of a file ID3v1 has room for thirty letters of a text.
+ContainerFacts FactsOfMpegAudio(IByteSource& source) {
+  ContainerFacts facts;
+  facts.id3v1 = ReadId3v1(source);
+  if (SkipId3v2(source) == 0) facts.ape_texts = ReadApeTag(source);
+  return facts;
+}
+
 // What one reader tells, where that is all.
 template <auto kField, auto kRead>
 ContainerFacts FactOf(IByteSource& source) {
@@ -200,7 +209,7 @@ constexpr Reader kReaders[] = {
     {"wav", &FactsOfRiff},
     {"avi", &FactsOfRiff},
     {"asf", &FactsOfAsf},
-    {"mp3", &FactOf<&ContainerFacts::id3v1, &ReadId3v1>},
+    {"mp3", &FactsOfMpegAudio},
     {"amr", &FactOf<&ContainerFacts::sound_seconds, &ReadAmrSeconds>},
     {"mpegts", &FactOf<&ContainerFacts::scrambled_pids, &ReadScrambledPids>},
     {"ogg", &FactOf<&ContainerFacts::ogg_chain, &ReadOggChain>},

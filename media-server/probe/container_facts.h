@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "media-server/container/ape_tag.h"
 #include "media-server/container/asf_properties.h"
 #include "media-server/container/id3v1.h"
 #include "media-server/container/matroska_scan.h"
@@ -24,6 +25,7 @@ struct ContainerFacts {
   std::optional<Mp4Movie> movie;              ///< of the MP4 family
   std::optional<MatroskaScan> matroska;       ///< of Matroska and WebM
   std::optional<Id3v1Tag> id3v1;              ///< of MPEG audio; libavformat reads it only where no ID3v2 tag stands
+  std::vector<ApeText> ape_texts;             ///< of MPEG audio without an ID3v2 tag
   std::optional<RiffDataToEnd> sound_to_end;  ///< of a WAV file whose writer could not go back, or that was cut
   std::optional<double> sound_seconds;        ///< of AMR and DSF, which libavformat estimates
   std::optional<OggChain> ogg_chain;          ///< of Ogg whose links libavformat takes for the last one

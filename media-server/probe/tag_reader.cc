@@ -93,6 +93,7 @@ class TagSources {
   /// The value under the best key of the first place that has one; borrowed; empty when there is none.
   std::string_view Find(std::span<const std::string_view> keys) const {
     if (const auto found = FindInMovie(keys); !found.empty()) return found;
+    if (const auto found = FindInApeTag(keys); !found.empty()) return found;
     if (const auto found = FindInDictionary(context_.metadata, keys); !found.empty()) return found;
     for (const AVStream* stream : Streams(context_)) {
       const bool title_is_of_picture = IsCover(*stream);
@@ -120,6 +121,15 @@ class TagSources {
       for (const Mp4MetaEntry& entry : container_.movie->metadata) {
         const bool is_tag = entry.name_space != Mp4MetaNamespace::kXmp;
         if (is_tag && !entry.value.empty() && EqualIgnoringCase(entry.key, key)) return entry.value;
+      }
+    }
+    return {};
+  }
+
+  std::string_view FindInApeTag(std::span<const std::string_view> keys) const {
+    for (const std::string_view key : keys) {
+      for (const ApeText& text : container_.ape_texts) {
+        if (!text.value.empty() && EqualIgnoringCase(text.key, key)) return text.value;
       }
     }
     return {};

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "media-server/container/id3v2.h"
 #include "mediainfo/iaudio_info.h"
 #include "mediainfo/ivideo_info.h"
 #include "tests/media-server/codec/bit_writer.h"
@@ -422,10 +423,10 @@ TEST(MediaProberTest, ReadsAnUnsynchronisedTagWhoseFramesDoNotCountTheZeros) {
                                    "C\0D\0"s) +
                              Zeros(20);
   const std::vector<std::uint8_t> song = ReadSample("song.mp3");
-  const auto tag_size = static_cast<std::ptrdiff_t>(10 + song[8] * 128 + song[9]);
-  ASSERT_LT(song[7], 1) << "a small tag";
-  const std::string bytes = "ID3" + Be(0x0300, 2) + "\x80" + InSevens(frames.size()) + frames +
-                            std::string(song.begin() + tag_size, song.end());
+  MemorySource sample(song);
+  const auto sound = static_cast<std::ptrdiff_t>(SkipId3v2(sample));
+  const std::string bytes =
+      "ID3" + Be(0x0300, 2) + "\x80" + InSevens(frames.size()) + frames + std::string(song.begin() + sound, song.end());
   std::string reason;
   const auto media = Probe({bytes.begin(), bytes.end()}, &reason);
   ASSERT_NE(media, nullptr) << reason;
@@ -467,6 +468,21 @@ TEST(MediaProberTest, TakesFromId3v1WhatId3v2DoesNotTell) {
   EXPECT_EQ(media->tags.title, "Morning Tone");
   EXPECT_EQ(media->tags.artist, "Artist of the end");
   EXPECT_EQ(media->tags.album, "Sines");
+}
+
+TEST(MediaProberTest, ReadsAnApeTagWhereNoId3v2TagStands) {
+  const std::vector<std::uint8_t> song = ReadSample("song.mp3");
+  const std::string item = Le(3, 4) + Zeros(4) + "Title" + Zeros(1) + "APE";
+  const std::string tag = item + "APETAGEX" + Le(2000, 4) + Le(item.size() + 32, 4) + Le(1, 4) + Zeros(12);
+  const std::string whole = std::string(song.begin(), song.end()) + tag;
+  const auto title_of = [](std::string_view bytes) {
+    std::string reason;
+    const auto media = Probe({bytes.begin(), bytes.end()}, &reason);
+    return media ? media->tags.title : reason;
+  };
+  EXPECT_EQ(title_of(whole), "Morning Tone");
+  MemorySource source(whole);
+  EXPECT_EQ(title_of(std::string_view(whole).substr(SkipId3v2(source))), "APE");
 }
 
 struct Refused {

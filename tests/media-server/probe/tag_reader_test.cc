@@ -128,6 +128,17 @@ TEST_F(TagReaderTest, TakesFromId3v1WhatNoOtherTagTells) {
   EXPECT_EQ(tags.track_number, "7");
 }
 
+TEST_F(TagReaderTest, TextsOfAnApeTagWinOverThoseThatId3v1Cuts) {
+  UseDemuxer("mp3");
+  AddTag("title", "A title of exactly thirty char");
+  AddTag("genre", "Rock");
+  container_.ape_texts = {{"TITLE", "A title of exactly thirty characters"}, {"genre", ""}, {"Artist", "Caf\xE9"}};
+  const MediaTags tags = ReadTags(*context_, container_);
+  EXPECT_EQ(tags.title, "A title of exactly thirty characters");
+  EXPECT_EQ(tags.genre, "Rock");
+  EXPECT_EQ(tags.artist, "Caf\xC3\xA9");
+}
+
 TEST_F(TagReaderTest, TextsOfAiffAreMacintoshRoman) {
   AddTag("title", "F\x9Fr Elise");
   UseDemuxer("aiff");
