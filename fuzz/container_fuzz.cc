@@ -82,6 +82,7 @@ void CheckRiff(FuzzedSource& source) {
   // One of U+FFFD for each bad byte.
   if (scan.broadcast) RequireText(scan.broadcast->origination_date, std::size_t{3} * 10);
   if (scan.endless_data) FUZZ_CHECK(scan.endless_data->size_bytes.value_or(0) <= source.Size().value_or(0));
+  if (scan.padded_samples) FUZZ_CHECK(scan.padded_samples->seconds >= 0 && scan.padded_samples->seconds <= 1e19);
   FUZZ_CHECK(source.TakeBytesRead() <= 17 * kMiB);
 }
 

@@ -36,6 +36,23 @@ struct Chunk {
   std::string_view Id() const { return {id.data(), id.size()}; }
 };
 
+/// Of a "fmt " chunk.
+struct WaveFormat {
+  std::uint16_t tag = 0;
+  std::uint16_t channels = 0;
+  std::uint32_t sample_rate = 0;
+  std::uint16_t block_bytes = 0;
+  std::uint16_t bits = 0;
+  bool is_extensible = false;
+
+  std::uint32_t RoomBits() const { return channels > 0 ? std::uint32_t{block_bytes} * 8 / channels : 0; }
+  bool IsPadded() const {
+    constexpr std::uint16_t kIntegers = 1;
+    const std::uint32_t needed = (std::uint32_t{bits} + 7) / 8 * 8;
+    return tag == kIntegers && bits > 0 && sample_rate > 0 && RoomBits() > needed;
+  }
+};
+
 /// Whether a DTS frame may begin in the bytes (ETSI TS 102 114): with words of 16 or 14 bits, the higher or the lower
 /// byte first. Any samples may look so by chance.
 bool HasDtsSync(Bytes samples) {
@@ -152,7 +169,30 @@ class Scanner {
     if (chunk.Id() == "bext" && !scan_.broadcast) scan_.broadcast = ReadBroadcast(chunk);
     if (chunk.Id() == "AIGC") KeepFirst(chunk, scan_.aigc);
     if (chunk.Id() == "_PMX") KeepFirst(chunk, scan_.xmp);
+    if (chunk.Id() == "fmt ") format_ = ReadFormat(chunk);
+    if (chunk.Id() == "data" && format_.IsPadded()) {
+      const double blocks = static_cast<double>(std::min(chunk.size, Room(chunk)) / format_.block_bytes);
+      scan_.padded_samples = {format_.RoomBits(), format_.is_extensible, blocks / format_.sample_rate};
+    }
     if (chunk.Id() == "data") scan_.has_dts_sync = HasDtsSync(ReadBytes(source_, chunk.offset, kTwoDtsFrames));
+  }
+
+  WaveFormat ReadFormat(const Chunk& chunk) {
+    constexpr std::uint16_t kExtensible = 0xFFFE;
+    constexpr std::uint64_t kSize = 26;  // up to where the identifier of an extensible format has the tag
+    const auto bytes = ReadBytes(source_, chunk.offset, static_cast<std::size_t>(std::min(chunk.size, kSize)));
+    ByteReader reader(bytes);
+    WaveFormat format{.tag = reader.Le16(), .channels = reader.Le16(), .sample_rate = reader.Le32()};
+    reader.Skip(4);  // bytes per second
+    format.block_bytes = reader.Le16();
+    format.bits = reader.Le16();
+    if (format.tag != kExtensible) return reader.Ok() ? format : WaveFormat();
+    format.is_extensible = true;
+    reader.Skip(2);  // size of what follows
+    format.bits = reader.Le16();
+    reader.Skip(4);  // speakers
+    format.tag = reader.Le16();
+    return reader.Ok() ? format : WaveFormat();
   }
 
   /// EBU Tech 3306: the 64-bit sizes of the form and of its data chunk.
@@ -197,6 +237,7 @@ class Scanner {
   int chunks_ = 0;
   std::size_t text_bytes_ = 0;
   std::optional<std::uint64_t> large_data_size_;
+  WaveFormat format_;
 };
 
 }  // namespace

@@ -155,6 +155,7 @@ ContainerFacts FactsOfRiff(IByteSource& source) {
   RiffScan scan = ScanRiff(source);
   ContainerFacts facts;
   facts.truncated = scan.truncated;
+  facts.padded_samples = scan.padded_samples;
   facts.may_be_dts = scan.has_dts_sync;
   facts.aigc = std::move(scan.aigc).value_or("");
   facts.xmp = std::move(scan.xmp).value_or("");

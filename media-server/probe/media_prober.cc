@@ -137,6 +137,22 @@ void SetLengthsOfTracks(const ContainerFacts& container, AVFormatContext& contex
     context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
 }
 
+// libavformat takes samples for as wide as they have bits when it counts them, and for floating-point ones where 24
+// bits stand in 32, as one program wrote them before there was a format to tell.
+void CorrectPaddedSamples(const RiffPaddedSamples& samples, AVFormatContext& context) {
+  struct Row {
+    std::uint32_t room_bits;
+    AVCodecID codec;
+  };
+  constexpr Row kIntegers[] = {{16, AV_CODEC_ID_PCM_S16LE}, {24, AV_CODEC_ID_PCM_S24LE}, {32, AV_CODEC_ID_PCM_S32LE}};
+  const auto* row = std::ranges::find(kIntegers, samples.room_bits, &Row::room_bits);
+  for (AVStream* stream : Streams(context)) {
+    const bool is_known = samples.is_extensible && row != std::end(kIntegers);
+    if (stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO && is_known) stream->codecpar->codec_id = row->codec;
+  }
+  SetSeconds(samples.seconds, context);
+}
+
 // Where no header tells the length, libavformat takes the bit rate of the first frames for that of all.
 void MeasureSound(IByteSource& source, AVFormatContext& context) {
   const std::string_view demuxer = context.iformat->name;
@@ -158,6 +174,7 @@ void CorrectTimes(const ContainerFacts& container, BoundedSource& source, AVForm
   }
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
   if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
+  if (container.padded_samples) CorrectPaddedSamples(*container.padded_samples, context);
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
   SetRateOfFieldClock(context);
   CompleteLastPicture(context);

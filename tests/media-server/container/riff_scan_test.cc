@@ -50,6 +50,37 @@ TEST(RiffScan, SamplesMayBeDts) {
   }
 }
 
+// Of two channels at 8 kHz.
+std::string Format(std::uint64_t tag, std::uint64_t block, std::uint64_t bits) {
+  return Le(tag, 2) + Le(2, 2) + Le(8'000, 4) + Le(8'000 * block, 4) + Le(block, 2) + Le(bits, 2);
+}
+std::string ExtensibleFormat(std::uint64_t block, std::uint64_t room, std::uint64_t bits, std::uint64_t tag = 1) {
+  return Format(0xFFFE, block, room) + Le(22, 2) + Le(bits, 2) + Le(3, 4) + Le(tag, 2) + Zeros(14);
+}
+
+TEST(RiffScan, SamplesMayHaveMoreRoomThanTheyNeed) {
+  const auto padded = [](const std::string& format, std::size_t size = 64'000) {
+    return Scan(Riff("WAVE", Chunk("fmt ", format) + Chunk("data", Zeros(size)))).padded_samples;
+  };
+  const auto extensible = padded(ExtensibleFormat(8, 32, 24));
+  ASSERT_TRUE(extensible);
+  EXPECT_EQ(extensible->room_bits, 32u);
+  EXPECT_TRUE(extensible->is_extensible);
+  EXPECT_EQ(extensible->seconds, 1);
+  const auto plain = padded(Format(1, 8, 16), 32'000);
+  ASSERT_TRUE(plain);
+  EXPECT_FALSE(plain->is_extensible);
+  EXPECT_EQ(plain->seconds, 0.5);
+
+  EXPECT_FALSE(padded(ExtensibleFormat(8, 32, 32)));
+  EXPECT_FALSE(padded(ExtensibleFormat(6, 24, 20))) << "less than a byte";
+  EXPECT_FALSE(padded(ExtensibleFormat(8, 32, 24, 3))) << "floating point";
+  EXPECT_FALSE(padded(ExtensibleFormat(8, 32, 0)));
+  EXPECT_FALSE(padded(Format(1, 4, 16)));
+  EXPECT_FALSE(padded(Format(0x11, 1024, 4))) << "blocks of ADPCM";
+  EXPECT_FALSE(padded(ExtensibleFormat(8, 32, 24).substr(0, 24)));
+}
+
 TEST(RiffScan, BroadcastExtensionTellsWhen) {
   const auto field = [](const std::string& text, std::size_t size) { return text + Zeros(size - text.size()); };
   const RiffScan scan = Scan(Wave(

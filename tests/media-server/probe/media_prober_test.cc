@@ -265,6 +265,21 @@ std::string PipedWave(std::uint32_t form_size, std::uint32_t data_size) {
   return "RIFF" + Le(form_size, 4) + "WAVEfmt " + Le(16, 4) + format + "data" + Le(data_size, 4) + Zeros(16'000);
 }
 
+TEST(MediaProberTest, CountsSamplesByTheirRoom) {
+  const std::string format = Le(0xFFFE, 2) + Le(2, 2) + Le(8'000, 4) + Le(64'000, 4) + Le(8, 2) + Le(32, 2) +
+                             Le(22, 2) + Le(24, 2) + Le(3, 4) + "\1" + Zeros(3) + Be(0x1000, 4) + Be(0x800000AA, 4) +
+                             Be(0x00389B71, 4);
+  const std::string wave =
+      "RIFF" + Le(64'060, 4) + "WAVEfmt " + Le(40, 4) + format + "data" + Le(64'000, 4) + Zeros(64'000);
+  std::string reason;
+  const auto media = Probe({wave.begin(), wave.end()}, &reason);
+  ASSERT_NE(media, nullptr) << reason;
+  EXPECT_DOUBLE_EQ(media->duration, 1);
+  EXPECT_DOUBLE_EQ(media->streams.at(0).duration, 1);
+  EXPECT_EQ(media->streams.at(0).codec_name, "pcm_s32le");
+  EXPECT_EQ(media->streams.at(0).bit_rate, 512'000u);
+}
+
 TEST(MediaProberTest, TimesSoundOfUnknownLengthByTheFile) {
   for (const std::uint32_t size : {0u, 0x7FFFF000u, 0x80000000u, 0xFFFFFFFFu}) {
     const std::string wave = PipedWave(size == 0xFFFFFFFF ? size : size + 36, size);
