@@ -55,17 +55,18 @@ void Mp4FragmentTimes::ReadSegmentIndex(const Mp4Box& sidx) {
   if (!reader.Ok() || timescale == 0 || (index_timescale_ != 0 && timescale != index_timescale_)) return;
 
   std::uint64_t ticks = 0;
-  std::uint64_t end = SaturatingAdd(sidx.payload_offset + sidx.payload_size, first_offset);
+  std::uint64_t bytes_of_all = 0;
   for (std::uint16_t i = 0; i < count; ++i) {
     const std::uint32_t size = reader.Be32() & 0x7FFFFFFF;  // the top bit marks an index of indexes
     ticks += reader.Be32();
     reader.Skip(4);
-    end = SaturatingAdd(end, size);
+    bytes_of_all += size;
   }
   if (!reader.Ok()) return;
   index_timescale_ = timescale;
   index_ticks_ = SaturatingAdd(index_ticks_, ticks);
-  indexed_end_ = end;
+  indexed_bytes_ += bytes_of_all;
+  indexed_end_ = SaturatingAdd(SaturatingAdd(sidx.payload_offset + sidx.payload_size, first_offset), bytes_of_all);
 }
 
 void Mp4FragmentTimes::NoteFragment(const Mp4Box& moof) {

@@ -30,6 +30,9 @@ class Mp4FragmentTimes {
   /// End of the data that the segment indexes name; 0 without one.
   std::uint64_t IndexedEnd() const { return indexed_end_; }
 
+  /// Sum of the sizes of that data; 0 without an index.
+  std::uint64_t IndexedBytes() const { return indexed_bytes_; }
+
   /// The length, with the timescales of `tracks` for fragments. Reads the first and last noted fragments if nothing
   /// else tells.
   std::optional<Mp4Duration> Duration(const std::vector<Mp4Track>& tracks);
@@ -55,6 +58,7 @@ class Mp4FragmentTimes {
   std::uint64_t index_ticks_ = 0;
   std::uint32_t index_timescale_ = 0;
   std::uint64_t indexed_end_ = 0;
+  std::uint64_t indexed_bytes_ = 0;
   std::optional<Mp4Box> first_fragment_;
   std::optional<Mp4Box> last_fragment_;
 };

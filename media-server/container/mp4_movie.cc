@@ -49,6 +49,7 @@ class MovieReader {
     }
     if (movie_.has_fragments) {
       movie_.fragment_duration = fragments_.Duration(movie_.tracks);
+      movie_.indexed_bytes = fragments_.IndexedBytes();
     } else {
       std::ranges::for_each(movie_.tracks, &TimeBySamples);
     }

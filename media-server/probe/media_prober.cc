@@ -172,6 +172,10 @@ void CorrectTimes(const ContainerFacts& container, BoundedSource& source, AVForm
   if (container.movie && container.movie->fragment_duration && source.Spent()) {
     SetEndOfFragments(*container.movie->fragment_duration, context);
   }
+  if (container.movie && container.movie->indexed_bytes > 0 && container.movie->fragment_duration) {
+    const double bits = 8.0 * static_cast<double>(container.movie->indexed_bytes);
+    SetRatesOfFragments(context, bits / container.movie->fragment_duration->Seconds());
+  }
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
   if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
   if (container.padded_samples) CorrectPaddedSamples(*container.padded_samples, context);

@@ -53,10 +53,13 @@ std::optional<double> SecondsOfClock(std::string_view text) {
 
 double Seconds(std::int64_t ticks, AVRational time_base) { return static_cast<double>(ticks) * av_q2d(time_base); }
 
+bool IsMovingPicture(const AVStream& stream) {
+  return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !IsCover(stream);
+}
+
 bool IsTimed(const AVStream& stream) {
   const AVMediaType type = stream.codecpar->codec_type;
-  return (type == AVMEDIA_TYPE_VIDEO && !IsCover(stream)) || type == AVMEDIA_TYPE_AUDIO ||
-         type == AVMEDIA_TYPE_SUBTITLE;
+  return IsMovingPicture(stream) || type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_SUBTITLE;
 }
 
 // Demuxers that have libavformat note the places of packets know none themselves: behind a header one follows the
@@ -72,6 +75,30 @@ double DurationOfSound(const AVFormatContext& context, std::optional<std::uint64
     bit_rate += static_cast<double>(rate);
   }
   return bit_rate > 0 ? static_cast<double>(*size) * 8 / bit_rate : 0;
+}
+
+// Samples in a stream's index but the last one, of which only the beginning is known.
+struct IndexedPart {
+  double bits = 0;
+  double seconds = 0;
+
+  double BitRate() const { return seconds > 0 ? bits / seconds : 0; }
+};
+
+IndexedPart IndexedPartOf(AVStream& stream) {
+  const int last = avformat_index_get_entries_count(&stream) - 1;
+  if (last < 1) return {};
+  IndexedPart part;
+  for (int i = 0; i < last; ++i) part.bits += 8.0 * avformat_index_get_entry(&stream, i)->size;
+  const std::int64_t ticks =
+      avformat_index_get_entry(&stream, last)->timestamp - avformat_index_get_entry(&stream, 0)->timestamp;
+  part.seconds = Seconds(ticks, stream.time_base);
+  return part;
+}
+
+bool IsPartlyIndexed(AVStream* stream) {
+  const double seconds = IndexedPartOf(*stream).seconds;
+  return seconds > 0 && stream->duration > 0 && seconds < Seconds(stream->duration, stream->time_base) / 2;
 }
 
 bool IsMpegVideo(AVCodecID codec) { return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO; }
@@ -147,6 +174,26 @@ std::uint64_t StreamBitRate(const AVStream& stream) {
   const bool told = codec.bit_rate > 0 && !(IsMpegVideo(codec.codec_id) && codec.bit_rate == kMpegVariableRate);
   if (told) return static_cast<std::uint64_t>(codec.bit_rate);
   return NumberTag(stream, "BPS").value_or(0);
+}
+
+void SetRatesOfFragments(AVFormatContext& context, double rate_of_all) {
+  const auto streams = Streams(context);
+  if (std::ranges::none_of(streams, &IsPartlyIndexed)) return;
+  double pictures = 0;
+  double others = 0;
+  for (AVStream* stream : streams) {
+    const double rate = IndexedPartOf(*stream).BitRate();
+    if (rate == 0) continue;
+    (IsMovingPicture(*stream) ? pictures : others) += rate;
+    stream->codecpar->bit_rate = std::llround(rate);
+  }
+  const double share = pictures > 0 ? (rate_of_all - others) / pictures : rate_of_all / others;
+  if (share <= 0) return;
+  for (AVStream* stream : streams) {
+    const bool is_sharing = IsMovingPicture(*stream) == (pictures > 0) && IndexedPartOf(*stream).BitRate() > 0;
+    auto& bit_rate = stream->codecpar->bit_rate;
+    if (is_sharing) bit_rate = std::llround(std::min(static_cast<double>(bit_rate) * share, kLargestCount));
+  }
 }
 
 void SetRateOfFieldClock(AVFormatContext& context) {

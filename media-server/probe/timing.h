@@ -28,6 +28,11 @@ std::uint64_t FileBitRate(const AVFormatContext& context, std::optional<std::uin
 /// Bit rate of a stream in bits/s; 0 unknown. Exact for uncompressed sound, else what header or statistics tags tell.
 std::uint64_t StreamBitRate(const AVStream& stream);
 
+/// Gives the streams of an MP4 file the rates of the samples in its index, where that has only the first fragments
+/// because another one names them all (sidx): libavformat divides the bytes that it knows by the time of all. Sound is
+/// much the same all over a file; pictures share what it leaves of `rate_of_all`, which the fragments have together.
+void SetRatesOfFragments(AVFormatContext& context, double rate_of_all);
+
 /// Gives pictures of GXF the rate that the file tells: libavformat has it only in its clock, which counts two fields to
 /// each picture (SMPTE 360M), and takes it for that of pictures.
 void SetRateOfFieldClock(AVFormatContext& context);

@@ -107,6 +107,19 @@ class MediaFacts(unittest.TestCase):
         self.assertAlmostEqual(record["duration"], 5, delta=0.001)
         self.assertAlmostEqual(tool.streams_of(record)[0]["duration"], 5, delta=0.001)
 
+    def test_rates_of_fragments_that_an_index_names(self):
+        form = "size=64x48:rate=25:duration=4"
+        still_then_busy = ["-f", "lavfi", "-i", f"color=black:{form}[a];testsrc2={form}[b];[a][b]concat"]
+        with tempfile.TemporaryDirectory() as folder:
+            plain, indexed = (pathlib.Path(folder, name) for name in ("plain.mp4", "indexed.mp4"))
+            sound = maker.tone(seconds="8")
+            maker.run_ffmpeg(plain, [*still_then_busy, *sound, *cases.h264(), "-g", "25", *cases.AAC], folder)
+            maker.run_ffmpeg(indexed, ["-i", str(plain), "-c", "copy", "-movflags",
+                                       "+frag_keyframe+empty_moov+default_base_moof+global_sidx"], folder)
+            expected, told = (tool.streams_of(tool.record_of(path)) for path in (plain, indexed))
+        for index, stream in expected.items():  # the fragments' own heads count as well
+            self.assertAlmostEqual(told[index]["bit_rate"], stream["bit_rate"], delta=0.1 * stream["bit_rate"])
+
     def test_json_is_the_array_of_the_same_records(self):
         some = [Made.paths["mp4.mp4"], Made.paths["programs.ts"]]
         done = tool.run("--json", *some)

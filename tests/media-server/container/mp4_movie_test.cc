@@ -603,6 +603,7 @@ TEST(Mp4Fragments, SegmentIndexTellsTheDuration) {
   ASSERT_TRUE(movie.fragment_duration);
   EXPECT_EQ(movie.fragment_duration->value, 135000U);
   EXPECT_EQ(movie.fragment_duration->timescale, 90000U);
+  EXPECT_EQ(movie.indexed_bytes, 2U * size);
   EXPECT_FALSE(movie.truncated);
 }
 
@@ -616,7 +617,9 @@ TEST(Mp4Fragments, IndexesInFrontOfEachSegmentAddUp) {
   const std::string fragment = Fragment(0, 10);
   const auto size = static_cast<std::uint32_t>(fragment.size());
   const std::string segment = SegmentIndex(size, size) + fragment + fragment;
-  EXPECT_EQ(ReadBytes(FragmentedMoov() + segment + segment).fragment_duration->value, 270000U);
+  const Mp4Movie movie = ReadBytes(FragmentedMoov() + segment + segment);
+  EXPECT_EQ(movie.fragment_duration->value, 270000U);
+  EXPECT_EQ(movie.indexed_bytes, 4U * size);
 }
 
 TEST(Mp4Fragments, IndexesOfSeveralTracksDoNotAddUp) {
@@ -624,9 +627,10 @@ TEST(Mp4Fragments, IndexesOfSeveralTracksDoNotAddUp) {
   const auto size = static_cast<std::uint32_t>(fragment.size());
   const std::string second = SegmentIndex(size, size);
   const auto size_behind_first = static_cast<std::uint32_t>(second.size()) + size;
-  EXPECT_EQ(ReadBytes(FragmentedMoov() + SegmentIndex(size_behind_first, size) + second + fragment + fragment)
-                .fragment_duration->value,
-            135000U);
+  const Mp4Movie movie =
+      ReadBytes(FragmentedMoov() + SegmentIndex(size_behind_first, size) + second + fragment + fragment);
+  EXPECT_EQ(movie.fragment_duration->value, 135000U);
+  EXPECT_EQ(movie.indexed_bytes, size_behind_first + size);
 }
 
 TEST(Mp4Fragments, IndexedSegmentsAreNotWalked) {

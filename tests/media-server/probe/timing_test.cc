@@ -18,6 +18,11 @@ class TimingTest : public testing::Test {
     return *stream;
   }
 
+  // Samples of 40 ms each.
+  static void AddSamples(AVStream& stream, int count, int size) {
+    for (int i = 0; i < count; ++i) av_add_index_entry(&stream, 0, i * std::int64_t{40}, size, 0, AVINDEX_KEYFRAME);
+  }
+
   FormatContextHandle context_{avformat_alloc_context()};
   AVStream& video_ = AddStream(AVMEDIA_TYPE_VIDEO);
 };
@@ -120,6 +125,47 @@ TEST_F(TimingTest, StreamBitRateComesFromTheHeaderThenFromStatistics) {
   EXPECT_EQ(StreamBitRate(video_), 123'456u);
   video_.codecpar->bit_rate = 1000;
   EXPECT_EQ(StreamBitRate(video_), 1000u);
+}
+
+TEST_F(TimingTest, PicturesOfFragmentsThatWereNotReadHaveWhatSoundLeaves) {
+  AVStream& sound = AddStream(AVMEDIA_TYPE_AUDIO);
+  AVStream& other_view = AddStream(AVMEDIA_TYPE_VIDEO);
+  for (AVStream* stream : {&video_, &sound, &other_view}) stream->duration = 3'600'000;
+  AddSamples(video_, 50, 300);
+  AddSamples(sound, 50, 500);
+  AddSamples(other_view, 50, 100);
+  SetRatesOfFragments(*context_, 1'100'000);
+  EXPECT_EQ(sound.codecpar->bit_rate, 100'000);
+  EXPECT_EQ(video_.codecpar->bit_rate, 750'000);
+  EXPECT_EQ(other_view.codecpar->bit_rate, 250'000);
+}
+
+TEST_F(TimingTest, SoundAloneHasTheRateOfAllFragments) {
+  video_.codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
+  video_.duration = 3'600'000;
+  AddSamples(video_, 50, 100);
+  SetRatesOfFragments(*context_, 96'000);
+  EXPECT_EQ(video_.codecpar->bit_rate, 96'000);
+}
+
+TEST_F(TimingTest, RatesOfFragmentsThatWereReadStay) {
+  video_.codecpar->bit_rate = 1234;
+  video_.duration = 2000;
+  SetRatesOfFragments(*context_, 1'000'000);
+  EXPECT_EQ(video_.codecpar->bit_rate, 1234) << "no sample";
+  AddSamples(video_, 50, 300);
+  SetRatesOfFragments(*context_, 1'000'000);
+  EXPECT_EQ(video_.codecpar->bit_rate, 1234) << "all samples";
+}
+
+TEST_F(TimingTest, WhereSoundHasMoreThanAllPicturesKeepTheRateOfTheirSamples) {
+  AVStream& sound = AddStream(AVMEDIA_TYPE_AUDIO);
+  video_.duration = sound.duration = 3'600'000;
+  AddSamples(video_, 50, 300);
+  AddSamples(sound, 50, 500);
+  SetRatesOfFragments(*context_, 90'000);
+  EXPECT_EQ(video_.codecpar->bit_rate, 60'000);
+  EXPECT_EQ(sound.codecpar->bit_rate, 100'000);
 }
 
 TEST_F(TimingTest, AVariableMpegRateIsNoRate) {
