@@ -109,7 +109,8 @@ class MediaFacts(unittest.TestCase):
 
     def test_rates_of_fragments_that_an_index_names(self):
         form = "size=64x48:rate=25:duration=4"
-        still_then_busy = ["-f", "lavfi", "-i", f"color=black:{form}[a];testsrc2={form}[b];[a][b]concat"]
+        still, busy = f"color=black:{form}", f"testsrc2={form},noise=alls=60:allf=t"
+        still_then_busy = ["-f", "lavfi", "-i", f"{still}[a];{busy}[b];[a][b]concat"]
         with tempfile.TemporaryDirectory() as folder:
             plain, indexed = (pathlib.Path(folder, name) for name in ("plain.mp4", "indexed.mp4"))
             sound = maker.tone(seconds="8")
