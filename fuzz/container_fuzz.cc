@@ -15,6 +15,7 @@
 #include "media-server/container/guess.h"
 #include "media-server/container/id3v1.h"
 #include "media-server/container/id3v2.h"
+#include "media-server/container/matroska_end.h"
 #include "media-server/container/matroska_frames.h"
 #include "media-server/container/matroska_scan.h"
 #include "media-server/container/mp4_movie.h"
@@ -67,6 +68,9 @@ void CheckMatroska(FuzzedSource& source) {
     for (const std::string& text : {track.language, track.language_tag}) RequireText(text, 3 * 64);
   }
   FUZZ_CHECK(source.TakeBytesRead() <= 9 * kMiB);
+
+  if (const auto end = ReadMatroskaEnd(source, scan)) FUZZ_CHECK(*end >= 0 && *end <= 1e300);
+  source.TakeBytesRead();
 
   MatroskaFrames frames(source, scan.tracks.empty() ? 1 : scan.tracks.front().number);
   for (auto frame = frames.Next(); !frame.empty(); frame = frames.Next()) {

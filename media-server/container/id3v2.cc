@@ -40,10 +40,10 @@ std::string ResynchronisedId3v2(IByteSource& source) {
   if (!has_zeros || *size > kMost) return {};
   const auto written = ReadBytes(source, 0, *size);
   if (written.size() < *size) return {};
-  std::string tag;
+  std::string tag(AsText(header));
   tag.reserve(written.size());
   bool is_behind_ff = false;
-  for (const std::uint8_t byte : written) {
+  for (const std::uint8_t byte : std::span(written).subspan(kHeaderSize)) {
     const bool is_put_in = is_behind_ff && byte == 0;
     if (!is_put_in) tag += static_cast<char>(byte);
     is_behind_ff = byte == 0xFF;

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <limits>
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/ebml.h"
+#include "media-server/container/matroska_block.h"
 
 namespace media_server {
 namespace {
@@ -20,16 +20,7 @@ constexpr std::array<std::uint32_t, 3> kHoldBlocks = {0x18538067, 0x1F43B675, 0x
 // Sound and other tracks lie between the pictures of some seconds.
 constexpr int kMostElements = 1024;
 
-// Number of the track, time, flags (RFC 9559, 10.1).
-constexpr std::size_t kLongestBlockHead = 8 + 2 + 1;
 constexpr std::uint8_t kLacing = 0x06;
-
-std::uint64_t TakeTrackNumber(ByteReader& reader) {
-  const std::uint8_t first = reader.U8();
-  const int more = std::countl_zero(first);
-  if (more >= 8) return 0;
-  return (std::uint64_t{first} & 0x7FU >> more) << 8 * more | reader.BigEndian(static_cast<std::size_t>(more));
-}
 
 }  // namespace
 
@@ -38,7 +29,7 @@ MatroskaFrames::MatroskaFrames(IByteSource& source, std::uint64_t track_number)
 
 std::vector<std::uint8_t> MatroskaFrames::Next() {
   for (; elements_left_ > 0; --elements_left_) {
-    const auto bytes = ReadBytes(source_, offset_, kLongestEbmlHead + kLongestBlockHead);
+    const auto bytes = ReadBytes(source_, offset_, kLongestEbmlHead + kLongestMatroskaBlockHead);
     ByteReader reader(bytes);
     const auto element = ReadEbmlElement(reader);
     if (!element) return {};
@@ -48,7 +39,7 @@ std::vector<std::uint8_t> MatroskaFrames::Next() {
     const std::uint64_t block = offset_;
     offset_ += *element->size;
     const bool is_block = element->id == kSimpleBlock || element->id == kBlock;
-    if (!is_block || TakeTrackNumber(reader) != track_number_) continue;
+    if (!is_block || TakeMatroskaTrackNumber(reader) != track_number_) continue;
     auto frame = FrameOf(block, *element->size);
     elements_left_ = frame.empty() ? 0 : elements_left_ - 1;
     return frame;
@@ -57,10 +48,10 @@ std::vector<std::uint8_t> MatroskaFrames::Next() {
 }
 
 std::vector<std::uint8_t> MatroskaFrames::FrameOf(std::uint64_t block, std::uint64_t block_size) {
-  const std::uint64_t most = std::min<std::uint64_t>(block_size, kLongestBlockHead + kFrameStart);
+  const std::uint64_t most = std::min<std::uint64_t>(block_size, kLongestMatroskaBlockHead + kFrameStart);
   const auto bytes = ReadBytes(source_, block, static_cast<std::size_t>(most));
   ByteReader reader(bytes);
-  TakeTrackNumber(reader);
+  TakeMatroskaTrackNumber(reader);
   reader.Skip(2);
   const bool is_laced = (reader.U8() & kLacing) != 0;
   if (bytes.size() < most || !reader.Ok() || is_laced) return {};

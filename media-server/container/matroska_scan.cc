@@ -24,10 +24,13 @@ enum Id : std::uint32_t {
   kSeekId = 0x53AB,
   kSeekPosition = 0x53AC,
   kInfo = 0x1549A966,
+  kTimestampScale = 0x2AD7B1,
+  kDuration = 0x4489,
   kTracks = 0x1654AE6B,
   kTrackEntry = 0xAE,
   kTrackNumber = 0xD7,
   kTrackType = 0x83,
+  kDefaultDuration = 0x23E383,
   kCodecId = 0x86,
   kTrackLanguage = 0x22B59C,
   kTrackLanguageTag = 0x22B59D,
@@ -42,6 +45,7 @@ enum Id : std::uint32_t {
 
 constexpr std::size_t kMostTracks = 1000;
 constexpr std::size_t kLargestSeekHead = std::size_t{1} << 20;
+constexpr std::size_t kLargestInfo = std::size_t{16} << 10;
 constexpr std::size_t kLargestTracks = std::size_t{4} << 20;
 constexpr std::size_t kLargestContentSum = std::size_t{8} << 20;
 constexpr int kMostPassedElements = 512;
@@ -95,6 +99,7 @@ MatroskaTrack ReadTrack(Bytes entry) {
   ForEachElement(entry, [&](std::uint32_t id, Bytes content) {
     if (id == kTrackNumber) track.number = Unsigned(content);
     if (id == kTrackType) track.type = Unsigned(content);
+    if (id == kDefaultDuration) track.frame_ns = Unsigned(content);
     if (id == kCodecId) track.codec_id = ShortText(content);
     if (id == kTrackLanguage) track.language = ShortText(content);
     if (id == kTrackLanguageTag) track.language_tag = ShortText(content);
@@ -160,6 +165,7 @@ class Scanner {
 
   void ReadContent(std::uint32_t id, std::uint64_t offset, std::uint64_t size) {
     if (id == kSeekHead) ReadSeekHead(Content(offset, size, kLargestSeekHead));
+    if (id == kInfo) ReadInfo(Content(offset, size, kLargestInfo));
     if (id == kTracks) ReadTracks(Content(offset, size, kLargestTracks));
     // libavformat reads fonts and covers whole, and gives the file up when it cannot.
     if (id == kAttachments) source_.WillRead(offset, size);
@@ -187,6 +193,14 @@ class Scanner {
       if (position && IsOneOf(kSought, static_cast<std::uint32_t>(sought_id))) {
         sought_.push_back(SaturatingAdd(segment_begin_, *position));
       }
+    });
+  }
+
+  void ReadInfo(Bytes bytes) {
+    ForEachElement(bytes, [&](std::uint32_t id, Bytes content) {
+      if (id == kTimestampScale && Unsigned(content) != 0) scan_.tick_ns = static_cast<double>(Unsigned(content));
+      // A floating-point number: nothing but zeros is no length.
+      if (id == kDuration) scan_.tells_duration = Unsigned(content) != 0;
     });
   }
 

@@ -11,15 +11,18 @@ namespace media_server {
 /// What libavformat does not tell about a track.
 struct MatroskaTrack {
   std::uint64_t number = 0;
-  std::uint64_t type = 0;    ///< TrackType; 0 when not told
-  std::string codec_id;      ///< CodecID, valid UTF-8; empty when not told
-  std::string language;      ///< Language, of ISO 639-2, valid UTF-8 like the next; empty when not told
-  std::string language_tag;  ///< LanguageBCP47
-  bool encrypted = false;    ///< has a ContentEncryption with an algorithm
+  std::uint64_t type = 0;      ///< TrackType; 0 when not told
+  std::string codec_id;        ///< CodecID, valid UTF-8; empty when not told
+  std::string language;        ///< Language, of ISO 639-2, valid UTF-8 like the next; empty when not told
+  std::string language_tag;    ///< LanguageBCP47
+  std::uint64_t frame_ns = 0;  ///< DefaultDuration; 0 when not told
+  bool encrypted = false;      ///< has a ContentEncryption with an algorithm
 };
 
 struct MatroskaScan {
   std::vector<MatroskaTrack> tracks;  ///< in file order, at most 1000
+  bool tells_duration = false;
+  double tick_ns = 1e6;    ///< TimestampScale: a tick of the clock of blocks, in nanoseconds
   bool truncated = false;  ///< the Segment, or an element that its seek head names and that describes the file, ends
                            ///< behind the input
 };

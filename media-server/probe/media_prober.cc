@@ -12,6 +12,7 @@
 #include "media-server/container/format_identity.h"
 #include "media-server/container/frame_length.h"
 #include "media-server/container/id3v2.h"
+#include "media-server/container/matroska_end.h"
 #include "media-server/metadata/timestamp.h"
 #include "media-server/probe/analysis_policy.h"
 #include "media-server/probe/container_facts.h"
@@ -137,6 +138,15 @@ void SetLengthsOfTracks(const ContainerFacts& container, AVFormatContext& contex
     context.duration = std::llround(movie->Seconds() * AV_TIME_BASE);
 }
 
+// A writer that could not go back, as those of browsers, has told no length, and libavformat does not look for it.
+void SetEndOfMatroska(const MatroskaScan& scan, BoundedSource& source, AVFormatContext& context) {
+  source.KeepEnd(kMostOfMatroskaEnd);
+  const auto end = ReadMatroskaEnd(source, scan);
+  if (!end) return;
+  const std::int64_t start = context.start_time != AV_NOPTS_VALUE ? std::max<std::int64_t>(context.start_time, 0) : 0;
+  SetSeconds(*end - static_cast<double>(start) / AV_TIME_BASE, context);
+}
+
 // libavformat takes samples for as wide as they have bits when it counts them, and for floating-point ones where 24
 // bits stand in 32, as one program wrote them before there was a format to tell.
 void CorrectPaddedSamples(const RiffPaddedSamples& samples, AVFormatContext& context) {
@@ -176,6 +186,7 @@ void CorrectTimes(const ContainerFacts& container, BoundedSource& source, AVForm
     const double bits = 8.0 * static_cast<double>(container.movie->indexed_bytes);
     SetRatesOfFragments(context, bits / container.movie->fragment_duration->Seconds());
   }
+  if (container.matroska && !container.matroska->tells_duration) SetEndOfMatroska(*container.matroska, source, context);
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
   if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
   if (container.padded_samples) CorrectPaddedSamples(*container.padded_samples, context);

@@ -125,6 +125,8 @@ CONTAINERS = [
          {"format": "webm", "0.codec": "vp8", "1.codec": "webvtt"}),
     Case("vp8.webm", pictures() + tone() + [*VP8, "-c:a", "libvorbis"],
          {"format": "webm", "fourcc": "WEBM", "0.codec": "vp8", "1.codec": "vorbis", **SIZE}),
+    # As browsers record: no length, and nothing that is put right afterwards.
+    Case("live.webm", pictures() + [*VP8, "-live", "1"], {"duration": 1, "0.duration": 1, "0.frame_count": 25, **SIZE}),
     Case("vp9.webm", pictures() + tone() + [*VP9, "-c:a", "libopus"],
          {"format": "webm", "0.codec": "vp9", "1.codec": "opus", "1.sample_rate": 48000}),
     Case("two_programs.ts", pictures("352x288") + tone() + pictures("176x144") + tone(frequency="660") + [

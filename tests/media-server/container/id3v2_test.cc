@@ -75,6 +75,8 @@ TEST(Id3v2Test, ZerosThatWerePutInAreTakenOut) {
     EXPECT_EQ(Resynchronised(TagOf(version, 0xC0, written)), TagOf(version, 0x40, meant));
     EXPECT_EQ(Resynchronised(TagOf(version, 0, written)), "");
   }
+  EXPECT_EQ(Resynchronised(TagOf(3, 0xFF, Zeros(5)) + Zeros(10)), TagOf(3, 0x7F, Zeros(5)) + Zeros(10))
+      << "the header has none, whatever its flags";
   EXPECT_EQ(Resynchronised(TagOf(4, 0x80, written)), "") << "frames count them";
   EXPECT_EQ(Resynchronised(TagOf(3, 0x80, written).substr(0, 15)), "") << "cut";
   EXPECT_EQ(Resynchronised(TagOf(3, 0x80, Zeros(2 << 20))), "");

@@ -6,21 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/media-server/container/memory_source.h"
+#include "tests/media-server/container/matroska_elements.h"
 
 namespace media_server {
 namespace {
 
-std::string Element(std::uint32_t id, const std::string& content) {
-  const int width = id > 0xFFFFFF ? 4 : id > 0xFF ? 2 : 1;
-  return Be(id, width) + Be(1ULL << 56 | content.size(), 8) + content;
-}
-
-std::string Segment(const std::string& content) { return Element(0x18538067, content); }
 std::string Cluster(const std::string& content) { return Element(0x1F43B675, Element(0xE7, Be(0, 1)) + content); }
-std::string BlockContent(std::uint8_t track, const std::string& frame, std::uint8_t flags) {
-  return Be(0x80U | track, 1) + Be(0, 2) + Be(flags, 1) + frame;
-}
 std::string SimpleBlock(std::uint8_t track, const std::string& frame, std::uint8_t flags = 0x80) {
   return Element(0xA3, BlockContent(track, frame, flags));
 }
@@ -49,7 +40,7 @@ TEST(MatroskaFramesTest, FindsTheFramesOfOneTrack) {
 }
 
 TEST(MatroskaFramesTest, GoesIntoClustersOfUnknownSize) {
-  const std::string unknown = Be(0x1F43B675, 4) + Be(0x01FFFFFFFFFFFFFF, 8);
+  const std::string unknown = EndlessElement(0x1F43B675);
   EXPECT_EQ(FramesIn(Segment(unknown + SimpleBlock(1, "one") + unknown + SimpleBlock(1, "two"))),
             (Texts{"one", "two"}));
 }
@@ -82,14 +73,14 @@ TEST(MatroskaFramesTest, EndsAtLacedAndEmptyBlocks) {
 TEST(MatroskaFramesTest, EndsAtOtherBytes) {
   EXPECT_EQ(FramesIn(""), Texts());
   EXPECT_EQ(FramesIn(Segment(Cluster(SimpleBlock(1, "one") + Zeros(40) + SimpleBlock(1, "two")))), Texts{"one"});
-  EXPECT_EQ(FramesIn(Segment(Be(0xEC, 1) + Be(0x01FFFFFFFFFFFFFF, 8) + SimpleBlock(1, "one"))), Texts())
+  EXPECT_EQ(FramesIn(Segment(EndlessElement(0xEC) + SimpleBlock(1, "one"))), Texts())
       << "an element without end that holds no blocks";
 }
 
 TEST(MatroskaFramesTest, GivesUpBehindManyElements) {
   std::string voids;
   for (int i = 0; i < 1021; ++i) voids += Element(0xEC, "");
-  const std::string last_two = Be(0x1F43B675, 4) + Be(0x01FFFFFFFFFFFFFF, 8) + SimpleBlock(1, "one");
+  const std::string last_two = EndlessElement(0x1F43B675) + SimpleBlock(1, "one");
   EXPECT_EQ(FramesIn(Segment(voids + last_two)), Texts{"one"});
   EXPECT_EQ(FramesIn(Segment(voids + Element(0xEC, "") + last_two)), Texts());
 }

@@ -5,21 +5,14 @@
 
 #include <string>
 
-#include "tests/media-server/container/memory_source.h"
+#include "tests/media-server/container/matroska_elements.h"
 
 namespace media_server {
 namespace {
 
 using namespace std::string_literals;
 
-/// An element of id `id` (marker included, most significant byte first) with its size in eight bytes.
-std::string Element(std::uint32_t id, const std::string& content) {
-  const int width = id > 0xFFFFFF ? 4 : id > 0xFFFF ? 3 : id > 0xFF ? 2 : 1;
-  return Be(id, width) + Be(1ULL << 56 | content.size(), 8) + content;
-}
-
 std::string Header() { return Element(0x1A45DFA3, Element(0x4286, Be(1, 1))); }
-std::string Segment(const std::string& content) { return Element(0x18538067, content); }
 std::string Tracks(const std::string& content) { return Element(0x1654AE6B, content); }
 std::string TrackEntry(const std::string& content) { return Element(0xAE, content); }
 /// Tracks with one that has this language.
@@ -77,6 +70,19 @@ TEST(MatroskaScan, TypesAndCodecsAreRead) {
   EXPECT_EQ(scan.tracks[1].codec_id, "");
 }
 
+TEST(MatroskaScan, ClockAndLengthsAreRead) {
+  const auto scan_info = [](const std::string& info) { return Scan(Header() + Segment(Element(0x1549A966, info))); };
+  EXPECT_EQ(scan_info("").tick_ns, 1e6);
+  EXPECT_EQ(scan_info(Element(0x2AD7B1, Be(100'000, 3))).tick_ns, 1e5);
+  EXPECT_EQ(scan_info(Element(0x2AD7B1, Be(0, 1))).tick_ns, 1e6);
+  EXPECT_FALSE(scan_info("").tells_duration);
+  EXPECT_FALSE(scan_info(Element(0x4489, Zeros(8))).tells_duration);
+  EXPECT_TRUE(scan_info(Element(0x4489, "\x40\x59" + Zeros(6))).tells_duration);
+  const MatroskaScan scan = Scan(Header() + Segment(Tracks(TrackEntry(Element(0x23E383, Be(40'000'000, 4))))));
+  ASSERT_EQ(scan.tracks.size(), 1u);
+  EXPECT_EQ(scan.tracks[0].frame_ns, 40'000'000u);
+}
+
 TEST(MatroskaScan, SignatureIsNoEncryption) {
   const std::string signature = Element(0x47E3, "signed");
   for (const std::string& content : {signature, Element(0x47E1, Be(0, 1)) + signature}) {
@@ -131,7 +137,7 @@ TEST(MatroskaScan, SegmentBeyondTheEndIsTruncation) {
 }
 
 TEST(MatroskaScan, SegmentOfUnknownSizeIsNoTruncation) {
-  const std::string segment = Be(0x18538067, 4) + Be(0x01FFFFFFFFFFFFFF, 8);
+  const std::string segment = EndlessElement(0x18538067);
   EXPECT_FALSE(Scan(Header() + segment + Cluster()).truncated);
   for (const std::uint32_t described : {0x1549A966U, kTracks, 0x1941A469U, 0x1254C367U}) {
     EXPECT_TRUE(Scan(Header() + segment + SeekTo(described, 5000) + Cluster()).truncated) << described;
@@ -140,7 +146,7 @@ TEST(MatroskaScan, SegmentOfUnknownSizeIsNoTruncation) {
 }
 
 TEST(MatroskaScan, SoughtElementThatIsCutIsTruncation) {
-  const std::string segment = Be(0x18538067, 4) + Be(0x01FFFFFFFFFFFFFF, 8);
+  const std::string segment = EndlessElement(0x18538067);
   const std::string tags = Element(0x1254C367, "tags");
   const std::string whole =
       Header() + segment + SeekTo(0x1254C367, SeekTo(0, 0).size() + Cluster().size()) + Cluster() + tags;

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/media-server/container/matroska_elements.h"
 #include "tests/media-server/container/memory_source.h"
 
 namespace media_server::probe {
@@ -52,14 +53,14 @@ TEST(GopTest, SaysNothingOfTooFewPictures) {
 std::string MatroskaOf(std::string_view letters) {
   std::string blocks;
   const auto add_block = [&](std::uint8_t track, const std::string& frame) {
-    blocks += "\xA3" + Be(1ULL << 56 | (4 + frame.size()), 8) + Be(0x80U | track, 1) + Be(0x80, 3) + frame;
+    blocks += Element(0xA3, BlockContent(track, frame, 0x80));
   };
   for (const char letter : letters) {
     const std::uint8_t type = letter == 'I' ? 1 : letter == 'P' ? 2 : letter == 'B' ? 3 : 0;
     add_block(2, "sound");
     add_block(1, Be(0x100, 4) + Be(static_cast<std::uint64_t>(type) << 19 | 0xFFFF, 4) + Zeros(100'000));
   }
-  return Be(0x18538067, 4) + Be(1ULL << 56 | blocks.size(), 8) + blocks;
+  return Segment(blocks);
 }
 
 TEST(GopTest, ReadsTheBeginningsOfMatroskaFrames) {

@@ -12,6 +12,7 @@
 #include "media-server/probe/demuxer.h"
 #include "media-server/probe/ffmpeg.h"
 #include "media-server/probe/media_prober.h"
+#include "tests/media-server/container/matroska_elements.h"
 #include "tests/media-server/container/memory_source.h"
 
 namespace media_server::probe {
@@ -32,11 +33,6 @@ std::string Ivf(const std::vector<std::string>& frames) {
   return file;
 }
 
-std::string Element(std::uint32_t id, const std::string& content) {
-  const int width = id > 0xFFFFFF ? 4 : id > 0xFFFF ? 3 : id > 0xFF ? 2 : 1;
-  return Be(id, width) + Be(1ULL << 56 | content.size(), 8) + content;
-}
-
 struct WebmFrame {
   std::string bytes;
   bool is_key;
@@ -55,12 +51,12 @@ std::string Webm(const std::vector<WebmFrame>& frames, const std::string& rate =
   const std::string entry = Element(0xD7, Be(1, 1)) + Element(0x73C5, Be(1, 1)) + Element(0x83, Be(1, 1)) +
                             Element(0x86, "V_VP9") + rate + Element(0xE0, size + alpha_mode);
   std::string cluster = Element(0xE7, Be(0, 1));
-  std::uint64_t time = 0;
+  int time = 0;
   for (const WebmFrame& frame : frames) {
-    cluster += Element(0xA3, Be(0x81, 1) + Be(time, 2) + Be(frame.is_key ? 0x80 : 0, 1) + frame.bytes);
+    cluster += Element(0xA3, BlockContent(1, frame.bytes, frame.is_key ? 0x80 : 0, time));
     time += 40;
   }
-  return header + Element(0x18538067, info + Element(0x1654AE6B, Element(0xAE, entry)) + Element(0x1F43B675, cluster));
+  return header + Segment(info + Element(0x1654AE6B, Element(0xAE, entry)) + Element(0x1F43B675, cluster));
 }
 
 StreamDescription OnlyStream(MemorySource& source) {
