@@ -10,6 +10,7 @@
 #include "media-server/container/ape_tag.h"
 #include "media-server/container/asf_properties.h"
 #include "media-server/container/byte_reader.h"
+#include "media-server/container/flac_end.h"
 #include "media-server/container/format_identity.h"
 #include "media-server/container/frame_length.h"
 #include "media-server/container/guess.h"
@@ -104,6 +105,8 @@ void CheckSmallReaders(FuzzedSource& source) {
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   if (const auto seconds = ReadAmrSeconds(source)) FUZZ_CHECK(*seconds > 0);
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
+  if (const auto seconds = ReadFlacSeconds(source)) FUZZ_CHECK(*seconds > 0);
+  FUZZ_CHECK(source.TakeBytesRead() <= 1025 * 1024);
   FUZZ_CHECK(std::ranges::is_sorted(ReadScrambledPids(source)));
   FUZZ_CHECK(source.TakeBytesRead() <= 64 * 1024);
   if (const auto header = ReadMpegAudioHeader(ReadBytes(source, 0, kMpegAudioHeaderSize))) {

@@ -9,6 +9,7 @@
 
 #include "media-server/container/amr.h"
 #include "media-server/container/dsf.h"
+#include "media-server/container/flac_end.h"
 #include "media-server/container/id3v2.h"
 #include "media-server/container/transport_scrambling.h"
 #include "media-server/container/truncation.h"
@@ -215,6 +216,7 @@ constexpr Reader kReaders[] = {
     {"mpegts", &FactOf<&ContainerFacts::scrambled_pids, &ReadScrambledPids>},
     {"ogg", &FactOf<&ContainerFacts::ogg_chain, &ReadOggChain>},
     {"dsf", &FactsOfDsf},
+    {"flac", &FactOf<&ContainerFacts::sound_seconds, &ReadFlacSeconds>},
     {"wv", &FactOf<&ContainerFacts::is_lossless, &IsLosslessWavPack>},
 };
 

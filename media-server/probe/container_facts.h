@@ -28,17 +28,17 @@ struct ContainerFacts {
   std::vector<ApeText> ape_texts;             ///< of MPEG audio without an ID3v2 tag
   std::optional<RiffDataToEnd> sound_to_end;  ///< of a WAV file whose writer could not go back, or that was cut
   std::optional<RiffPaddedSamples> padded_samples;  ///< of WAV, which libavformat counts without the padding
-  std::optional<double> sound_seconds;              ///< of AMR and DSF, which libavformat estimates
-  std::optional<OggChain> ogg_chain;                ///< of Ogg whose links libavformat takes for the last one
-  std::optional<double> told_seconds;               ///< of ASF, which libavformat gives no length where it is cut
-  std::vector<std::uint16_t> scrambled_pids;        ///< of a transport stream
-  std::vector<AsfFrameTime> frame_times;            ///< of ASF
-  bool is_protected_asf = false;                    ///< all its streams are encrypted
-  bool is_flv = false;                              ///< has one stream of a kind, and no ids but their kinds
-  std::optional<bool> is_lossless;                  ///< of WavPack
-  bool may_be_dts = false;                          ///< what a WAV file calls samples
-  std::optional<bool> truncated;                    ///< the file is shorter than its container says
-  std::optional<std::string> refusal;               ///< why the file must not be opened, in words
+  std::optional<double> sound_seconds;  ///< of AMR and DSF, which libavformat estimates, and FLAC that leaves it open
+  std::optional<OggChain> ogg_chain;    ///< of Ogg whose links libavformat takes for the last one
+  std::optional<double> told_seconds;   ///< of ASF, which libavformat gives no length where it is cut
+  std::vector<std::uint16_t> scrambled_pids;  ///< of a transport stream
+  std::vector<AsfFrameTime> frame_times;      ///< of ASF
+  bool is_protected_asf = false;              ///< all its streams are encrypted
+  bool is_flv = false;                        ///< has one stream of a kind, and no ids but their kinds
+  std::optional<bool> is_lossless;            ///< of WavPack
+  bool may_be_dts = false;                    ///< what a WAV file calls samples
+  std::optional<bool> truncated;              ///< the file is shorter than its container says
+  std::optional<std::string> refusal;         ///< why the file must not be opened, in words
   /// What stands in places that libavformat does not read: the AI-generated-content label, an XMP packet, the creation
   /// time in seconds since 1970 UTC.
   std::string aigc;

@@ -43,6 +43,11 @@ def pass_for_samples(data):
     return data[:20] + struct.pack("<HHIIHH", 1, 2, 44100, 176400, 4, 16) + data[36:]
 
 
+def forget_samples(data):
+    """A FLAC file that does not tell how many samples it has, as one that was written to a pipe."""
+    return data[:21] + bytes([data[21] & 0xF0]) + bytes(4) + data[26:]
+
+
 def protected_asf(data):
     """An ASF file with an object in front of the others of its header that tells how it is encrypted."""
     texts = b"".join(struct.pack("<I", len(text)) + text for text in (b"key", b"DRM\0", b"id\0", b"url\0"))
@@ -185,6 +190,8 @@ CONTAINERS = [
     Case("variable.mp3", tone("44100", "3") + ["-c:a", "libmp3lame", "-q:a", "7"], {"format": "mp3", "0.codec": "mp3"}),
     Case("flac.flac", tone("96000") + ["-c:a", "flac", "-sample_fmt", "s32"],
          {"format": "flac", "fourcc": "FLAC", "0.sample_rate": 96000, "0.bits_per_sample": 24}),
+    Case("piped.flac", tone("44100", "3") + ["-c:a", "flac", "-sample_fmt", "s16"],
+         {"duration": 3, "0.duration": 3}, change=forget_samples),
     Case("cover.flac", tone() + pictures("96x80") + [*COVER, "-c:a", "flac", "-c:v", "mjpeg", "-pix_fmt", "yuvj420p"],
          {"format": "flac", "1.codec": "mjpeg", "1.width": 96, "1.height": 80, "1.disposition": ["attached_pic"]}),
     Case("vorbis.ogg", tone("44100") + ["-c:a", "libvorbis", "-ac", "2"],
