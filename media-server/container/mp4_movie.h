@@ -7,6 +7,7 @@
 
 #include "media-server/container/display_matrix.h"
 #include "media-server/container/mp4_boxes.h"
+#include "media-server/container/mp4_index_cut.h"
 #include "media-server/io/byte_source.h"
 
 namespace media_server {
@@ -73,6 +74,8 @@ struct Mp4Track {
   /// Of the first samples, at most 512, in units of the track's timescale.
   std::vector<std::int32_t> first_composition_offsets;
   std::optional<std::uint64_t> last_chunk_offset;  ///< file offset of the last chunk
+  /// How libavformat may see the sample tables of a long track; empty where its tables must be left alone.
+  std::optional<Mp4IndexCut> index_cut;
   /// False when a sample table declares more entries than its box, or more samples than the file, can hold: such a
   /// track makes libavformat's index grow without bound.
   bool plausible = true;

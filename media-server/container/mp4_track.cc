@@ -53,6 +53,7 @@ class TrackReader {
   Mp4Track Read(const Mp4Box& trak) {
     ReadChildren(trak);
     if (more_samples_than_bytes_ && !IsUncompressedSound()) track_.plausible = false;
+    if (MayCutIndex()) track_.index_cut = CutMp4Index(boxes_, tables_);
     return std::move(track_);
   }
 
@@ -106,9 +107,15 @@ class TrackReader {
     std::uint64_t ticks = 0;
     for (std::size_t i = 0; i < entries; ++i) {
       ticks += std::min(reader.BigEndian(width), kLongestRun);
-      if (reader.BigEndian(width) == nowhere) chooses_one_part = false;
+      const std::uint64_t begin = reader.BigEndian(width);
+      if (begin == nowhere) {
+        chooses_one_part = false;
+      } else {
+        latest_edit_ = std::max(latest_edit_, begin);
+      }
       if (reader.Be32() != kNormalSpeed) chooses_one_part = false;
     }
+    if (count > entries) latest_edit_ = kLongestRun;
     if (!chooses_one_part) track_.edited_movie_ticks = ticks;
   }
 
@@ -230,7 +237,23 @@ class TrackReader {
   static constexpr std::uint64_t kTableHead = 8;  // version, flags, count
   static constexpr std::uint64_t kSizeTableHead = 12;
 
+  static void Keep(const Mp4Box& box, std::optional<Mp4Box>& table, bool& stands_twice) {
+    if (table) stands_twice = true;
+    table = box;
+  }
+
+  /// Whether the first samples tell what a probe asks of all: where none of the edits begins behind them, and none has
+  /// to be decrypted.
+  bool MayCutIndex() const {
+    const auto& times = track_.decoding_times;
+    if (!track_.plausible || track_.is_protected || IsUncompressedSound() || !times || !times->complete) return false;
+    if (track_.timescale == 0 || times->sample_count != track_.sample_count) return false;
+    constexpr std::uint64_t kSamplesInFront = 4096;
+    return latest_edit_ <= kSamplesInFront * times->smallest_delta;
+  }
+
   void ReadSampleSizes(const Mp4Box& box) {
+    Keep(box, tables_.sizes, tables_.stand_twice);
     const auto bytes = boxes_.Payload(box, 4, /*skip=*/4);
     const std::uint32_t common_size = ByteReader(bytes).Be32();
     const std::uint32_t count = ReadCount(box, kSizeTableHead, common_size == 0 ? 32 : 0);
@@ -281,6 +304,7 @@ class TrackReader {
   void ReadSyncSamples(const Mp4Box& box) { ReadCount(box, kTableHead, 32); }
   void ReadCompositionOffsets(const Mp4Box& box) {
     constexpr std::size_t kMostSamples = 512;
+    Keep(box, tables_.time_offsets, tables_.stand_twice);
     const std::uint32_t count = ReadCount(box, kTableHead, 64);
     track_.has_composition_offsets = count > 0;
     const auto bytes = boxes_.Payload(box, std::min<std::size_t>(count, kMostSamples) * 8, kTableHead);
@@ -292,11 +316,15 @@ class TrackReader {
       offsets.insert(offsets.end(), std::min<std::size_t>(samples, kMostSamples - offsets.size()), offset);
     }
   }
-  void ReadSampleToChunk(const Mp4Box& box) { ReadCount(box, kTableHead, 96); }
+  void ReadSampleToChunk(const Mp4Box& box) {
+    Keep(box, tables_.samples_of_chunks, tables_.stand_twice);
+    ReadCount(box, kTableHead, 96);
+  }
   void ReadChunkOffsets(const Mp4Box& box) { ReadLastChunkOffset(box, 4); }
   void ReadLargeChunkOffsets(const Mp4Box& box) { ReadLastChunkOffset(box, 8); }
 
   void ReadLastChunkOffset(const Mp4Box& box, std::size_t width) {
+    Keep(box, tables_.chunks, tables_.stand_twice);
     const std::uint32_t count = ReadCount(box, kTableHead, width * 8);
     if (count == 0) return;
     const auto bytes = boxes_.Payload(box, width, kTableHead + (std::uint64_t{count} - 1) * width);
@@ -312,6 +340,8 @@ class TrackReader {
   std::optional<std::uint64_t> input_size_;
   Mp4Track track_;
   bool more_samples_than_bytes_ = false;  // of one size
+  Mp4SampleTables tables_;
+  std::uint64_t latest_edit_ = 0;  // where it begins in the track, in its ticks
 };
 
 constexpr std::array<TrackReader::Row, 18> TrackReader::kRows = {{

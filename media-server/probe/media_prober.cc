@@ -163,6 +163,21 @@ void CorrectPaddedSamples(const RiffPaddedSamples& samples, AVFormatContext& con
   SetSeconds(samples.seconds, context);
 }
 
+// libavformat has counted the bytes of the samples that were left to it.
+void SetRatesOfShortenedIndexes(const ContainerFacts& container, AVFormatContext& context) {
+  for (AVStream* stream : Streams(context)) {
+    const Mp4Track* track = container.TrackOf(*stream);
+    if (track == nullptr || !track->index_cut || !track->duration) continue;
+    const auto ticks = static_cast<std::int64_t>(std::min(track->duration->value, track->decoding_times->ticks));
+    const auto rate_of = [&](std::uint64_t bytes) {
+      const std::int64_t ticks_per_second = track->timescale;
+      return av_rescale_rnd(static_cast<std::int64_t>(bytes), 8 * ticks_per_second, ticks, AV_ROUND_DOWN);
+    };
+    auto& bit_rate = stream->codecpar->bit_rate;
+    if (ticks > 0 && bit_rate == rate_of(track->index_cut->bytes)) bit_rate = rate_of(track->index_cut->bytes_of_all);
+  }
+}
+
 // Where no header tells the length, libavformat takes the bit rate of the first frames for that of all.
 void MeasureSound(IByteSource& source, AVFormatContext& context) {
   const std::string_view demuxer = context.iformat->name;
@@ -188,7 +203,10 @@ void CorrectTimes(const ContainerFacts& container, BoundedSource& source, AVForm
   }
   if (container.matroska && !container.matroska->tells_duration) SetEndOfMatroska(*container.matroska, source, context);
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);
-  if (container.movie && !container.movie->has_fragments) SetLengthsOfTracks(container, context);
+  if (container.movie && !container.movie->has_fragments) {
+    SetRatesOfShortenedIndexes(container, context);
+    SetLengthsOfTracks(container, context);
+  }
   if (container.padded_samples) CorrectPaddedSamples(*container.padded_samples, context);
   if (container.sound_to_end) SetLengthOfSound(container.sound_to_end->size_bytes, context);
   SetRateOfFieldClock(context);
@@ -213,6 +231,19 @@ void HideCleanApertures(const Mp4Movie& movie, BoundedSource& source) {
   constexpr std::uint64_t kType = 4;  // behind the size
   for (const Mp4Track& track : movie.tracks) {
     if (track.clean_aperture) source.Replace(track.clean_aperture->box_offset + kType, "free");
+  }
+}
+
+// libavformat makes an entry for each sample, some 100 ns and 50 bytes; a film of two hours has half a million.
+void ShortenIndexes(const Mp4Movie& movie, BoundedSource& source) {
+  if (movie.has_fragments) return;
+  for (const Mp4Track& track : movie.tracks) {
+    if (!track.index_cut) continue;
+    for (const auto& [offset, value] : track.index_cut->counts) {
+      std::string bytes;
+      for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes += static_cast<char>(value >> shift & 0xFF);
+      source.Replace(offset, std::move(bytes));
+    }
   }
 }
 
@@ -315,6 +346,7 @@ std::unique_ptr<MediaDescription> ProbeMedia(BoundedSource& source, const std::s
   if (container.movie) {
     source.Limit(MostBytesOf(*container.movie) - kSampleStarts);
     HideCleanApertures(*container.movie, source);
+    ShortenIndexes(*container.movie, source);
   }
   if (container.refusal) {
     *reason = *container.refusal;

@@ -108,6 +108,10 @@ CONTAINERS = [
     Case("mono.mp4", tone() + ["-c:a", "libmp3lame", "-ac", "1"], {"0.codec": "mp3", "0.channels": 1}),
     Case("groups.ts", pictures("352x288", seconds="4") + groups("4M"), {"0.codec": "mpeg2video"}),
     Case("groups.mkv", pictures("352x288", seconds="2") + groups("20M"), {"0.codec": "mpeg2video"}),
+    # More samples than are left of a long index.
+    Case("long_index.mp4", pictures(rate="200", seconds="90") + tone(seconds="45") + [
+        *h264("yuv420p", "-bf", "2"), "-c:a", "libopus", "-frame_duration", "2.5"],
+         {"0.frame_count": 18000, "0.duration": 90, "0.frame_rate": {"num": 200, "den": 1}, "1.codec": "opus"}),
     Case("m4a.m4a", tone("44100") + [*AAC, "-ac", "2"],
          {"format": "m4a", "0.codec": "aac", "0.sample_rate": 44100, "0.channels": 2}),
     Case("alac.m4a", tone("44100") + ["-c:a", "alac", "-sample_fmt", "s16p"],

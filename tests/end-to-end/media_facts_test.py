@@ -36,6 +36,8 @@ def examine(path):
 
 
 def setUpModule():
+    names = [case.name for case in cases.ALL]
+    assert len(set(names)) == len(names), "each file is to be made once"
     folder = pathlib.Path(tempfile.mkdtemp(prefix="media-facts-"))
     unittest.addModuleCleanup(shutil.rmtree, folder)
     maker.write_subtitles(folder)
