@@ -19,6 +19,7 @@
 #include "media-server/container/matroska_end.h"
 #include "media-server/container/matroska_frames.h"
 #include "media-server/container/matroska_scan.h"
+#include "media-server/container/mp4_index_cut.h"
 #include "media-server/container/mp4_movie.h"
 #include "media-server/container/mpeg_audio_header.h"
 #include "media-server/container/ogg_chain.h"
@@ -60,6 +61,26 @@ void CheckMovie(FuzzedSource& source) {
     sum += entry.key.size() + entry.value.size();
   }
   FUZZ_CHECK(sum <= kMp4LargestMetadataBytes);
+}
+
+/// Takes the boxes of the input for the tables of a track.
+void CheckIndexCut(FuzzedSource& source) {
+  Mp4BoxReader boxes(source, Mp4BoxLimits());
+  Mp4SampleTables tables;
+  Mp4BoxRange range = boxes.WholeInput();
+  while (const auto box = boxes.Next(range)) {
+    if (box->Is("stsz")) tables.sizes = box;
+    if (box->Is("stco") || box->Is("co64")) tables.chunks = box;
+    if (box->Is("stsc")) tables.samples_of_chunks = box;
+    if (box->Is("ctts")) tables.time_offsets = box;
+  }
+  constexpr std::uint32_t kSamplesLeft = 8;
+  if (const auto cut = CutMp4Index(boxes, tables, kSamplesLeft)) {
+    FUZZ_CHECK(cut->bytes <= cut->bytes_of_all);
+    FUZZ_CHECK(cut->counts.front().value >= kSamplesLeft && cut->counts.front().value < 3 * kSamplesLeft);
+    for (const auto& [offset, value] : cut->counts) FUZZ_CHECK(value > 0 && value <= cut->counts.front().value);
+  }
+  source.TakeBytesRead();
 }
 
 void CheckMatroska(FuzzedSource& source) {
@@ -160,6 +181,7 @@ void CheckIdentity(FuzzedSource& source) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedSource source({data, size});
   CheckMovie(source);
+  CheckIndexCut(source);
   CheckMatroska(source);
   CheckRiff(source);
   CheckSmallReaders(source);

@@ -9,9 +9,6 @@
 namespace media_server {
 namespace {
 
-// Enough for the eight key frames that are looked at, ten seconds apart, and for three groups of pictures.
-constexpr std::uint32_t kSamplesLeft = 8192;
-constexpr std::uint32_t kLeastSamples = 2 * kSamplesLeft;
 constexpr std::uint64_t kMostBytesOfSizes = std::uint64_t{16} << 20;
 
 constexpr std::uint64_t kCount = 4;  // behind version and flags
@@ -31,26 +28,26 @@ struct KeptChunks {
   std::uint32_t samples = 0;
 };
 
-std::optional<KeptChunks> KeepChunks(Mp4BoxReader& boxes, const Mp4SampleTables& tables) {
+std::optional<KeptChunks> KeepChunks(Mp4BoxReader& boxes, const Mp4SampleTables& tables, std::uint32_t samples_left) {
   constexpr std::uint64_t kRun = 12;  // first chunk, samples in each, their description
   const std::uint32_t chunks = ReadCount(boxes, *tables.chunks);
   const std::uint32_t runs = ReadCount(boxes, *tables.samples_of_chunks);
-  const auto bytes = boxes.Payload(*tables.samples_of_chunks, kSamplesLeft * kRun, kTableHead);
+  const auto bytes = boxes.Payload(*tables.samples_of_chunks, samples_left * kRun, kTableHead);
   ByteReader reader(bytes);
   KeptChunks kept;
   std::uint32_t first = reader.Be32();
   if (first != 1) return std::nullopt;
-  while (kept.samples < kSamplesLeft) {
+  while (kept.samples < samples_left) {
     const std::uint32_t samples_each = reader.Be32();
     reader.Skip(4);
     const bool is_last = ++kept.runs == runs;
     const std::uint32_t next = is_last ? chunks + 1 : reader.Be32();
-    if (!reader.Ok() || samples_each == 0 || samples_each > kLeastSamples || next <= first) return std::nullopt;
-    const std::uint32_t wanted = (kSamplesLeft - kept.samples + samples_each - 1) / samples_each;
+    if (!reader.Ok() || samples_each == 0 || samples_each > 2 * samples_left || next <= first) return std::nullopt;
+    const std::uint32_t wanted = (samples_left - kept.samples + samples_each - 1) / samples_each;
     const std::uint32_t taken = std::min(wanted, next - first);
     kept.chunks += taken;
     kept.samples += taken * samples_each;
-    if (is_last && kept.samples < kSamplesLeft) return std::nullopt;
+    if (is_last && kept.samples < samples_left) return std::nullopt;
     first = next;
   }
   return kept;
@@ -83,15 +80,15 @@ std::optional<std::uint64_t> SumSizes(Mp4BoxReader& boxes, const Mp4Box& sizes, 
 
 }  // namespace
 
-std::optional<Mp4IndexCut> CutMp4Index(Mp4BoxReader& boxes, const Mp4SampleTables& tables) {
+std::optional<Mp4IndexCut> CutMp4Index(Mp4BoxReader& boxes, const Mp4SampleTables& tables, std::uint32_t samples_left) {
   if (tables.stand_twice || !tables.sizes || !tables.chunks || !tables.samples_of_chunks) return std::nullopt;
   const auto head = boxes.Payload(*tables.sizes, 8, /*skip=*/4);
   ByteReader reader(head);
   const bool differ_in_size = reader.Be32() == 0;
   const std::uint32_t count = reader.Be32();
-  const bool is_long = differ_in_size && count >= kLeastSamples && tables.sizes->payload_size <= kMostBytesOfSizes;
+  const bool is_long = differ_in_size && count >= 2 * samples_left && tables.sizes->payload_size <= kMostBytesOfSizes;
   if (!reader.Ok() || !is_long) return std::nullopt;
-  const auto kept = KeepChunks(boxes, tables);
+  const auto kept = KeepChunks(boxes, tables, samples_left);
   if (!kept || kept->samples >= count) return std::nullopt;
 
   const auto bytes = SumSizes(boxes, *tables.sizes, 0, kept->samples);

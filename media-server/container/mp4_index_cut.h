@@ -28,8 +28,12 @@ struct Mp4IndexCut {
   std::uint64_t bytes_of_all = 0;  ///< of all samples
 };
 
-/// Where a track's tables may end: behind some 8,000 samples, with a whole chunk. Empty for tables of less than twice
-/// as many, or of more than 16 MiB, and where they are not plain: samples of one size, broken or doubled tables.
-std::optional<Mp4IndexCut> CutMp4Index(Mp4BoxReader& boxes, const Mp4SampleTables& tables);
+/// Enough for the eight key frames that are looked at, ten seconds apart, and for three groups of pictures.
+inline constexpr std::uint32_t kMp4SamplesLeft = 8192;
+
+/// Where a track's tables may end: behind `samples_left`, with a whole chunk. Empty for tables of less than twice as
+/// many, or of more than 16 MiB, and where they are not plain: samples of one size, broken or doubled tables.
+std::optional<Mp4IndexCut> CutMp4Index(Mp4BoxReader& boxes, const Mp4SampleTables& tables,
+                                       std::uint32_t samples_left = kMp4SamplesLeft);
 
 }  // namespace media_server
