@@ -171,8 +171,9 @@ class Scanner {
     if (chunk.Id() == "_PMX") KeepFirst(chunk, scan_.xmp);
     if (chunk.Id() == "fmt ") format_ = ReadFormat(chunk);
     if (chunk.Id() == "data" && format_.IsPadded()) {
-      const double blocks = static_cast<double>(std::min(chunk.size, Room(chunk)) / format_.block_bytes);
-      scan_.padded_samples = {format_.RoomBits(), format_.is_extensible, blocks / format_.sample_rate};
+      const std::uint64_t blocks = std::min(chunk.size, Room(chunk)) / format_.block_bytes;
+      const double seconds = static_cast<double>(blocks) / format_.sample_rate;
+      scan_.padded_samples = {format_.RoomBits(), format_.is_extensible, seconds};
     }
     if (chunk.Id() == "data") scan_.has_dts_sync = HasDtsSync(ReadBytes(source_, chunk.offset, kTwoDtsFrames));
   }
