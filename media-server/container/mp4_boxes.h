@@ -62,6 +62,9 @@ class Mp4BoxReader {
   /// The whole payload; empty when it is longer than `most`, cut short or not covered by the byte budget.
   std::vector<std::uint8_t> WholePayload(const Mp4Box& box, std::size_t most);
 
+  /// What may still be read of the byte budget.
+  std::uint64_t BytesLeft() const { return limits_.bytes - bytes_read_; }
+
   /// True also where the source gave less than it has.
   bool BudgetSpent() const { return budget_spent_; }
 

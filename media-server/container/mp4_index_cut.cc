@@ -86,8 +86,10 @@ std::optional<Mp4IndexCut> CutMp4Index(Mp4BoxReader& boxes, const Mp4SampleTable
   ByteReader reader(head);
   const bool differ_in_size = reader.Be32() == 0;
   const std::uint32_t count = reader.Be32();
-  const bool is_long = differ_in_size && count >= 2 * samples_left && tables.sizes->payload_size <= kMostBytesOfSizes;
-  if (!reader.Ok() || !is_long) return std::nullopt;
+  const bool is_long = differ_in_size && count >= 2 * samples_left;
+  // What follows is to be read as well.
+  const std::uint64_t most_bytes = std::min(kMostBytesOfSizes, boxes.BytesLeft() / 2);
+  if (!reader.Ok() || !is_long || tables.sizes->payload_size > most_bytes) return std::nullopt;
   const auto kept = KeepChunks(boxes, tables, samples_left);
   if (!kept || kept->samples >= count) return std::nullopt;
 

@@ -32,7 +32,8 @@ struct Mp4IndexCut {
 inline constexpr std::uint32_t kMp4SamplesLeft = 8192;
 
 /// Where a track's tables may end: behind `samples_left`, with a whole chunk. Empty for tables of less than twice as
-/// many, or of more than 16 MiB, and where they are not plain: samples of one size, broken or doubled tables.
+/// many, or of more than 16 MiB or half of what may still be read, and where they are not plain: samples of one size,
+/// broken or doubled tables.
 std::optional<Mp4IndexCut> CutMp4Index(Mp4BoxReader& boxes, const Mp4SampleTables& tables,
                                        std::uint32_t samples_left = kMp4SamplesLeft);
 

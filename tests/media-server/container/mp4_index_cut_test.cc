@@ -117,6 +117,17 @@ TEST(Mp4IndexCutTest, TablesThatAreNotPlainStayAsTheyAre) {
   EXPECT_FALSE(CutOf(Movie(Tables{.samples = 5'000'000, .runs = {{1, 10'000}}}.All()))) << "20 MB";
 }
 
+TEST(Mp4IndexCutTest, LeavesEnoughToReadOfWhatFollows) {
+  MemorySource source(Movie(Tables().All()));
+  const auto has_cut = [&](std::uint64_t bytes) {
+    const Mp4Movie movie = ReadMp4Movie(source, {.bytes = bytes});
+    EXPECT_FALSE(movie.incomplete) << bytes;
+    return movie.tracks.at(0).index_cut.has_value();
+  };
+  EXPECT_TRUE(has_cut(170'000));
+  EXPECT_FALSE(has_cut(150'000));
+}
+
 TEST(Mp4IndexCutTest, TimesMustBeThoseOfAllSamples) {
   const Tables tables;
   const std::string others = tables.Sizes() + tables.Runs() + tables.Chunks();
