@@ -111,6 +111,11 @@ bool Mp4FragmentTimes::FindLastFragmentByIndex(std::uint64_t input_size) {
   return true;
 }
 
+double Mp4FragmentTimes::IndexedBitRate() const {
+  if (index_ticks_ == 0) return 0;
+  return 8.0 * static_cast<double>(indexed_bytes_) / Mp4Duration{index_ticks_, index_timescale_}.Seconds();
+}
+
 std::optional<Mp4Duration> Mp4FragmentTimes::Duration(const std::vector<Mp4Track>& tracks) {
   if (movie_duration_) return movie_duration_;
   if (index_ticks_ > 0) return Mp4Duration{index_ticks_, index_timescale_};

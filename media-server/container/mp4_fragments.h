@@ -30,8 +30,8 @@ class Mp4FragmentTimes {
   /// End of the data that the segment indexes name; 0 without one.
   std::uint64_t IndexedEnd() const { return indexed_end_; }
 
-  /// Sum of the sizes of that data; 0 without an index.
-  std::uint64_t IndexedBytes() const { return indexed_bytes_; }
+  /// Bits a second of that data; 0 without an index.
+  double IndexedBitRate() const;
 
   /// The length, with the timescales of `tracks` for fragments. Reads the first and last noted fragments if nothing
   /// else tells.

@@ -49,7 +49,7 @@ class MovieReader {
     }
     if (movie_.has_fragments) {
       movie_.fragment_duration = fragments_.Duration(movie_.tracks);
-      movie_.indexed_bytes = fragments_.IndexedBytes();
+      movie_.indexed_bit_rate = fragments_.IndexedBitRate();
     } else {
       std::ranges::for_each(movie_.tracks, &TimeBySamples);
     }

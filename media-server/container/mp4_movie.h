@@ -112,7 +112,7 @@ struct Mp4Movie {
   std::uint32_t timescale = 0;                   ///< mvhd, ticks a second; 0 when not told
   std::optional<Mp4Duration> duration;           ///< mvhd; empty when 0 or unknown
   std::optional<Mp4Duration> fragment_duration;  ///< mehd, else sidx, else the end of the last fragment
-  std::uint64_t indexed_bytes = 0;               ///< of the fragments that sidx boxes name; 0 without one
+  double indexed_bit_rate = 0;                   ///< of the fragments that sidx boxes name, in bits/s; 0 without one
   std::vector<Mp4Track> tracks;
   std::vector<Mp4MetaEntry> metadata;  ///< of the file and the movie, not of tracks, in file order
 

@@ -136,9 +136,8 @@ void CorrectTimes(const ContainerFacts& container, BoundedSource& source, AVForm
   if (container.movie && container.movie->fragment_duration && source.Spent()) {
     SetEndOfFragments(*container.movie->fragment_duration, context);
   }
-  if (container.movie && container.movie->indexed_bytes > 0 && container.movie->fragment_duration) {
-    const double bits = 8.0 * static_cast<double>(container.movie->indexed_bytes);
-    SetRatesOfFragments(context, bits / container.movie->fragment_duration->Seconds());
+  if (container.movie && container.movie->indexed_bit_rate > 0) {
+    SetRatesOfFragments(context, container.movie->indexed_bit_rate);
   }
   if (container.matroska && !container.matroska->tells_duration) SetEndOfMatroska(*container.matroska, source, context);
   if (source.LeftOutOfReach()) ForgetTimesOfEnd(context);

@@ -603,7 +603,7 @@ TEST(Mp4Fragments, SegmentIndexTellsTheDuration) {
   ASSERT_TRUE(movie.fragment_duration);
   EXPECT_EQ(movie.fragment_duration->value, 135000U);
   EXPECT_EQ(movie.fragment_duration->timescale, 90000U);
-  EXPECT_EQ(movie.indexed_bytes, 2U * size);
+  EXPECT_DOUBLE_EQ(movie.indexed_bit_rate, 8 * 2 * size / 1.5);
   EXPECT_FALSE(movie.truncated);
 }
 
@@ -619,7 +619,7 @@ TEST(Mp4Fragments, IndexesInFrontOfEachSegmentAddUp) {
   const std::string segment = SegmentIndex(size, size) + fragment + fragment;
   const Mp4Movie movie = ReadBytes(FragmentedMoov() + segment + segment);
   EXPECT_EQ(movie.fragment_duration->value, 270000U);
-  EXPECT_EQ(movie.indexed_bytes, 4U * size);
+  EXPECT_DOUBLE_EQ(movie.indexed_bit_rate, 8 * 2 * size / 1.5);
 }
 
 TEST(Mp4Fragments, IndexesOfSeveralTracksDoNotAddUp) {
@@ -630,7 +630,7 @@ TEST(Mp4Fragments, IndexesOfSeveralTracksDoNotAddUp) {
   const Mp4Movie movie =
       ReadBytes(FragmentedMoov() + SegmentIndex(size_behind_first, size) + second + fragment + fragment);
   EXPECT_EQ(movie.fragment_duration->value, 135000U);
-  EXPECT_EQ(movie.indexed_bytes, size_behind_first + size);
+  EXPECT_DOUBLE_EQ(movie.indexed_bit_rate, 8 * (size_behind_first + size) / 1.5);
 }
 
 TEST(Mp4Fragments, IndexedSegmentsAreNotWalked) {
