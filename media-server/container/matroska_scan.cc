@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <span>
 #include <utility>
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/ebml.h"
+#include "media-server/container/saturating_add.h"
 #include "media-server/container/text.h"
 
 namespace media_server {
@@ -73,11 +73,6 @@ void ForEachElement(Bytes bytes, Visit visit) {
 }
 
 std::uint64_t Unsigned(Bytes bytes) { return ByteReader(bytes).BigEndian(std::min<std::size_t>(bytes.size(), 8)); }
-
-std::uint64_t SaturatingAdd(std::uint64_t a, std::uint64_t b) {
-  constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
-  return a > kLargest - b ? kLargest : a + b;
-}
 
 std::string ShortText(Bytes bytes) {
   constexpr std::size_t kLongest = 64;

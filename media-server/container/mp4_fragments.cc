@@ -1,20 +1,11 @@
 #include "media-server/container/mp4_fragments.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "media-server/container/byte_reader.h"
+#include "media-server/container/saturating_add.h"
 
 namespace media_server {
-namespace {
-
-/// Sum that stops at the largest number instead of wrapping around.
-std::uint64_t SaturatingAdd(std::uint64_t a, std::uint64_t b) {
-  constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
-  return a > kLargest - b ? kLargest : a + b;
-}
-
-}  // namespace
 
 void Mp4FragmentTimes::ReadMovieExtends(const Mp4Box& mvex, std::uint32_t movie_timescale) {
   constexpr std::size_t kMostDefaults = 1024;
