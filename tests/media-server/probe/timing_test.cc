@@ -181,8 +181,10 @@ TEST_F(TimingTest, FrameRateIsTheAverageThenTheCodecsThenTheBase) {
   EXPECT_EQ(FrameRate(video_), 0) << "no rate but the clock's";
   video_.r_frame_rate = {50, 1};
   EXPECT_EQ(FrameRate(video_), 50);
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 12, 100)  // FFmpeg 6.1
   video_.codecpar->framerate = {25, 1};
   EXPECT_EQ(FrameRate(video_), 25) << "the other is of fields";
+#endif
   video_.avg_frame_rate = {30000, 1001};
   EXPECT_DOUBLE_EQ(FrameRate(video_), 30000.0 / 1001);
   video_.disposition = AV_DISPOSITION_ATTACHED_PIC;
