@@ -11,20 +11,21 @@
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/ebml.h"
-#include "media-server/container/matroska_block.h"
+#include "media-server/container/matroska_elements.h"
 
 namespace media_server {
 namespace {
 
 using namespace std::string_view_literals;
 
+using matroska::kBlock;
+using matroska::kBlockGroup;
+using matroska::kCluster;
+using matroska::kSegment;
+using matroska::kSimpleBlock;
+
 // Element ids of RFC 9559, 5.1.
-constexpr std::uint32_t kSegment = 0x18538067;
-constexpr std::uint32_t kCluster = 0x1F43B675;
 constexpr std::uint32_t kTimestamp = 0xE7;
-constexpr std::uint32_t kSimpleBlock = 0xA3;
-constexpr std::uint32_t kBlockGroup = 0xA0;
-constexpr std::uint32_t kBlock = 0xA1;
 constexpr std::uint32_t kBlockDuration = 0x9B;
 constexpr std::uint32_t kDiscardPadding = 0x75A2;
 // Position, PrevSize, CRC-32, Void: with the above, what a cluster may hold.

@@ -6,16 +6,19 @@
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/ebml.h"
-#include "media-server/container/matroska_block.h"
+#include "media-server/container/matroska_elements.h"
 
 namespace media_server {
 namespace {
 
-// Element ids of RFC 9559, 5.1.
-constexpr std::uint32_t kSimpleBlock = 0xA3;
-constexpr std::uint32_t kBlock = 0xA1;
-// Segment, Cluster, BlockGroup: what they hold follows their heads.
-constexpr std::array<std::uint32_t, 3> kHoldBlocks = {0x18538067, 0x1F43B675, 0xA0};
+using matroska::kBlock;
+using matroska::kBlockGroup;
+using matroska::kCluster;
+using matroska::kSegment;
+using matroska::kSimpleBlock;
+
+// What they hold follows their heads.
+constexpr std::array<std::uint32_t, 3> kHoldBlocks = {kSegment, kCluster, kBlockGroup};
 
 // Sound and other tracks lie between the pictures of some seconds.
 constexpr int kMostElements = 1024;

@@ -7,6 +7,7 @@
 
 #include "media-server/container/byte_reader.h"
 #include "media-server/container/ebml.h"
+#include "media-server/container/matroska_elements.h"
 #include "media-server/container/saturating_add.h"
 #include "media-server/container/text.h"
 
@@ -18,7 +19,7 @@ using Bytes = std::span<const std::uint8_t>;
 // Element ids of RFC 9559 section 5.1.
 enum Id : std::uint32_t {
   kEbmlHeader = 0x1A45DFA3,
-  kSegment = 0x18538067,
+  kSegment = matroska::kSegment,
   kSeekHead = 0x114D9B74,
   kSeek = 0x4DBB,
   kSeekId = 0x53AB,
@@ -38,7 +39,7 @@ enum Id : std::uint32_t {
   kContentEncoding = 0x6240,
   kContentEncryption = 0x5035,
   kEncryptionAlgorithm = 0x47E1,
-  kCluster = 0x1F43B675,
+  kCluster = matroska::kCluster,
   kAttachments = 0x1941A469,
   kTags = 0x1254C367,
 };

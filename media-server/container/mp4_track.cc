@@ -237,8 +237,8 @@ class TrackReader {
   static constexpr std::uint64_t kTableHead = 8;  // version, flags, count
   static constexpr std::uint64_t kSizeTableHead = 12;
 
-  static void Keep(const Mp4Box& box, std::optional<Mp4Box>& table, bool& stands_twice) {
-    if (table) stands_twice = true;
+  void Keep(const Mp4Box& box, std::optional<Mp4Box>& table) {
+    if (table) tables_.stand_twice = true;
     table = box;
   }
 
@@ -253,7 +253,7 @@ class TrackReader {
   }
 
   void ReadSampleSizes(const Mp4Box& box) {
-    Keep(box, tables_.sizes, tables_.stand_twice);
+    Keep(box, tables_.sizes);
     const auto bytes = boxes_.Payload(box, 4, /*skip=*/4);
     const std::uint32_t common_size = ByteReader(bytes).Be32();
     const std::uint32_t count = ReadCount(box, kSizeTableHead, common_size == 0 ? 32 : 0);
@@ -304,7 +304,7 @@ class TrackReader {
   void ReadSyncSamples(const Mp4Box& box) { ReadCount(box, kTableHead, 32); }
   void ReadCompositionOffsets(const Mp4Box& box) {
     constexpr std::size_t kMostSamples = 512;
-    Keep(box, tables_.time_offsets, tables_.stand_twice);
+    Keep(box, tables_.time_offsets);
     const std::uint32_t count = ReadCount(box, kTableHead, 64);
     track_.has_composition_offsets = count > 0;
     const auto bytes = boxes_.Payload(box, std::min<std::size_t>(count, kMostSamples) * 8, kTableHead);
@@ -317,14 +317,14 @@ class TrackReader {
     }
   }
   void ReadSampleToChunk(const Mp4Box& box) {
-    Keep(box, tables_.samples_of_chunks, tables_.stand_twice);
+    Keep(box, tables_.samples_of_chunks);
     ReadCount(box, kTableHead, 96);
   }
   void ReadChunkOffsets(const Mp4Box& box) { ReadLastChunkOffset(box, 4); }
   void ReadLargeChunkOffsets(const Mp4Box& box) { ReadLastChunkOffset(box, 8); }
 
   void ReadLastChunkOffset(const Mp4Box& box, std::size_t width) {
-    Keep(box, tables_.chunks, tables_.stand_twice);
+    Keep(box, tables_.chunks);
     const std::uint32_t count = ReadCount(box, kTableHead, width * 8);
     if (count == 0) return;
     const auto bytes = boxes_.Payload(box, width, kTableHead + (std::uint64_t{count} - 1) * width);
